@@ -1,0 +1,14 @@
+# The options that every target of the project is compiled with. Floating-point contraction stays off: the order and
+# the rounding of each operation are part of what the library promises.
+add_library(sbrkit_options INTERFACE)
+target_compile_options(sbrkit_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Werror -ffp-contract=off)
+if(SBRKIT_SANITIZE)
+  target_compile_options(sbrkit_options INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(sbrkit_options INTERFACE -fsanitize=address,undefined)
+endif()
+if(SBRKIT_COVERAGE)
+  target_compile_options(sbrkit_options INTERFACE --coverage)
+  target_link_options(sbrkit_options INTERFACE --coverage)
+endif()

@@ -1,0 +1,489 @@
+/* sbrkit.h: the C interface of sbrkit, the library of the Shape Body Record.
+
+   A Shape Body Record carries one flexible body (nodes, surface faces, mode shapes, stresses, mass, inertia
+   invariants, loads) from a finite-element analysis into a multibody solver. The header is usable from C99 and C++.
+
+   Conventions of all operations
+   -----------------------------
+   - A body is an opaque handle. A null handle is refused: the operation reports "The database has not been
+     initialized." and gives its failure result, unless its own text says otherwise.
+   - Results are 1 for success and 0 for failure unless an operation says otherwise; lookups give an index or -1.
+   - Node IDs and mode numbers are those of the finite-element model; node and mode indices count from 0.
+   - Kinds of mode data: 0 mode shape, 1 modal stress, 2 modal strain. Parts of a mode: 0 the first three values of a
+     node (translations, normal components), 1 the last three (rotations, shear components).
+   - "C x M, component-major": component c of mode j stands at [c * M + j].
+   - A 3 x 3 matrix is nine doubles, row by row. A symmetric six-vector of a nodal inertia is xx, yy, zz, xy, xz, yz.
+   - Values are in the units of the body (SBR_Units).
+   - Messages go to the handlers of SetMessageHandlers; without handlers a message is dropped.
+   - One thread at a time: neither bodies nor the registry are locked. */
+#ifndef SBRKIT_SBRKIT_H
+#define SBRKIT_SBRKIT_H
+
+#include <stdint.h>
+#include <stdio.h>
+
+#if defined(_WIN32)
+#  if defined(SBRKIT_BUILDING)
+#    define SBR_API __declspec(dllexport)
+#  else
+#    define SBR_API __declspec(dllimport)
+#  endif
+#elif defined(__GNUC__)
+#  define SBR_API __attribute__((visibility("default")))
+#else
+#  define SBR_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* One flexible body. Opaque; made by SBR_Create, SBR_CreateFromSBR or SBR_CreateFromSBR_SurfaceMesh. */
+typedef struct SbrBody *SBR;
+
+/* The host's receivers of messages. The text is valid during the call only. A null pointer drops the messages of its
+   severity. The handler's result becomes the result of SBR_Error, SBR_Warning, SBR_Info. */
+typedef struct message_handlers {
+  int (*error)(const char *text);
+  int (*warning)(const char *text);
+  int (*info)(const char *text);
+} message_handlers;
+
+/* The number of slots of the function table. */
+#define SBR_INTERFACE_SLOTS 173
+
+/* The function table that PopulateInterface fills. A slot is cast to the type of its operation before use; the slot
+   numbers are listed in docs/function-table.md and never change. */
+typedef struct interface_table {
+  void (*slot[SBR_INTERFACE_SLOTS])(void);
+} interface_table;
+
+/* An entry of a table of units; a table ends with a null name. */
+typedef struct unit_entry {
+  const char *name;
+  double multiplier;
+} unit_entry;
+
+/* How the database operations reach a data block. */
+typedef struct db_block {
+  int unit;                  /* from DB_OpenDatablk, DB_CreateSBRblk or DB_OpenScratch */
+  int64_t start_position[2]; /* where DB_REWIND goes: a position that DB_FSAVE gave */
+} db_block;
+
+/* ==========================================================================
+   Body handle and registry
+   ========================================================================== */
+
+SBR_API SBR SBR_Create(int node_capacity, int mode_capacity);
+SBR_API int CheckSBR(SBR body);
+SBR_API int SBR_IsValid(SBR body);
+SBR_API void SBR_DeReference(SBR body);
+SBR_API void SBR_UnLink(SBR body);
+SBR_API SBR SBR_Destroy(SBR body);
+SBR_API int SBR_Terminate(void);
+SBR_API void SBR_FreeMemory(void *block);
+SBR_API void _terminate(void);
+SBR_API const char *sbrcoarse_VersionId(void);
+SBR_API const char *sbrcreate_VersionId(void);
+SBR_API const char *sbrdata_VersionId(void);
+SBR_API const char *sbrinvar_VersionId(void);
+SBR_API const char *sbrread_VersionId(void);
+SBR_API const char *sbrset_VersionId(void);
+SBR_API const char *sbrtoc_VersionId(void);
+SBR_API const char *sbrtools_VersionId(void);
+SBR_API const char *sbrunits_VersionId(void);
+SBR_API const char *sbrwrite_VersionId(void);
+
+/* ==========================================================================
+   Messages and function table
+   ========================================================================== */
+
+SBR_API int SBR_Error(const char *format, ...);
+SBR_API int SBR_Warning(const char *format, ...);
+SBR_API int SBR_Info(const char *format, ...);
+SBR_API int SetMessageHandlers(const message_handlers *handlers);
+SBR_API int PopulateInterface(interface_table *table);
+
+/* ==========================================================================
+   Stream codecs
+   ========================================================================== */
+
+SBR_API int FileSeek_Win32(FILE *stream, int64_t offset, int origin);
+SBR_API int64_t FileTell_Win32(FILE *stream);
+SBR_API float *double2float(float *dst, const double *src, int n);
+SBR_API double *float2double(double *dst, const float *src, int n);
+SBR_API void terminate_string(char *buffer, int size);
+
+/* ==========================================================================
+   File layout
+   ========================================================================== */
+
+SBR_API int SBR_Exists(SBR body, int block_index);
+SBR_API int SBR_goto_block(SBR body, int block_index);
+SBR_API int64_t SBR_size_of_block(SBR body, int block_index);
+SBR_API int SBR_Version(SBR body);
+SBR_API void SBR_SetVersion(SBR body, uint32_t version);
+
+/* ==========================================================================
+   File reader and report
+   ========================================================================== */
+
+SBR_API SBR SBR_CreateFromSBR(const char *file_name);
+SBR_API int SBR_ReadSBR(SBR body, FILE *stream, const char *file_name);
+SBR_API int SBR_ReadGeneralizedStiffness(SBR body);
+SBR_API int SBR_ReadGeneralizedMass(SBR body);
+SBR_API int SBR_ReadGeneralizedDamping(SBR body);
+SBR_API void SBR_Contents(SBR body, int block_number, FILE *stream);
+
+/* ==========================================================================
+   Node and mode tables
+   ========================================================================== */
+
+SBR_API int SBR_AddNode(SBR body, int id);
+SBR_API int SBR_AddMode(SBR body, int number);
+SBR_API int SBR_LookupOrAddNode(SBR body, int id);
+SBR_API int SBR_LookupOrAddMode(SBR body, int number);
+SBR_API int SBR_NodeIndex(SBR body, int id);
+SBR_API int SBR_ModeIndex(SBR body, int number);
+SBR_API int SBR_ModeNumber(SBR body, int index);
+SBR_API int SBR_ModeNodeIndex(SBR body, int kind, int id);
+SBR_API int SelectedModeIndex(int number, const int *numbers, int length);
+SBR_API int By_Id(const void *a, const void *b);
+SBR_API int SBR_NodeCount(SBR body);
+SBR_API int SBR_ModeCount(SBR body);
+SBR_API int SBR_ModeNodeCount(SBR body, int kind);
+SBR_API int SBR_ModeNodeID(SBR body, int kind, int position);
+SBR_API int SBR_NodeID(SBR body, int index);
+SBR_API int SBR_NodeCoordinates(SBR body, int index, double *xyz);
+SBR_API int SBR_NodeCoordinateList(SBR body, double *xyz, int *count);
+SBR_API double SBR_NodalMass(SBR body, int index);
+SBR_API int SBR_NodalMassAndGeometry(SBR body, int index, double *mass, double *xyz);
+SBR_API int SBR_NodalInertia(SBR body, int index, double *matrix9);
+SBR_API void SBR_SwapNodesByID(SBR body, int a, int b);
+SBR_API double SBR_BodySize(SBR body);
+SBR_API int SBR_DiscreteMethod(SBR body);
+SBR_API int SBR_GetFlexType(SBR body);
+
+/* ==========================================================================
+   Mode storage
+   ========================================================================== */
+
+SBR_API int SBR_Double_Prec(SBR body);
+SBR_API void SBR_SetKeepModesInMemory(SBR body, int flag);
+SBR_API void SBR_GetKeepModesInMemory(SBR body, int *flag);
+SBR_API void SBR_InitializeModeMemory(SBR body);
+SBR_API int SBR_ModetoMemory(SBR body, int number, int kind, const double *data, int part);
+SBR_API void SBR_CleanModesInMemory(SBR body);
+
+/* ==========================================================================
+   Mode access
+   ========================================================================== */
+
+SBR_API int SBR_Mode(SBR body, int number, int kind, double *out, int part);
+SBR_API int SBR_ModeByNode(SBR body, int number, int kind, int id, double *out3, int part);
+SBR_API int SBR_ModeByRef(SBR body, int number, int kind, double **out, int part);
+SBR_API int SBR_ModeByNodeWithoutCache(SBR body, int number, int kind, int id, double *out3, int part);
+SBR_API int SBR_ModeFromMemory(SBR body, int number, int kind, double *out, int part);
+SBR_API int SBR_ModeFromMemoryByNode(SBR body, int number, int kind, int id, double *out3, int part);
+SBR_API int SBR_ModeFromMemoryByRef(SBR body, int number, int kind, double **out, int part);
+SBR_API int SBR_Read_Mode_Double(SBR body, int number, int kind, double *out);
+SBR_API int SBR_Read_Mode_Single(SBR body, int number, int kind, float *out);
+SBR_API int SBR_ModeExist(SBR body, int kind);
+SBR_API int SBR_SetTransformation(SBR body, const double *matrix);
+SBR_API int SBR_Transformation(SBR body, double *matrix);
+
+/* ==========================================================================
+   Generalized matrices and eigenvalues
+   ========================================================================== */
+
+SBR_API int SBR_Eigenvalue(SBR body, int number, double *eigenvalue, double *hz, double *rad, double *mass, double *stiffness);
+SBR_API int SBR_NumberOfGenStiff(SBR body);
+SBR_API int SBR_NumberOfGenMass(SBR body);
+SBR_API int SBR_NumberOfGenDamp(SBR body);
+SBR_API int SBR_GenDampExist(SBR body);
+SBR_API int SBR_GenStiffSparse(SBR body, double *values, int *rows, int *columns);
+SBR_API int SBR_GenMassSparse(SBR body, double *values, int *rows, int *columns);
+SBR_API int SBR_GenDampSparse(SBR body, double *values, int *rows, int *columns);
+SBR_API int SBR_GenStiffFull(SBR body, double *matrix, int n);
+SBR_API int SBR_GenMassFull(SBR body, double *matrix, int n);
+SBR_API int SBR_GenDampFull(SBR body, double *matrix, int n);
+SBR_API int SBR_GenStiffSelected(SBR body, double **rows, int n, const int *selected);
+SBR_API int SBR_GenMassSelected(SBR body, double **rows, int n, const int *selected);
+SBR_API void SBR_SetShouldMassNormalizeModes(SBR body, int flag);
+
+/* ==========================================================================
+   Modal statistics
+   ========================================================================== */
+
+SBR_API int SBR_ModalStatisticsExist(SBR body);
+SBR_API int SBR_GetMaxModeDisplacement(SBR body, int number, int *id, double *value);
+SBR_API int SBR_GetMaxModeRotation(SBR body, int number, int *id, double *value);
+SBR_API int SBR_GetMaxVonMisesStress(SBR body, int number, int *id, double *value);
+SBR_API int SBR_GetMaxVonMisesStrain(SBR body, int number, int *id, double *value);
+
+/* ==========================================================================
+   Body construction
+   ========================================================================== */
+
+SBR_API int SBR_SetHeader(SBR body, char *title, char *input_file_name, char *input_file_type, char *comment1, char *comment2, char *comment3);
+SBR_API void SBR_Header(SBR body, char *title, char *date, char *input_file_name, char *input_file_type, char *comment1, char *comment2, char *comment3);
+SBR_API int SBR_SetNodeCoordinates(SBR body, int id, double x, double y, double z);
+SBR_API int SBR_SetNodalMass(SBR body, int id, double mass);
+SBR_API int SBR_AddNodalMass(SBR body, int id, double mass);
+SBR_API int SBR_SetNodalInertia(SBR body, int id, double ixx, double iyy, double izz, double ixy, double ixz, double iyz);
+SBR_API int SBR_SetNodalInertiaEntry(SBR body, int id, int row, int column, double value);
+SBR_API int SBR_SetFace(SBR body, int count, ...);
+SBR_API int SBR_SetFaceList(SBR body, int count, const int *ids);
+SBR_API int SBR_FaceListSize(SBR body, int *face_count, int *list_length);
+SBR_API int SBR_ElementFaces(SBR body, int *list);
+SBR_API int SBR_SetInterfaceNode(SBR body, int id);
+SBR_API int *SBR_InterfaceNodes(SBR body, int *count);
+SBR_API int *SBR_InterfaceNodeIDs(SBR body, int *count);
+SBR_API int SBR_SetMode(SBR body, int number, int id, int kind, double v1, double v2, double v3, double v4, double v5, double v6);
+SBR_API int SBR_SetModeVec(SBR body, int number, int id, int kind, const double *six);
+SBR_API int SBR_SetModeEntry(SBR body, int number, int id, int kind, int position, double value);
+SBR_API int SBR_SetPreStressVec(SBR body, int id, const double *six);
+SBR_API int SBR_SetPreStrainVec(SBR body, int id, const double *six);
+SBR_API int SBR_SetGeneralizedStiffness(SBR body, int row, int column, double value);
+SBR_API int SBR_SetGeneralizedMass(SBR body, int row, int column, double value);
+SBR_API int SBR_SetGeneralizedDamping(SBR body, int row, int column, double value);
+
+/* ==========================================================================
+   Invariant entry and checks
+   ========================================================================== */
+
+SBR_API int SBR_SetInvar1(SBR body, double value);
+SBR_API int SBR_SetInvar2(SBR body, const double *v3);
+SBR_API int SBR_SetInvar3(SBR body, int number, const double *v3);
+SBR_API int SBR_SetInvar4(SBR body, int number, const double *v3);
+SBR_API int SBR_SetInvar5(SBR body, int row, int column, const double *v3);
+SBR_API int SBR_SetInvar6(SBR body, const double *diagonal);
+SBR_API int SBR_SetInvar7(SBR body, const double *six);
+SBR_API int SBR_SetInvar8(SBR body, int number, const double *nine);
+SBR_API int SBR_SetInvar9(SBR body, int row, int column, const double *nine);
+SBR_API int SBR_SetGlobalMass(SBR body, double mass, const double *center3, const double *inertia9);
+SBR_API int SBR_TotalMassInertia(SBR body, double *mass, double *inertia9, double *center3);
+SBR_API int SBR_CalculateGlobalMassFromNodeMass(SBR body);
+
+/* ==========================================================================
+   Monitor points and matrix operators
+   ========================================================================== */
+
+SBR_API int SBR_SetMonitorPointInfo(SBR body, int type, int result_type, int component, int load_operators, const double *location3, const char *name, const char *label);
+SBR_API int SBR_SetMonitorPointOperator(SBR body, int point, int type, const double *data);
+SBR_API int SBR_GetMonitorPointCount(SBR body);
+SBR_API int SBR_GetMonitorPointType(SBR body, int point);
+SBR_API int SBR_GetMonitorPointResultType(SBR body, int point);
+SBR_API int SBR_GetMonitorPointComponent(SBR body, int point);
+SBR_API int SBR_GetMonitorPointLocation(SBR body, int point, double *location3);
+SBR_API int SBR_GetMonitorPointNameLabel(SBR body, int point, char *name, char *label);
+SBR_API int SBR_GetMonitorPointNumLoadOperator(SBR body, int point);
+SBR_API int SBR_GetMonitorPointOperatorSize(SBR body, int point, int *rows, int *columns);
+SBR_API int SBR_MonitorPointHasOperator(SBR body, int point, int type);
+SBR_API int SBR_GetMonitorPointOperator(SBR body, int point, int type, double *data);
+SBR_API int SBR_SetMatrixOperatorInfo(SBR body, const char *name, const char **row_labels, int rows);
+SBR_API int SBR_SetMatrixOperatorData(SBR body, int op, const char *tag, int columns, const double *data);
+SBR_API int SBR_GetMatrixOperatorCount(SBR body);
+SBR_API int SBR_GetMatrixOperatorName(SBR body, int op, char *name);
+SBR_API int SBR_GetMatrixOperatorLabels(SBR body, int op, char **labels);
+SBR_API int SBR_GetMatrixOperatorNumRows(SBR body, int op);
+SBR_API int SBR_GetMatrixOperatorNumSubOperator(SBR body, int op);
+SBR_API int SBR_GetMatrixOperatorSubNumCols(SBR body, int op, int sub);
+SBR_API int SBR_GetMatrixOperatorSubTag(SBR body, int op, int sub, char *tag);
+SBR_API int SBR_GetMatrixOperatorSubData(SBR body, int op, int sub, double *data);
+
+/* ==========================================================================
+   Modal loads and preloads
+   ========================================================================== */
+
+SBR_API int SBR_SetModalLoad(SBR body, int load_case, int number, double value);
+SBR_API int SBR_SetModalLoadLabel(SBR body, int load_case, const char *label);
+SBR_API int SBR_SetModalLoadNodal(SBR body, int load_case, int id, int coordinate, double value);
+SBR_API int SBR_SetModalPreload(SBR body, int number, double value);
+SBR_API int SBR_GetModalLoadCaseCount(SBR body);
+SBR_API int SBR_GetModalLoadCaseLabel(SBR body, int load_case, char *label256);
+SBR_API double *SBR_GetModalLoad(SBR body, int load_case, int *count);
+SBR_API double *SBR_GetModalPreload(SBR body, int *count);
+SBR_API int SBR_GetModalLoadNodalCaseCount(SBR body);
+SBR_API int SBR_GetModalLoadNodalCount(SBR body, int load_case);
+SBR_API int *SBR_GetModalLoadNodalNode(SBR body, int load_case);
+SBR_API int *SBR_GetModalLoadNodalCoord(SBR body, int load_case);
+SBR_API double *SBR_GetModalLoadNodalLoad(SBR body, int load_case);
+SBR_API int SBR_ModalLoadProcessed(SBR body, int load_case);
+SBR_API void SBR_SetModalLoadProcessed(SBR body, int load_case, int flag);
+SBR_API int SBR_ModalPreloadExist(SBR body);
+SBR_API int SBR_ModalPreloadProcessed(SBR body);
+SBR_API void SBR_SetModalPreloadProcessed(SBR body, int flag);
+
+/* ==========================================================================
+   Inertia invariants
+   ========================================================================== */
+
+SBR_API double SBR_Invar1(SBR body);
+SBR_API double *SBR_Invar2(SBR body);
+SBR_API double *SBR_Invar3(SBR body);
+SBR_API double *SBR_Invar4(SBR body);
+SBR_API double *SBR_Invar5(SBR body, int j);
+SBR_API double *SBR_Invar6(SBR body);
+SBR_API double *SBR_Invar7(SBR body);
+SBR_API double *SBR_Invar8(SBR body, int j);
+SBR_API double *SBR_Invar9(SBR body, int j, int k);
+SBR_API void SBR_FastComputeInvars(SBR body);
+SBR_API void SBR_FullComputeInvars(SBR body);
+SBR_API void SBR_RigidComputeInvars(SBR body);
+SBR_API void incr_scalar_tilde_tilde(double *T9, double s, const double *a3, const double *b3);
+SBR_API void incr_scalar_tilde_vec(double *v3, double s, const double *a3, const double *b3);
+
+/* ==========================================================================
+   Rigid-body modes and principal axes
+   ========================================================================== */
+
+SBR_API int SBR_RigidBodyModeCount(SBR body);
+SBR_API int SBR_RigidModes2VENTA(SBR body, double **six_rows, int count);
+SBR_API int SBR_DampingOnPrincipalAxes(SBR body);
+SBR_API int SBR_GenDampPrincipalAndSelected(SBR body, double **rows, int s, const int *selected);
+SBR_API void SBR_RigidBodyForcesOnPrincipalAxes(SBR body);
+
+/* ==========================================================================
+   Rigid transformations
+   ========================================================================== */
+
+SBR_API int SBR_Translate(SBR body, const double *direction3, double distance);
+SBR_API int SBR_Rotate(SBR body, const double *axis3, const double *point3, double angle_degrees);
+SBR_API int SBR_Rotate_Origin(SBR body, const double *axis3, double angle_degrees, double *R9);
+SBR_API int SBR_Mirror(SBR body, const double *normal3, const double *point3);
+SBR_API int SBR_Mirror_Origin(SBR body, const double *normal3);
+SBR_API void Matrix_Multiply(const double *a9, const double *b9, double *c9);
+SBR_API void Tensor_Transform(double *T9, const double *R9, int sign);
+SBR_API void Vector_Transform(double *v3, const double *R9, int sign);
+SBR_API void Move_Vector(double *a3, const double *b3);
+
+/* ==========================================================================
+   Renumbering, permutation and node search
+   ========================================================================== */
+
+SBR_API int SBR_RenumberNodes(SBR body, int offset);
+SBR_API int SBR_RenumberInterfaceNodes(SBR body, int count, const int *ids);
+SBR_API int SBR_PermuteSBR(SBR body, const double *origin3, int new_mode_count, double mass_scale, const double *mode_transformation, const double *rotation9);
+SBR_API int SBR_PreprocessBAPSBR(SBR body);
+SBR_API int SBR_ClosestNode(SBR body, const double *point3, int interface_only);
+SBR_API int *SBR_ClosestNodes(SBR body, const double *point3, int how_many, int interface_only, int *count);
+SBR_API int *SBR_ClosestNodesInNeighborhood(SBR body, const double *point3, double radius, int interface_only, int *count);
+
+/* ==========================================================================
+   LUP linear algebra
+   ========================================================================== */
+
+SBR_API int SBR_LUPDecomposition(double **rows, int n, int *permutation);
+SBR_API int SBR_LUPSolve(double **rows, int n, const int *permutation, double *b);
+SBR_API int SBR_LUPInvert(double **rows, int n, const int *permutation);
+
+/* ==========================================================================
+   Mesh reduction
+   ========================================================================== */
+
+SBR_API void SBR_TrimGeometry(SBR body, const char *options);
+SBR_API int SBR_IsCoarsened(SBR body);
+SBR_API void SBR_GenerateFreeEdges(SBR body);
+SBR_API int SBR_GetFreeEdgeCount(SBR body);
+SBR_API int SBR_GetFreeEdgeSize(SBR body, int chain);
+SBR_API int SBR_GetFreeEdge(SBR body, int chain, int *ids);
+SBR_API void SBR_StripCommonFaces(SBR body);
+SBR_API void SBR_SketchGrid(SBR body, const char *path);
+SBR_API int *SBR_GeometryNodes(SBR body, int *count);
+SBR_API int SBR_DiscardUnreferencedNodes(SBR body);
+SBR_API int SBR_RemoveInternalGeometry(SBR body);
+SBR_API SBR SBR_CreateFromSBR_SurfaceMesh(const char *file_name);
+SBR_API int SBR_ShortenModeFile(SBR body, const int *keep, int keep_count, int kind);
+SBR_API int SBR_CompactModalLoadNodal(SBR body, const int *keep, int keep_count);
+
+/* ==========================================================================
+   Writing
+   ========================================================================== */
+
+SBR_API int SBR_write_SBR(SBR body, const char *path);
+SBR_API int SBR_write_DB(SBR body, const char *path, const char *qualifiers);
+SBR_API void SBR_ShiftLBRFtoCM(SBR body);
+SBR_API int SBR_OrthoNormalize(SBR body);
+SBR_API int SBR_TransformModes(SBR body, int kind, int new_count, const double *matrix);
+SBR_API int SBR_TransformMonitorPoints(SBR body, const double *matrix);
+SBR_API void SBR_AnsysAddGenMass(SBR body, int first_count, int extra_count);
+SBR_API int SBR_EnsureEigenTable(SBR body);
+SBR_API int SBR_MassNormalizationScales(SBR body, double **scale);
+SBR_API void SBR_QZHESS(const int *nm, const int *n, double *a, double *b, const int *matz, double *z);
+SBR_API void SBR_QZITT(const int *nm, const int *n, double *a, double *b, const double *eps1, const int *matz, double *z, int *ierr);
+SBR_API void SBR_QZVALL(const int *nm, const int *n, double *a, double *b, double *alfr, double *alfi, double *beta, const int *matz, double *z);
+SBR_API void SBR_QZVECC(const int *nm, const int *n, double *a, double *b, double *alfr, double *alfi, double *beta, double *z);
+SBR_API double EIGPSN(double *x);
+
+/* ==========================================================================
+   Units
+   ========================================================================== */
+
+SBR_API void SBR_Units(SBR body, char *mass, char *length, char *time, char *force);
+SBR_API double SBR_UnitsDivider(const char *label, const unit_entry *table);
+SBR_API const char *SBR_UnitsLabel(double multiplier, const unit_entry *table);
+SBR_API double SBR_UCF(SBR body);
+SBR_API double SBR_Mass2Kilogram(SBR body, double value);
+SBR_API double SBR_Length2Meter(SBR body, double value);
+SBR_API double SBR_Time2Second(SBR body, double value);
+SBR_API double SBR_Force2Newton(SBR body, double value);
+SBR_API double *SBR_Convert_Units(double *values, int n, double factor);
+SBR_API int SBR_SetUnits(SBR body, const char *mass, const char *length, const char *time, const char *force);
+SBR_API int SBR_SetUnitsByMultiplierOnSI(SBR body, double mass, double length, double time, double force);
+SBR_API void SBR_ScaleDatabase(SBR body);
+
+/* ==========================================================================
+   Companion operations (weak defaults in the library; a host that defines them takes over)
+   ========================================================================== */
+
+SBR_API int SBR_ConvertUnitsLabel(char *label16);
+SBR_API void SBR_TimeMonitor(int total);
+SBR_API void SBR_TimeMonitorStamp(void);
+
+/* ==========================================================================
+   System queries
+   ========================================================================== */
+
+SBR_API void SBR_localtime_ISO8601(int selector, char *text);
+SBR_API int SBR_uname(int selector, char *text);
+SBR_API double SBR_cputime(void);
+
+/* ==========================================================================
+   Database front and binding
+   ========================================================================== */
+
+SBR_API int CDB_LoadLibrary(void);
+SBR_API void CDB_UnloadLibrary(void);
+SBR_API int DB_StartBase(void);
+SBR_API int DB_TermBase(void);
+SBR_API int DB_StartWrite(const char *path);
+SBR_API int DB_TermWrite(void);
+SBR_API int DB_CheckDBset(const char *path);
+SBR_API uint32_t DB_BodyBrowser(const char *path, int index, char *text);
+SBR_API int DB_CreateSBRblk(const char *qualifiers);
+SBR_API int DB_OpenDatablk(const char *path, int index, int *number);
+SBR_API int DB_CloseDatablk(int unit);
+SBR_API int DB_OpenScratch(int *number);
+SBR_API int DB_ReOpenScratch(int unit);
+SBR_API int DB_WriteINTs(db_block block, const int *data, int count);
+SBR_API int DB_WriteLONGs(db_block block, const int64_t *data, int count);
+SBR_API int DB_WriteDOUBLEs(db_block block, const double *data, int count);
+SBR_API int DB_WriteCHARs(db_block block, const char *data, int bytes);
+SBR_API int DB_WriteEOR(db_block block);
+SBR_API int DB_WriteTrailer(const int64_t *trailer7);
+SBR_API int DB_ReadINTs(db_block block, int *data, int count);
+SBR_API int DB_ReadDOUBLEs(db_block block, double *data, int count);
+SBR_API int DB_ReadMODE(db_block block, double *data, int count);
+SBR_API int DB_ReadCHARs(db_block block, char *data, int bytes);
+SBR_API int DB_SkipRecord(db_block block);
+SBR_API int DB_SeekFWD(db_block block, int negative_count);
+SBR_API int DB_FSAVE(int64_t *position2, db_block block);
+SBR_API int DB_FRESTORE(const int64_t *position2, db_block block);
+SBR_API int DB_REWIND(db_block block);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

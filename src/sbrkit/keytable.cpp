@@ -1,0 +1,142 @@
+#include "keytable.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "sbrkit/sbrkit.h"
+
+namespace sbr {
+namespace {
+
+std::size_t mix(std::int32_t id) noexcept {
+  std::uint64_t x = static_cast<std::uint32_t>(id);
+  x *= 0x9E3779B97F4A7C15U;
+  return static_cast<std::size_t>(x >> 20U);
+}
+
+bool before(const NodeKey &a, const NodeKey &b) noexcept { return a.id < b.id; }
+
+}  // namespace
+
+void KeyTable::clear() noexcept {
+  keys_.release();
+  slots_.release();
+  place_of_.release();
+  present_ = false;
+  sorted_ = true;
+  indexed_ = false;
+  repeated_ = false;
+}
+
+void KeyTable::sort_keys() noexcept {
+  if (!std::is_sorted(keys_.begin(), keys_.end(), before)) {
+    // A stable order keeps a later key behind its equals. std::stable_sort falls back to a slower merge, without
+    // throwing, when its buffer cannot be had.
+    std::stable_sort(keys_.begin(), keys_.end(), before);
+  }
+  sorted_ = true;
+  place_of_.release();
+}
+
+bool KeyTable::build_index() noexcept {
+  const std::size_t wanted = std::bit_ceil(keys_.size() * 2 + 16);
+  if (!slots_.allocate(static_cast<std::int64_t>(wanted))) return false;
+  for (NodeKey &slot : slots_) slot.position = -1;
+  repeated_ = false;
+  indexed_ = true;
+  for (const NodeKey &key : keys_) enter(key);
+  return true;
+}
+
+void KeyTable::enter(NodeKey key) noexcept {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t i = mix(key.id) & mask;
+  while (slots_[i].position >= 0) {
+    if (slots_[i].id == key.id) {
+      repeated_ = true;
+      return;
+    }
+    i = (i + 1) & mask;
+  }
+  slots_[i] = key;
+}
+
+bool KeyTable::insert(std::int32_t id, std::int32_t position) noexcept {
+  if (!keys_.push_back({id, position})) return false;
+  present_ = true;
+  place_of_.release();
+  const std::size_t n = keys_.size();
+  if (sorted_ && n > 1 && keys_[n - 2].id > id) sorted_ = false;
+  if (!indexed_ || keys_.size() * 2 > slots_.size()) {
+    if (!build_index()) {
+      keys_.clear();
+      return false;
+    }
+    return true;
+  }
+  enter({id, position});
+  return true;
+}
+
+std::int32_t KeyTable::find(std::int32_t id) noexcept {
+  if (keys_.empty()) return -1;
+  if (indexed_ && !repeated_) {
+    const std::size_t mask = slots_.size() - 1;
+    for (std::size_t i = mix(id) & mask; slots_[i].position >= 0; i = (i + 1) & mask)
+      if (slots_[i].id == id) return slots_[i].position;
+    return -1;
+  }
+  if (!sorted_) sort_keys();
+  const NodeKey key{id, 0};
+  const auto *found = static_cast<const NodeKey *>(std::bsearch(&key, keys_.data(), keys_.size(), sizeof(NodeKey), By_Id));
+  return found == nullptr ? -1 : found->position;
+}
+
+std::span<const NodeKey> KeyTable::sorted() noexcept {
+  if (!sorted_) sort_keys();
+  return keys_.span();
+}
+
+void KeyTable::set_id(std::int32_t position, std::int32_t id, bool resort) noexcept {
+  if (!sorted_ && !place_of_) sort_keys();
+  if (!place_of_) {
+    std::int32_t top = -1;
+    for (const NodeKey &key : keys_) top = std::max(top, key.position);
+    if (place_of_.allocate(static_cast<std::int64_t>(top) + 1)) {
+      std::fill(place_of_.begin(), place_of_.end(), -1);
+      for (std::size_t i = keys_.size(); i-- > 0;)
+        if (keys_[i].position >= 0) place_of_[static_cast<std::size_t>(keys_[i].position)] = static_cast<std::int32_t>(i);
+    }
+  }
+  std::size_t at = keys_.size();
+  if (place_of_ && position >= 0 && static_cast<std::size_t>(position) < place_of_.size()) {
+    if (place_of_[static_cast<std::size_t>(position)] >= 0)
+      at = static_cast<std::size_t>(place_of_[static_cast<std::size_t>(position)]);
+  } else if (!place_of_) {
+    at = static_cast<std::size_t>(
+        std::find_if(keys_.begin(), keys_.end(), [&](const NodeKey &k) { return k.position == position; }) -
+        keys_.begin());
+  }
+  if (at < keys_.size()) {
+    keys_[at].id = id;
+    sorted_ = false;
+    indexed_ = false;
+  }
+  if (resort) sort_keys();
+}
+
+void KeyTable::shift_ids(std::int32_t offset) noexcept {
+  for (NodeKey &key : keys_)
+    key.id = static_cast<std::int32_t>(static_cast<std::uint32_t>(key.id) + static_cast<std::uint32_t>(offset));
+  indexed_ = false;
+}
+
+}  // namespace sbr
+
+extern "C" int By_Id(const void *a, const void *b) {
+  std::int32_t first = 0;
+  std::int32_t second = 0;
+  std::memcpy(&first, a, sizeof first);
+  std::memcpy(&second, b, sizeof second);
+  return first < second ? -1 : first > second ? 1 : 0;
+}

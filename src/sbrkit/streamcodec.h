@@ -1,0 +1,57 @@
+// The one place that knows encodings and precisions: how integers, characters and reals lie in a file.
+//
+// A StreamChannel describes one open file. The record channel of a body owns its stream and its XDR stream record;
+// the three mode channels of a body that was read alias them. A temporary channel owns its stream and its file.
+#ifndef SBRKIT_STREAMCODEC_H
+#define SBRKIT_STREAMCODEC_H
+
+#include <rpc/rpc.h>
+
+#include <cstdint>
+#include <cstdio>
+
+#include "memory.h"
+
+namespace sbr {
+
+struct StreamChannel {
+  std::FILE *stream = nullptr;
+  Array<char> path;  // zero-terminated; empty when there is none
+  int xdr_encoded = 0;
+  XDR *xdr = nullptr;  // a malloc'ed record; owned by the channel whose stream it was bound to
+  int is_temporary = 0;
+  int double_precision = 1;
+  Array<float> *single_scratch = nullptr;  // the body's float_buffer; not owned
+};
+
+inline int real_size(const StreamChannel &channel) { return channel.double_precision != 0 ? 8 : 4; }
+inline int char_size(const StreamChannel &channel) { return channel.xdr_encoded != 0 ? 4 : 1; }
+
+// Allocates an XDR stream record, binds it to the channel's stream and marks the channel as XDR encoded. False when
+// memory is short.
+[[nodiscard]] bool bind_xdr(StreamChannel &channel, xdr_op direction) noexcept;
+// Destroys the XDR stream record of a channel that owns it, if there is one.
+void release_xdr(StreamChannel &channel) noexcept;
+// Closes a channel that owns its stream: XDR record, stream, path. With remove_file the file goes too.
+void close_channel(StreamChannel &channel, bool remove_file) noexcept;
+[[nodiscard]] bool set_path(StreamChannel &channel, const char *path) noexcept;
+
+// The read primitives: true only when all elements came. None of them reports.
+[[nodiscard]] bool read_int(StreamChannel &channel, std::int32_t &value) noexcept;
+[[nodiscard]] bool read_chars(StreamChannel &channel, char *buffer, std::int64_t count) noexcept;
+[[nodiscard]] bool read_ints(StreamChannel &channel, std::int32_t *buffer, std::int64_t count) noexcept;
+// buffer holds count doubles, whatever the precision of the file.
+[[nodiscard]] bool read_reals(StreamChannel &channel, double *buffer, std::int64_t count) noexcept;
+
+// The write primitives. write_reals narrows through the channel's single_scratch in a single-precision file.
+[[nodiscard]] bool write_int(StreamChannel &channel, std::int32_t value) noexcept;
+[[nodiscard]] bool write_chars(StreamChannel &channel, const char *buffer, std::int64_t count) noexcept;
+[[nodiscard]] bool write_ints(StreamChannel &channel, const std::int32_t *buffer, std::int64_t count) noexcept;
+[[nodiscard]] bool write_reals(StreamChannel &channel, const double *buffer, std::int64_t count) noexcept;
+
+// Bytes from the present position to the end of the file; 0 when that cannot be told. Does not move the position.
+[[nodiscard]] std::int64_t bytes_left(StreamChannel &channel) noexcept;
+
+}  // namespace sbr
+
+#endif
