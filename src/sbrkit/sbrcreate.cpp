@@ -63,9 +63,10 @@ int CheckSBR(SBR body) {
 int SBR_IsValid(SBR body) { return body != nullptr && link_to(body) != nullptr ? 1 : 0; }
 
 SBR SBR_Destroy(SBR body) {
-  if (body == nullptr) return nullptr;
+  SbrBody **link = body != nullptr ? link_to(body) : nullptr;
+  if (link == nullptr) return nullptr;
   SBR next = body->next;
-  if (SbrBody **link = link_to(body); link != nullptr) *link = next;
+  *link = next;
   delete body;
   return next;
 }

@@ -1,0 +1,45 @@
+// Scratch directories, whole files in and out, and environment variables that are put back.
+#ifndef SBRKIT_TESTS_SUPPORT_FILES_H
+#define SBRKIT_TESTS_SUPPORT_FILES_H
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace sbrtest {
+
+// A fresh directory that goes, with all in it, at the end.
+class ScratchDirectory {
+ public:
+  ScratchDirectory();
+  ~ScratchDirectory();
+  ScratchDirectory(const ScratchDirectory &) = delete;
+  ScratchDirectory &operator=(const ScratchDirectory &) = delete;
+  [[nodiscard]] const std::filesystem::path &path() const { return path_; }
+  [[nodiscard]] std::string file(const std::string &name) const { return (path_ / name).string(); }
+
+ private:
+  std::filesystem::path path_;
+};
+
+std::string read_file(const std::filesystem::path &path);
+void write_file(const std::filesystem::path &path, const std::string &bytes);
+// The bytes of a gzip-packed file.
+std::string read_gzip(const std::filesystem::path &path);
+
+// Sets (or with nullopt unsets) an environment variable for as long as it lives.
+class ScopedEnvironment {
+ public:
+  ScopedEnvironment(std::string name, std::optional<std::string> value);
+  ~ScopedEnvironment();
+  ScopedEnvironment(const ScopedEnvironment &) = delete;
+  ScopedEnvironment &operator=(const ScopedEnvironment &) = delete;
+
+ private:
+  std::string name_;
+  std::optional<std::string> before_;
+};
+
+}  // namespace sbrtest
+
+#endif
