@@ -174,6 +174,10 @@ bool read_reals(StreamChannel &channel, double *buffer, std::int64_t count) noex
   return true;
 }
 
+bool read_floats(StreamChannel &channel, float *buffer, std::int64_t count) noexcept {
+  return read_words(channel, buffer, count, 4);
+}
+
 bool write_int(StreamChannel &channel, std::int32_t value) noexcept {
   if (channel.stream == nullptr) return false;
   if (channel.xdr_encoded != 0) return xdr_int(channel.xdr, &value) != 0;
