@@ -88,7 +88,8 @@ std::int32_t KeyTable::find(std::int32_t id) noexcept {
   }
   if (!sorted_) sort_keys();
   const NodeKey key{id, 0};
-  const auto *found = static_cast<const NodeKey *>(std::bsearch(&key, keys_.data(), keys_.size(), sizeof(NodeKey), By_Id));
+  const auto *found =
+      static_cast<const NodeKey *>(std::bsearch(&key, keys_.data(), keys_.size(), sizeof(NodeKey), By_Id));
   return found == nullptr ? -1 : found->position;
 }
 
@@ -105,7 +106,8 @@ void KeyTable::set_id(std::int32_t position, std::int32_t id, bool resort) noexc
     if (place_of_.allocate(static_cast<std::int64_t>(top) + 1)) {
       std::fill(place_of_.begin(), place_of_.end(), -1);
       for (std::size_t i = keys_.size(); i-- > 0;)
-        if (keys_[i].position >= 0) place_of_[static_cast<std::size_t>(keys_[i].position)] = static_cast<std::int32_t>(i);
+        if (keys_[i].position >= 0)
+          place_of_[static_cast<std::size_t>(keys_[i].position)] = static_cast<std::int32_t>(i);
     }
   }
   std::size_t at = keys_.size();

@@ -1,8 +1,8 @@
 // The sorted table that turns node IDs into positions.
 //
-// A table owns its keys. In the eyes of its users it is an array of (ID, position) in ascending signed ID order, in which
-// a new key goes behind its equals. Keys are appended and sorted when somebody wants the order; lookups of a growing
-// table go through a hash index, so that building a body of n nodes costs n, whatever the order of the IDs.
+// A table owns its keys. In the eyes of its users it is an array of (ID, position) in ascending signed ID order, in
+// which a new key goes behind its equals. Keys are appended and sorted when somebody wants the order; lookups of a
+// growing table go through a hash index, so that building a body of n nodes costs n, whatever the order of the IDs.
 #ifndef SBRKIT_KEYTABLE_H
 #define SBRKIT_KEYTABLE_H
 
@@ -51,8 +51,8 @@ class KeyTable {
   void enter(NodeKey key) noexcept;
 
   Array<NodeKey> keys_;
-  Array<NodeKey> slots_;            // open addressing, a power of two; position -1 is a free slot
-  Array<std::int32_t> place_of_;    // position -> place in keys_, for set_id; built on demand
+  Array<NodeKey> slots_;          // open addressing, a power of two; position -1 is a free slot
+  Array<std::int32_t> place_of_;  // position -> place in keys_, for set_id; built on demand
   bool present_ = false;
   bool sorted_ = true;
   bool indexed_ = false;
