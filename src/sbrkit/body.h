@@ -9,6 +9,7 @@
 #include "blocks.h"
 #include "keytable.h"
 #include "memory.h"
+#include "nodesearch.h"
 #include "sbrkit/sbrkit.h"
 #include "streamcodec.h"
 
@@ -284,6 +285,7 @@ struct SbrBody {
   sbr::OwnedList<sbr::MatrixOperator> matrix_operators;
   sbr::GeometryState geometry;
   sbr::FreeEdges free_edges;
+  sbr::NodeSearchIndex search;
 
   SbrBody() = default;
   SbrBody(const SbrBody &) = delete;
