@@ -23,15 +23,15 @@
 #include <stdio.h>
 
 #if defined(_WIN32)
-#  if defined(SBRKIT_BUILDING)
-#    define SBR_API __declspec(dllexport)
-#  else
-#    define SBR_API __declspec(dllimport)
-#  endif
-#elif defined(__GNUC__)
-#  define SBR_API __attribute__((visibility("default")))
+#if defined(SBRKIT_BUILDING)
+#define SBR_API __declspec(dllexport)
 #else
-#  define SBR_API
+#define SBR_API __declspec(dllimport)
+#endif
+#elif defined(__GNUC__)
+#define SBR_API __attribute__((visibility("default")))
+#else
+#define SBR_API
 #endif
 
 #ifdef __cplusplus
@@ -196,7 +196,8 @@ SBR_API int SBR_Transformation(SBR body, double *matrix);
    Generalized matrices and eigenvalues
    ========================================================================== */
 
-SBR_API int SBR_Eigenvalue(SBR body, int number, double *eigenvalue, double *hz, double *rad, double *mass, double *stiffness);
+SBR_API int SBR_Eigenvalue(SBR body, int number, double *eigenvalue, double *hz, double *rad, double *mass,
+                           double *stiffness);
 SBR_API int SBR_NumberOfGenStiff(SBR body);
 SBR_API int SBR_NumberOfGenMass(SBR body);
 SBR_API int SBR_NumberOfGenDamp(SBR body);
@@ -225,12 +226,15 @@ SBR_API int SBR_GetMaxVonMisesStrain(SBR body, int number, int *id, double *valu
    Body construction
    ========================================================================== */
 
-SBR_API int SBR_SetHeader(SBR body, char *title, char *input_file_name, char *input_file_type, char *comment1, char *comment2, char *comment3);
-SBR_API void SBR_Header(SBR body, char *title, char *date, char *input_file_name, char *input_file_type, char *comment1, char *comment2, char *comment3);
+SBR_API int SBR_SetHeader(SBR body, char *title, char *input_file_name, char *input_file_type, char *comment1,
+                          char *comment2, char *comment3);
+SBR_API void SBR_Header(SBR body, char *title, char *date, char *input_file_name, char *input_file_type, char *comment1,
+                        char *comment2, char *comment3);
 SBR_API int SBR_SetNodeCoordinates(SBR body, int id, double x, double y, double z);
 SBR_API int SBR_SetNodalMass(SBR body, int id, double mass);
 SBR_API int SBR_AddNodalMass(SBR body, int id, double mass);
-SBR_API int SBR_SetNodalInertia(SBR body, int id, double ixx, double iyy, double izz, double ixy, double ixz, double iyz);
+SBR_API int SBR_SetNodalInertia(SBR body, int id, double ixx, double iyy, double izz, double ixy, double ixz,
+                                double iyz);
 SBR_API int SBR_SetNodalInertiaEntry(SBR body, int id, int row, int column, double value);
 SBR_API int SBR_SetFace(SBR body, int count, ...);
 SBR_API int SBR_SetFaceList(SBR body, int count, const int *ids);
@@ -239,7 +243,8 @@ SBR_API int SBR_ElementFaces(SBR body, int *list);
 SBR_API int SBR_SetInterfaceNode(SBR body, int id);
 SBR_API int *SBR_InterfaceNodes(SBR body, int *count);
 SBR_API int *SBR_InterfaceNodeIDs(SBR body, int *count);
-SBR_API int SBR_SetMode(SBR body, int number, int id, int kind, double v1, double v2, double v3, double v4, double v5, double v6);
+SBR_API int SBR_SetMode(SBR body, int number, int id, int kind, double v1, double v2, double v3, double v4, double v5,
+                        double v6);
 SBR_API int SBR_SetModeVec(SBR body, int number, int id, int kind, const double *six);
 SBR_API int SBR_SetModeEntry(SBR body, int number, int id, int kind, int position, double value);
 SBR_API int SBR_SetPreStressVec(SBR body, int id, const double *six);
@@ -269,7 +274,8 @@ SBR_API int SBR_CalculateGlobalMassFromNodeMass(SBR body);
    Monitor points and matrix operators
    ========================================================================== */
 
-SBR_API int SBR_SetMonitorPointInfo(SBR body, int type, int result_type, int component, int load_operators, const double *location3, const char *name, const char *label);
+SBR_API int SBR_SetMonitorPointInfo(SBR body, int type, int result_type, int component, int load_operators,
+                                    const double *location3, const char *name, const char *label);
 SBR_API int SBR_SetMonitorPointOperator(SBR body, int point, int type, const double *data);
 SBR_API int SBR_GetMonitorPointCount(SBR body);
 SBR_API int SBR_GetMonitorPointType(SBR body, int point);
@@ -364,11 +370,13 @@ SBR_API void Move_Vector(double *a3, const double *b3);
 
 SBR_API int SBR_RenumberNodes(SBR body, int offset);
 SBR_API int SBR_RenumberInterfaceNodes(SBR body, int count, const int *ids);
-SBR_API int SBR_PermuteSBR(SBR body, const double *origin3, int new_mode_count, double mass_scale, const double *mode_transformation, const double *rotation9);
+SBR_API int SBR_PermuteSBR(SBR body, const double *origin3, int new_mode_count, double mass_scale,
+                           const double *mode_transformation, const double *rotation9);
 SBR_API int SBR_PreprocessBAPSBR(SBR body);
 SBR_API int SBR_ClosestNode(SBR body, const double *point3, int interface_only);
 SBR_API int *SBR_ClosestNodes(SBR body, const double *point3, int how_many, int interface_only, int *count);
-SBR_API int *SBR_ClosestNodesInNeighborhood(SBR body, const double *point3, double radius, int interface_only, int *count);
+SBR_API int *SBR_ClosestNodesInNeighborhood(SBR body, const double *point3, double radius, int interface_only,
+                                            int *count);
 
 /* ==========================================================================
    LUP linear algebra
@@ -411,9 +419,12 @@ SBR_API void SBR_AnsysAddGenMass(SBR body, int first_count, int extra_count);
 SBR_API int SBR_EnsureEigenTable(SBR body);
 SBR_API int SBR_MassNormalizationScales(SBR body, double **scale);
 SBR_API void SBR_QZHESS(const int *nm, const int *n, double *a, double *b, const int *matz, double *z);
-SBR_API void SBR_QZITT(const int *nm, const int *n, double *a, double *b, const double *eps1, const int *matz, double *z, int *ierr);
-SBR_API void SBR_QZVALL(const int *nm, const int *n, double *a, double *b, double *alfr, double *alfi, double *beta, const int *matz, double *z);
-SBR_API void SBR_QZVECC(const int *nm, const int *n, double *a, double *b, double *alfr, double *alfi, double *beta, double *z);
+SBR_API void SBR_QZITT(const int *nm, const int *n, double *a, double *b, const double *eps1, const int *matz,
+                       double *z, int *ierr);
+SBR_API void SBR_QZVALL(const int *nm, const int *n, double *a, double *b, double *alfr, double *alfi, double *beta,
+                        const int *matz, double *z);
+SBR_API void SBR_QZVECC(const int *nm, const int *n, double *a, double *b, double *alfr, double *alfi, double *beta,
+                        double *z);
 SBR_API double EIGPSN(double *x);
 
 /* ==========================================================================

@@ -9,12 +9,14 @@
 #include "blocks.h"
 #include "keytable.h"
 #include "memory.h"
+#include "nodesearch.h"
 #include "sbrkit/sbrkit.h"
 #include "streamcodec.h"
 
 namespace sbr {
 
-// ---- node and mode tables: sbrdata -----------------------------------------------------------------------------------
+// ---- node and mode tables: sbrdata
+// -----------------------------------------------------------------------------------
 
 struct NodeRecord {
   std::int32_t id = 0;
@@ -36,21 +38,22 @@ struct KindNodes {
 };
 
 struct NodeTable {
-  int node_capacity = 0;         // first argument of SBR_Create: nodes of a temporary mode record
-  Array<NodeRecord> nodes;       // in order of first appearance, or of the file; size() is the node count
-  Array<SixVector> inertias;     // nodal inertias, in no particular order
-  KeyTable keys;                 // ID -> node index, built at the first lookup
+  int node_capacity = 0;      // first argument of SBR_Create: nodes of a temporary mode record
+  Array<NodeRecord> nodes;    // in order of first appearance, or of the file; size() is the node count
+  Array<SixVector> inertias;  // nodal inertias, in no particular order
+  KeyTable keys;              // ID -> node index, built at the first lookup
   KindNodes kinds[3];
   bool shape_list_present = false;  // the kind 0 list exists (a body read without mode shapes has none)
 };
 
 struct ModeTable {
   int mode_count = 0;
-  int mode_capacity = 0;            // second argument of SBR_Create; 0 for a body from a file
+  int mode_capacity = 0;             // second argument of SBR_Create; 0 for a body from a file
   Array<std::int32_t> mode_numbers;  // mode_capacity entries when built, mode_count when read
 };
 
-// ---- mode storage: sbrmodestore --------------------------------------------------------------------------------------
+// ---- mode storage: sbrmodestore
+// --------------------------------------------------------------------------------------
 
 struct ModeStore {
   Array<std::int64_t> offsets[3];  // per kind, where each mode's record starts in the kind's channel
@@ -60,17 +63,19 @@ struct ModeStore {
   OwnedList<Array<double>> memory[3][2];  // by kind and part: per mode index a cached part, or an empty place
 };
 
-// ---- mode access: sbrmodes -------------------------------------------------------------------------------------------
+// ---- mode access: sbrmodes
+// -------------------------------------------------------------------------------------------
 
 struct ModeAccess {
   int current_mode[3] = {-1, -1, -1};  // mode index held in current_record; mode_count for a pre-vector
   Array<double> current_record[3];
   Array<double> ref_buffer;
-  Array<double> transformation;           // mode_count x mode_count, row by row, at the time it was made
+  Array<double> transformation;  // mode_count x mode_count, row by row, at the time it was made
   Array<std::int32_t> transformation_modes;
 };
 
-// ---- header texts and version: sbrset, sbrtoc ------------------------------------------------------------------------
+// ---- header texts and version: sbrset, sbrtoc
+// ------------------------------------------------------------------------
 
 struct HeaderTexts {
   char title[128] = {};
@@ -83,12 +88,13 @@ struct HeaderTexts {
 };
 
 struct Layout {
-  std::uint32_t version = 31;                      // low byte the version code, above it the flags
+  std::uint32_t version = 31;  // low byte the version code, above it the flags
   std::int64_t block_offset[kBlockCount] = {};
   unsigned char content[kContentBytes] = {};
 };
 
-// ---- units: sbrunits -------------------------------------------------------------------------------------------------
+// ---- units: sbrunits
+// -------------------------------------------------------------------------------------------------
 
 struct UnitFactors {
   double force = 1.0;
@@ -106,7 +112,8 @@ struct UnitState {
   UnitFactors unit;   // the product of all changes since the data was stored
 };
 
-// ---- generalized matrices and eigenvalues: sbrmatrices ---------------------------------------------------------------
+// ---- generalized matrices and eigenvalues: sbrmatrices
+// ---------------------------------------------------------------
 
 struct EigenRecord {
   std::int32_t mode = 0;
@@ -134,19 +141,21 @@ struct GeneralizedMatrices {
   int damping_on_principal_axes = 0;
 };
 
-// ---- faces and interface nodes: sbrset -------------------------------------------------------------------------------
+// ---- faces and interface nodes: sbrset
+// -------------------------------------------------------------------------------
 
 struct FaceList {
   int face_count = 0;
-  int reserved_word = 0;       // kept from the file, used by nothing
-  Array<std::int32_t> list;    // per face its vertex count, then that many node indices; size() is the list length
+  int reserved_word = 0;     // kept from the file, used by nothing
+  Array<std::int32_t> list;  // per face its vertex count, then that many node indices; size() is the list length
 };
 
 struct InterfaceNodes {
   Array<std::int32_t> nodes;  // node indices
 };
 
-// ---- global properties and inertia invariants: sbrinvar --------------------------------------------------------------
+// ---- global properties and inertia invariants: sbrinvar
+// --------------------------------------------------------------
 
 struct GlobalProperties {
   double mass = 0.0;
@@ -166,7 +175,8 @@ struct Invariants {
   Array<double> invar9;  // M x M cells of 9
 };
 
-// ---- loads: sbrloads -------------------------------------------------------------------------------------------------
+// ---- loads: sbrloads
+// -------------------------------------------------------------------------------------------------
 
 struct ModalLoad {
   char label[256] = {};
@@ -187,7 +197,8 @@ struct Loads {
   OwnedList<NodalLoadCase> nodal;
 };
 
-// ---- statistics, pre-stress, pre-strain: sbrstatistics, sbrset -------------------------------------------------------
+// ---- statistics, pre-stress, pre-strain: sbrstatistics, sbrset
+// -------------------------------------------------------
 
 struct ModalStatistics {
   std::int32_t node_ids[13];
@@ -199,7 +210,8 @@ struct PreVectors {
   Array<SixVector> strain;  // by kind position of kind 2
 };
 
-// ---- monitor points and matrix operators: sbrmonpnt, sbrmtxop --------------------------------------------------------
+// ---- monitor points and matrix operators: sbrmonpnt, sbrmtxop
+// --------------------------------------------------------
 
 struct MonitorPoint {
   int type = 0;
@@ -227,7 +239,8 @@ struct MatrixOperator {
   OwnedList<SubOperator> sub_operators;
 };
 
-// ---- surface state and free edges: sbrtools, sbrcoarse, sbrfreeedge --------------------------------------------------
+// ---- surface state and free edges: sbrtools, sbrcoarse, sbrfreeedge
+// --------------------------------------------------
 
 struct GeometryState {
   Array<std::int32_t> geometry_nodes;  // the keep list, while it lasts
@@ -272,6 +285,7 @@ struct SbrBody {
   sbr::OwnedList<sbr::MatrixOperator> matrix_operators;
   sbr::GeometryState geometry;
   sbr::FreeEdges free_edges;
+  sbr::NodeSearchIndex search;
 
   SbrBody() = default;
   SbrBody(const SbrBody &) = delete;

@@ -69,14 +69,17 @@ bool read_reals(StreamChannel &channel, double *buffer, std::int64_t count) noex
                         reinterpret_cast<xdrproc_t>(xdr_double)) != 0;
     return std::fread(buffer, 8, n, channel.stream) == n;
   }
-  bool ok = false;
+  if (!read_floats(channel, reinterpret_cast<float *>(buffer), count)) return false;
+  float2double(buffer, reinterpret_cast<float *>(buffer), static_cast<int>(count));
+  return true;
+}
+
+bool read_floats(StreamChannel &channel, float *buffer, std::int64_t count) noexcept {
+  const auto n = static_cast<std::size_t>(count);
   if (channel.xdr_encoded != 0)
-    ok = xdr_vector(channel.xdr, reinterpret_cast<char *>(buffer), static_cast<u_int>(count), 4,
-                    reinterpret_cast<xdrproc_t>(xdr_float)) != 0;
-  else
-    ok = std::fread(buffer, 4, n, channel.stream) == n;
-  if (ok) float2double(buffer, reinterpret_cast<float *>(buffer), static_cast<int>(count));
-  return ok;
+    return xdr_vector(channel.xdr, reinterpret_cast<char *>(buffer), static_cast<u_int>(count), 4,
+                      reinterpret_cast<xdrproc_t>(xdr_float)) != 0;
+  return std::fread(buffer, 4, n, channel.stream) == n;
 }
 
 bool write_int(StreamChannel &channel, std::int32_t value) noexcept {

@@ -42,6 +42,8 @@ void close_channel(StreamChannel &channel, bool remove_file) noexcept;
 [[nodiscard]] bool read_ints(StreamChannel &channel, std::int32_t *buffer, std::int64_t count) noexcept;
 // buffer holds count doubles, whatever the precision of the file.
 [[nodiscard]] bool read_reals(StreamChannel &channel, double *buffer, std::int64_t count) noexcept;
+// The values of a single-precision file as they stand.
+[[nodiscard]] bool read_floats(StreamChannel &channel, float *buffer, std::int64_t count) noexcept;
 
 // The write primitives. write_reals narrows through the channel's single_scratch in a single-precision file.
 [[nodiscard]] bool write_int(StreamChannel &channel, std::int32_t value) noexcept;
