@@ -109,6 +109,7 @@ struct Layout {
   std::uint32_t version = 31;  // low byte the version code, above it the flags
   std::int64_t block_offset[kBlockCount] = {};
   unsigned char content[kContentBytes] = {};
+  std::int32_t sized_modes = 0;  // the mode count that the sizing of a block read last
 };
 
 // ---- units: sbrunits
