@@ -9,6 +9,7 @@
 #include "blocks.h"
 #include "keytable.h"
 #include "memory.h"
+#include "nodesearch.h"
 #include "sbrkit/sbrkit.h"
 #include "streamcodec.h"
 
@@ -108,6 +109,7 @@ struct Layout {
   std::uint32_t version = 31;  // low byte the version code, above it the flags
   std::int64_t block_offset[kBlockCount] = {};
   unsigned char content[kContentBytes] = {};
+  std::int32_t sized_modes = 0;  // the mode count that the sizing of a block read last
 };
 
 // ---- units: sbrunits
@@ -304,6 +306,7 @@ struct SbrBody {
   sbr::OwnedList<sbr::MatrixOperator> matrix_operators;
   sbr::GeometryState geometry;
   sbr::FreeEdges free_edges;
+  sbr::NodeSearchIndex search;
 
   SbrBody() = default;
   SbrBody(const SbrBody &) = delete;
