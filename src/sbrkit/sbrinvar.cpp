@@ -76,7 +76,8 @@ std::span<double> invar9_cell(SbrBody &body, int j, int k) noexcept {
   return cell.span().subspan(9 * pair, 9);
 }
 
-// ---- sources ---------------------------------------------------------------------------------------------------------
+// ---- sources
+// ---------------------------------------------------------------------------------------------------------
 
 bool fill_invar1(SbrBody &body) noexcept {
   if (body.invariants.invar1) return true;
@@ -157,8 +158,7 @@ bool fill_invar8(SbrBody &body) noexcept {
   Array<double> cell;
   if (!cell.allocate(size)) return report_no_memory(kUnit) != 0;
   // The nodes serve even without nodal masses: every term is zero then.
-  if (!read_invariant_block(body, kInvariant8, 9, cell) && !sum_invar8(body, cell))
-    return report_no_memory(kUnit) != 0;
+  if (!read_invariant_block(body, kInvariant8, 9, cell) && !sum_invar8(body, cell)) return report_no_memory(kUnit) != 0;
   return install(body.invariants.invar8, cell);
 }
 
@@ -173,7 +173,8 @@ bool fill_invar9(SbrBody &body) noexcept {
   return install(body.invariants.invar9, cell);
 }
 
-// ---- drivers ---------------------------------------------------------------------------------------------------------
+// ---- drivers
+// ---------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -284,8 +285,7 @@ void SBR_FullComputeInvars(SBR body) {
   if (CheckSBR(body) == 0) return;
   const Invariants &in = body->invariants;
   if (!set_is_sufficient(
-          *body,
-          {&in.invar1, &in.invar2, &in.invar3, &in.invar4, &in.invar5, &in.invar7, &in.invar8, &in.invar9},
+          *body, {&in.invar1, &in.invar2, &in.invar3, &in.invar4, &in.invar5, &in.invar7, &in.invar8, &in.invar9},
           {kInvariant1, kInvariant2, kInvariant3, kInvariant4, kInvariant5, kInvariant7, kInvariant8, kInvariant9},
           NodalRule::needs_modes))
     report_insufficient("full");

@@ -1,8 +1,8 @@
 // Invariants 5 and 9: the sums over the nodes for every pair of modes.
 //
-// The modes are taken in blocks. A block of row modes is held, the columns that follow it stream past in chunks. What is
-// held lies in the mode cache or in a fixed number of buffers over the nodes, so that memory grows with the node count
-// and not with nodes times modes; the more is held, the fewer times a mode is fetched.
+// The modes are taken in blocks. A block of row modes is held, the columns that follow it stream past in chunks. What
+// is held lies in the mode cache or in a fixed number of buffers over the nodes, so that memory grows with the node
+// count and not with nodes times modes; the more is held, the fewer times a mode is fetched.
 #include <algorithm>
 
 #include "modestore.h"
@@ -13,7 +13,7 @@
 namespace sbr {
 namespace {
 
-constexpr int kColumnChunk = 8;    // buffers kept free for the columns that stream past
+constexpr int kColumnChunk = 8;     // buffers kept free for the columns that stream past
 constexpr int kFewestBuffers = 16;  // held beside the cache, however small the memory limit is
 constexpr int kSlab = 64;           // columns whose tiles are laid out at a time
 constexpr int kRowBlock = 64;       // rows whose sums are kept at a time
