@@ -181,6 +181,7 @@ int SBR_AddNode(SBR body, int id) {
   sbr::NodeRecord node;
   node.id = id;
   if (!table.nodes.push_back(node)) return -1;
+  body->search.drop();
   table.kinds[0].count += 1;
   table.shape_list_present = true;
   return index;
@@ -201,6 +202,7 @@ int SBR_LookupOrAddMode(SBR body, int number) {
 void SBR_SwapNodesByID(SBR body, int a, int b) {
   const int first = SBR_NodeIndex(body, a);
   const int second = SBR_NodeIndex(body, b);
+  if (body != nullptr) body->search.drop();
   // The records change places; the keys keep their positions, so that a lookup of a now gives the place of b's record.
   if (first >= 0 && second >= 0)
     std::swap(body->nodes.nodes[static_cast<std::size_t>(first)], body->nodes.nodes[static_cast<std::size_t>(second)]);
