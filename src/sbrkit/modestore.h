@@ -15,6 +15,10 @@ constexpr int kind_block(int kind) { return kind == 0 ? kModeShapes : kind == 1 
 [[nodiscard]] int open_temporary_mode_file(SbrBody &body, int kind) noexcept;
 // The cached part of a mode (three doubles per node of the kind), or null. mode_index as in the mode table.
 [[nodiscard]] const double *cached_part(const SbrBody &body, int mode_index, int kind, int part) noexcept;
+// A whole mode, or with number 0 of kinds 1 and 2 a pre-vector: six values per kind position, as the accessors deliver
+// them. Null when there is nothing of that name. A failed read is reported and gives what the buffer holds. Valid until
+// the next access to the kind.
+[[nodiscard]] const double *whole_mode(SbrBody &body, int number, int kind) noexcept;
 // Factors that bring stored values to the body's units: translations of kind 0, all of kind 1.
 inline double shape_scale(const SbrBody &body) { return body.units.unit.length; }
 inline double stress_scale(const SbrBody &body) {
