@@ -31,6 +31,7 @@ bool ModeRewrite::put(const double *values, std::int64_t count) noexcept {
 bool ModeRewrite::install() noexcept {
   // What the disk could not take shows at the latest here.
   if (std::fflush(channel_.stream) != 0) return false;
+  forget_mode_writes(body_, kind_);
   StreamChannel &store = body_.modes[kind_];
   if (store.is_temporary != 0) close_channel(store, true);
   store.stream = channel_.stream;
