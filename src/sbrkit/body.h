@@ -57,19 +57,19 @@ struct ModeTable {
 
 // A run of adjacent values of one mode's record that waits to be written: unit sbrmodewrites.
 struct ModeRun {
-  std::int32_t mode;      // mode index
-  std::int32_t node_id;   // the node that the run starts with, for the report of a failed seek
-  std::int32_t dof;       // value position of that node, 0 when the run started with all six
-  std::int32_t count;     // values in the run; 0 for a free place
-  std::int64_t first;     // where the run starts in the record, in values
-  std::int64_t room;      // bytes of the mode's record; 0 until worked out
+  std::int32_t mode;     // mode index
+  std::int32_t node_id;  // the node that the run starts with, for the report of a failed seek
+  std::int32_t dof;      // value position of that node, 0 when the run started with all six
+  std::int32_t count;    // values in the run; 0 for a free place
+  std::int64_t first;    // where the run starts in the record, in values
+  std::int64_t room;     // bytes of the mode's record; 0 until worked out
 };
 
 struct PendingModeWrites {
-  Array<ModeRun> runs;    // by mode index modulo their number
-  Array<double> values;   // values_per_run for each run
+  Array<ModeRun> runs;   // by mode index modulo their number
+  Array<double> values;  // values_per_run for each run
   int values_per_run = 0;
-  int waiting = 0;        // runs that hold values
+  int waiting = 0;  // runs that hold values
 };
 
 struct ModeStore {

@@ -34,6 +34,10 @@ struct ModeValues {
 [[nodiscard]] bool flush_mode_writes(SbrBody &body, int kind) noexcept;
 // Drops what waits: the kind's store is another one now.
 void forget_mode_writes(SbrBody &body, int kind) noexcept;
+// A whole mode, or with number 0 of kinds 1 and 2 a pre-vector: six values per kind position, as the accessors deliver
+// them. Null when there is nothing of that name. A failed read is reported and gives what the buffer holds. Valid until
+// the next access to the kind.
+[[nodiscard]] const double *whole_mode(SbrBody &body, int number, int kind) noexcept;
 // Factors that bring stored values to the body's units: translations of kind 0, all of kind 1.
 inline double shape_scale(const SbrBody &body) { return body.units.unit.length; }
 inline double stress_scale(const SbrBody &body) {

@@ -137,6 +137,11 @@ int read_record(SBR body, int number, int kind, Real *out) noexcept {
 }
 
 }  // namespace
+
+const double *whole_mode(SbrBody &body, int number, int kind) noexcept {
+  return load_mode_record(&body, number, kind) != 0 ? body.access.current_record[kind].data() : nullptr;
+}
+
 }  // namespace sbr
 
 extern "C" {
