@@ -55,12 +55,30 @@ struct ModeTable {
 // ---- mode storage: sbrmodestore
 // --------------------------------------------------------------------------------------
 
+// A run of adjacent values of one mode's record that waits to be written: unit sbrmodewrites.
+struct ModeRun {
+  std::int32_t mode;     // mode index
+  std::int32_t node_id;  // the node that the run starts with, for the report of a failed seek
+  std::int32_t dof;      // value position of that node, 0 when the run started with all six
+  std::int32_t count;    // values in the run; 0 for a free place
+  std::int64_t first;    // where the run starts in the record, in values
+  std::int64_t room;     // bytes of the mode's record; 0 until worked out
+};
+
+struct PendingModeWrites {
+  Array<ModeRun> runs;   // by mode index modulo their number
+  Array<double> values;  // values_per_run for each run
+  int values_per_run = 0;
+  int waiting = 0;  // runs that hold values
+};
+
 struct ModeStore {
   Array<std::int64_t> offsets[3];  // per kind, where each mode's record starts in the kind's channel
   int keep_in_memory = 1;
   int memory_limit = 0;  // cache slots that may be filled; 0 until worked out
   int memory_used = 0;
   OwnedList<Array<double>> memory[3][2];  // by kind and part: per mode index a cached part, or an empty place
+  PendingModeWrites pending[3];           // per kind, entered but not yet in the temporary file
 };
 
 // ---- mode access: sbrmodes
@@ -91,6 +109,7 @@ struct Layout {
   std::uint32_t version = 31;  // low byte the version code, above it the flags
   std::int64_t block_offset[kBlockCount] = {};
   unsigned char content[kContentBytes] = {};
+  std::int32_t sized_modes = 0;  // the mode count that the sizing of a block read last
 };
 
 // ---- units: sbrunits
@@ -152,6 +171,8 @@ struct FaceList {
 
 struct InterfaceNodes {
   Array<std::int32_t> nodes;  // node indices
+  Array<std::int32_t> place;  // node index -> place in `nodes` plus 1; made by the setter, see forget_interface_places
+  int mapped = -1;            // length of `nodes` that `place` describes; -1 for none
 };
 
 // ---- global properties and inertia invariants: sbrinvar
@@ -303,6 +324,12 @@ inline bool has_block(const SbrBody &body, int block) {
 inline void set_block(SbrBody &body, int block, bool exists = true) {
   const int byte = content_byte(block);
   if (byte >= 0) body.layout.content[byte] = exists ? 1 : 0;
+}
+
+// To be called by whoever rewrites the interface nodes: the setter's map of them is made anew.
+inline void forget_interface_places(SbrBody &body) noexcept {
+  body.interface_nodes.place.release();
+  body.interface_nodes.mapped = -1;
 }
 
 // The head of the registry, for the creators that look a body up by its file name. sbrcreate owns the list.

@@ -33,6 +33,7 @@ bool ModeRewrite::complete() noexcept { return std::fflush(channel_.stream) == 0
 
 bool ModeRewrite::install() noexcept {
   if (!complete()) return false;
+  forget_mode_writes(body_, kind_);
   StreamChannel &store = body_.modes[kind_];
   if (store.is_temporary != 0) close_channel(store, true);
   store.stream = channel_.stream;

@@ -19,6 +19,7 @@ bool seek_to_mode(SbrBody &body, int index, int kind, std::int64_t value_offset)
   const auto &offsets = body.store.offsets[kind];
   StreamChannel &channel = body.modes[kind];
   if (channel.stream == nullptr || static_cast<std::size_t>(index) >= offsets.size()) return false;
+  if (!flush_mode_writes(body, kind)) return false;
   const std::int64_t place = offsets[static_cast<std::size_t>(index)] + value_offset * real_size(channel);
   return FileSeek_Win32(channel.stream, place, 0) == 0;
 }
@@ -136,6 +137,11 @@ int read_record(SBR body, int number, int kind, Real *out) noexcept {
 }
 
 }  // namespace
+
+const double *whole_mode(SbrBody &body, int number, int kind) noexcept {
+  return load_mode_record(&body, number, kind) != 0 ? body.access.current_record[kind].data() : nullptr;
+}
+
 }  // namespace sbr
 
 extern "C" {
