@@ -49,9 +49,9 @@ bool report_content_summary(const Report &report) noexcept {
     if (name == nullptr) continue;
     char label[48];
     std::snprintf(label, sizeof label, "%s (%d)", name, block + 1);
-    std::fprintf(report.out, "%30s %s
-", label, yes_no(SBR_Exists(&report.body, block) != 0));
+    std::fprintf(report.out, "%30s %s\n", label, yes_no(SBR_Exists(&report.body, block) != 0));
   }
+  std::fprintf(report.out, "\n");
   return true;
 }
 
