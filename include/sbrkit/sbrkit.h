@@ -161,9 +161,9 @@ SBR_API void SBR_SetVersion(SBR body, uint32_t version);
    ========================================================================== */
 
 /* The body of a record file of any version and encoding. A name that a live body was read from, byte for byte, gives
-   that body with one reference more. Else the file is opened and read by SBR_ReadSBR; it stays open as long as the body
-   lives, since mode vectors and invariants are fetched when they are asked for. Null, without a message of its own, when
-   the file cannot be opened or read. Release with SBR_DeReference. */
+   that body with one reference more. Else the file is opened and read by SBR_ReadSBR; it stays open as long as the
+   body lives, since mode vectors and invariants are fetched when they are asked for. Null, without a message of its
+   own, when the file cannot be opened or read. Release with SBR_DeReference. */
 SBR_API SBR SBR_CreateFromSBR(const char *file_name);
 /* Fills a fresh body from a stream opened with "rb", which becomes the body's. The name is what SBR_CreateFromSBR will
    know the body by. 1 on success. 0 after a report: the body then holds what was read so far and is good for release
