@@ -527,39 +527,121 @@ SBR_API void SBR_TimeMonitorStamp(void);
    System queries
    ========================================================================== */
 
+/* The local time in the form of ISO 8601: selector 1 the date "2024-03-01", 2 the time and the offset from Greenwich
+   "09:05 +0100", any other value both with a blank between them. A negative selector also prints two lines on the
+   standard output: the time in Greenwich with the offset in minutes, and the local time. Text: 64 characters; null drops it. */
 SBR_API void SBR_localtime_ISO8601(int selector, char *text);
+
+/* The operating system: name (the system's name and "_", as "Linux_"), version ("major_minor" of its release, as "6_1")
+   and the third number of the release. Selector 2 gives "name version", 3 "name version number", 12 "name_version", 13
+   "name_version_number", any other value the name. Text: 192 characters. Result 0, or 1 when the query fails. */
 SBR_API int SBR_uname(int selector, char *text);
+
+/* Processor time of the process in seconds. */
 SBR_API double SBR_cputime(void);
 
 /* ==========================================================================
    Database front and binding
    ========================================================================== */
 
+/* Bodies can be stored as data blocks of the solver's database. The library that keeps the database, Qsrv_22_2, is
+   loaded when it is needed (dynamic_library.hpp tells where it is looked for) and has the entries of qsrv_entries.h.
+   One database is open at a time, and its state belongs to the process. The order of use is: start, create or open data
+   blocks, records, close, trailer, end. docs/database.md tells more. */
+
+/* Binds the database library: 1 when it is bound, or was; 0 when it cannot be loaded. An entry that the library lacks is
+   noticed when it is called. */
 SBR_API int CDB_LoadLibrary(void);
+/* Lets the library go. */
 SBR_API void CDB_UnloadLibrary(void);
+
+/* The entries of the library under their names, with the arguments of qsrv_entries.h. Result 1 when the entry was
+   called. An entry that is not bound is an error report and 0; its status is then -1, its count or length 0. */
+SBR_API int CDB_QS_GetSysBuf(int *maximum, int *second, int zero);
+SBR_API int CDB_QS_GetDbName(const char *kind, char *name, int *length, int *status);
+SBR_API int CDB_QS_DbaseCls(int *status);
+SBR_API int CDB_QS_DbaseBst(const char *message_file, const char *directory, int *status);
+SBR_API int CDB_QS_DbaseOld(const char *base, const char *options, int *status);
+SBR_API int CDB_QS_DbaseNew(const char *base, const char *command, int *status);
+SBR_API int CDB_QS_DbaseNdl(const char *directory, int *status);
+SBR_API int CDB_QS_DbCommand(const char *command, int *status);
+SBR_API int CDB_QS_GetDbdict(const char *command, char *buffer, int size, int *needed, int *status);
+SBR_API int CDB_QS_AllocDatablk(const char *command, int *unit, int *count, int *status);
+SBR_API int CDB_QS_CreateDatablk(const char *command, int *unit, int *count, int *status);
+SBR_API int CDB_Ruvo_Open(int unit, int zero, int mode);
+SBR_API int CDB_Ruvo_Close(int unit, int keep);
+SBR_API int CDB_Ruvo_WriteTrailer(const int64_t *trailer7);
+SBR_API int CDB_Ruvo_SkipRecord(int *status, int unit);
+SBR_API int CDB_Ruvo_SavePos(int unit, int64_t *position2, int *first, int *second);
+SBR_API int CDB_Ruvo_SetPos(int unit, const int64_t *position2);
+SBR_API int CDB_Ruvo_Read(int *status, int unit, int64_t *buffer, int words, int zero, int *value);
+SBR_API int CDB_Ruvo_Write(int unit, const int64_t *buffer, int words, int end_of_record);
+
+/* Starts a private scratch database in the current directory, from which bodies of other databases are read. 1, also
+   when it is started already; 0 on a status. CDB_LoadLibrary comes first. KTX_QSRVHOME_DIR names the directory of the
+   database system; without it "Cannot get KTX_QSRVHOME_DIR." The variable is looked up until it is first found. */
 SBR_API int DB_StartBase(void);
+/* Closes the scratch database and deletes its files. 1; 0 with "Cannot close the database, %d." when it cannot be closed. */
 SBR_API int DB_TermBase(void);
+/* Opens the database with that ".MASTER" file for writing, or creates it when there is no such file. Binds the library
+   ("Fail to load Qsrv library."); a file that fails DB_CheckDBset is not opened; a status gives "Cannot open the database,
+   %d."; a name without ".MASTER" is refused. Nothing that is written lasts before DB_TermWrite. 1 or 0. */
 SBR_API int DB_StartWrite(const char *path);
+/* Closes the database, which makes what was written last, and lets the library go. 1; 0 with "Cannot close the database,
+   %d." when it cannot be closed. */
 SBR_API int DB_TermWrite(void);
+
+/* Judges a ".MASTER" file by its time-stamp header, whether the library is bound or not. 0 when it can be used here, also
+   with the warning that it could be read-only; otherwise a code with an error: -1 unknown, 2 not found, 4 not a regular
+   file, 5 not opened, 6 too short, 7 not read, 10 offsets, 11 signature, 12 number form, 13 record length out of range (1
+   to that of the bound library, else to 2^31 - 1); 1 a file of another platform, 14 and 15 one of this platform's numbers
+   in a form that is not its own, with 64-bit and 32-bit words. */
 SBR_API int DB_CheckDBset(const char *path);
+
+/* The room that the text of DB_BodyBrowser needs. */
+#define DB_BROWSER_TEXT 1024
+/* The number of bodies in a database; 0 for none and on a status; (uint32_t)-1 for an unusable file, which
+   DB_CheckDBset has reported. Index, from 1: the body whose qualifiers go into the text, as "SELABEL='wing',PROJNO=1";
+   with any other index the text is empty. The text is cut to DB_BROWSER_TEXT - 1 characters; null drops it. */
 SBR_API uint32_t DB_BodyBrowser(const char *path, int index, char *text);
+
+/* Creates a data block for a body and opens it for writing. Qualifiers: "projno=1,selabel='wing, left'"; null is none.
+   Its unit, or 0 with "Cannot create sbr datablock, %d.". */
 SBR_API int DB_CreateSBRblk(const char *qualifiers);
+/* Opens body number index (from 1) of a database file for reading, in the database that DB_StartBase started. Its unit,
+   and in *number the logical number that it was given; 0 with "The index is too big, %d.", "%d datablocks are assigned."
+   or "Cannot open the datablock, %d.". */
 SBR_API int DB_OpenDatablk(const char *path, int index, int *number);
+/* Closes a data block and keeps it; unit 0 does nothing. */
 SBR_API int DB_CloseDatablk(int unit);
+/* Creates a scratch data block and opens it for writing; *number, from 1001, tells it apart. Its unit, or 0 with "Cannot
+   open temporary datablock, %d.". */
 SBR_API int DB_OpenScratch(int *number);
+/* Closes a scratch data block and opens it for reading. */
 SBR_API int DB_ReOpenScratch(int unit);
+
+/* Appends words to the present record. Integers, longs and reals take a word each, characters a quarter. 1, also for no
+   data; 0 only when memory is short or the library lacks the entry. */
 SBR_API int DB_WriteINTs(db_block block, const int *data, int count);
 SBR_API int DB_WriteLONGs(db_block block, const int64_t *data, int count);
 SBR_API int DB_WriteDOUBLEs(db_block block, const double *data, int count);
 SBR_API int DB_WriteCHARs(db_block block, const char *data, int bytes);
+/* Ends the present record. */
 SBR_API int DB_WriteEOR(db_block block);
+/* Stores the trailer of a data block: seven words, the first of them its unit. */
 SBR_API int DB_WriteTrailer(const int64_t *trailer7);
+
+/* Read words of the present record. 1, or 0 on a status, as when the record has fewer words left. */
 SBR_API int DB_ReadINTs(db_block block, int *data, int count);
 SBR_API int DB_ReadDOUBLEs(db_block block, double *data, int count);
 SBR_API int DB_ReadMODE(db_block block, double *data, int count);
 SBR_API int DB_ReadCHARs(db_block block, char *data, int bytes);
+/* Goes to the start of the next record; 0 when there is none. */
 SBR_API int DB_SkipRecord(db_block block);
+/* Reads and drops -negative_count words; 0 on a status and for a positive count. */
 SBR_API int DB_SeekFWD(db_block block, int negative_count);
+
+/* The present position of the unit, in two words; and the way back to it. DB_REWIND goes to block.start_position. */
 SBR_API int DB_FSAVE(int64_t *position2, db_block block);
 SBR_API int DB_FRESTORE(const int64_t *position2, db_block block);
 SBR_API int DB_REWIND(db_block block);
