@@ -59,9 +59,9 @@ TEST_F(ConstructionTest, HeaderTextsComeBackAndAreReportedInOrder) {
   SBR body = SBR_Create(1, 1);
   HeaderStrings given{"A wing", "wing.dat", "FEM", "first", "second", "third"};
   EXPECT_EQ(given.set(body), 1);
-  EXPECT_EQ(log.take(), (std::vector<Message>{info("Title: A wing"), info("Name : wing.dat"), info("Type : FEM"),
-                                              info("Comment 1: first"), info("Comment 2: second"),
-                                              info("Comment 3: third")}));
+  EXPECT_EQ(log.take(),
+            (std::vector<Message>{info("Title: A wing"), info("Name : wing.dat"), info("Type : FEM"),
+                                  info("Comment 1: first"), info("Comment 2: second"), info("Comment 3: third")}));
   const HeaderOut out(body);
   EXPECT_STREQ(out.title, "A wing");
   EXPECT_STREQ(out.name, "wing.dat");
@@ -99,7 +99,11 @@ TEST_F(ConstructionTest, ALongTitleIsCutTo127CharactersWithAWarning) {
 
 TEST_F(ConstructionTest, EachHeaderTextWarnsWithItsOwnWordsAndLimit) {
   SBR body = SBR_Create(1, 1);
-  HeaderStrings given{"t", std::string(128, 'n'), std::string(16, 'y'), std::string(80, 'a'), std::string(81, 'b'),
+  HeaderStrings given{"t",
+                      std::string(128, 'n'),
+                      std::string(16, 'y'),
+                      std::string(80, 'a'),
+                      std::string(81, 'b'),
                       std::string(500, 'c')};
   EXPECT_EQ(given.set(body), 1);
   EXPECT_EQ(log.take_complaints(),
@@ -247,12 +251,12 @@ TEST_F(ConstructionTest, AFaceIsStoredAsItsCountAndNodeIndices) {
 
 TEST_F(ConstructionTest, RepeatedNodesOfAFaceAreDropped) {
   const std::vector<std::pair<std::vector<int>, std::vector<int>>> cases = {
-      {{1, 2, 2, 3}, {3, 0, 1, 2}},      // a middle node equal to the one before it
-      {{1, 2, 3, 1}, {3, 0, 1, 2}},      // a closed polygon comes out open
-      {{1, 1, 2, 3}, {3, 0, 1, 2}},      // a second node equal to the first
-      {{1, 2, 3, 3}, {3, 0, 1, 2}},      // a last node equal to the one before it
-      {{1, 2, 1, 3}, {4, 0, 1, 0, 2}},   // a middle node equal to the first but not to the one before it stays
-      {{1, 2, 1}, {2, 0, 1}},            // two nodes are a face
+      {{1, 2, 2, 3}, {3, 0, 1, 2}},     // a middle node equal to the one before it
+      {{1, 2, 3, 1}, {3, 0, 1, 2}},     // a closed polygon comes out open
+      {{1, 1, 2, 3}, {3, 0, 1, 2}},     // a second node equal to the first
+      {{1, 2, 3, 3}, {3, 0, 1, 2}},     // a last node equal to the one before it
+      {{1, 2, 1, 3}, {4, 0, 1, 0, 2}},  // a middle node equal to the first but not to the one before it stays
+      {{1, 2, 1}, {2, 0, 1}},           // two nodes are a face
       {{1, 2, 2, 2, 1}, {2, 0, 1}},
   };
   for (const auto &[ids, expected] : cases) {
@@ -460,7 +464,8 @@ TEST_F(ConstructionTest, OffDiagonalStiffnessAndMassMarkTheModesAsNotOrthogonal)
 }
 
 TEST_F(ConstructionTest, ADiagonalMassOtherThanOneMarksTheModesAsNotNormalized) {
-  for (const auto &[value, marked] : {std::pair{2.0, 1}, {1.000000001, 0}, {1.00000002, 1}, {0.99999998, 1}, {1.0, 0}}) {
+  for (const auto &[value, marked] :
+       {std::pair{2.0, 1}, {1.000000001, 0}, {1.00000002, 1}, {0.99999998, 1}, {1.0, 0}}) {
     SBR body = SBR_Create(1, 3);
     EXPECT_EQ(SBR_SetGeneralizedMass(body, 1, 1, value), 1);
     EXPECT_EQ(body->matrices.modes_not_normalized, marked) << value;
@@ -515,19 +520,18 @@ TEST_F(ConstructionTest, MatrixListsGrowPastTheirSteps) {
 TEST_F(ConstructionTest, EverySetterRefusesANullHandleWithOneReport) {
   const int ids[] = {1, 2, 3};
   char text[] = "x";
-  const std::vector<int> results = {
-      SBR_SetHeader(nullptr, text, text, text, text, text, text),
-      SBR_SetNodeCoordinates(nullptr, 1, 0, 0, 0),
-      SBR_SetNodalMass(nullptr, 1, 1),
-      SBR_AddNodalMass(nullptr, 1, 1),
-      SBR_SetNodalInertia(nullptr, 1, 1, 1, 1, 0, 0, 0),
-      SBR_SetNodalInertiaEntry(nullptr, 1, 1, 1, 1),
-      SBR_SetFace(nullptr, 3, 1, 2, 3),
-      SBR_SetFaceList(nullptr, 3, ids),
-      SBR_SetInterfaceNode(nullptr, 1),
-      SBR_SetGeneralizedStiffness(nullptr, 1, 1, 1),
-      SBR_SetGeneralizedMass(nullptr, 1, 1, 1),
-      SBR_SetGeneralizedDamping(nullptr, 1, 1, 1)};
+  const std::vector<int> results = {SBR_SetHeader(nullptr, text, text, text, text, text, text),
+                                    SBR_SetNodeCoordinates(nullptr, 1, 0, 0, 0),
+                                    SBR_SetNodalMass(nullptr, 1, 1),
+                                    SBR_AddNodalMass(nullptr, 1, 1),
+                                    SBR_SetNodalInertia(nullptr, 1, 1, 1, 1, 0, 0, 0),
+                                    SBR_SetNodalInertiaEntry(nullptr, 1, 1, 1, 1),
+                                    SBR_SetFace(nullptr, 3, 1, 2, 3),
+                                    SBR_SetFaceList(nullptr, 3, ids),
+                                    SBR_SetInterfaceNode(nullptr, 1),
+                                    SBR_SetGeneralizedStiffness(nullptr, 1, 1, 1),
+                                    SBR_SetGeneralizedMass(nullptr, 1, 1, 1),
+                                    SBR_SetGeneralizedDamping(nullptr, 1, 1, 1)};
   for (const int result : results) EXPECT_EQ(result, 0);
   EXPECT_EQ(log.take(), std::vector<Message>(results.size(), kNoBody));
 }

@@ -40,9 +40,11 @@ bool ModeRewrite::put_at(int mode, std::int64_t first, const double *values, std
   return FileSeek_Win32(channel_.stream, place, 0) == 0 && write_reals(channel_, values, count);
 }
 
+// What the disk could not take shows at the latest here.
+bool ModeRewrite::complete() noexcept { return std::fflush(channel_.stream) == 0; }
+
 bool ModeRewrite::install() noexcept {
-  // What the disk could not take shows at the latest here.
-  if (std::fflush(channel_.stream) != 0) return false;
+  if (!complete()) return false;
   forget_mode_writes(body_, kind_);
   StreamChannel &store = body_.modes[kind_];
   if (store.is_temporary != 0) close_channel(store, true);

@@ -35,7 +35,9 @@ class ModeRewrite {
   // order.
   [[nodiscard]] bool reserve_modes(int modes, std::int64_t values_per_mode) noexcept;
   [[nodiscard]] bool put_at(int mode, std::int64_t first, const double *values, std::int64_t count) noexcept;
-  // Flushes and makes the file the kind's store: temporary, native, positions as noted. The kind's current record and
+  // Writes out what is buffered. When this is good, install no longer fails.
+  [[nodiscard]] bool complete() noexcept;
+  // Completes and makes the file the kind's store: temporary, native, positions as noted. The kind's current record and
   // cached parts no longer count. A former temporary file of the kind is closed and removed.
   [[nodiscard]] bool install() noexcept;
 

@@ -91,6 +91,37 @@ void set_node_id(SbrBody &body, int index, int id) noexcept {
   if (NodeRecord *node = node_at(&body, index); node != nullptr) node->id = id;
 }
 
+bool copy_nodes(const SbrBody &body, std::span<const std::int32_t> keep, ReducedNodes &reduced) noexcept {
+  if (!reduced.nodes.allocate(static_cast<std::int64_t>(keep.size()))) return false;
+  for (std::size_t i = 0; i < keep.size(); ++i) {
+    NodeRecord node = body.nodes.nodes[static_cast<std::size_t>(keep[i])];
+    if (node.inertia >= 0) {
+      const SixVector &inertia = body.nodes.inertias[static_cast<std::size_t>(node.inertia)];
+      node.inertia = reduced.inertias.count();
+      if (!reduced.inertias.push_back(inertia)) return false;
+    }
+    reduced.nodes[i] = node;
+  }
+  return true;
+}
+
+void replace_nodes(SbrBody &body, ReducedNodes &&reduced) noexcept {
+  NodeTable &table = body.nodes;
+  body.search.drop();
+  table.nodes = std::move(reduced.nodes);
+  table.inertias = std::move(reduced.inertias);
+  table.keys.clear();
+  table.kinds[0].count = table.nodes.count();
+  table.shape_list_present = true;
+}
+
+void replace_kind_nodes(SbrBody &body, int kind, Array<std::int32_t> &&nodes) noexcept {
+  KindNodes &list = body.nodes.kinds[kind];
+  list.count = nodes.count();
+  list.nodes = std::move(nodes);
+  list.keys.clear();
+}
+
 }  // namespace sbr
 
 using sbr::node_at;
