@@ -156,6 +156,7 @@ class Discarding {
         node = new_index(keep_, node);
       }
     for (std::int32_t &node : body_.interface_nodes.nodes) node = new_index(keep_, node);
+    forget_interface_places(body_);
   }
 
   SbrBody &body_;
