@@ -2,7 +2,7 @@
 # the rounding of each operation are part of what the library promises.
 add_library(sbrkit_options INTERFACE)
 target_compile_options(sbrkit_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Werror -ffp-contract=off)
+  -Wall -Wextra -Wpedantic -Wshadow -Werror -ffp-contract=off)
 if(SBRKIT_SANITIZE)
   target_compile_options(sbrkit_options INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -12,3 +12,8 @@ if(SBRKIT_COVERAGE)
   target_compile_options(sbrkit_options INTERFACE --coverage)
   target_link_options(sbrkit_options INTERFACE --coverage)
 endif()
+
+# What the library and the programs are held to besides.
+add_library(sbrkit_strict_options INTERFACE)
+target_link_libraries(sbrkit_strict_options INTERFACE sbrkit_options)
+target_compile_options(sbrkit_strict_options INTERFACE -Wconversion -Wno-sign-conversion)

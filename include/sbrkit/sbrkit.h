@@ -23,15 +23,15 @@
 #include <stdio.h>
 
 #if defined(_WIN32)
-#  if defined(SBRKIT_BUILDING)
-#    define SBR_API __declspec(dllexport)
-#  else
-#    define SBR_API __declspec(dllimport)
-#  endif
-#elif defined(__GNUC__)
-#  define SBR_API __attribute__((visibility("default")))
+#if defined(SBRKIT_BUILDING)
+#define SBR_API __declspec(dllexport)
 #else
-#  define SBR_API
+#define SBR_API __declspec(dllimport)
+#endif
+#elif defined(__GNUC__)
+#define SBR_API __attribute__((visibility("default")))
+#else
+#define SBR_API
 #endif
 
 #ifdef __cplusplus
@@ -196,26 +196,71 @@ SBR_API int SBR_Transformation(SBR body, double *matrix);
    Generalized matrices and eigenvalues
    ========================================================================== */
 
-SBR_API int SBR_Eigenvalue(SBR body, int number, double *eigenvalue, double *hz, double *rad, double *mass, double *stiffness);
+/* All operations of this section give 0 for a null body, without a report.
+
+   A body may hold an eigenvalue table, and lists of entries (row, column, value) by mode index for generalized
+   stiffness, mass and damping; each may be missing. One entry stands for both halves of its symmetric matrix. What is
+   missing is made up: a stiffness from the table, else 0; a mass from the table, else max(stiffness, 1) * 1e-16, so
+   that a mode without mass has a huge but finite frequency. */
+
+/* The eigenvalue, frequency in hertz and in radians (per time unit of the body), generalized mass and stiffness of a
+   mode; any output may be null. They are the mode's record of the eigenvalue table, or, where the table doesn't reach
+   it, follow from the diagonal of the lists: eigenvalue = k / m, rad = sqrt(UCF * k / m), hz = rad / 6.28318530718.
+   A negative eigenvalue gives negative frequencies. The search of a list ends at its first entry off the diagonal; an
+   entry before that of the mode makes the outputs zero and the result 0. A mass entry of 0 leaves *eigenvalue
+   unwritten. An unknown mode number gives 0 and leaves the outputs as they were. */
+SBR_API int SBR_Eigenvalue(SBR body, int number, double *eigenvalue, double *hz, double *rad, double *mass,
+                           double *stiffness);
+
+/* The number of entries that the sparse form gives: that of the list, or the mode count when there is no list. */
 SBR_API int SBR_NumberOfGenStiff(SBR body);
 SBR_API int SBR_NumberOfGenMass(SBR body);
+/* The number of entries of the damping list; 0 when there is no list. */
 SBR_API int SBR_NumberOfGenDamp(SBR body);
+/* 1 when there is a damping list with entries. */
 SBR_API int SBR_GenDampExist(SBR body);
+
+/* The entries in list order, into three arrays of SBR_NumberOfGenStiff, SBR_NumberOfGenMass or SBR_NumberOfGenDamp
+   places, rows and columns as mode indices; an array that is null is left out. Without a list stiffness and mass are
+   a diagonal in mode order; without a list SBR_GenDampSparse gives 0. */
 SBR_API int SBR_GenStiffSparse(SBR body, double *values, int *rows, int *columns);
 SBR_API int SBR_GenMassSparse(SBR body, double *values, int *rows, int *columns);
 SBR_API int SBR_GenDampSparse(SBR body, double *values, int *rows, int *columns);
+
+/* The symmetric n x n matrix, row by row; n is best the mode count. Entries outside it are passed over, and of several
+   entries for one place the last counts. 0 when there are no entries, with the matrix zeroed all the same (not by
+   SBR_GenMassFull for a null body, which leaves it as it was). SBR_GenDampFull needs a list. */
 SBR_API int SBR_GenStiffFull(SBR body, double *matrix, int n);
 SBR_API int SBR_GenMassFull(SBR body, double *matrix, int n);
 SBR_API int SBR_GenDampFull(SBR body, double *matrix, int n);
+
+/* The same for some modes: n rows of n doubles each, for the n ascending mode numbers of `selected`. Entries of other
+   modes are left out; a number that is no mode has a row and column of zeros. */
 SBR_API int SBR_GenStiffSelected(SBR body, double **rows, int n, const int *selected);
 SBR_API int SBR_GenMassSelected(SBR body, double **rows, int n, const int *selected);
+
+/* Says whether the modes are to be scaled to unit generalized mass when the body is orthonormalized. */
 SBR_API void SBR_SetShouldMassNormalizeModes(SBR body, int flag);
 
 /* ==========================================================================
    Modal statistics
    ========================================================================== */
 
+/* 1 when the table of modal statistics has been made, by the reader or by one of the requests below, whatever it
+   holds. 0 for a null body, without a report. */
 SBR_API int SBR_ModalStatisticsExist(SBR body);
+
+/* The largest figure of a mode over the nodes of its kind, and the ID of its node; either output may be null. The first
+   request makes the table, from the statistics block of the record if there is one; a figure that is not known (its
+   node ID is 0) is computed from the mode data and kept, whatever becomes of the modes later. Of equal maxima the first
+   node counts; a mode of zeros has node 0 and is computed each time. With the normal components (a, b, c) and shear
+   components (d, e, f) of a node:
+     displacement, rotation   the length of the vector
+     von Mises stress         sqrt(a^2 + b^2 + c^2 - ab - bc - ac + 3 (d^2 + e^2 + f^2))
+     von Mises strain         sqrt(4/9 (a^2 + b^2 + c^2 - ab - bc - ac) + 1/3 (d^2 + e^2 + f^2))
+   0 for an unknown mode number (outputs untouched), mode data that can't be had, a block that can't be read, and for a
+   block with another count of modes, after "Inconsistent number of modes detected at line %d in file %s". A body
+   without nodes of the kind reports "Failed to allocate memory at line %d in file %s.\n". */
 SBR_API int SBR_GetMaxModeDisplacement(SBR body, int number, int *id, double *value);
 SBR_API int SBR_GetMaxModeRotation(SBR body, int number, int *id, double *value);
 SBR_API int SBR_GetMaxVonMisesStress(SBR body, int number, int *id, double *value);
@@ -225,12 +270,15 @@ SBR_API int SBR_GetMaxVonMisesStrain(SBR body, int number, int *id, double *valu
    Body construction
    ========================================================================== */
 
-SBR_API int SBR_SetHeader(SBR body, char *title, char *input_file_name, char *input_file_type, char *comment1, char *comment2, char *comment3);
-SBR_API void SBR_Header(SBR body, char *title, char *date, char *input_file_name, char *input_file_type, char *comment1, char *comment2, char *comment3);
+SBR_API int SBR_SetHeader(SBR body, char *title, char *input_file_name, char *input_file_type, char *comment1,
+                          char *comment2, char *comment3);
+SBR_API void SBR_Header(SBR body, char *title, char *date, char *input_file_name, char *input_file_type, char *comment1,
+                        char *comment2, char *comment3);
 SBR_API int SBR_SetNodeCoordinates(SBR body, int id, double x, double y, double z);
 SBR_API int SBR_SetNodalMass(SBR body, int id, double mass);
 SBR_API int SBR_AddNodalMass(SBR body, int id, double mass);
-SBR_API int SBR_SetNodalInertia(SBR body, int id, double ixx, double iyy, double izz, double ixy, double ixz, double iyz);
+SBR_API int SBR_SetNodalInertia(SBR body, int id, double ixx, double iyy, double izz, double ixy, double ixz,
+                                double iyz);
 SBR_API int SBR_SetNodalInertiaEntry(SBR body, int id, int row, int column, double value);
 SBR_API int SBR_SetFace(SBR body, int count, ...);
 SBR_API int SBR_SetFaceList(SBR body, int count, const int *ids);
@@ -239,7 +287,8 @@ SBR_API int SBR_ElementFaces(SBR body, int *list);
 SBR_API int SBR_SetInterfaceNode(SBR body, int id);
 SBR_API int *SBR_InterfaceNodes(SBR body, int *count);
 SBR_API int *SBR_InterfaceNodeIDs(SBR body, int *count);
-SBR_API int SBR_SetMode(SBR body, int number, int id, int kind, double v1, double v2, double v3, double v4, double v5, double v6);
+SBR_API int SBR_SetMode(SBR body, int number, int id, int kind, double v1, double v2, double v3, double v4, double v5,
+                        double v6);
 SBR_API int SBR_SetModeVec(SBR body, int number, int id, int kind, const double *six);
 SBR_API int SBR_SetModeEntry(SBR body, int number, int id, int kind, int position, double value);
 SBR_API int SBR_SetPreStressVec(SBR body, int id, const double *six);
@@ -269,7 +318,8 @@ SBR_API int SBR_CalculateGlobalMassFromNodeMass(SBR body);
    Monitor points and matrix operators
    ========================================================================== */
 
-SBR_API int SBR_SetMonitorPointInfo(SBR body, int type, int result_type, int component, int load_operators, const double *location3, const char *name, const char *label);
+SBR_API int SBR_SetMonitorPointInfo(SBR body, int type, int result_type, int component, int load_operators,
+                                    const double *location3, const char *name, const char *label);
 SBR_API int SBR_SetMonitorPointOperator(SBR body, int point, int type, const double *data);
 SBR_API int SBR_GetMonitorPointCount(SBR body);
 SBR_API int SBR_GetMonitorPointType(SBR body, int point);
@@ -364,11 +414,13 @@ SBR_API void Move_Vector(double *a3, const double *b3);
 
 SBR_API int SBR_RenumberNodes(SBR body, int offset);
 SBR_API int SBR_RenumberInterfaceNodes(SBR body, int count, const int *ids);
-SBR_API int SBR_PermuteSBR(SBR body, const double *origin3, int new_mode_count, double mass_scale, const double *mode_transformation, const double *rotation9);
+SBR_API int SBR_PermuteSBR(SBR body, const double *origin3, int new_mode_count, double mass_scale,
+                           const double *mode_transformation, const double *rotation9);
 SBR_API int SBR_PreprocessBAPSBR(SBR body);
 SBR_API int SBR_ClosestNode(SBR body, const double *point3, int interface_only);
 SBR_API int *SBR_ClosestNodes(SBR body, const double *point3, int how_many, int interface_only, int *count);
-SBR_API int *SBR_ClosestNodesInNeighborhood(SBR body, const double *point3, double radius, int interface_only, int *count);
+SBR_API int *SBR_ClosestNodesInNeighborhood(SBR body, const double *point3, double radius, int interface_only,
+                                            int *count);
 
 /* ==========================================================================
    LUP linear algebra
@@ -411,33 +463,63 @@ SBR_API void SBR_AnsysAddGenMass(SBR body, int first_count, int extra_count);
 SBR_API int SBR_EnsureEigenTable(SBR body);
 SBR_API int SBR_MassNormalizationScales(SBR body, double **scale);
 SBR_API void SBR_QZHESS(const int *nm, const int *n, double *a, double *b, const int *matz, double *z);
-SBR_API void SBR_QZITT(const int *nm, const int *n, double *a, double *b, const double *eps1, const int *matz, double *z, int *ierr);
-SBR_API void SBR_QZVALL(const int *nm, const int *n, double *a, double *b, double *alfr, double *alfi, double *beta, const int *matz, double *z);
-SBR_API void SBR_QZVECC(const int *nm, const int *n, double *a, double *b, double *alfr, double *alfi, double *beta, double *z);
+SBR_API void SBR_QZITT(const int *nm, const int *n, double *a, double *b, const double *eps1, const int *matz,
+                       double *z, int *ierr);
+SBR_API void SBR_QZVALL(const int *nm, const int *n, double *a, double *b, double *alfr, double *alfi, double *beta,
+                        const int *matz, double *z);
+SBR_API void SBR_QZVECC(const int *nm, const int *n, double *a, double *b, double *alfr, double *alfi, double *beta,
+                        double *z);
 SBR_API double EIGPSN(double *x);
 
 /* ==========================================================================
    Units
    ========================================================================== */
 
+/* A body's unit system is four labels out of fixed tables (docs/units.md), for mass, length, time and force. The
+   operations of this section send no message; a null body gives 0, or empty texts. */
+
+/* The four labels, each into 16 characters or less; a null is left out. An empty label of the body stands for KILOGRAM,
+   METER, SECOND, NEWTON. */
 SBR_API void SBR_Units(SBR body, char *mass, char *length, char *time, char *force);
+/* The multiplier on SI of a label in a table that ends with a null name, whatever the case of its letters: 1.0 for an
+   empty label, 0.0 for an unknown or null one. */
 SBR_API double SBR_UnitsDivider(const char *label, const unit_entry *table);
+/* The first name of a table whose multiplier m is within a ten-thousandth: |m - multiplier| / max(m, multiplier) below
+   0.0001. Null when there is none. */
 SBR_API const char *SBR_UnitsLabel(double multiplier, const unit_entry *table);
+/* The unit consistency factor f t^2 / (l m) of the multipliers of the body's units: it turns stiffness over mass into a
+   squared frequency, and is 1 for a consistent system. Infinite or not a number when a label is unknown. */
 SBR_API double SBR_UCF(SBR body);
+/* A value in the body's units brought to SI. */
 SBR_API double SBR_Mass2Kilogram(SBR body, double value);
 SBR_API double SBR_Length2Meter(SBR body, double value);
 SBR_API double SBR_Time2Second(SBR body, double value);
 SBR_API double SBR_Force2Newton(SBR body, double value);
+/* Multiplies n values in place by a factor and gives the array. Value and factor are split into a mantissa and a power
+   of ten, so that a product is rounded in a fixed way: the result may differ from plain multiplication in its last
+   bits, even for a factor of 1.0. Values that are not finite are multiplied plainly. */
 SBR_API double *SBR_Convert_Units(double *values, int n, double factor);
+/* Switches a body to other units. The first labels that a body gets are taken as those it stands in: nothing is scaled.
+   Later ones scale what lives in memory (SBR_ScaleDatabase), and mode data as it is read. Labels are accepted by
+   SBR_ConvertUnitsLabel and must stand in the table of their quantity; else the result is 0 and nothing changes. The
+   same labels again give 1 and scale nothing. */
 SBR_API int SBR_SetUnits(SBR body, const char *mass, const char *length, const char *time, const char *force);
+/* The same by multipliers on SI, each to be found by SBR_UnitsLabel; 0 when one has no name. */
 SBR_API int SBR_SetUnitsByMultiplierOnSI(SBR body, double mass, double length, double time, double force);
+/* Applies the ratios of the last change of units to nodes, generalized matrices, eigenvalues, loads, global properties,
+   invariants, statistics and monitor points, and forgets cached modes. SBR_SetUnits does it; a call by hand scales
+   again. */
 SBR_API void SBR_ScaleDatabase(SBR body);
 
 /* ==========================================================================
    Companion operations (weak defaults in the library; a host that defines them takes over)
    ========================================================================== */
 
+/* Judges a units label of up to 16 characters, padded with blanks or NULs, in place: non-zero when it is acceptable.
+   The default accepts the names of the four unit tables in any letter case, turns trailing blanks into NULs and keeps
+   the letters; it refuses everything else, an empty label and null too, and leaves it as it is. */
 SBR_API int SBR_ConvertUnitsLabel(char *label16);
+/* Progress of a long run: the total number of stamps to come, and one stamp. The defaults do nothing. */
 SBR_API void SBR_TimeMonitor(int total);
 SBR_API void SBR_TimeMonitorStamp(void);
 

@@ -9,12 +9,14 @@
 #include "blocks.h"
 #include "keytable.h"
 #include "memory.h"
+#include "nodesearch.h"
 #include "sbrkit/sbrkit.h"
 #include "streamcodec.h"
 
 namespace sbr {
 
-// ---- node and mode tables: sbrdata -----------------------------------------------------------------------------------
+// ---- node and mode tables: sbrdata
+// -----------------------------------------------------------------------------------
 
 struct NodeRecord {
   std::int32_t id = 0;
@@ -36,21 +38,39 @@ struct KindNodes {
 };
 
 struct NodeTable {
-  int node_capacity = 0;         // first argument of SBR_Create: nodes of a temporary mode record
-  Array<NodeRecord> nodes;       // in order of first appearance, or of the file; size() is the node count
-  Array<SixVector> inertias;     // nodal inertias, in no particular order
-  KeyTable keys;                 // ID -> node index, built at the first lookup
+  int node_capacity = 0;      // first argument of SBR_Create: nodes of a temporary mode record
+  Array<NodeRecord> nodes;    // in order of first appearance, or of the file; size() is the node count
+  Array<SixVector> inertias;  // nodal inertias, in no particular order
+  KeyTable keys;              // ID -> node index, built at the first lookup
   KindNodes kinds[3];
   bool shape_list_present = false;  // the kind 0 list exists (a body read without mode shapes has none)
 };
 
 struct ModeTable {
   int mode_count = 0;
-  int mode_capacity = 0;            // second argument of SBR_Create; 0 for a body from a file
+  int mode_capacity = 0;             // second argument of SBR_Create; 0 for a body from a file
   Array<std::int32_t> mode_numbers;  // mode_capacity entries when built, mode_count when read
 };
 
-// ---- mode storage: sbrmodestore --------------------------------------------------------------------------------------
+// ---- mode storage: sbrmodestore
+// --------------------------------------------------------------------------------------
+
+// A run of adjacent values of one mode's record that waits to be written: unit sbrmodewrites.
+struct ModeRun {
+  std::int32_t mode;     // mode index
+  std::int32_t node_id;  // the node that the run starts with, for the report of a failed seek
+  std::int32_t dof;      // value position of that node, 0 when the run started with all six
+  std::int32_t count;    // values in the run; 0 for a free place
+  std::int64_t first;    // where the run starts in the record, in values
+  std::int64_t room;     // bytes of the mode's record; 0 until worked out
+};
+
+struct PendingModeWrites {
+  Array<ModeRun> runs;   // by mode index modulo their number
+  Array<double> values;  // values_per_run for each run
+  int values_per_run = 0;
+  int waiting = 0;  // runs that hold values
+};
 
 struct ModeStore {
   Array<std::int64_t> offsets[3];  // per kind, where each mode's record starts in the kind's channel
@@ -58,19 +78,22 @@ struct ModeStore {
   int memory_limit = 0;  // cache slots that may be filled; 0 until worked out
   int memory_used = 0;
   OwnedList<Array<double>> memory[3][2];  // by kind and part: per mode index a cached part, or an empty place
+  PendingModeWrites pending[3];           // per kind, entered but not yet in the temporary file
 };
 
-// ---- mode access: sbrmodes -------------------------------------------------------------------------------------------
+// ---- mode access: sbrmodes
+// -------------------------------------------------------------------------------------------
 
 struct ModeAccess {
   int current_mode[3] = {-1, -1, -1};  // mode index held in current_record; mode_count for a pre-vector
   Array<double> current_record[3];
   Array<double> ref_buffer;
-  Array<double> transformation;           // mode_count x mode_count, row by row, at the time it was made
+  Array<double> transformation;  // mode_count x mode_count, row by row, at the time it was made
   Array<std::int32_t> transformation_modes;
 };
 
-// ---- header texts and version: sbrset, sbrtoc ------------------------------------------------------------------------
+// ---- header texts and version: sbrset, sbrtoc
+// ------------------------------------------------------------------------
 
 struct HeaderTexts {
   char title[128] = {};
@@ -83,12 +106,14 @@ struct HeaderTexts {
 };
 
 struct Layout {
-  std::uint32_t version = 31;                      // low byte the version code, above it the flags
+  std::uint32_t version = 31;  // low byte the version code, above it the flags
   std::int64_t block_offset[kBlockCount] = {};
   unsigned char content[kContentBytes] = {};
+  std::int32_t sized_modes = 0;  // the mode count that the sizing of a block read last
 };
 
-// ---- units: sbrunits -------------------------------------------------------------------------------------------------
+// ---- units: sbrunits
+// -------------------------------------------------------------------------------------------------
 
 struct UnitFactors {
   double force = 1.0;
@@ -106,7 +131,8 @@ struct UnitState {
   UnitFactors unit;   // the product of all changes since the data was stored
 };
 
-// ---- generalized matrices and eigenvalues: sbrmatrices ---------------------------------------------------------------
+// ---- generalized matrices and eigenvalues: sbrmatrices
+// ---------------------------------------------------------------
 
 struct EigenRecord {
   std::int32_t mode = 0;
@@ -134,19 +160,23 @@ struct GeneralizedMatrices {
   int damping_on_principal_axes = 0;
 };
 
-// ---- faces and interface nodes: sbrset -------------------------------------------------------------------------------
+// ---- faces and interface nodes: sbrset
+// -------------------------------------------------------------------------------
 
 struct FaceList {
   int face_count = 0;
-  int reserved_word = 0;       // kept from the file, used by nothing
-  Array<std::int32_t> list;    // per face its vertex count, then that many node indices; size() is the list length
+  int reserved_word = 0;     // kept from the file, used by nothing
+  Array<std::int32_t> list;  // per face its vertex count, then that many node indices; size() is the list length
 };
 
 struct InterfaceNodes {
   Array<std::int32_t> nodes;  // node indices
+  Array<std::int32_t> place;  // node index -> place in `nodes` plus 1; made by the setter, see forget_interface_places
+  int mapped = -1;            // length of `nodes` that `place` describes; -1 for none
 };
 
-// ---- global properties and inertia invariants: sbrinvar --------------------------------------------------------------
+// ---- global properties and inertia invariants: sbrinvar
+// --------------------------------------------------------------
 
 struct GlobalProperties {
   double mass = 0.0;
@@ -166,7 +196,8 @@ struct Invariants {
   Array<double> invar9;  // M x M cells of 9
 };
 
-// ---- loads: sbrloads -------------------------------------------------------------------------------------------------
+// ---- loads: sbrloads
+// -------------------------------------------------------------------------------------------------
 
 struct ModalLoad {
   char label[256] = {};
@@ -187,7 +218,8 @@ struct Loads {
   OwnedList<NodalLoadCase> nodal;
 };
 
-// ---- statistics, pre-stress, pre-strain: sbrstatistics, sbrset -------------------------------------------------------
+// ---- statistics, pre-stress, pre-strain: sbrstatistics, sbrset
+// -------------------------------------------------------
 
 struct ModalStatistics {
   std::int32_t node_ids[13];
@@ -199,7 +231,8 @@ struct PreVectors {
   Array<SixVector> strain;  // by kind position of kind 2
 };
 
-// ---- monitor points and matrix operators: sbrmonpnt, sbrmtxop --------------------------------------------------------
+// ---- monitor points and matrix operators: sbrmonpnt, sbrmtxop
+// --------------------------------------------------------
 
 struct MonitorPoint {
   int type = 0;
@@ -227,7 +260,8 @@ struct MatrixOperator {
   OwnedList<SubOperator> sub_operators;
 };
 
-// ---- surface state and free edges: sbrtools, sbrcoarse, sbrfreeedge --------------------------------------------------
+// ---- surface state and free edges: sbrtools, sbrcoarse, sbrfreeedge
+// --------------------------------------------------
 
 struct GeometryState {
   Array<std::int32_t> geometry_nodes;  // the keep list, while it lasts
@@ -272,6 +306,7 @@ struct SbrBody {
   sbr::OwnedList<sbr::MatrixOperator> matrix_operators;
   sbr::GeometryState geometry;
   sbr::FreeEdges free_edges;
+  sbr::NodeSearchIndex search;
 
   SbrBody() = default;
   SbrBody(const SbrBody &) = delete;
@@ -289,6 +324,12 @@ inline bool has_block(const SbrBody &body, int block) {
 inline void set_block(SbrBody &body, int block, bool exists = true) {
   const int byte = content_byte(block);
   if (byte >= 0) body.layout.content[byte] = exists ? 1 : 0;
+}
+
+// To be called by whoever rewrites the interface nodes: the setter's map of them is made anew.
+inline void forget_interface_places(SbrBody &body) noexcept {
+  body.interface_nodes.place.release();
+  body.interface_nodes.mapped = -1;
 }
 
 // The head of the registry, for the creators that look a body up by its file name. sbrcreate owns the list.

@@ -88,7 +88,8 @@ std::int32_t KeyTable::find(std::int32_t id) noexcept {
   }
   if (!sorted_) sort_keys();
   const NodeKey key{id, 0};
-  const auto *found = static_cast<const NodeKey *>(std::bsearch(&key, keys_.data(), keys_.size(), sizeof(NodeKey), By_Id));
+  const auto *found =
+      static_cast<const NodeKey *>(std::bsearch(&key, keys_.data(), keys_.size(), sizeof(NodeKey), By_Id));
   return found == nullptr ? -1 : found->position;
 }
 
@@ -97,32 +98,59 @@ std::span<const NodeKey> KeyTable::sorted() noexcept {
   return keys_.span();
 }
 
-void KeyTable::set_id(std::int32_t position, std::int32_t id, bool resort) noexcept {
-  if (!sorted_ && !place_of_) sort_keys();
-  if (!place_of_) {
-    std::int32_t top = -1;
-    for (const NodeKey &key : keys_) top = std::max(top, key.position);
-    if (place_of_.allocate(static_cast<std::int64_t>(top) + 1)) {
-      std::fill(place_of_.begin(), place_of_.end(), -1);
-      for (std::size_t i = keys_.size(); i-- > 0;)
-        if (keys_[i].position >= 0) place_of_[static_cast<std::size_t>(keys_[i].position)] = static_cast<std::int32_t>(i);
-    }
+std::size_t KeyTable::slot_of(std::int32_t id) const noexcept {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t i = mix(id) & mask;
+  while (slots_[i].position >= 0 && slots_[i].id != id) i = (i + 1) & mask;
+  return i;
+}
+
+// Frees a slot and moves up those behind it that would no longer be reached.
+void KeyTable::vacate(std::size_t slot) noexcept {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t hole = slot;
+  for (std::size_t i = (slot + 1) & mask; slots_[i].position >= 0; i = (i + 1) & mask) {
+    const std::size_t home = mix(slots_[i].id) & mask;
+    if (((i - home) & mask) < ((i - hole) & mask)) continue;
+    slots_[hole] = slots_[i];
+    hole = i;
   }
+  slots_[hole].position = -1;
+}
+
+bool KeyTable::build_places() noexcept {
+  std::int32_t top = -1;
+  for (const NodeKey &key : keys_) top = std::max(top, key.position);
+  if (!place_of_.allocate(static_cast<std::int64_t>(top) + 1)) return false;
+  std::fill(place_of_.begin(), place_of_.end(), -1);
+  for (std::size_t i = keys_.size(); i-- > 0;)
+    if (keys_[i].position >= 0) place_of_[static_cast<std::size_t>(keys_[i].position)] = static_cast<std::int32_t>(i);
+  return true;
+}
+
+void KeyTable::rename(std::int32_t position, std::int32_t id) noexcept {
+  if (position < 0 || keys_.empty()) return;
+  const bool indexed = (indexed_ || build_index()) && !repeated_;
   std::size_t at = keys_.size();
-  if (place_of_ && position >= 0 && static_cast<std::size_t>(position) < place_of_.size()) {
-    if (place_of_[static_cast<std::size_t>(position)] >= 0)
-      at = static_cast<std::size_t>(place_of_[static_cast<std::size_t>(position)]);
-  } else if (!place_of_) {
-    at = static_cast<std::size_t>(
-        std::find_if(keys_.begin(), keys_.end(), [&](const NodeKey &k) { return k.position == position; }) -
-        keys_.begin());
+  if (place_of_ || build_places()) {
+    const auto p = static_cast<std::size_t>(position);
+    if (p < place_of_.size() && place_of_[p] >= 0) at = static_cast<std::size_t>(place_of_[p]);
+  } else {
+    const auto *found =
+        std::find_if(keys_.begin(), keys_.end(), [&](const NodeKey &k) { return k.position == position; });
+    at = static_cast<std::size_t>(found - keys_.begin());
   }
-  if (at < keys_.size()) {
-    keys_[at].id = id;
-    sorted_ = false;
+  if (at >= keys_.size()) return;
+  const std::int32_t old = keys_[at].id;
+  keys_[at].id = id;
+  sorted_ = false;
+  if (!indexed) {
     indexed_ = false;
+    sort_keys();
+    return;
   }
-  if (resort) sort_keys();
+  if (const std::size_t slot = slot_of(old); old != id && slots_[slot].position == position) vacate(slot);
+  slots_[slot_of(id)] = {id, position};
 }
 
 void KeyTable::shift_ids(std::int32_t offset) noexcept {

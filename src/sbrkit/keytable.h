@@ -1,8 +1,8 @@
 // The sorted table that turns node IDs into positions.
 //
-// A table owns its keys. In the eyes of its users it is an array of (ID, position) in ascending signed ID order, in which
-// a new key goes behind its equals. Keys are appended and sorted when somebody wants the order; lookups of a growing
-// table go through a hash index, so that building a body of n nodes costs n, whatever the order of the IDs.
+// A table owns its keys. In the eyes of its users it is an array of (ID, position) in ascending signed ID order, in
+// which a new key goes behind its equals. Keys are appended and sorted when somebody wants the order; lookups of a
+// growing table go through a hash index, so that building a body of n nodes costs n, whatever the order of the IDs.
 #ifndef SBRKIT_KEYTABLE_H
 #define SBRKIT_KEYTABLE_H
 
@@ -39,8 +39,9 @@ class KeyTable {
   [[nodiscard]] std::int32_t find(std::int32_t id) noexcept;
   // All keys in ascending ID order.
   [[nodiscard]] std::span<const NodeKey> sorted() noexcept;
-  // Gives the first key (in the present order) whose position is `position` another ID, and sorts if asked to.
-  void set_id(std::int32_t position, std::int32_t id, bool resort) noexcept;
+  // Gives the key at a position another ID. Two keys may share an ID for a moment, while two nodes exchange theirs; the
+  // key renamed last is the one that is found.
+  void rename(std::int32_t position, std::int32_t id) noexcept;
   // Adds an offset to every ID.
   void shift_ids(std::int32_t offset) noexcept;
   void clear() noexcept;
@@ -49,10 +50,13 @@ class KeyTable {
   void sort_keys() noexcept;
   [[nodiscard]] bool build_index() noexcept;
   void enter(NodeKey key) noexcept;
+  [[nodiscard]] std::size_t slot_of(std::int32_t id) const noexcept;
+  void vacate(std::size_t slot) noexcept;
+  [[nodiscard]] bool build_places() noexcept;
 
   Array<NodeKey> keys_;
-  Array<NodeKey> slots_;            // open addressing, a power of two; position -1 is a free slot
-  Array<std::int32_t> place_of_;    // position -> place in keys_, for set_id; built on demand
+  Array<NodeKey> slots_;          // open addressing, a power of two; position -1 is a free slot
+  Array<std::int32_t> place_of_;  // position -> place in keys_, for rename; built on demand
   bool present_ = false;
   bool sorted_ = true;
   bool indexed_ = false;

@@ -31,7 +31,9 @@ class ModeRewrite {
   // Notes the present position as the start of the next mode.
   [[nodiscard]] bool begin_mode() noexcept;
   [[nodiscard]] bool put(const double *values, std::int64_t count) noexcept;
-  // Flushes and makes the file the kind's store: temporary, native, positions as noted. The kind's current record and
+  // Writes out what is buffered. When this is good, install no longer fails.
+  [[nodiscard]] bool complete() noexcept;
+  // Completes and makes the file the kind's store: temporary, native, positions as noted. The kind's current record and
   // cached parts no longer count. A former temporary file of the kind is closed and removed.
   [[nodiscard]] bool install() noexcept;
 

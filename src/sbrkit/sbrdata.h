@@ -24,6 +24,18 @@ inline int node_count(const SbrBody &body) { return body.nodes.nodes.count(); }
 // Gives the node at a node index another ID in the record only; the keys stay.
 void set_node_id(SbrBody &body, int index, int id) noexcept;
 
+// A node table made beside the present one.
+struct ReducedNodes {
+  Array<NodeRecord> nodes;
+  Array<SixVector> inertias;
+};
+// Copies the nodes of a list of node indices, in its order. False when memory is short. Every index is a valid one.
+[[nodiscard]] bool copy_nodes(const SbrBody &body, std::span<const std::int32_t> keep, ReducedNodes &reduced) noexcept;
+// Makes the copied nodes the node table. The lists of kinds 1 and 2 are the caller's to replace.
+void replace_nodes(SbrBody &body, ReducedNodes &&reduced) noexcept;
+// Replaces the list of kind 1 or 2 by node indices in the order of the kind positions.
+void replace_kind_nodes(SbrBody &body, int kind, Array<std::int32_t> &&nodes) noexcept;
+
 }  // namespace sbr
 
 #endif

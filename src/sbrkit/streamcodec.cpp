@@ -2,13 +2,118 @@
 
 #include <sys/stat.h>
 
-#include <bit>
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 #include "sbrkit/sbrkit.h"
 
 namespace sbr {
+namespace {
+
+// Long XDR runs pass through a block of this size that stays in the processor's cache.
+constexpr std::size_t kBlockBytes = 32768;
+
+std::uint32_t load32(const unsigned char *from) noexcept {
+  std::uint32_t word = 0;
+  std::memcpy(&word, from, 4);
+  return word;
+}
+
+std::uint64_t load64(const unsigned char *from) noexcept {
+  std::uint64_t word = 0;
+  std::memcpy(&word, from, 8);
+  return word;
+}
+
+// Copies elements of 4 or 8 bytes with their bytes reversed.
+void copy_reversed(unsigned char *to, const unsigned char *from, std::size_t count, std::size_t size) noexcept {
+  if (size == 4) {
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::uint32_t word = __builtin_bswap32(load32(from + 4 * i));
+      std::memcpy(to + 4 * i, &word, 4);
+    }
+    return;
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::uint64_t word = __builtin_bswap64(load64(from + 8 * i));
+    std::memcpy(to + 8 * i, &word, 8);
+  }
+}
+
+// Decodes the elements of an XDR run as the XDR library would: it takes an element in words of four bytes, high word
+// first, stores each word that came whole at its place, and passes over the bytes of a word that did not.
+bool read_xdr_words(std::FILE *stream, unsigned char *buffer, std::int64_t count, std::size_t size) noexcept {
+  unsigned char block[kBlockBytes];
+  auto left = static_cast<std::size_t>(count);
+  while (left > 0) {
+    const std::size_t wanted = std::min(left, kBlockBytes / size);
+    const std::size_t got = std::fread(block, 1, wanted * size, stream);
+    const std::size_t whole = got / size;
+    copy_reversed(buffer, block, whole, size);
+    if (whole < wanted) {
+      if (size == 8 && got % 8 >= 4) copy_reversed(buffer + 8 * whole + 4, block + 8 * whole, 1, 4);
+      return false;
+    }
+    buffer += whole * size;
+    left -= whole;
+  }
+  return true;
+}
+
+bool write_xdr_words(std::FILE *stream, const unsigned char *buffer, std::int64_t count, std::size_t size) noexcept {
+  unsigned char block[kBlockBytes];
+  auto left = static_cast<std::size_t>(count);
+  while (left > 0) {
+    const std::size_t piece = std::min(left, kBlockBytes / size);
+    copy_reversed(block, buffer, piece, size);
+    if (std::fwrite(block, size, piece, stream) != piece) return false;
+    buffer += piece * size;
+    left -= piece;
+  }
+  return true;
+}
+
+bool read_words(StreamChannel &channel, void *buffer, std::int64_t count, std::size_t size) noexcept {
+  if (channel.stream == nullptr || count < 0) return false;
+  if (count == 0) return true;
+  if (channel.xdr_encoded != 0)
+    return read_xdr_words(channel.stream, static_cast<unsigned char *>(buffer), count, size);
+  const auto n = static_cast<std::size_t>(count);
+  return std::fread(buffer, size, n, channel.stream) == n;
+}
+
+bool write_words(StreamChannel &channel, const void *buffer, std::int64_t count, std::size_t size) noexcept {
+  if (channel.stream == nullptr || count < 0) return false;
+  if (count == 0) return true;
+  if (channel.xdr_encoded != 0)
+    return write_xdr_words(channel.stream, static_cast<const unsigned char *>(buffer), count, size);
+  const auto n = static_cast<std::size_t>(count);
+  return std::fwrite(buffer, size, n, channel.stream) == n;
+}
+
+// Forward, so that the floats may stand where the doubles do.
+void narrow(unsigned char *floats, const unsigned char *doubles, std::int64_t count) noexcept {
+  for (std::int64_t i = 0; i < count; ++i) {
+    double value = 0.0;
+    std::memcpy(&value, doubles + 8 * i, 8);
+    const auto single = static_cast<float>(value);
+    std::memcpy(floats + 4 * i, &single, 4);
+  }
+}
+
+// Backward, for the same reason.
+void widen(unsigned char *doubles, const unsigned char *floats, std::int64_t count) noexcept {
+  for (std::int64_t i = count - 1; i >= 0; --i) {
+    float single = 0.0F;
+    std::memcpy(&single, floats + 4 * i, 4);
+    const double value = single;
+    std::memcpy(doubles + 8 * i, &value, 8);
+  }
+}
+
+}  // namespace
 
 bool bind_xdr(StreamChannel &channel, xdr_op direction) noexcept {
   auto *xdr = static_cast<XDR *>(allocate_zeroed(1, sizeof(XDR)));
@@ -44,81 +149,116 @@ bool set_path(StreamChannel &channel, const char *path) noexcept {
 }
 
 bool read_int(StreamChannel &channel, std::int32_t &value) noexcept {
+  if (channel.stream == nullptr) return false;
   if (channel.xdr_encoded != 0) return xdr_int(channel.xdr, &value) != 0;
   return std::fread(&value, 4, 1, channel.stream) == 1;
 }
 
 bool read_chars(StreamChannel &channel, char *buffer, std::int64_t count) noexcept {
-  if (channel.xdr_encoded != 0)
+  if (channel.stream == nullptr || count < 0) return false;
+  if (channel.xdr_encoded != 0) {
+    if (count > std::numeric_limits<u_int>::max()) return false;
     return xdr_vector(channel.xdr, buffer, static_cast<u_int>(count), 1, reinterpret_cast<xdrproc_t>(xdr_char)) != 0;
+  }
   return std::fread(buffer, 1, static_cast<std::size_t>(count), channel.stream) == static_cast<std::size_t>(count);
 }
 
 bool read_ints(StreamChannel &channel, std::int32_t *buffer, std::int64_t count) noexcept {
-  if (channel.xdr_encoded != 0)
-    return xdr_vector(channel.xdr, reinterpret_cast<char *>(buffer), static_cast<u_int>(count), 4,
-                      reinterpret_cast<xdrproc_t>(xdr_int)) != 0;
-  return std::fread(buffer, 4, static_cast<std::size_t>(count), channel.stream) == static_cast<std::size_t>(count);
+  return read_words(channel, buffer, count, 4);
 }
 
 bool read_reals(StreamChannel &channel, double *buffer, std::int64_t count) noexcept {
-  const auto n = static_cast<std::size_t>(count);
-  if (channel.double_precision != 0) {
-    if (channel.xdr_encoded != 0)
-      return xdr_vector(channel.xdr, reinterpret_cast<char *>(buffer), static_cast<u_int>(count), 8,
-                        reinterpret_cast<xdrproc_t>(xdr_double)) != 0;
-    return std::fread(buffer, 8, n, channel.stream) == n;
-  }
-  bool ok = false;
-  if (channel.xdr_encoded != 0)
-    ok = xdr_vector(channel.xdr, reinterpret_cast<char *>(buffer), static_cast<u_int>(count), 4,
-                    reinterpret_cast<xdrproc_t>(xdr_float)) != 0;
-  else
-    ok = std::fread(buffer, 4, n, channel.stream) == n;
-  if (ok) float2double(buffer, reinterpret_cast<float *>(buffer), static_cast<int>(count));
-  return ok;
+  if (channel.double_precision != 0) return read_words(channel, buffer, count, 8);
+  if (!read_words(channel, buffer, count, 4)) return false;
+  widen(reinterpret_cast<unsigned char *>(buffer), reinterpret_cast<const unsigned char *>(buffer), count);
+  return true;
+}
+
+bool read_floats(StreamChannel &channel, float *buffer, std::int64_t count) noexcept {
+  return read_words(channel, buffer, count, 4);
 }
 
 bool write_int(StreamChannel &channel, std::int32_t value) noexcept {
+  if (channel.stream == nullptr) return false;
   if (channel.xdr_encoded != 0) return xdr_int(channel.xdr, &value) != 0;
   return std::fwrite(&value, 4, 1, channel.stream) == 1;
 }
 
 bool write_chars(StreamChannel &channel, const char *buffer, std::int64_t count) noexcept {
-  if (channel.xdr_encoded != 0)
+  if (channel.stream == nullptr || count < 0) return false;
+  if (channel.xdr_encoded != 0) {
+    if (count > std::numeric_limits<u_int>::max()) return false;
     return xdr_vector(channel.xdr, const_cast<char *>(buffer), static_cast<u_int>(count), 1,
                       reinterpret_cast<xdrproc_t>(xdr_char)) != 0;
+  }
   return std::fwrite(buffer, 1, static_cast<std::size_t>(count), channel.stream) == static_cast<std::size_t>(count);
 }
 
 bool write_ints(StreamChannel &channel, const std::int32_t *buffer, std::int64_t count) noexcept {
-  if (channel.xdr_encoded != 0)
-    return xdr_vector(channel.xdr, reinterpret_cast<char *>(const_cast<std::int32_t *>(buffer)),
-                      static_cast<u_int>(count), 4, reinterpret_cast<xdrproc_t>(xdr_int)) != 0;
-  return std::fwrite(buffer, 4, static_cast<std::size_t>(count), channel.stream) == static_cast<std::size_t>(count);
+  return write_words(channel, buffer, count, 4);
 }
 
 bool write_reals(StreamChannel &channel, const double *buffer, std::int64_t count) noexcept {
-  const auto n = static_cast<std::size_t>(count);
-  if (channel.double_precision != 0) {
-    if (channel.xdr_encoded != 0)
-      return xdr_vector(channel.xdr, reinterpret_cast<char *>(const_cast<double *>(buffer)), static_cast<u_int>(count),
-                        8, reinterpret_cast<xdrproc_t>(xdr_double)) != 0;
-    return std::fwrite(buffer, 8, n, channel.stream) == n;
-  }
-  if (channel.single_scratch == nullptr || !channel.single_scratch->resize(count)) return count == 0;
-  float *narrow = double2float(channel.single_scratch->data(), buffer, static_cast<int>(count));
-  if (channel.xdr_encoded != 0)
-    return xdr_vector(channel.xdr, reinterpret_cast<char *>(narrow), static_cast<u_int>(count), 4,
-                      reinterpret_cast<xdrproc_t>(xdr_float)) != 0;
-  return std::fwrite(narrow, 4, n, channel.stream) == n;
+  if (channel.double_precision != 0) return write_words(channel, buffer, count, 8);
+  if (channel.stream == nullptr || count < 0) return false;
+  if (count == 0) return true;
+  if (channel.single_scratch == nullptr || !channel.single_scratch->resize(count)) return false;
+  auto *scratch = reinterpret_cast<unsigned char *>(channel.single_scratch->data());
+  narrow(scratch, reinterpret_cast<const unsigned char *>(buffer), count);
+  return write_words(channel, scratch, count, 4);
 }
 
 std::int64_t bytes_left(StreamChannel &channel) noexcept {
-  struct stat status {};
-  if (channel.stream == nullptr || fstat(fileno(channel.stream), &status) != 0) return 0;
+  if (channel.stream == nullptr) return 0;
   const std::int64_t here = FileTell_Win32(channel.stream);
-  return here < 0 || here > status.st_size ? 0 : status.st_size - here;
+  const std::int64_t size = file_bytes(channel);
+  return here < 0 || here > size ? 0 : size - here;
+}
+
+std::int64_t file_bytes(StreamChannel &channel) noexcept {
+  if (channel.stream == nullptr) return 0;
+  struct stat status {};
+  const int descriptor = fileno(channel.stream);
+  if (descriptor >= 0 && fstat(descriptor, &status) == 0) return S_ISREG(status.st_mode) ? status.st_size : 0;
+  // A stream without a file behind it, such as a piece of memory.
+  const std::int64_t here = FileTell_Win32(channel.stream);
+  if (here < 0 || FileSeek_Win32(channel.stream, 0, 2) != 0) return 0;
+  const std::int64_t size = FileTell_Win32(channel.stream);
+  (void)FileSeek_Win32(channel.stream, here, 0);
+  return size < 0 ? 0 : size;
+}
+
+RowReader::RowReader(StreamChannel &channel, std::int64_t row_bytes, std::int64_t rows) noexcept
+    : stream_(channel.stream),
+      left_(0),
+      reversed_(channel.xdr_encoded != 0),
+      real_bytes_(static_cast<std::size_t>(real_size(channel))) {
+  if (stream_ == nullptr || row_bytes <= 0 || rows <= 0) return;
+  if (__builtin_mul_overflow(row_bytes, rows, &left_)) left_ = std::numeric_limits<std::int64_t>::max();
+}
+
+bool RowReader::refill(std::size_t bytes) noexcept {
+  std::memmove(block_, block_ + at_, end_ - at_);
+  end_ -= at_;
+  at_ = 0;
+  const auto room = static_cast<std::int64_t>(kBytes - end_);
+  const auto wanted = static_cast<std::size_t>(std::min(left_, room));
+  const std::size_t got = wanted == 0 ? 0 : std::fread(block_ + end_, 1, wanted, stream_);
+  // A short read is the end of the run: no later read may find more.
+  left_ = got < wanted ? 0 : left_ - static_cast<std::int64_t>(got);
+  end_ += got;
+  if (end_ >= bytes) return true;
+  at_ = end_;
+  return false;
+}
+
+bool RowReader::chars(char *text, std::int64_t count) noexcept {
+  for (std::int64_t i = 0; i < count; ++i) {
+    const unsigned char *at = take(reversed_ ? 4 : 1);
+    if (at == nullptr) return false;
+    text[i] = static_cast<char>(reversed_ ? at[3] : at[0]);
+  }
+  return true;
 }
 
 }  // namespace sbr
@@ -127,33 +267,23 @@ extern "C" {
 
 int FileSeek_Win32(FILE *stream, int64_t offset, int origin) {
   if (stream == nullptr || origin < 0 || origin > 2) return 1;
-  return fseeko(stream, offset, origin == 0 ? SEEK_SET : origin == 1 ? SEEK_CUR : SEEK_END) == 0 ? 0 : 1;
+  if (origin == 0) return fseeko(stream, offset, SEEK_SET) == 0 ? 0 : 1;
+  if (origin == 2 && fseeko(stream, 0, SEEK_END) != 0) return 1;
+  const std::int64_t here = FileTell_Win32(stream);
+  std::int64_t target = 0;
+  if (here < 0 || __builtin_add_overflow(here, offset, &target)) return 1;
+  return fseeko(stream, target, SEEK_SET) == 0 ? 0 : 1;
 }
 
 int64_t FileTell_Win32(FILE *stream) { return stream == nullptr ? -1 : static_cast<int64_t>(ftello(stream)); }
 
 float *double2float(float *dst, const double *src, int n) {
-  // Byte copies: the two arrays may be one.
-  auto *out = reinterpret_cast<unsigned char *>(dst);
-  const auto *in = reinterpret_cast<const unsigned char *>(src);
-  for (int i = 0; i < n; ++i) {
-    double value = 0.0;
-    std::memcpy(&value, in + 8 * static_cast<std::size_t>(i), 8);
-    const auto narrow = static_cast<float>(value);
-    std::memcpy(out + 4 * static_cast<std::size_t>(i), &narrow, 4);
-  }
+  if (n > 0) sbr::narrow(reinterpret_cast<unsigned char *>(dst), reinterpret_cast<const unsigned char *>(src), n);
   return dst;
 }
 
 double *float2double(double *dst, const float *src, int n) {
-  auto *out = reinterpret_cast<unsigned char *>(dst);
-  const auto *in = reinterpret_cast<const unsigned char *>(src);
-  for (int i = n - 1; i >= 0; --i) {
-    float narrow = 0.0F;
-    std::memcpy(&narrow, in + 4 * static_cast<std::size_t>(i), 4);
-    const double value = narrow;
-    std::memcpy(out + 8 * static_cast<std::size_t>(i), &value, 8);
-  }
+  if (n > 0) sbr::widen(reinterpret_cast<unsigned char *>(dst), reinterpret_cast<const unsigned char *>(src), n);
   return dst;
 }
 

@@ -7,8 +7,10 @@
 
 #include <rpc/rpc.h>
 
+#include <bit>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 #include "memory.h"
 
@@ -42,6 +44,8 @@ void close_channel(StreamChannel &channel, bool remove_file) noexcept;
 [[nodiscard]] bool read_ints(StreamChannel &channel, std::int32_t *buffer, std::int64_t count) noexcept;
 // buffer holds count doubles, whatever the precision of the file.
 [[nodiscard]] bool read_reals(StreamChannel &channel, double *buffer, std::int64_t count) noexcept;
+// The values of a single-precision file as they stand.
+[[nodiscard]] bool read_floats(StreamChannel &channel, float *buffer, std::int64_t count) noexcept;
 
 // The write primitives. write_reals narrows through the channel's single_scratch in a single-precision file.
 [[nodiscard]] bool write_int(StreamChannel &channel, std::int32_t value) noexcept;
@@ -51,6 +55,62 @@ void close_channel(StreamChannel &channel, bool remove_file) noexcept;
 
 // Bytes from the present position to the end of the file; 0 when that cannot be told. Does not move the position.
 [[nodiscard]] std::int64_t bytes_left(StreamChannel &channel) noexcept;
+// Bytes of the whole file, likewise.
+[[nodiscard]] std::int64_t file_bytes(StreamChannel &channel) noexcept;
+
+// Decodes a run of `rows` rows of `row_bytes` bytes each, whose fields are asked for one after the other. It takes the
+// bytes from the stream in blocks, never beyond the run, so that after the last field the stream stands behind the
+// run. A field that is not there whole is refused, as are all behind it.
+class RowReader {
+ public:
+  RowReader(StreamChannel &channel, std::int64_t row_bytes, std::int64_t rows) noexcept;
+  bool integer(std::int32_t &value) noexcept {
+    const unsigned char *at = take(4);
+    if (at == nullptr) return false;
+    value = load_word(at);
+    return true;
+  }
+  bool chars(char *text, std::int64_t count) noexcept;
+  bool reals(double *values, std::int64_t count) noexcept {
+    for (std::int64_t i = 0; i < count; ++i) {
+      const unsigned char *at = take(real_bytes_);
+      if (at == nullptr) return false;
+      values[i] = real_bytes_ == 8 ? load_double(at) : static_cast<double>(load_single(at));
+    }
+    return true;
+  }
+
+ private:
+  static constexpr std::size_t kBytes = 16384;
+  [[nodiscard]] const unsigned char *take(std::size_t bytes) noexcept {
+    if (end_ - at_ < bytes && !refill(bytes)) return nullptr;
+    const unsigned char *field = block_ + at_;
+    at_ += bytes;
+    return field;
+  }
+  bool refill(std::size_t bytes) noexcept;
+  [[nodiscard]] std::int32_t load_word(const unsigned char *at) const noexcept {
+    std::uint32_t word = 0;
+    std::memcpy(&word, at, 4);
+    return static_cast<std::int32_t>(reversed_ ? __builtin_bswap32(word) : word);
+  }
+  [[nodiscard]] double load_double(const unsigned char *at) const noexcept {
+    std::uint64_t word = 0;
+    std::memcpy(&word, at, 8);
+    return std::bit_cast<double>(reversed_ ? __builtin_bswap64(word) : word);
+  }
+  [[nodiscard]] float load_single(const unsigned char *at) const noexcept {
+    return std::bit_cast<float>(load_word(at));
+  }
+
+  std::FILE *stream_;
+  std::int64_t left_;  // bytes of the run that have not been taken from the stream
+  bool reversed_;
+  std::size_t real_bytes_;
+  std::size_t at_ = 0;
+  std::size_t end_ = 0;
+  unsigned char block_[kBytes];
+};
 
 }  // namespace sbr
 

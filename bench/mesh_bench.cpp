@@ -1,0 +1,182 @@
+// Reductions of the surface: coarsening, stripping and free edges of 250,000 to 1,000,000 quadrilaterals, beside what
+// the standard library takes to sort or count the same amount.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+#include "body.h"
+#include "sbrfreeedge.h"
+
+namespace {
+
+struct Quads {
+  std::vector<std::array<int, 4>> faces;
+  int nodes = 0;
+};
+
+// A flat square of side x side quadrilaterals.
+Quads grid(int side) {
+  Quads quads;
+  const int row = side + 1;
+  quads.nodes = row * row;
+  for (int i = 0; i < side; ++i)
+    for (int j = 0; j < side; ++j)
+      quads.faces.push_back({i * row + j, i * row + j + 1, (i + 1) * row + j + 1, (i + 1) * row + j});
+  return quads;
+}
+
+// All six faces of every brick of a block, wound outwards: most are shared by two bricks.
+Quads block(int nx, int ny, int nz) {
+  Quads quads;
+  const auto at = [=](int x, int y, int z) { return (z * (ny + 1) + y) * (nx + 1) + x; };
+  quads.nodes = (nx + 1) * (ny + 1) * (nz + 1);
+  for (int z = 0; z < nz; ++z)
+    for (int y = 0; y < ny; ++y)
+      for (int x = 0; x < nx; ++x) {
+        const int c[8] = {at(x, y, z),     at(x + 1, y, z),     at(x + 1, y + 1, z),     at(x, y + 1, z),
+                          at(x, y, z + 1), at(x + 1, y, z + 1), at(x + 1, y + 1, z + 1), at(x, y + 1, z + 1)};
+        for (const auto &f : {std::array{0, 3, 2, 1}, std::array{4, 5, 6, 7}, std::array{0, 1, 5, 4},
+                              std::array{1, 2, 6, 5}, std::array{2, 3, 7, 6}, std::array{3, 0, 4, 7}})
+          quads.faces.push_back({c[f[0]], c[f[1]], c[f[2]], c[f[3]]});
+      }
+  return quads;
+}
+
+// Bricks of a block with about this many faces.
+Quads block_of(std::int64_t faces) {
+  const int side = std::max(1, static_cast<int>(std::lround(std::cbrt(static_cast<double>(faces) / 6))));
+  return block(side, side, side);
+}
+Quads grid_of(std::int64_t faces) { return grid(static_cast<int>(std::lround(std::sqrt(static_cast<double>(faces))))); }
+
+void set_faces(SbrBody &body, const Quads &quads) {
+  body.faces.face_count = static_cast<int>(quads.faces.size());
+  if (!body.faces.list.allocate(5 * static_cast<std::int64_t>(quads.faces.size()))) std::abort();
+  std::int32_t *out = body.faces.list.data();
+  for (const auto &face : quads.faces) {
+    *out++ = 4;
+    out = std::copy(face.begin(), face.end(), out);
+  }
+}
+
+// A body whose nodes stand on a square lattice of unit pitch.
+SBR body_of(const Quads &quads) {
+  SBR body = SBR_Create(0, 0);
+  const auto row = static_cast<int>(std::lround(std::sqrt(quads.nodes)));
+  if (!body->nodes.nodes.allocate(quads.nodes)) std::abort();
+  for (int i = 0; i < quads.nodes; ++i) {
+    sbr::NodeRecord &node = body->nodes.nodes[static_cast<std::size_t>(i)];
+    node.id = i + 1;
+    node.x = i % row;
+    node.y = i / row;
+  }
+  set_faces(*body, quads);
+  return body;
+}
+
+void report(benchmark::State &state, std::size_t faces) {
+  state.SetComplexityN(static_cast<std::int64_t>(faces));
+  state.SetItemsProcessed(static_cast<std::int64_t>(faces) * state.iterations());
+}
+
+void BM_Coarsen(benchmark::State &state) {
+  const Quads quads = grid_of(state.range(0));
+  SBR body = body_of(quads);
+  for (auto _ : state) {
+    state.PauseTiming();
+    set_faces(*body, quads);
+    state.ResumeTiming();
+    SBR_TrimGeometry(body, "0.02,10,0");
+  }
+  state.counters["faces_left"] = body->faces.face_count;
+  SBR_Destroy(body);
+  report(state, quads.faces.size());
+}
+
+template <Quads (*make)(std::int64_t)>
+void BM_Strip(benchmark::State &state) {
+  const Quads quads = make(state.range(0));
+  SBR body = SBR_Create(0, 0);
+  for (auto _ : state) {
+    state.PauseTiming();
+    set_faces(*body, quads);
+    body->geometry.internal_geometry_removed = 0;
+    state.ResumeTiming();
+    SBR_StripCommonFaces(body);
+  }
+  state.counters["faces_left"] = body->faces.face_count;
+  SBR_Destroy(body);
+  report(state, quads.faces.size());
+}
+
+// The measure for stripping: std::sort of records of the same length.
+template <Quads (*make)(std::int64_t)>
+void BM_SortRecords(benchmark::State &state) {
+  const Quads quads = make(state.range(0));
+  std::vector<std::array<int, 5>> records;
+  for (auto _ : state) {
+    state.PauseTiming();
+    records.clear();
+    for (const auto &f : quads.faces) records.push_back({4, f[0], f[1], f[2], f[3]});
+    state.ResumeTiming();
+    std::sort(records.begin(), records.end());
+    benchmark::DoNotOptimize(records.data());
+  }
+  report(state, quads.faces.size());
+}
+
+template <Quads (*make)(std::int64_t)>
+void BM_FreeEdges(benchmark::State &state) {
+  const Quads quads = make(state.range(0));
+  SBR body = SBR_Create(0, 0);
+  set_faces(*body, quads);
+  std::size_t chains_found = 0;
+  for (auto _ : state) {
+    sbr::OwnedList<sbr::Array<std::int32_t>> chains;
+    if (!sbr::find_free_edges(sbr::FaceWalk(body->faces), chains)) std::abort();
+    chains_found = chains.size();
+  }
+  state.counters["chains"] = static_cast<double>(chains_found);
+  SBR_Destroy(body);
+  report(state, quads.faces.size());
+}
+
+// The measure for free edges: counting the same edges in a hash map.
+template <Quads (*make)(std::int64_t)>
+void BM_CountEdges(benchmark::State &state) {
+  const Quads quads = make(state.range(0));
+  for (auto _ : state) {
+    std::unordered_map<std::uint64_t, int> uses;
+    for (const auto &f : quads.faces)
+      for (std::size_t k = 0; k < 4; ++k) {
+        const auto [low, high] = std::minmax(f[k], f[(k + 1) % 4]);
+        uses[(static_cast<std::uint64_t>(low) << 32U) | static_cast<std::uint32_t>(high)] += 1;
+      }
+    benchmark::DoNotOptimize(uses.size());
+  }
+  report(state, quads.faces.size());
+}
+
+void sizes(benchmark::internal::Benchmark *benchmark) {
+  for (const int faces : {250000, 500000, 1000000}) benchmark->Arg(faces);
+  benchmark->Unit(benchmark::kMillisecond)->Complexity([](benchmark::IterationCount n) {
+    return static_cast<double>(n) * std::log2(static_cast<double>(n));
+  });
+}
+
+BENCHMARK(BM_Coarsen)->Apply(sizes);
+BENCHMARK(BM_Strip<grid_of>)->Apply(sizes);
+BENCHMARK(BM_SortRecords<grid_of>)->Apply(sizes);
+BENCHMARK(BM_Strip<block_of>)->Apply(sizes);
+BENCHMARK(BM_SortRecords<block_of>)->Apply(sizes);
+BENCHMARK(BM_FreeEdges<grid_of>)->Apply(sizes);
+BENCHMARK(BM_CountEdges<grid_of>)->Apply(sizes);
+BENCHMARK(BM_FreeEdges<block_of>)->Apply(sizes);
+BENCHMARK(BM_CountEdges<block_of>)->Apply(sizes);
+
+}  // namespace

@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building, testing and the demonstrations need, if any of them is missing.
+set -euo pipefail
+
+packages=(
+  g++ cmake ninja-build pkg-config binutils ccache
+  libtirpc-dev                                        # the library
+  libcli11-dev nlohmann-json3-dev libeigen3-dev libspectra-dev zlib1g-dev  # the program and the translators
+  libsqlite3-dev                                      # the open store
+  libgtest-dev libgmock-dev liblapacke-dev libopenblas-dev libnanoflann-dev  # tests and benchmarks
+  libbenchmark-dev man-db python3
+)
+
+missing=()
+for package in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing+=("$package")
+done
+if [ ${#missing[@]} -eq 0 ]; then
+  echo "All packages are there."
+  exit 0
+fi
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null || { echo "Missing packages: ${missing[*]}. Install them as root." >&2; exit 1; }
+  as_root=(sudo)
+fi
+echo "Installing: ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+echo "Installed."

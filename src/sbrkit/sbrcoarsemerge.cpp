@@ -1,0 +1,299 @@
+// Coarsening, the part around one node: is its neighbourhood small and flat, and if so, walk the fan of its faces edge by
+// edge and put the fan's outer rim in their place.
+#include <algorithm>
+#include <climits>
+#include <cmath>
+
+#include "reports.h"
+#include "sbrcoarse.h"
+
+namespace sbr::coarse {
+namespace {
+
+constexpr const char *kUnit = "sbrcoarse";
+
+// Fans of more faces than this look their neighbours up by vertex instead of trying face after face.
+constexpr std::size_t kSmallFan = 16;
+
+// ---- node test ---------------------------------------------------------------------------------------------------------
+
+bool within_distance(const Mesh &mesh, std::int32_t node, std::span<const std::int32_t> slots, double limit) noexcept {
+  const Node &center = mesh.node(node);
+  for (const std::int32_t slot : slots) {
+    const Face &face = mesh.face(slot);
+    if (!face.present) continue;
+    for (std::int32_t p = 0; p < face.count; ++p) {
+      if (!mesh.in_play(face.nodes[p])) continue;
+      const Node &vertex = mesh.node(face.nodes[p]);
+      const double dx = vertex.x - center.x;
+      const double dy = vertex.y - center.y;
+      const double dz = vertex.z - center.z;
+      if (dx * dx + dy * dy + dz * dz > limit) return false;
+    }
+  }
+  return true;
+}
+
+// A flipped face counts as parallel.
+bool flat(const Mesh &mesh, std::span<const std::int32_t> slots, double cosine) noexcept {
+  const Face *reference = nullptr;
+  for (const std::int32_t slot : slots) {
+    const Face &face = mesh.face(slot);
+    if (!face.present) continue;
+    if (reference == nullptr) {
+      reference = &face;
+      continue;
+    }
+    if (face.count < 3) return false;
+    const double *a = face.normal;
+    const double *b = reference->normal;
+    if (!(std::fabs(a[0] * b[0] + a[1] * b[1] + a[2] * b[2]) - cosine >= 0.0)) return false;
+  }
+  return true;
+}
+
+// ---- walking the fan ---------------------------------------------------------------------------------------------------
+
+void reverse(Face &face) noexcept {
+  if (face.count > 2) std::reverse(face.nodes + 1, face.nodes + face.count);
+}
+
+bool starts_with(const Face &face, std::int32_t vertex) noexcept { return face.count > 1 && face.nodes[1] == vertex; }
+bool ends_with(const Face &face, std::int32_t vertex) noexcept {
+  return face.count > 0 && face.nodes[face.count - 1] == vertex;
+}
+
+bool by_vertex(const FanEnd &a, const FanEnd &b) noexcept {
+  return a.vertex != b.vertex ? a.vertex < b.vertex : a.place < b.place;
+}
+
+// Notes both ends of every face of a large fan. Reversing a face swaps its ends, so the table holds for all attempts.
+bool note_fan_ends(Mesh &mesh, std::span<const std::int32_t> slots) noexcept {
+  mesh.fan_ends.clear();
+  if (slots.size() <= kSmallFan) return true;
+  for (std::size_t place = 0; place < slots.size(); ++place) {
+    const Face &face = mesh.face(slots[place]);
+    const auto at = static_cast<std::int32_t>(place);
+    if (face.count > 1 && !mesh.fan_ends.push_back({face.nodes[1], at})) return false;
+    if (face.count > 0 && !mesh.fan_ends.push_back({face.nodes[face.count - 1], at})) return false;
+  }
+  std::sort(mesh.fan_ends.begin(), mesh.fan_ends.end(), by_vertex);
+  return true;
+}
+
+// The slot of the first present face, in order of the list, that goes on from a vertex; -1 when there is none.
+template <class GoesOn>
+std::int32_t first_face(const Mesh &mesh, std::span<const std::int32_t> slots, std::int32_t vertex,
+                        GoesOn goes_on) noexcept {
+  if (mesh.fan_ends.empty()) {
+    for (const std::int32_t slot : slots)
+      if (mesh.face(slot).present && goes_on(mesh.face(slot), vertex)) return slot;
+    return -1;
+  }
+  const FanEnd *end = std::lower_bound(mesh.fan_ends.begin(), mesh.fan_ends.end(), FanEnd{vertex, 0}, by_vertex);
+  for (; end != mesh.fan_ends.end() && end->vertex == vertex; ++end) {
+    const std::int32_t slot = slots[static_cast<std::size_t>(end->place)];
+    if (mesh.face(slot).present && goes_on(mesh.face(slot), vertex)) return slot;
+  }
+  return -1;
+}
+
+// Appends the vertices of a face from a position on to the polygon, and empties the face's slot.
+bool take_face(Mesh &mesh, std::int32_t slot, std::int32_t from) noexcept {
+  Face &face = mesh.face(slot);
+  const auto have = static_cast<std::int64_t>(mesh.polygon.size());
+  const std::int32_t more = std::max(0, face.count - from);
+  if (!mesh.taken.push_back(slot)) return false;
+  face.present = false;
+  if (have + more > INT_MAX - 1 || !mesh.polygon.reserve(have + more) || !mesh.polygon.resize(have + more))
+    return false;
+  std::copy_n(face.nodes + from, more, mesh.polygon.data() + have);
+  return true;
+}
+
+bool give_faces_back(Mesh &mesh) noexcept {
+  for (const std::int32_t slot : mesh.taken) mesh.face(slot).present = true;
+  mesh.taken.clear();
+  mesh.polygon.clear();
+  return false;
+}
+
+// Follows the fan from the polygon's last vertex until all faces are taken. False when no face goes on, or when memory
+// is short (which sets no_memory).
+bool walk_fan(Mesh &mesh, std::span<const std::int32_t> slots, bool &no_memory) noexcept {
+  while (mesh.taken.size() < slots.size()) {
+    if (mesh.polygon.empty()) return false;
+    const std::int32_t last = mesh.polygon[mesh.polygon.size() - 1];
+    std::int32_t slot = first_face(mesh, slots, last, starts_with);
+    if (slot < 0) {
+      slot = first_face(mesh, slots, last, ends_with);
+      if (slot < 0) return false;
+      reverse(mesh.face(slot));
+    }
+    if (!take_face(mesh, slot, 2)) {
+      no_memory = true;
+      return false;
+    }
+  }
+  return !mesh.polygon.empty();
+}
+
+// ---- room for the fused polygon ----------------------------------------------------------------------------------------
+
+constexpr std::int64_t kChunkWords = 1 << 16;
+
+// Room for a polygon of `count` vertices in the chunks; null when memory is short.
+std::int32_t *take_room(Mesh &mesh, std::int64_t count) noexcept {
+  const std::size_t chunks = mesh.chunks.size();
+  if (chunks > 0) {
+    Array<std::int32_t> &last = *mesh.chunks[chunks - 1];
+    if (last.size() - mesh.chunk_used >= static_cast<std::size_t>(count)) {
+      std::int32_t *room = last.data() + mesh.chunk_used;
+      mesh.chunk_used += static_cast<std::size_t>(count);
+      return room;
+    }
+  }
+  Array<std::int32_t> *chunk = mesh.chunks.add();
+  if (chunk == nullptr) return nullptr;
+  if (!chunk->allocate(std::max(count, kChunkWords))) {
+    (void)mesh.chunks.resize(static_cast<std::int64_t>(chunks));
+    return nullptr;
+  }
+  mesh.chunk_used = static_cast<std::size_t>(count);
+  return chunk->data();
+}
+
+// Finds room for the fused polygon and the node that may close it: the largest room among the faces taken, or new room
+// that leaves space to grow.
+bool secure_room(Mesh &mesh, Face &room) noexcept {
+  const auto wanted = static_cast<std::int32_t>(mesh.polygon.size()) + 1;
+  room = Face{};
+  for (const std::int32_t slot : mesh.taken) {
+    const Face &face = mesh.face(slot);
+    if (face.capacity > room.capacity) {
+      room.nodes = face.nodes;
+      room.capacity = face.capacity;
+    }
+  }
+  if (room.capacity >= wanted) return true;
+  const std::int64_t capacity = std::min<std::int64_t>(static_cast<std::int64_t>(wanted) + wanted / 2, INT_MAX);
+  room.nodes = take_room(mesh, capacity);
+  room.capacity = static_cast<std::int32_t>(capacity);
+  return room.nodes != nullptr;
+}
+
+// Fuses with every start in turn, as listed, then again with the later starts reversed.
+bool fuse_fan(Mesh &mesh, std::int32_t node) noexcept {
+  const int count = mesh.node(node).count;
+  for (int k = 0; k < count; ++k)
+    if (merge_face_fan(mesh, node, k)) return true;
+  for (int k = 0; k > -count; --k)
+    if (merge_face_fan(mesh, node, k)) return true;
+  return false;
+}
+
+// Puts the polygon into a slot, in the room secured for it.
+void store_polygon(Mesh &mesh, std::int32_t slot, const Face &room, const double *normal) noexcept {
+  Face &face = mesh.face(slot);
+  std::copy_n(normal, 3, face.normal);
+  face.nodes = room.nodes;
+  face.capacity = room.capacity;
+  face.count = mesh.polygon.count();
+  std::copy(mesh.polygon.begin(), mesh.polygon.end(), face.nodes);
+  face.present = true;
+}
+
+}  // namespace
+
+bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept {
+  if (!mesh.in_play(node)) return false;
+  follow_redirections(mesh, node);
+  const std::span<const std::int32_t> slots = mesh.faces_of(node);
+  return slots.size() >= 2 && within_distance(mesh, node, slots, limits.distance_squared) &&
+         flat(mesh, slots, limits.cosine);
+}
+
+// Turns every face of the node so that the node stands first; faces that lost the node leave its list.
+void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept {
+  const std::span<std::int32_t> slots = mesh.faces_of(node);
+  std::size_t kept = 0;
+  for (const std::int32_t slot : slots) {
+    Face &face = mesh.face(slot);
+    std::int32_t *end = face.nodes + face.count;
+    std::int32_t *place = std::find(face.nodes, end, node);
+    if (!face.present || place == end) continue;
+    std::rotate(face.nodes, place, end);
+    slots[kept++] = slot;
+  }
+  mesh.node(node).count = static_cast<std::int32_t>(kept);
+}
+
+// Fuses the faces of a node into Mesh::polygon, starting with face |k| of its list, reversed first for a negative k.
+// On success Mesh::taken holds the slots in the order of the walk, now empty; otherwise they are as they were, but for
+// the faces that the walk has reversed.
+bool merge_face_fan(Mesh &mesh, std::int32_t node, int k) noexcept {
+  const std::span<const std::int32_t> slots = mesh.faces_of(node);
+  mesh.polygon.clear();
+  mesh.taken.clear();
+  const std::int32_t start = slots[static_cast<std::size_t>(std::abs(k))];
+  if (!mesh.face(start).present) return false;
+  if (k < 0) reverse(mesh.face(start));
+  bool no_memory = !take_face(mesh, start, 1);
+  if (!no_memory && walk_fan(mesh, slots, no_memory)) return true;
+  if (no_memory) report_no_memory(kUnit);
+  return give_faces_back(mesh);
+}
+
+// Lets the slot of the node's first face stand for the slots of all its faces, in the lists of all nodes that are still
+// to come. The lists follow when their node's turn comes: see follow_redirections.
+void redirect_face_references(Mesh &mesh, std::int32_t node) noexcept {
+  const std::span<const std::int32_t> slots = mesh.faces_of(node);
+  for (std::size_t m = 1; m < slots.size(); ++m) mesh.merged_into[static_cast<std::size_t>(slots[m])] = slots[0];
+}
+
+// A list that names a merged slot names the slot that took it over instead, in ascending order and without repeats. Every
+// node in play that is still to come is redirected by every merge, so that it makes no difference to do this once.
+void follow_redirections(Mesh &mesh, std::int32_t node) noexcept {
+  std::span<std::int32_t> slots = mesh.faces_of(node);
+  bool changed = false;
+  for (std::int32_t &slot : slots) {
+    std::int32_t root = slot;
+    while (mesh.merged_into[static_cast<std::size_t>(root)] != root)
+      root = mesh.merged_into[static_cast<std::size_t>(root)];
+    for (std::int32_t at = slot; at != root;) {
+      const std::int32_t next = mesh.merged_into[static_cast<std::size_t>(at)];
+      mesh.merged_into[static_cast<std::size_t>(at)] = root;
+      at = next;
+    }
+    changed = changed || root != slot;
+    slot = root;
+  }
+  if (!changed) return;
+  std::sort(slots.begin(), slots.end());
+  mesh.node(node).count = static_cast<std::int32_t>(std::unique(slots.begin(), slots.end()) - slots.begin());
+}
+
+void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
+  rotate_faces_to_node(mesh, node);
+  if (!note_fan_ends(mesh, mesh.faces_of(node))) {
+    report_no_memory(kUnit);
+    return;
+  }
+  if (!fuse_fan(mesh, node)) return;
+  Face room;
+  if (!secure_room(mesh, room) || !mesh.polygon.reserve(static_cast<std::int64_t>(mesh.polygon.size()) + 1)) {
+    report_no_memory(kUnit);
+    give_faces_back(mesh);
+    return;
+  }
+  double normal[3];
+  std::copy_n(mesh.face(mesh.taken[0]).normal, 3, normal);
+  const bool open = mesh.polygon[0] != mesh.polygon[mesh.polygon.size() - 1];
+  if (open) (void)mesh.polygon.push_back(node);
+  redirect_face_references(mesh, node);
+  if (!open) mesh.node(node).in_play = false;
+  prune_polygon_loops(mesh);
+  store_polygon(mesh, mesh.faces_of(node)[0], room, normal);
+}
+
+}  // namespace sbr::coarse

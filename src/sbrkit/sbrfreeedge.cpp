@@ -1,0 +1,208 @@
+// Free edges: the rims of the surface of a body, as chains of node IDs.
+//
+// Sorting the sides of all faces by their two ends brings the uses of an edge together; an edge with one use is free. The
+// few free edges are then walked as the classes of free_edges.hpp walk them.
+#include "sbrfreeedge.h"
+
+#include <algorithm>
+
+namespace sbr {
+namespace {
+
+// One side of a face.
+struct Side {
+  std::int32_t low;
+  std::int32_t high;
+  std::uint32_t order;  // its place among all sides
+
+  [[nodiscard]] bool same_edge(const Side &other) const noexcept { return low == other.low && high == other.high; }
+};
+
+bool by_ends(const Side &a, const Side &b) noexcept { return a.low != b.low ? a.low < b.low : a.high < b.high; }
+bool by_order(const Side &a, const Side &b) noexcept { return a.order < b.order; }
+
+bool collect_sides(FaceWalk walk, Array<Side> &sides) noexcept {
+  std::int64_t total = 0;
+  for (FaceWalk counting = walk; counting.next();)
+    if (counting.face().size() >= 3) total += static_cast<std::int64_t>(counting.face().size());
+  if (!sides.reserve(total)) return false;
+  while (walk.next()) {
+    const std::span<const std::int32_t> face = walk.face();
+    if (face.size() < 3) continue;
+    for (std::size_t k = 0; k < face.size(); ++k) {
+      const auto [low, high] = std::minmax(face[k], face[k + 1 < face.size() ? k + 1 : 0]);
+      if (!sides.push_back({low, high, static_cast<std::uint32_t>(sides.size())})) return false;
+    }
+  }
+  return true;
+}
+
+// Leaves the sides that no other side repeats, in the order of the face list.
+void keep_free_sides(Array<Side> &sides) noexcept {
+  std::sort(sides.begin(), sides.end(), by_ends);
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < sides.size();) {
+    std::size_t next = i + 1;
+    while (next < sides.size() && sides[next].same_edge(sides[i])) ++next;
+    if (next == i + 1) sides[kept++] = sides[i];
+    i = next;
+  }
+  (void)sides.resize(static_cast<std::int64_t>(kept));
+  std::sort(sides.begin(), sides.end(), by_order);
+}
+
+// The free edges by node: per node the places of its edges, in the order of the face list. An edge from a node to itself
+// is linked there twice.
+class Rims {
+ public:
+  [[nodiscard]] bool build(const Array<Side> &edges) noexcept {
+    edges_ = edges.span();
+    if (edges_.empty()) return true;
+    const auto ends = 2 * static_cast<std::int64_t>(edges_.size());
+    if (!ids_.reserve(ends) || !links_.allocate(ends) || !eaten_.allocate(edges.count())) return false;
+    for (const Side &edge : edges_)
+      if (!ids_.push_back(edge.low) || !ids_.push_back(edge.high)) return false;
+    std::sort(ids_.begin(), ids_.end());
+    (void)ids_.resize(std::unique(ids_.begin(), ids_.end()) - ids_.begin());
+    return link_edges();
+  }
+
+  [[nodiscard]] bool make_chains(OwnedList<Array<std::int32_t>> &chains) noexcept {
+    for (std::int32_t node = 0; node < ids_.count(); ++node) {
+      if (edge_count_[static_cast<std::size_t>(node)] == 0) continue;
+      Array<std::int32_t> *chain = chains.add();
+      if (chain == nullptr || !find_free_edge(node, *chain)) return false;
+    }
+    return true;
+  }
+
+ private:
+  [[nodiscard]] std::int32_t node_of(std::int32_t id) const noexcept {
+    return static_cast<std::int32_t>(std::lower_bound(ids_.begin(), ids_.end(), id) - ids_.begin());
+  }
+
+  bool link_edges() noexcept {
+    if (!first_.allocate(ids_.count() + 1) || !edge_count_.allocate(ids_.count())) return false;
+    for (const Side &edge : edges_) {
+      edge_count_[static_cast<std::size_t>(node_of(edge.low))] += 1;
+      edge_count_[static_cast<std::size_t>(node_of(edge.high))] += 1;
+    }
+    for (std::size_t n = 0; n < ids_.size(); ++n) first_[n + 1] = first_[n] + edge_count_[n];
+    edge_count_.fill_zero();
+    for (std::size_t e = 0; e < edges_.size(); ++e)
+      for (const std::int32_t id : {edges_[e].low, edges_[e].high}) {
+        const auto node = static_cast<std::size_t>(node_of(id));
+        links_[first_[node] + edge_count_[node]++] = static_cast<std::uint32_t>(e);
+      }
+    return true;
+  }
+
+  // The node at the other end of the edge that leads to the lowest ID, which is eaten; -1 when no edge is left.
+  std::int32_t connected_node(std::int32_t node) noexcept {
+    const std::int32_t own = ids_[static_cast<std::size_t>(node)];
+    std::int64_t best = -1;
+    std::int32_t other = 0;
+    for (std::uint32_t l = first_[static_cast<std::size_t>(node)]; l < first_[static_cast<std::size_t>(node) + 1]; ++l) {
+      const std::uint32_t edge = links_[l];
+      if (eaten_[edge] != 0) continue;
+      const std::int32_t end = edges_[edge].low != own ? edges_[edge].low : edges_[edge].high;
+      if (best >= 0 && end >= other) continue;
+      best = edge;
+      other = end;
+    }
+    if (best < 0) return -1;
+    const std::int32_t next = node_of(other);
+    eaten_[static_cast<std::size_t>(best)] = 1;
+    edge_count_[static_cast<std::size_t>(node)] -= 1;
+    edge_count_[static_cast<std::size_t>(next)] -= 1;
+    return next;
+  }
+
+  // Appends the IDs on the way from a node, while exactly one edge leads on. Gives where the walk ends, -1 for nowhere.
+  std::int32_t walk(std::int32_t start, Array<std::int32_t> &chain, bool &room) noexcept {
+    std::int32_t next = connected_node(start);
+    while (room && next >= 0 && next != start && edge_count_[static_cast<std::size_t>(next)] == 1) {
+      room = chain.push_back(ids_[static_cast<std::size_t>(next)]);
+      next = connected_node(next);
+    }
+    if (next >= 0) room = room && chain.push_back(ids_[static_cast<std::size_t>(next)]);
+    return next;
+  }
+
+  bool find_free_edge(std::int32_t start, Array<std::int32_t> &chain) noexcept {
+    bool room = chain.push_back(ids_[static_cast<std::size_t>(start)]);
+    if (walk(start, chain, room) == start) return room;
+    const std::size_t forward = chain.size();
+    walk(start, chain, room);
+    // What was found behind the start belongs in front of it, the other way round.
+    std::reverse(chain.begin(), chain.end());
+    std::reverse(chain.begin() + (chain.size() - forward), chain.end());
+    return room;
+  }
+
+  std::span<const Side> edges_;
+  Array<std::int32_t> ids_;          // the nodes of free edges, ascending
+  Array<std::uint32_t> first_;       // per node where its edges start in links_
+  Array<std::uint32_t> links_;       // places in edges_
+  Array<std::int32_t> edge_count_;   // per node the links that are left
+  Array<unsigned char> eaten_;       // per edge
+};
+
+}  // namespace
+
+bool find_free_edges(FaceWalk walk, OwnedList<Array<std::int32_t>> &chains) noexcept {
+  Array<Side> sides;
+  if (!collect_sides(walk, sides)) return false;
+  keep_free_sides(sides);
+  Rims rims;
+  return rims.build(sides) && rims.make_chains(chains);
+}
+
+}  // namespace sbr
+
+namespace {
+
+// The chain at an index, or null.
+const sbr::Array<std::int32_t> *chain_at(const SbrBody &body, int chain) noexcept {
+  if (chain < 0 || chain >= body.free_edges.count) return nullptr;
+  return body.free_edges.chains[static_cast<std::size_t>(chain)];
+}
+
+}  // namespace
+
+extern "C" {
+
+void SBR_GenerateFreeEdges(SBR body) {
+  if (CheckSBR(body) == 0) return;
+  // Inner faces would give rims of their own.
+  (void)SBR_RemoveInternalGeometry(body);
+  sbr::OwnedList<sbr::Array<std::int32_t>> chains;
+  if (!sbr::find_free_edges(sbr::FaceWalk(body->faces), chains)) return;
+  for (std::size_t c = 0; c < chains.size(); ++c)
+    for (std::int32_t &node : *chains[c]) node = SBR_NodeID(body, node);
+  body->free_edges.count = chains.count();
+  body->free_edges.chains = std::move(chains);
+}
+
+int SBR_GetFreeEdgeCount(SBR body) {
+  if (CheckSBR(body) == 0) return 0;
+  if (body->free_edges.count == -1) SBR_GenerateFreeEdges(body);
+  return body->free_edges.count;
+}
+
+int SBR_GetFreeEdgeSize(SBR body, int chain) {
+  if (CheckSBR(body) == 0) return 0;
+  if (body->free_edges.count == -1) SBR_GenerateFreeEdges(body);
+  const sbr::Array<std::int32_t> *ids = chain_at(*body, chain);
+  return ids != nullptr ? ids->count() : 0;
+}
+
+int SBR_GetFreeEdge(SBR body, int chain, int *ids) {
+  if (CheckSBR(body) == 0) return 0;
+  const sbr::Array<std::int32_t> *found = chain_at(*body, chain);
+  if (found == nullptr) return 0;
+  if (ids != nullptr) std::copy(found->begin(), found->end(), ids);
+  return found->count();
+}
+
+}  // extern "C"

@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds everything and runs all tests. Works on a fresh Debian 12.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+step() { printf '\n== %s\n' "$*"; }
+
+step "Packages"
+scripts/install-packages.sh
+step "Build (release)"
+cmake --preset release -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
+cmake --build --preset release
+step "All tests"
+ctest --preset release -j "$(nproc)" --output-on-failure

@@ -1,0 +1,48 @@
+// The shared library shows exactly the names of its list.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+
+namespace {
+
+std::set<std::string> exported_by_library() {
+  std::set<std::string> names;
+  std::FILE *pipe = popen("nm -D --defined-only " SBRKIT_LIBRARY, "r");
+  std::array<char, 4096> line{};
+  while (pipe != nullptr && std::fgets(line.data(), line.size(), pipe) != nullptr) {
+    std::istringstream words(line.data());
+    std::string address;
+    std::string type;
+    std::string name;
+    words >> address >> type >> name;
+    names.insert(name);
+  }
+  if (pipe != nullptr) pclose(pipe);
+  return names;
+}
+
+std::set<std::string> names_in(const char *path) {
+  std::set<std::string> names;
+  std::ifstream in(path);
+  for (std::string name; in >> name;) names.insert(name);
+  return names;
+}
+
+TEST(Exports, TheLibraryShowsExactlyItsListedNames) {
+  EXPECT_EQ(exported_by_library(), names_in(SBRKIT_SOURCE_DIR "/src/sbrkit/exported_names.txt"));
+}
+
+TEST(Exports, EveryListedNameIsDeclaredInThePublicHeader) {
+  std::ifstream in(SBRKIT_SOURCE_DIR "/include/sbrkit/sbrkit.h");
+  std::ostringstream text;
+  text << in.rdbuf();
+  for (const std::string &name : names_in(SBRKIT_SOURCE_DIR "/src/sbrkit/exported_names.txt"))
+    EXPECT_NE(text.str().find(name + "("), std::string::npos) << name;
+}
+
+}  // namespace

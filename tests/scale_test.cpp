@@ -1,0 +1,397 @@
+// What a change of units does to the holders of a body's data.
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "body.h"
+#include "support/messages.h"
+
+namespace sbrtest {
+namespace {
+
+// The ratios from kilogram, meter, second, newton to pound, inch, millisecond, pound force.
+constexpr double M = 1.0 / 0.45359237;
+constexpr double L = 1.0 / 0.0254;
+constexpr double T = 1.0 / 0.001;
+constexpr double F = 1.0 / 4.4482216152605;
+
+constexpr int kModes = 8;
+
+MATCHER_P(CloseTo, expected, "") { return std::fabs(arg - expected) <= 4e-15 * std::fabs(expected); }
+
+class ScaleTest : public LibraryTest {
+ protected:
+  ScaleTest() {
+    for (int i = 0; i < kModes; ++i) EXPECT_EQ(SBR_AddMode(body, i + 1), i);
+    EXPECT_EQ(SBR_SetUnits(body, "KILOGRAM", "METER", "SECOND", "NEWTON"), 1);
+  }
+  ~ScaleTest() override { EXPECT_TRUE(log.take_complaints().empty()); }
+
+  void change_units() { ASSERT_EQ(SBR_SetUnits(body, "POUND_MASS", "INCH", "MILLISECOND", "POUND_FORCE"), 1); }
+
+  static void fill(sbr::Array<double> &values, int count) {
+    ASSERT_TRUE(values.allocate(count));
+    for (int i = 0; i < count; ++i) values[static_cast<std::size_t>(i)] = 1.5 + i;
+  }
+  // Every value that fill gave has been multiplied by the factor.
+  static void expect_scaled(const sbr::Array<double> &values, double factor, const char *what) {
+    for (std::size_t i = 0; i < values.size(); ++i)
+      EXPECT_THAT(values[i], CloseTo((1.5 + static_cast<double>(i)) * factor)) << what << ' ' << i;
+  }
+  // Frequencies of 0 for the first modes and of 50 Hz and more for the others.
+  void set_rigid_modes(int count) {
+    ASSERT_TRUE(body->matrices.eigenvalues.allocate(kModes));
+    body->matrices.eigenvalue_count = kModes;
+    for (int i = 0; i < kModes; ++i) {
+      sbr::EigenRecord &record = body->matrices.eigenvalues[static_cast<std::size_t>(i)];
+      record.mode = i + 1;
+      record.frequency_hz = i < count ? 0.0 : 50.0 + i;
+    }
+  }
+
+  SBR body = SBR_Create(10, kModes);
+};
+
+// ---- nodes and global properties
+// -------------------------------------------------------------------------------------
+
+TEST_F(ScaleTest, NodesHaveLengthsMassesAndInertias) {
+  ASSERT_EQ(SBR_SetNodeCoordinates(body, 7, 1.0, -2.0, 3.0), 1);
+  ASSERT_EQ(SBR_SetNodalMass(body, 7, 5.0), 1);
+  ASSERT_EQ(SBR_SetNodalInertia(body, 7, 1.0, 2.0, 3.0, 4.0, 5.0, 6.0), 1);
+  ASSERT_EQ(SBR_SetNodeCoordinates(body, 8, 0.5, 0.0, 0.0), 1);
+  change_units();
+  double xyz[3];
+  ASSERT_EQ(SBR_NodeCoordinates(body, 0, xyz), 1);
+  EXPECT_THAT(xyz[0], CloseTo(L));
+  EXPECT_THAT(xyz[1], CloseTo(-2.0 * L));
+  EXPECT_THAT(xyz[2], CloseTo(3.0 * L));
+  EXPECT_THAT(SBR_NodalMass(body, 0), CloseTo(5.0 * M));
+  double inertia[9];
+  ASSERT_EQ(SBR_NodalInertia(body, 0, inertia), 1);
+  const double expected[9] = {1.0, 4.0, 5.0, 4.0, 2.0, 6.0, 5.0, 6.0, 3.0};
+  for (int i = 0; i < 9; ++i) EXPECT_THAT(inertia[i], CloseTo(expected[i] * M * L * L));
+  EXPECT_EQ(SBR_NodalInertia(body, 1, inertia), 0);
+  EXPECT_EQ(SBR_NodalMass(body, 1), 0.0);
+}
+
+TEST_F(ScaleTest, GlobalPropertiesFollow) {
+  body->global.mass = 3.0;
+  for (int i = 0; i < 3; ++i) body->global.center[i] = 1.0 + i;
+  for (int i = 0; i < 9; ++i) body->global.inertia[i] = 1.0 + i;
+  change_units();
+  EXPECT_THAT(body->global.mass, CloseTo(3.0 * M));
+  for (int i = 0; i < 3; ++i) EXPECT_THAT(body->global.center[i], CloseTo((1.0 + i) * L));
+  for (int i = 0; i < 9; ++i) EXPECT_THAT(body->global.inertia[i], CloseTo((1.0 + i) * M * L * L));
+}
+
+// ---- matrices and eigenvalues
+// ----------------------------------------------------------------------------------------
+
+TEST_F(ScaleTest, GeneralizedMatricesFollow) {
+  ASSERT_TRUE(body->matrices.mass.push_back({0, 1, 2.0}));
+  ASSERT_TRUE(body->matrices.stiffness.push_back({0, 1, 3.0}));
+  ASSERT_TRUE(body->matrices.damping.push_back({0, 1, 4.0}));
+  change_units();
+  EXPECT_THAT(body->matrices.mass[0].value, CloseTo(2.0 * M * L * L));
+  EXPECT_THAT(body->matrices.stiffness[0].value, CloseTo(3.0 * F * L));
+  EXPECT_THAT(body->matrices.damping[0].value, CloseTo(4.0 * F * L * T));
+}
+
+TEST_F(ScaleTest, DampingOnPrincipalAxesFollowsByRowAndColumn) {
+  struct Pair {
+    int row, column;
+    double factor;
+  };
+  const std::vector<Pair> pairs = {{0, 0, F * T / L}, {2, 1, F * T / L}, {3, 3, F * T * L}, {5, 4, F * T * L},
+                                   {6, 6, F * T * L}, {3, 7, F * T * L}, {0, 3, F * T},     {5, 2, F * T},
+                                   {2, 6, F * T},     {6, 0, F * T}};
+  for (const Pair &pair : pairs) ASSERT_TRUE(body->matrices.damping.push_back({pair.row, pair.column, 4.0}));
+  body->matrices.damping_on_principal_axes = 1;
+  change_units();
+  for (std::size_t i = 0; i < pairs.size(); ++i)
+    EXPECT_THAT(body->matrices.damping[i].value, CloseTo(4.0 * pairs[i].factor))
+        << pairs[i].row << ' ' << pairs[i].column;
+}
+
+TEST_F(ScaleTest, TheEigenvalueTableFollows) {
+  set_rigid_modes(0);
+  body->matrices.eigenvalues[3] = {4, 2.0, 3.0, 4.0, 5.0, 6.0};
+  change_units();
+  const sbr::EigenRecord &record = body->matrices.eigenvalues[3];
+  EXPECT_EQ(record.mode, 4);
+  EXPECT_THAT(record.eigenvalue, CloseTo(2.0 * (F * L) / (M * L * L)));
+  EXPECT_THAT(record.frequency_hz, CloseTo(3.0 / T));
+  EXPECT_THAT(record.frequency_rad, CloseTo(4.0 / T));
+  EXPECT_THAT(record.generalized_mass, CloseTo(5.0 * M * L * L));
+  EXPECT_THAT(record.generalized_stiffness, CloseTo(6.0 * F * L));
+}
+
+TEST_F(ScaleTest, AFrequencyFromTheListsIsTheSameMotionInOtherUnits) {
+  for (int i = 0; i < kModes; ++i) {
+    ASSERT_TRUE(body->matrices.stiffness.push_back({i, i, 4.0e6}));
+    ASSERT_TRUE(body->matrices.mass.push_back({i, i, 1.0}));
+  }
+  double rad = 0.0;
+  ASSERT_EQ(SBR_Eigenvalue(body, 1, nullptr, nullptr, &rad, nullptr, nullptr), 1);
+  EXPECT_EQ(rad, 2000.0);
+  change_units();
+  ASSERT_EQ(SBR_Eigenvalue(body, 1, nullptr, nullptr, &rad, nullptr, nullptr), 1);
+  EXPECT_DOUBLE_EQ(rad, 2.0);  // per millisecond
+}
+
+// ---- modal vectors
+// ---------------------------------------------------------------------------------------------------
+
+TEST_F(ScaleTest, AModalPreloadIsMadeOfModalForces) {
+  set_rigid_modes(6);
+  fill(body->loads.preload, kModes);
+  change_units();
+  expect_scaled(body->loads.preload, F * L, "preload");
+}
+
+TEST_F(ScaleTest, AProcessedPreloadBeginsWithThreeForces) {
+  set_rigid_modes(6);
+  fill(body->loads.preload, kModes);
+  body->loads.preload_on_principal_axes = 1;
+  change_units();
+  for (std::size_t i = 0; i < kModes; ++i)
+    EXPECT_THAT(body->loads.preload[i], CloseTo((1.5 + static_cast<double>(i)) * (i < 3 ? F : F * L)));
+}
+
+TEST_F(ScaleTest, FewerRigidModesThanThreeMeanFewerForces) {
+  set_rigid_modes(2);
+  fill(body->loads.preload, kModes);
+  body->loads.preload_on_principal_axes = 1;
+  change_units();
+  for (std::size_t i = 0; i < kModes; ++i)
+    EXPECT_THAT(body->loads.preload[i], CloseTo((1.5 + static_cast<double>(i)) * (i < 2 ? F : F * L)));
+}
+
+TEST_F(ScaleTest, EachModalLoadFollowsByItsOwnFlag) {
+  set_rigid_modes(6);
+  for (int i = 0; i < 3; ++i) {
+    sbr::ModalLoad *load = body->loads.modal.add();
+    ASSERT_NE(load, nullptr);
+    fill(load->values, kModes);
+  }
+  body->loads.modal[1]->processed = 1;
+  body->loads.modal[2]->values.release();
+  body->loads.modal[2]->processed = 1;
+  change_units();
+  expect_scaled(body->loads.modal[0]->values, F * L, "unprocessed load");
+  for (std::size_t i = 0; i < kModes; ++i)
+    EXPECT_THAT(body->loads.modal[1]->values[i], CloseTo((1.5 + static_cast<double>(i)) * (i < 3 ? F : F * L)));
+}
+
+TEST_F(ScaleTest, NodalLoadsFollowByPlainMultiplication) {
+  for (int coordinate = 1; coordinate <= 6; ++coordinate)
+    ASSERT_NE(SBR_SetModalLoadNodal(body, 1, 7, coordinate, 0.3 * coordinate), 0);
+  change_units();
+  const sbr::UnitFactors &ratio = body->units.scale;
+  const sbr::NodalLoadCase *load_case = nullptr;
+  for (std::size_t i = 0; i < body->loads.nodal.size(); ++i)
+    if (body->loads.nodal[i] != nullptr && body->loads.nodal[i]->loads.size() == 6) load_case = body->loads.nodal[i];
+  ASSERT_NE(load_case, nullptr);
+  for (int coordinate = 1; coordinate <= 6; ++coordinate) {
+    double expected = 0.3 * coordinate * ratio.force;
+    if (coordinate > 3) expected *= ratio.length;
+    EXPECT_EQ(load_case->loads[static_cast<std::size_t>(coordinate - 1)], expected);
+  }
+}
+
+// ---- invariants and statistics
+// ---------------------------------------------------------------------------------------
+
+TEST_F(ScaleTest, InvariantsFollowByTheirMoments) {
+  sbr::Invariants &cells = body->invariants;
+  fill(cells.invar1, 1);
+  fill(cells.invar2, 3);
+  fill(cells.invar3, 3 * kModes);
+  fill(cells.invar4, 3 * kModes);
+  fill(cells.invar5, 3 * kModes * kModes);
+  fill(cells.invar7, 9);
+  fill(cells.invar8, 9 * kModes);
+  fill(cells.invar9, 9 * kModes * kModes);
+  change_units();
+  expect_scaled(cells.invar1, M, "invariant 1");
+  expect_scaled(cells.invar2, M * L, "invariant 2");
+  expect_scaled(cells.invar3, M * L, "invariant 3");
+  expect_scaled(cells.invar4, M * L * L, "invariant 4");
+  expect_scaled(cells.invar5, M * L * L, "invariant 5");
+  expect_scaled(cells.invar7, M * L * L, "invariant 7");
+  expect_scaled(cells.invar8, M * L * L, "invariant 8");
+  expect_scaled(cells.invar9, M * L * L, "invariant 9");
+}
+
+TEST_F(ScaleTest, OnlyTranslationsAndStressesOfTheStatisticsFollow) {
+  ASSERT_TRUE(body->statistics.allocate(kModes));
+  for (sbr::ModalStatistics &mode : body->statistics)
+    for (double &value : mode.values) value = 2.0;
+  change_units();
+  for (const sbr::ModalStatistics &mode : body->statistics) {
+    EXPECT_THAT(mode.values[0], CloseTo(2.0 * L));
+    EXPECT_EQ(mode.values[1], 2.0);
+    EXPECT_THAT(mode.values[2], CloseTo(2.0 * F / L / L));
+    EXPECT_EQ(mode.values[3], 2.0);
+    EXPECT_EQ(mode.values[4], 2.0);
+  }
+}
+
+// ---- monitor points
+// --------------------------------------------------------------------------------------------------
+
+// The factors of the rows "3" and "4" of a displacement, velocity, acceleration and load operator; 1 is left alone.
+struct PointCase {
+  const char *name;
+  int result_type;
+  std::array<double, 4> translational;
+  std::array<double, 4> rotational;
+};
+
+constexpr double S = F / L / L;
+
+class ScalePointTest : public ScaleTest, public ::testing::WithParamInterface<PointCase> {};
+
+TEST_P(ScalePointTest, OperatorRowsFollowByTheirDigit) {
+  constexpr int kLoads = 2;
+  const double location[3] = {1.0, 2.0, 3.0};
+  ASSERT_EQ(SBR_SetMonitorPointInfo(body, 1, GetParam().result_type, 34, kLoads, location, "point", "label"), 0);
+  sbr::MonitorPoint &point = *body->monitor_points[0];
+  for (int op = 0; op < 4; ++op) fill(point.operators[op], 2 * kModes * (op == 3 ? kLoads : 1));
+  change_units();
+  for (std::size_t op = 0; op < 4; ++op)
+    for (std::size_t i = 0; i < point.operators[op].size(); ++i) {
+      const bool rotational = i / kModes % 2 == 1;
+      const double before = 1.5 + static_cast<double>(i);
+      const double factor = rotational ? GetParam().rotational[op] : GetParam().translational[op];
+      if (factor == 1.0)
+        EXPECT_EQ(point.operators[op][i], before) << "operator " << op << ", value " << i;
+      else
+        EXPECT_THAT(point.operators[op][i], CloseTo(before * factor)) << "operator " << op << ", value " << i;
+    }
+  EXPECT_EQ(point.location[0], 1.0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ResultTypes, ScalePointTest,
+    ::testing::Values(PointCase{"Disp", 1, {L, L / T, L / T / T, L}, {1.0, 1.0 / T, 1.0 / T / T, 1.0}},
+                      PointCase{"Stress", 2, {S, S / T, S / T / T, S}, {S, S / T, S / T / T, S}},
+                      PointCase{"Strain", 3, {1.0, 1.0 / T, 1.0 / T / T, 1.0}, {1.0, 1.0 / T, 1.0 / T / T, 1.0}},
+                      PointCase{"Force", 4, {F, F / T, F / T / T, F}, {F * L, F *L / T, F *L / T / T, F *L}},
+                      PointCase{"General", 5, {F, F / T, F / T / T, F}, {F * L, F *L / T, F *L / T / T, F *L}},
+                      PointCase{"Zero", 0, {1.0, 1.0, 1.0, 1.0}, {1.0, 1.0, 1.0, 1.0}},
+                      PointCase{"Six", 6, {1.0, 1.0, 1.0, 1.0}, {1.0, 1.0, 1.0, 1.0}}),
+    [](const auto &point) { return std::string(point.param.name); });
+
+TEST_F(ScaleTest, MonitorPointsWithoutTheirBlockAreLeftAlone) {
+  const double location[3] = {};
+  ASSERT_EQ(SBR_SetMonitorPointInfo(body, 1, 4, 1, 1, location, "point", "label"), 0);
+  fill(body->monitor_points[0]->operators[0], kModes);
+  sbr::set_block(*body, sbr::kMonitorPoints, false);
+  change_units();
+  expect_scaled(body->monitor_points[0]->operators[0], 1.0, "operator");
+}
+
+TEST_F(ScaleTest, AnOperatorSmallerThanItsPointSaysIsScaledWithinItsMemory) {
+  const double location[3] = {};
+  ASSERT_EQ(SBR_SetMonitorPointInfo(body, 1, 4, -123456, 1000000, location, "point", "label"), 0);
+  for (sbr::Array<double> &op : body->monitor_points[0]->operators) fill(op, 3);
+  change_units();
+}
+
+TEST_F(ScaleTest, ASignOfAComponentIsATranslationalRow) {
+  const double location[3] = {};
+  ASSERT_EQ(SBR_SetMonitorPointInfo(body, 1, 4, -5, 1, location, "point", "label"), 0);
+  fill(body->monitor_points[0]->operators[0], 2 * kModes);
+  change_units();
+  EXPECT_THAT(body->monitor_points[0]->operators[0][0], CloseTo(1.5 * F));
+  EXPECT_THAT(body->monitor_points[0]->operators[0][kModes], CloseTo((1.5 + kModes) * F * L));
+}
+
+// ---- mode access
+// -----------------------------------------------------------------------------------------------------
+
+TEST_F(ScaleTest, TheCacheAndTheCurrentModesAreForgotten) {
+  ASSERT_EQ(SBR_AddNode(body, 7), 0);
+  const double shape[3] = {1.0, 2.0, 3.0};
+  ASSERT_EQ(SBR_ModetoMemory(body, 1, 0, shape, 0), 1);
+  for (int &mode : body->access.current_mode) mode = 1;
+  change_units();
+  double out[3];
+  EXPECT_EQ(SBR_ModeFromMemory(body, 1, 0, out, 0), 0);
+  EXPECT_EQ(body->store.memory_used, 0);
+  for (const int mode : body->access.current_mode) EXPECT_EQ(mode, -1);
+}
+
+TEST_F(ScaleTest, ModesAreDeliveredInTheNewUnits) {
+  const double six[6] = {1.0, 2.0, 3.0, 4.0, 5.0, 6.0};
+  for (const int kind : {0, 1, 2}) ASSERT_EQ(SBR_SetModeVec(body, 1, 7, kind, six), 1);
+  change_units();
+  const double factors[3][2] = {{L, 1.0}, {F / L / L, F / L / L}, {1.0, 1.0}};
+  for (int kind = 0; kind < 3; ++kind)
+    for (int part = 0; part < 2; ++part) {
+      double out[3];
+      ASSERT_EQ(SBR_Mode(body, 1, kind, out, part), 1);
+      for (int c = 0; c < 3; ++c) EXPECT_THAT(out[c], CloseTo(six[3 * part + c] * factors[kind][part]));
+    }
+}
+
+TEST_F(ScaleTest, PreStressAndTransformationAndMatrixOperatorsAreLeftInMemoryAsTheyAre) {
+  ASSERT_TRUE(body->pre.stress.allocate(1));
+  ASSERT_TRUE(body->pre.strain.allocate(1));
+  body->pre.stress[0][2] = 2.0;
+  body->pre.strain[0][2] = 2.0;
+  const double data[1] = {2.0};
+  ASSERT_EQ(SBR_SetMatrixOperatorInfo(body, "op", nullptr, 1), 0);
+  ASSERT_EQ(SBR_SetMatrixOperatorData(body, 0, "tag", 1, data), 0);
+  fill(body->access.transformation, kModes * kModes);
+  change_units();
+  EXPECT_EQ(body->pre.stress[0][2], 2.0);
+  EXPECT_EQ(body->pre.strain[0][2], 2.0);
+  EXPECT_EQ(body->matrix_operators[0]->sub_operators[0]->data[0], 2.0);
+  expect_scaled(body->access.transformation, 1.0, "transformation");
+}
+
+// ---- all together
+// ----------------------------------------------------------------------------------------------------
+
+TEST_F(ScaleTest, ThereAndBackGivesTheSameValuesToRounding) {
+  set_rigid_modes(6);
+  ASSERT_EQ(SBR_SetNodeCoordinates(body, 7, 0.123, -4.56, 789.0), 1);
+  ASSERT_EQ(SBR_SetNodalMass(body, 7, 0.0321), 1);
+  fill(body->invariants.invar9, 9 * kModes * kModes);
+  fill(body->loads.preload, kModes);
+  body->loads.preload_on_principal_axes = 1;
+  ASSERT_TRUE(body->matrices.damping.push_back({1, 7, 0.7}));
+  body->matrices.damping_on_principal_axes = 1;
+  change_units();
+  ASSERT_EQ(SBR_SetUnits(body, "MEGAGRAM", "MILLIMETER", "HOUR", "DYNE"), 1);
+  ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "METER", "SECOND", "NEWTON"), 1);
+  const auto close = [](double value, double expected) {
+    return std::fabs(value - expected) < 1e-14 * std::fabs(expected);
+  };
+  const sbr::NodeRecord &node = body->nodes.nodes[0];
+  EXPECT_TRUE(close(node.x, 0.123) && close(node.y, -4.56) && close(node.z, 789.0) && close(node.mass, 0.0321));
+  for (std::size_t i = 0; i < body->invariants.invar9.size(); ++i)
+    EXPECT_TRUE(close(body->invariants.invar9[i], 1.5 + static_cast<double>(i)));
+  for (std::size_t i = 0; i < kModes; ++i) EXPECT_TRUE(close(body->loads.preload[i], 1.5 + static_cast<double>(i)));
+  EXPECT_TRUE(close(body->matrices.damping[0].value, 0.7));
+  EXPECT_TRUE(close(body->matrices.eigenvalues[7].frequency_hz, 57.0));
+  EXPECT_TRUE(close(body->units.unit.length, 1.0) && close(body->units.unit.time, 1.0));
+}
+
+TEST_F(ScaleTest, TheLastRatiosMayBeAppliedByHand) {
+  ASSERT_EQ(SBR_SetNodeCoordinates(body, 7, 1.0, 0.0, 0.0), 1);
+  body->units.scale.length = 10.0;
+  SBR_ScaleDatabase(body);
+  SBR_ScaleDatabase(body);
+  EXPECT_EQ(body->nodes.nodes[0].x, 100.0);
+  EXPECT_EQ(body->units.unit.length, 1.0);
+}
+
+}  // namespace
+}  // namespace sbrtest
