@@ -196,27 +196,71 @@ SBR_API int SBR_Transformation(SBR body, double *matrix);
    Generalized matrices and eigenvalues
    ========================================================================== */
 
+/* All operations of this section give 0 for a null body, without a report.
+
+   A body may hold an eigenvalue table, and lists of entries (row, column, value) by mode index for generalized
+   stiffness, mass and damping; each may be missing. One entry stands for both halves of its symmetric matrix. What is
+   missing is made up: a stiffness from the table, else 0; a mass from the table, else max(stiffness, 1) * 1e-16, so
+   that a mode without mass has a huge but finite frequency. */
+
+/* The eigenvalue, frequency in hertz and in radians (per time unit of the body), generalized mass and stiffness of a
+   mode; any output may be null. They are the mode's record of the eigenvalue table, or, where the table doesn't reach
+   it, follow from the diagonal of the lists: eigenvalue = k / m, rad = sqrt(UCF * k / m), hz = rad / 6.28318530718.
+   A negative eigenvalue gives negative frequencies. The search of a list ends at its first entry off the diagonal; an
+   entry before that of the mode makes the outputs zero and the result 0. A mass entry of 0 leaves *eigenvalue
+   unwritten. An unknown mode number gives 0 and leaves the outputs as they were. */
 SBR_API int SBR_Eigenvalue(SBR body, int number, double *eigenvalue, double *hz, double *rad, double *mass,
                            double *stiffness);
+
+/* The number of entries that the sparse form gives: that of the list, or the mode count when there is no list. */
 SBR_API int SBR_NumberOfGenStiff(SBR body);
 SBR_API int SBR_NumberOfGenMass(SBR body);
+/* The number of entries of the damping list; 0 when there is no list. */
 SBR_API int SBR_NumberOfGenDamp(SBR body);
+/* 1 when there is a damping list with entries. */
 SBR_API int SBR_GenDampExist(SBR body);
+
+/* The entries in list order, into three arrays of SBR_NumberOfGenStiff, SBR_NumberOfGenMass or SBR_NumberOfGenDamp
+   places, rows and columns as mode indices; an array that is null is left out. Without a list stiffness and mass are
+   a diagonal in mode order; without a list SBR_GenDampSparse gives 0. */
 SBR_API int SBR_GenStiffSparse(SBR body, double *values, int *rows, int *columns);
 SBR_API int SBR_GenMassSparse(SBR body, double *values, int *rows, int *columns);
 SBR_API int SBR_GenDampSparse(SBR body, double *values, int *rows, int *columns);
+
+/* The symmetric n x n matrix, row by row; n is best the mode count. Entries outside it are passed over, and of several
+   entries for one place the last counts. 0 when there are no entries, with the matrix zeroed all the same (not by
+   SBR_GenMassFull for a null body, which leaves it as it was). SBR_GenDampFull needs a list. */
 SBR_API int SBR_GenStiffFull(SBR body, double *matrix, int n);
 SBR_API int SBR_GenMassFull(SBR body, double *matrix, int n);
 SBR_API int SBR_GenDampFull(SBR body, double *matrix, int n);
+
+/* The same for some modes: n rows of n doubles each, for the n ascending mode numbers of `selected`. Entries of other
+   modes are left out; a number that is no mode has a row and column of zeros. */
 SBR_API int SBR_GenStiffSelected(SBR body, double **rows, int n, const int *selected);
 SBR_API int SBR_GenMassSelected(SBR body, double **rows, int n, const int *selected);
+
+/* Says whether the modes are to be scaled to unit generalized mass when the body is orthonormalized. */
 SBR_API void SBR_SetShouldMassNormalizeModes(SBR body, int flag);
 
 /* ==========================================================================
    Modal statistics
    ========================================================================== */
 
+/* 1 when the table of modal statistics has been made, by the reader or by one of the requests below, whatever it
+   holds. 0 for a null body, without a report. */
 SBR_API int SBR_ModalStatisticsExist(SBR body);
+
+/* The largest figure of a mode over the nodes of its kind, and the ID of its node; either output may be null. The first
+   request makes the table, from the statistics block of the record if there is one; a figure that is not known (its
+   node ID is 0) is computed from the mode data and kept, whatever becomes of the modes later. Of equal maxima the first
+   node counts; a mode of zeros has node 0 and is computed each time. With the normal components (a, b, c) and shear
+   components (d, e, f) of a node:
+     displacement, rotation   the length of the vector
+     von Mises stress         sqrt(a^2 + b^2 + c^2 - ab - bc - ac + 3 (d^2 + e^2 + f^2))
+     von Mises strain         sqrt(4/9 (a^2 + b^2 + c^2 - ab - bc - ac) + 1/3 (d^2 + e^2 + f^2))
+   0 for an unknown mode number (outputs untouched), mode data that can't be had, a block that can't be read, and for a
+   block with another count of modes, after "Inconsistent number of modes detected at line %d in file %s". A body
+   without nodes of the kind reports "Failed to allocate memory at line %d in file %s.\n". */
 SBR_API int SBR_GetMaxModeDisplacement(SBR body, int number, int *id, double *value);
 SBR_API int SBR_GetMaxModeRotation(SBR body, int number, int *id, double *value);
 SBR_API int SBR_GetMaxVonMisesStress(SBR body, int number, int *id, double *value);
@@ -410,6 +454,12 @@ SBR_API int SBR_CompactModalLoadNodal(SBR body, const int *keep, int keep_count)
    ========================================================================== */
 
 SBR_API int SBR_write_SBR(SBR body, const char *path);
+/* Writes the body to the solver's database as a new data block, by the steps and options of SBR_write_SBR. Path: the
+   ".MASTER" file; a database that is not there yet is created. Qualifiers: as for DB_CreateSBRblk. Reals are always
+   doubles; "no_xdr" has no effect, since the version word never means XDR. Each block is a record that starts with its
+   number; docs/database.md describes the records. 1, when the data block is complete and the database closed; 0
+   with "Unable to open %s for write. Please check the name and qualifier." or a block's message. A failed write leaves
+   the database open and the data block unfinished: neither lasts, and the next DB_StartWrite begins anew. */
 SBR_API int SBR_write_DB(SBR body, const char *path, const char *qualifiers);
 SBR_API void SBR_ShiftLBRFtoCM(SBR body);
 SBR_API int SBR_OrthoNormalize(SBR body);
@@ -431,24 +481,51 @@ SBR_API double EIGPSN(double *x);
    Units
    ========================================================================== */
 
+/* A body's unit system is four labels out of fixed tables (docs/units.md), for mass, length, time and force. The
+   operations of this section send no message; a null body gives 0, or empty texts. */
+
+/* The four labels, each into 16 characters or less; a null is left out. An empty label of the body stands for KILOGRAM,
+   METER, SECOND, NEWTON. */
 SBR_API void SBR_Units(SBR body, char *mass, char *length, char *time, char *force);
+/* The multiplier on SI of a label in a table that ends with a null name, whatever the case of its letters: 1.0 for an
+   empty label, 0.0 for an unknown or null one. */
 SBR_API double SBR_UnitsDivider(const char *label, const unit_entry *table);
+/* The first name of a table whose multiplier m is within a ten-thousandth: |m - multiplier| / max(m, multiplier) below
+   0.0001. Null when there is none. */
 SBR_API const char *SBR_UnitsLabel(double multiplier, const unit_entry *table);
+/* The unit consistency factor f t^2 / (l m) of the multipliers of the body's units: it turns stiffness over mass into a
+   squared frequency, and is 1 for a consistent system. Infinite or not a number when a label is unknown. */
 SBR_API double SBR_UCF(SBR body);
+/* A value in the body's units brought to SI. */
 SBR_API double SBR_Mass2Kilogram(SBR body, double value);
 SBR_API double SBR_Length2Meter(SBR body, double value);
 SBR_API double SBR_Time2Second(SBR body, double value);
 SBR_API double SBR_Force2Newton(SBR body, double value);
+/* Multiplies n values in place by a factor and gives the array. Value and factor are split into a mantissa and a power
+   of ten, so that a product is rounded in a fixed way: the result may differ from plain multiplication in its last
+   bits, even for a factor of 1.0. Values that are not finite are multiplied plainly. */
 SBR_API double *SBR_Convert_Units(double *values, int n, double factor);
+/* Switches a body to other units. The first labels that a body gets are taken as those it stands in: nothing is scaled.
+   Later ones scale what lives in memory (SBR_ScaleDatabase), and mode data as it is read. Labels are accepted by
+   SBR_ConvertUnitsLabel and must stand in the table of their quantity; else the result is 0 and nothing changes. The
+   same labels again give 1 and scale nothing. */
 SBR_API int SBR_SetUnits(SBR body, const char *mass, const char *length, const char *time, const char *force);
+/* The same by multipliers on SI, each to be found by SBR_UnitsLabel; 0 when one has no name. */
 SBR_API int SBR_SetUnitsByMultiplierOnSI(SBR body, double mass, double length, double time, double force);
+/* Applies the ratios of the last change of units to nodes, generalized matrices, eigenvalues, loads, global properties,
+   invariants, statistics and monitor points, and forgets cached modes. SBR_SetUnits does it; a call by hand scales
+   again. */
 SBR_API void SBR_ScaleDatabase(SBR body);
 
 /* ==========================================================================
    Companion operations (weak defaults in the library; a host that defines them takes over)
    ========================================================================== */
 
+/* Judges a units label of up to 16 characters, padded with blanks or NULs, in place: non-zero when it is acceptable.
+   The default accepts the names of the four unit tables in any letter case, turns trailing blanks into NULs and keeps
+   the letters; it refuses everything else, an empty label and null too, and leaves it as it is. */
 SBR_API int SBR_ConvertUnitsLabel(char *label16);
+/* Progress of a long run: the total number of stamps to come, and one stamp. The defaults do nothing. */
 SBR_API void SBR_TimeMonitor(int total);
 SBR_API void SBR_TimeMonitorStamp(void);
 
@@ -456,39 +533,121 @@ SBR_API void SBR_TimeMonitorStamp(void);
    System queries
    ========================================================================== */
 
+/* The local time in the form of ISO 8601: selector 1 the date "2024-03-01", 2 the time and the offset from Greenwich
+   "09:05 +0100", any other value both with a blank between them. A negative selector also prints two lines on the
+   standard output: the time in Greenwich with the offset in minutes, and the local time. Text: 64 characters; null drops it. */
 SBR_API void SBR_localtime_ISO8601(int selector, char *text);
+
+/* The operating system: name (the system's name and "_", as "Linux_"), version ("major_minor" of its release, as "6_1")
+   and the third number of the release. Selector 2 gives "name version", 3 "name version number", 12 "name_version", 13
+   "name_version_number", any other value the name. Text: 192 characters. Result 0, or 1 when the query fails. */
 SBR_API int SBR_uname(int selector, char *text);
+
+/* Processor time of the process in seconds. */
 SBR_API double SBR_cputime(void);
 
 /* ==========================================================================
    Database front and binding
    ========================================================================== */
 
+/* Bodies can be stored as data blocks of the solver's database. The library that keeps the database, Qsrv_22_2, is
+   loaded when it is needed (dynamic_library.hpp tells where it is looked for) and has the entries of qsrv_entries.h.
+   One database is open at a time, and its state belongs to the process. The order of use is: start, create or open data
+   blocks, records, close, trailer, end. docs/database.md tells more. */
+
+/* Binds the database library: 1 when it is bound, or was; 0 when it cannot be loaded. An entry that the library lacks is
+   noticed when it is called. */
 SBR_API int CDB_LoadLibrary(void);
+/* Lets the library go. */
 SBR_API void CDB_UnloadLibrary(void);
+
+/* The entries of the library under their names, with the arguments of qsrv_entries.h. Result 1 when the entry was
+   called. An entry that is not bound is an error report and 0; its status is then -1, its count or length 0. */
+SBR_API int CDB_QS_GetSysBuf(int *maximum, int *second, int zero);
+SBR_API int CDB_QS_GetDbName(const char *kind, char *name, int *length, int *status);
+SBR_API int CDB_QS_DbaseCls(int *status);
+SBR_API int CDB_QS_DbaseBst(const char *message_file, const char *directory, int *status);
+SBR_API int CDB_QS_DbaseOld(const char *base, const char *options, int *status);
+SBR_API int CDB_QS_DbaseNew(const char *base, const char *command, int *status);
+SBR_API int CDB_QS_DbaseNdl(const char *directory, int *status);
+SBR_API int CDB_QS_DbCommand(const char *command, int *status);
+SBR_API int CDB_QS_GetDbdict(const char *command, char *buffer, int size, int *needed, int *status);
+SBR_API int CDB_QS_AllocDatablk(const char *command, int *unit, int *count, int *status);
+SBR_API int CDB_QS_CreateDatablk(const char *command, int *unit, int *count, int *status);
+SBR_API int CDB_Ruvo_Open(int unit, int zero, int mode);
+SBR_API int CDB_Ruvo_Close(int unit, int keep);
+SBR_API int CDB_Ruvo_WriteTrailer(const int64_t *trailer7);
+SBR_API int CDB_Ruvo_SkipRecord(int *status, int unit);
+SBR_API int CDB_Ruvo_SavePos(int unit, int64_t *position2, int *first, int *second);
+SBR_API int CDB_Ruvo_SetPos(int unit, const int64_t *position2);
+SBR_API int CDB_Ruvo_Read(int *status, int unit, int64_t *buffer, int words, int zero, int *value);
+SBR_API int CDB_Ruvo_Write(int unit, const int64_t *buffer, int words, int end_of_record);
+
+/* Starts a private scratch database in the current directory, from which bodies of other databases are read. 1, also
+   when it is started already; 0 on a status. CDB_LoadLibrary comes first. KTX_QSRVHOME_DIR names the directory of the
+   database system; without it "Cannot get KTX_QSRVHOME_DIR." The variable is looked up until it is first found. */
 SBR_API int DB_StartBase(void);
+/* Closes the scratch database and deletes its files. 1; 0 with "Cannot close the database, %d." when it cannot be closed. */
 SBR_API int DB_TermBase(void);
+/* Opens the database with that ".MASTER" file for writing, or creates it when there is no such file. Binds the library
+   ("Fail to load Qsrv library."); a file that fails DB_CheckDBset is not opened; a status gives "Cannot open the database,
+   %d."; a name without ".MASTER" is refused. Nothing that is written lasts before DB_TermWrite. 1 or 0. */
 SBR_API int DB_StartWrite(const char *path);
+/* Closes the database, which makes what was written last, and lets the library go. 1; 0 with "Cannot close the database,
+   %d." when it cannot be closed. */
 SBR_API int DB_TermWrite(void);
+
+/* Judges a ".MASTER" file by its time-stamp header, whether the library is bound or not. 0 when it can be used here, also
+   with the warning that it could be read-only; otherwise a code with an error: -1 unknown, 2 not found, 4 not a regular
+   file, 5 not opened, 6 too short, 7 not read, 10 offsets, 11 signature, 12 number form, 13 record length out of range (1
+   to that of the bound library, else to 2^31 - 1); 1 a file of another platform, 14 and 15 one of this platform's numbers
+   in a form that is not its own, with 64-bit and 32-bit words. */
 SBR_API int DB_CheckDBset(const char *path);
+
+/* The room that the text of DB_BodyBrowser needs. */
+#define DB_BROWSER_TEXT 1024
+/* The number of bodies in a database; 0 for none and on a status; (uint32_t)-1 for an unusable file, which
+   DB_CheckDBset has reported. Index, from 1: the body whose qualifiers go into the text, as "SELABEL='wing',PROJNO=1";
+   with any other index the text is empty. The text is cut to DB_BROWSER_TEXT - 1 characters; null drops it. */
 SBR_API uint32_t DB_BodyBrowser(const char *path, int index, char *text);
+
+/* Creates a data block for a body and opens it for writing. Qualifiers: "projno=1,selabel='wing, left'"; null is none.
+   Its unit, or 0 with "Cannot create sbr datablock, %d.". */
 SBR_API int DB_CreateSBRblk(const char *qualifiers);
+/* Opens body number index (from 1) of a database file for reading, in the database that DB_StartBase started. Its unit,
+   and in *number the logical number that it was given; 0 with "The index is too big, %d.", "%d datablocks are assigned."
+   or "Cannot open the datablock, %d.". */
 SBR_API int DB_OpenDatablk(const char *path, int index, int *number);
+/* Closes a data block and keeps it; unit 0 does nothing. */
 SBR_API int DB_CloseDatablk(int unit);
+/* Creates a scratch data block and opens it for writing; *number, from 1001, tells it apart. Its unit, or 0 with "Cannot
+   open temporary datablock, %d.". */
 SBR_API int DB_OpenScratch(int *number);
+/* Closes a scratch data block and opens it for reading. */
 SBR_API int DB_ReOpenScratch(int unit);
+
+/* Appends words to the present record. Integers, longs and reals take a word each, characters a quarter. 1, also for no
+   data; 0 only when memory is short or the library lacks the entry. */
 SBR_API int DB_WriteINTs(db_block block, const int *data, int count);
 SBR_API int DB_WriteLONGs(db_block block, const int64_t *data, int count);
 SBR_API int DB_WriteDOUBLEs(db_block block, const double *data, int count);
 SBR_API int DB_WriteCHARs(db_block block, const char *data, int bytes);
+/* Ends the present record. */
 SBR_API int DB_WriteEOR(db_block block);
+/* Stores the trailer of a data block: seven words, the first of them its unit. */
 SBR_API int DB_WriteTrailer(const int64_t *trailer7);
+
+/* Read words of the present record. 1, or 0 on a status, as when the record has fewer words left. */
 SBR_API int DB_ReadINTs(db_block block, int *data, int count);
 SBR_API int DB_ReadDOUBLEs(db_block block, double *data, int count);
 SBR_API int DB_ReadMODE(db_block block, double *data, int count);
 SBR_API int DB_ReadCHARs(db_block block, char *data, int bytes);
+/* Goes to the start of the next record; 0 when there is none. */
 SBR_API int DB_SkipRecord(db_block block);
+/* Reads and drops -negative_count words; 0 on a status and for a positive count. */
 SBR_API int DB_SeekFWD(db_block block, int negative_count);
+
+/* The present position of the unit, in two words; and the way back to it. DB_REWIND goes to block.start_position. */
 SBR_API int DB_FSAVE(int64_t *position2, db_block block);
 SBR_API int DB_FRESTORE(const int64_t *position2, db_block block);
 SBR_API int DB_REWIND(db_block block);

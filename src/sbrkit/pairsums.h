@@ -15,16 +15,23 @@ constexpr int kPairSums = 12;  // nine of the tensor, three of the vector
 constexpr int kTileNodes =
     64;  // nodes taken at a time: a row and a group of columns of a tile stay in first-level cache
 
-constexpr std::size_t kRowTile = std::size_t{kTileNodes} * 7;                  // per node m, phi, m phi
+constexpr std::size_t kRowTile = std::size_t{kTileNodes} * 3;                  // per node m phi
 constexpr std::size_t kColumnTile = std::size_t{kTileNodes} * 3 * kPairLanes;  // per node and component the lanes
 constexpr std::size_t kGroupSums = std::size_t{kPairSums} * kPairLanes;        // per sum the lanes
 
-// Lays the nodes of a row mode out for the kernel: phi points to three values per node.
-void pack_row(const double *masses, const double *phi, int nodes, double *row) noexcept;
+// The nodes of a row mode in a tile: m, and phi and m phi with three values per node.
+struct PairRow {
+  const double *masses;
+  const double *phi;
+  const double *weighted;
+};
+
+// Weights the nodes of a row mode with their masses.
+void weight_row(const double *masses, const double *phi, int nodes, double *weighted) noexcept;
 // Lays the nodes of up to kPairLanes column modes side by side. A null mode fills its lane with zeros.
 void pack_columns(const double *const *modes, std::size_t first_node, int nodes, double *columns) noexcept;
 // Adds the nodes of a tile to the sums of one row mode with a group of column modes.
-using PairKernel = void (*)(const double *row, const double *columns, int nodes, double *sums);
+using PairKernel = void (*)(const PairRow &row, const double *columns, int nodes, double *sums);
 // The kernel with the widest vectors of this processor. All kernels give the same bits.
 [[nodiscard]] PairKernel pair_kernel() noexcept;
 [[nodiscard]] PairKernel portable_pair_kernel() noexcept;

@@ -3,9 +3,9 @@
 
 #include <span>
 
+#include "recordlayout.h"
 #include "reports.h"
 #include "sbrdata.h"
-#include "sbrplan.h"
 
 namespace sbr {
 namespace {
@@ -43,48 +43,14 @@ bool report_header(const Report &report) noexcept {
 }
 
 bool report_content_summary(const Report &report) noexcept {
-  // In order of the block numbers; number 33, the old place of the monitor points, has no row.
-  constexpr struct {
-    int block;
-    const char *label;
-  } kRows[] = {{kVersionCode, "Version code (1)"},
-               {kHeader, "Header (2)"},
-               {kContentSummary, "Content_summary (3)"},
-               {kNodalCoords, "Nodal_coords (4)"},
-               {kElementTopology, "Element_topology (5)"},
-               {kGlobalBodyProps, "Global_body_props (6)"},
-               {kEigenvalues, "Eigenvalues (7)"},
-               {kModeShapes, "Mode_shapes (8)"},
-               {kNodalMasses, "Nodal_masses (9)"},
-               {kNodalInertias, "Nodal_inertias (10)"},
-               {kUnits, "Units (11)"},
-               {kGeneralizedStiffness, "Generalized_stiffness (12)"},
-               {kGeneralizedMass, "Generalized_mass (13)"},
-               {kElementFaces, "Element_faces (14)"},
-               {kGeneralizedDamping, "Generalized_damping (15)"},
-               {kModeShapeTransformation, "Mode_Shape_Transformation (16)"},
-               {kInterfaceNodes, "Interface_Nodes (17)"},
-               {kModalStress, "Modal Stress (18)"},
-               {kInvariant1, "Invariants 1 (19)"},
-               {kInvariant2, "Invariants 2 (20)"},
-               {kInvariant3, "Invariants 3 (21)"},
-               {kInvariant4, "Invariants 4 (22)"},
-               {kInvariant5, "Invariants 5 (23)"},
-               {kInvariant7, "Invariants 7 (24)"},
-               {kInvariant8, "Invariants 8 (25)"},
-               {kInvariant9, "Invariants 9 (26)"},
-               {kModalPreload, "Modal Preload (27)"},
-               {kModalLoads, "Modal Loads (28)"},
-               {kModalStrain, "Modal Strain (29)"},
-               {kModalStatistics, "Modal Statistics (30)"},
-               {kNodalPreStress, "Nodal Pre-Stress (31)"},
-               {kNodalPreStrain, "Nodal Pre-Strain (32)"},
-               {kMatrixOperator, "Matrix Operator (34)"},
-               {kModalLoadNodal, "Modal Load Nodal (35)"},
-               {kMonitorPoints, "Monitor Points (36)"}};
   std::fprintf(report.out, "Existence:\n");
-  for (const auto &row : kRows)
-    std::fprintf(report.out, "%30s %s\n", row.label, yes_no(SBR_Exists(&report.body, row.block) != 0));
+  for (int block = 0; block < kBlockCount; ++block) {
+    const char *name = block_entry(block).name;
+    if (name == nullptr) continue;
+    char label[48];
+    std::snprintf(label, sizeof label, "%s (%d)", name, block + 1);
+    std::fprintf(report.out, "%30s %s\n", label, yes_no(SBR_Exists(&report.body, block) != 0));
+  }
   std::fprintf(report.out, "\n");
   return true;
 }

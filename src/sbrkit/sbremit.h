@@ -7,6 +7,7 @@
 #include <source_location>
 
 #include "body.h"
+#include "recordlayout.h"
 #include "reports.h"
 #include "sbrplan.h"
 #include "sbrsink.h"
@@ -25,6 +26,14 @@ struct ModeList {
   bool formed = false;
 };
 
+// Io over a sink, for the descriptions of the fields.
+struct FieldSink {
+  const Sink &out;
+  [[nodiscard]] bool integer(std::int32_t value) const noexcept { return out.integer(value); }
+  [[nodiscard]] bool chars(const char *text, std::int64_t count) const noexcept { return out.chars(text, count); }
+  [[nodiscard]] bool reals(const double *values, std::int64_t count) const noexcept { return out.reals(values, count); }
+};
+
 struct Emission {
   SbrBody &body;
   const WritePlan &plan;
@@ -33,6 +42,12 @@ struct Emission {
   ModeList lists[2];     // stress, strain
   Array<double> packed;  // scratch: the written entries of one mode, a piece at a time
 
+  // Puts one record of fields.
+  template <class Record>
+  [[nodiscard]] bool put(Record record) const noexcept {
+    FieldSink io{out};
+    return transfer(io, record);
+  }
   // The allocation message; gives false.
   bool no_memory(std::source_location where = std::source_location::current()) const noexcept {
     report_no_memory(unit, where);

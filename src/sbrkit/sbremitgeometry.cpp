@@ -35,8 +35,8 @@ bool walk_faces(std::span<const std::int32_t> list, Visit visit) noexcept {
 bool put_group_faces(Emission &run, int nodes_per_face) noexcept {
   return walk_faces(run.body.faces.list.span(), [&](std::span<const std::int32_t> nodes) {
     if (static_cast<int>(nodes.size()) != nodes_per_face) return true;
-    std::array<std::int32_t, 2 + kSmallestFace + kGroups> record{};  // two free words, then the node IDs
-    std::size_t used = 2;
+    std::array<std::int32_t, kIgnoredFaceWords + kSmallestFace + kGroups> record{};
+    std::size_t used = kIgnoredFaceWords;
     for (const std::int32_t index : nodes) record[used++] = SBR_NodeID(&run.body, index);
     return run.out.ints(record.data(), static_cast<std::int64_t>(used));
   });
@@ -68,12 +68,10 @@ bool walk_inertias(SbrBody &body, Visit visit) noexcept {
 bool emit_nodal_coordinates(Emission &run) noexcept {
   const Array<NodeRecord> &nodes = run.body.nodes.nodes;
   SBR_Info("\nNode info:\n   Count: %ld", static_cast<long>(nodes.size()));
-  const std::int32_t head[] = {nodes.count(), 3};
-  if (!run.out.ints(head, 2)) return false;
+  if (!run.put(NodalCoordsHead{nodes.count(), 3})) return false;
   Array<std::int32_t> at_origin;
   for (const NodeRecord &node : nodes) {
-    const double xyz[3] = {node.x, node.y, node.z};
-    if (!run.out.integer(node.id) || !run.out.reals(xyz, 3)) return false;
+    if (!run.put(NodeRow{node.id, {node.x, node.y, node.z}})) return false;
     if (node.x == 0.0 && node.y == 0.0 && node.z == 0.0 && !at_origin.push_back(node.id)) return run.no_memory();
   }
   warn_of_origin_nodes(at_origin);
@@ -92,39 +90,35 @@ bool emit_element_topology(Emission &run) noexcept {
     ++sizes[static_cast<std::size_t>(group)];
     return true;
   });
-  const std::int32_t head[] = {run.body.faces.face_count, kGroups};
-  if (!fits || !run.out.ints(head, 2)) return false;
-  for (int group = 0; group < kGroups; ++group) {
-    const std::int32_t header[] = {group, sizes[static_cast<std::size_t>(group)], group + kSmallestFace};
-    if (!run.out.ints(header, 3)) return false;
-  }
+  if (!fits || !run.put(ElementTopologyHead{run.body.faces.face_count, kGroups})) return false;
+  for (int group = 0; group < kGroups; ++group)
+    if (!run.put(FaceGroup{group, sizes[static_cast<std::size_t>(group)], group + kSmallestFace})) return false;
   for (int group = 0; group < kGroups; ++group)
     if (!put_group_faces(run, group + kSmallestFace)) return false;
   return true;
 }
 
 bool emit_global_properties(Emission &run) noexcept {
-  double mass = 0.0;
-  double inertia[9] = {};
-  double center[3] = {};
-  if (SBR_TotalMassInertia(&run.body, &mass, inertia, center) == 0) return false;
+  GlobalProperties global;
+  if (SBR_TotalMassInertia(&run.body, &global.mass, global.inertia, global.center) == 0) return false;
+  const double *center = global.center;
+  const double *inertia = global.inertia;
   SBR_Info("\nGlobal body properties:");
-  SBR_Info("Mass          : %lf\n", mass);
+  SBR_Info("Mass          : %lf\n", global.mass);
   SBR_Info("Center of Mass: %lf %lf %lf", center[0], center[1], center[2]);
   SBR_Info("Inertia Tensor: %lf %lf %lf", inertia[0], inertia[1], inertia[2]);
   SBR_Info("                %lf %lf %lf", inertia[3], inertia[4], inertia[5]);
   SBR_Info("                %lf %lf %lf", inertia[6], inertia[7], inertia[8]);
-  return run.out.real(mass) && run.out.reals(center, 3) && run.out.reals(inertia, 9);
+  return run.put(global);
 }
 
 bool emit_nodal_masses(Emission &run) noexcept {
   const Array<NodeRecord> &nodes = run.body.nodes.nodes;
-  if (!run.out.integer(nodes.count()) || !run.out.integer(1)) return false;
+  if (!run.put(NodalMassesHead{nodes.count(), 1})) return false;
   int massless = 0;
   for (const NodeRecord &node : nodes) {
     // Whether a record arrives is deliberately not looked at.
-    static_cast<void>(run.out.integer(node.id));
-    static_cast<void>(run.out.real(node.mass));
+    static_cast<void>(run.put(NodalMassRow{node.id, node.mass}));
     if (node.mass == 0.0) ++massless;
   }
   if (massless > 0) SBR_Warning("Found %d massless node(s)", massless);
@@ -135,22 +129,18 @@ bool emit_nodal_inertias(Emission &run) noexcept {
   int entries = 0;
   static_cast<void>(walk_inertias(run.body, [&](int, const InertiaPlace &, double) { return ++entries > 0; }));
   SBR_Info("\nNodal inertia info:\n   Sparse matrix entries: %ld", static_cast<long>(entries));
-  if (!run.out.integer(entries)) return false;
+  if (!run.put(CountHead{entries})) return false;
   return walk_inertias(run.body, [&](int node, const InertiaPlace &place, double value) {
-    return run.out.integer(SBR_NodeID(&run.body, node)) && run.out.chars(&place.row, 1) &&
-           run.out.chars(&place.column, 1) && run.out.real(value);
+    return run.put(NodalInertiaRow{SBR_NodeID(&run.body, node), place.row, place.column, value});
   });
 }
 
 bool emit_units(Emission &run) noexcept {
-  // One byte more than a label has, so that each ends with a zero whatever it holds.
-  char mass[17] = {};
-  char length[17] = {};
-  char time[17] = {};
-  char force[17] = {};
-  SBR_Units(&run.body, mass, length, time, force);
-  SBR_Info("\nUnits:\n   Mass:   %s\n   Length: %s\n   Time:   %s\n   Force:  %s", mass, length, time, force);
-  return run.out.chars(mass, 16) && run.out.chars(length, 16) && run.out.chars(time, 16) && run.out.chars(force, 16);
+  UnitLabels labels;
+  SBR_Units(&run.body, labels.mass, labels.length, labels.time, labels.force);
+  SBR_Info("\nUnits:\n   Mass:   %.16s\n   Length: %.16s\n   Time:   %.16s\n   Force:  %.16s", labels.mass,
+           labels.length, labels.time, labels.force);
+  return run.put(labels);
 }
 
 bool emit_element_faces(Emission &run) noexcept {
@@ -159,13 +149,13 @@ bool emit_element_faces(Emission &run) noexcept {
   const Array<std::int32_t> &list = run.body.faces.list;
   if (list.empty()) return run.no_memory();
   const std::int64_t bytes = 4 * static_cast<std::int64_t>(list.size()) + 16;
-  const std::int32_t head[] = {static_cast<std::int32_t>(bytes), 0, faces, list.count()};
-  return run.out.ints(head, 4) && run.out.ints(list.data(), list.count());
+  return run.put(ElementFacesHead{static_cast<std::int32_t>(bytes), 0, faces, list.count()}) &&
+         run.out.ints(list.data(), list.count());
 }
 
 bool emit_interface_nodes(Emission &run) noexcept {
   const Array<std::int32_t> &nodes = run.body.interface_nodes.nodes;
-  return run.out.integer(nodes.count()) && run.out.ints(nodes.data(), nodes.count());
+  return run.put(CountHead{nodes.count()}) && run.out.ints(nodes.data(), nodes.count());
 }
 
 }  // namespace sbr

@@ -4,11 +4,6 @@
 namespace sbr {
 namespace {
 
-// One record of a generalized matrix: row, column, value and the closing 1.
-bool put_entry(Emission &run, std::int32_t row, std::int32_t column, double value) noexcept {
-  return run.out.integer(row) && run.out.integer(column) && run.out.real(value) && run.out.integer(1);
-}
-
 struct Triples {
   Array<int> rows;
   Array<int> columns;
@@ -30,10 +25,10 @@ bool emit_generalized(Emission &run, CountOf count_of, SparseForm sparse) noexce
   Triples triples;
   if (!allocate_triples(run, count, triples)) return false;
   if (sparse(&body, triples.values.data(), triples.rows.data(), triples.columns.data()) == 0) return false;
-  if (!run.out.integer(count) || !run.out.integer(run.plan.exported_modes)) return false;
+  if (!run.put(SparseHead{count, run.plan.exported_modes})) return false;
   for (std::size_t i = 0; i < triples.rows.size(); ++i)
-    if (!put_entry(run, SBR_ModeNumber(&body, triples.rows[i]), SBR_ModeNumber(&body, triples.columns[i]),
-                   triples.values[i]))
+    if (!run.put(SparseRow{SBR_ModeNumber(&body, triples.rows[i]), SBR_ModeNumber(&body, triples.columns[i]),
+                           triples.values[i], 1}))
       return false;
   return true;
 }
@@ -49,7 +44,7 @@ bool put_exported_columns(Emission &run, const double *values) noexcept {
 // An invariant of three components per mode.
 bool put_component_rows(Emission &run, const Values &values, bool count_is_checked) noexcept {
   if (values == nullptr) return false;
-  const bool counted = run.out.integer(run.plan.exported_modes);
+  const bool counted = run.put(CountHead{run.plan.exported_modes});
   return (counted || !count_is_checked) && put_exported_columns(run, values.get());
 }
 
@@ -61,12 +56,15 @@ bool put_fixed(Emission &run, const Values &values, int count) noexcept {
 
 bool emit_eigenvalues(Emission &run) noexcept {
   SBR_Info("\nEigenvalue info:\n   Modes: %ld", static_cast<long>(run.plan.exported_modes));
-  if (!run.out.integer(run.plan.exported_modes)) return false;
+  if (!run.put(CountHead{run.plan.exported_modes})) return false;
   for (int m = run.plan.first_mode; m < run.plan.end_mode; ++m) {
     const int number = SBR_ModeNumber(&run.body, m);
-    double row[5] = {};  // eigenvalue, Hz, rad/s, generalized mass, generalized stiffness
-    if (SBR_Eigenvalue(&run.body, number, &row[0], &row[1], &row[2], &row[3], &row[4]) == 0) return false;
-    if (!run.out.integer(number) || !run.out.reals(row, 5)) return false;
+    EigenRecord row;
+    row.mode = number;
+    if (SBR_Eigenvalue(&run.body, number, &row.eigenvalue, &row.frequency_hz, &row.frequency_rad, &row.generalized_mass,
+                       &row.generalized_stiffness) == 0)
+      return false;
+    if (!run.put(row)) return false;
   }
   return true;
 }
@@ -86,13 +84,14 @@ bool emit_generalized_damping(Emission &run) noexcept {
   if (!allocate_triples(run, count, triples)) return false;
   if (SBR_GenDampSparse(&run.body, triples.values.data(), triples.rows.data(), triples.columns.data()) == 0)
     return false;
-  if (!run.out.integer(count) || !run.out.integer(run.body.matrices.damping_on_principal_axes)) return false;
+  if (!run.put(SparseHead{count, run.body.matrices.damping_on_principal_axes})) return false;
   for (std::size_t i = 0; i < triples.rows.size(); ++i) {
     // Entries of a foreign record may hold any word: the sum wraps instead of overflowing.
     const auto one_based = [](int position) {
       return static_cast<std::int32_t>(static_cast<std::uint32_t>(position) + 1U);
     };
-    if (!put_entry(run, one_based(triples.rows[i]), one_based(triples.columns[i]), triples.values[i])) return false;
+    if (!run.put(SparseRow{one_based(triples.rows[i]), one_based(triples.columns[i]), triples.values[i], 1}))
+      return false;
   }
   return true;
 }
@@ -102,7 +101,7 @@ bool emit_generalized_damping(Emission &run) noexcept {
 bool emit_transformation(Emission &run) noexcept {
   const SbrBody &body = run.body;
   const auto modes = static_cast<std::size_t>(body.mode_table.mode_count < 0 ? 0 : body.mode_table.mode_count);
-  if (!run.out.integer(body.mode_table.mode_count)) return false;
+  if (!run.put(CountHead{body.mode_table.mode_count})) return false;
   if (modes == 0) return true;
   const Array<double> &matrix = body.access.transformation;
   const auto entry_modes = static_cast<std::size_t>(run.plan.entry_mode_count);
@@ -123,7 +122,7 @@ bool emit_invariant_3(Emission &run) noexcept { return put_component_rows(run, V
 bool emit_invariant_4(Emission &run) noexcept { return put_component_rows(run, Values(SBR_Invar4(&run.body)), false); }
 
 bool emit_invariant_5(Emission &run) noexcept {
-  if (!run.out.integer(run.plan.exported_modes)) return false;
+  if (!run.put(CountHead{run.plan.exported_modes})) return false;
   for (int j = run.plan.first_mode; j < run.plan.end_mode; ++j) {
     const Values row(SBR_Invar5(&run.body, j));
     if (row == nullptr || !put_exported_columns(run, row.get())) return false;
@@ -134,14 +133,14 @@ bool emit_invariant_5(Emission &run) noexcept {
 bool emit_invariant_7(Emission &run) noexcept { return put_fixed(run, Values(SBR_Invar7(&run.body)), 9); }
 
 bool emit_invariant_8(Emission &run) noexcept {
-  if (!run.out.integer(run.plan.exported_modes)) return false;
+  if (!run.put(CountHead{run.plan.exported_modes})) return false;
   for (int j = run.plan.first_mode; j < run.plan.end_mode; ++j)
     if (!put_fixed(run, Values(SBR_Invar8(&run.body, j)), 9)) return false;
   return true;
 }
 
 bool emit_invariant_9(Emission &run) noexcept {
-  if (!run.out.integer(run.plan.exported_modes)) return false;
+  if (!run.put(CountHead{run.plan.exported_modes})) return false;
   for (int j = run.plan.first_mode; j < run.plan.end_mode; ++j)
     for (int k = run.plan.first_mode; k < run.plan.end_mode; ++k) {
       const Values cell(SBR_Invar9(&run.body, j, k));

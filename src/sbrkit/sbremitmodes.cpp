@@ -137,7 +137,7 @@ bool form_sparse_list(Emission &run, const KindTexts &texts, ModeList &list) noe
 
 // An old layout lists every node of the body when stress or strain is known at only some of them.
 bool is_expanded(const Emission &run, const KindTexts &texts) noexcept {
-  return is_old_layout(run.plan.word) && run.body.nodes.kinds[texts.kind].count != node_count(run.body);
+  return is_old(run.plan.word) && run.body.nodes.kinds[texts.kind].count != node_count(run.body);
 }
 
 bool form_list(Emission &run, const KindTexts &texts) noexcept {
@@ -220,7 +220,7 @@ bool emit_kind(Emission &run, const KindTexts &texts) noexcept {
   if (!form_list(run, texts)) return false;
   const int kept = run.lists[texts.kind - 1].kept;
   SBR_Info(texts.info, static_cast<long>(run.plan.exported_modes), static_cast<long>(kept));
-  if (!run.out.integer(run.plan.exported_modes) || !run.out.integer(kept) || !put_list_ids(run, texts)) return false;
+  if (!run.put(ModeBlockHead{run.plan.exported_modes, kept}) || !put_list_ids(run, texts)) return false;
   for (int m = run.plan.first_mode; m < run.plan.end_mode; ++m)
     if (!put_kind_mode(run, texts, m)) return false;
   return true;
@@ -233,7 +233,7 @@ bool emit_pre_vector(Emission &run, const KindTexts &texts) noexcept {
   if (values == nullptr) return false;
   const int kept = run.lists[texts.kind - 1].kept;
   SBR_Info(texts.pre_info, static_cast<long>(kept));
-  return run.out.integer(kept) &&
+  return run.put(CountHead{kept}) &&
          put_list_values(run, texts.kind, values, [](std::int32_t, const double *) noexcept {});
 }
 
@@ -244,7 +244,7 @@ bool emit_mode_shapes(Emission &run) noexcept {
   SBR_Info("\nTrans Mode info:\n   Modes: %ld\n   Nodes: %ld", static_cast<long>(run.plan.exported_modes),
            static_cast<long>(nodes.size()));
   SBR_Info("\nWriting Mode Shapes");
-  if (!run.out.integer(run.plan.exported_modes) || !run.out.integer(nodes.count())) return false;
+  if (!run.put(ModeBlockHead{run.plan.exported_modes, nodes.count()})) return false;
   for (const NodeRecord &node : nodes)
     if (!run.out.integer(node.id)) return false;
   if (nodes.empty()) return run.no_memory();
@@ -259,12 +259,9 @@ bool emit_pre_stress(Emission &run) noexcept { return emit_pre_vector(run, kStre
 bool emit_pre_strain(Emission &run) noexcept { return emit_pre_vector(run, kStrainTexts); }
 
 bool emit_modal_statistics(Emission &run) noexcept {
-  if (!run.out.integer(run.plan.exported_modes)) return false;
-  for (int i = 0; i < run.plan.exported_modes; ++i) {
-    if (i >= run.body.statistics.count()) return false;
-    const ModalStatistics &figures = run.body.statistics[static_cast<std::size_t>(i)];
-    if (!run.out.ints(figures.node_ids, 13) || !run.out.reals(figures.values, 13)) return false;
-  }
+  if (!run.put(CountHead{run.plan.exported_modes})) return false;
+  for (int i = 0; i < run.plan.exported_modes; ++i)
+    if (i >= run.body.statistics.count() || !run.put(run.body.statistics[static_cast<std::size_t>(i)])) return false;
   return true;
 }
 

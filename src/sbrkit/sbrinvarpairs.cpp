@@ -14,7 +14,7 @@ namespace sbr {
 namespace {
 
 constexpr int kColumnChunk = 8;     // buffers kept free for the columns that stream past
-constexpr int kFewestBuffers = 16;  // held beside the cache, however small the memory limit is
+constexpr int kFewestBuffers = 12;  // held beside the cache, however small the memory limit is
 constexpr int kSlab = 64;           // columns whose tiles are laid out at a time
 constexpr int kRowBlock = 64;       // rows whose sums are kept at a time
 constexpr int kSlabGroups = kSlab / kPairLanes;
@@ -41,7 +41,7 @@ class HeldModes {
   }
 
   // Buffers that rows leave to the columns.
-  [[nodiscard]] int reserve() const noexcept { return std::min(kColumnChunk, buffers_.count() / 2); }
+  [[nodiscard]] int reserve() const noexcept { return std::min(kColumnChunk, 2 * buffers_.count() / 3); }
   [[nodiscard]] int free_buffers() const noexcept { return free_.count(); }
   [[nodiscard]] const double *const *held() const noexcept { return held_.data(); }
   // Whether a mode can be held without a buffer.
@@ -75,13 +75,15 @@ class HeldModes {
     return cached_part(body_, SBR_ModeIndex(&body_, SBR_ModeNumber(&body_, index)), 0, 0);
   }
 
-  // The cache has the memory limit to itself while it is on; while it is off, the limit is for the block of modes.
+  // While the cache is on it has the memory limit to itself and half of it comes on top for modes that it does not
+  // take; while it is off, the limit is for the block of modes.
   [[nodiscard]] int buffer_limit() noexcept {
-    if (body_.store.keep_in_memory != 0) return kFewestBuffers;
-    SBR_InitializeModeMemory(&body_);
+    const bool caching = body_.store.keep_in_memory != 0;
+    const int before = body_.store.memory_limit;
+    if (before == 0) SBR_InitializeModeMemory(&body_);
     const int slots = body_.store.memory_limit;
-    body_.store.memory_limit = 0;  // worked out anew when the cache is used again
-    return std::max(kFewestBuffers, slots);
+    if (!caching) body_.store.memory_limit = before;
+    return std::max(kFewestBuffers, caching ? slots / 2 : slots);
   }
 
   SbrBody &body_;
@@ -102,7 +104,7 @@ class PairSums {
       : body_(body), modes_(modes), invar5_(invar5), invar9_(invar9), kernel_(pair_kernel()) {}
 
   bool open() noexcept {
-    if (!masses_.allocate(node_count(body_)) || !row_.allocate(kRowTile) ||
+    if (!masses_.allocate(node_count(body_)) || !weighted_.allocate(kRowTile) ||
         !columns_.allocate(kSlabGroups * static_cast<std::int64_t>(kColumnTile)) ||
         !sums_.allocate(std::int64_t{kRowBlock} * kSlabGroups * static_cast<std::int64_t>(kGroupSums)))
       return false;
@@ -140,10 +142,11 @@ class PairSums {
         pack_columns(lanes, node, nodes, columns_.data() + static_cast<std::size_t>(g) * kColumnTile);
       }
       for (int j = rows.first; j < rows.last; ++j) {
-        pack_row(masses_.data() + node, held[j] + 3 * node, nodes, row_.data());
+        const PairRow row{masses_.data() + node, held[j] + 3 * node, weighted_.data()};
+        weight_row(row.masses, row.phi, nodes, weighted_.data());
         // Groups that lie wholly before the row belong to pairs that other rows sum.
         for (int g = std::max(0, (j - columns.first) / kPairLanes); g < groups; ++g)
-          kernel_(row_.data(), columns_.data() + static_cast<std::size_t>(g) * kColumnTile, nodes, sums_of(rows, j, g));
+          kernel_(row, columns_.data() + static_cast<std::size_t>(g) * kColumnTile, nodes, sums_of(rows, j, g));
       }
     }
   }
@@ -180,7 +183,7 @@ class PairSums {
   Array<double> &invar9_;
   PairKernel kernel_;
   Array<double> masses_;
-  Array<double> row_;
+  Array<double> weighted_;
   Array<double> columns_;
   Array<double> sums_;
 };

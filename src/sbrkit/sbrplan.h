@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "blocks.h"
+#include "recordlayout.h"
 #include "sbroptions.h"
 
 namespace sbr {
@@ -17,9 +18,6 @@ struct VersionRules {
   bool xdr_can_be_dropped;  // whether "no_xdr" is looked at
   std::uint32_t always;     // bits that every word of this target has
 };
-constexpr std::uint32_t kXdrFlag = 0x100;
-constexpr std::uint32_t kSingleFlag = 0x200;
-constexpr std::uint32_t kCoarsenedFlag = 0x400;
 constexpr std::uint32_t kDatabaseFlag = 0x1000;
 constexpr VersionRules kFileVersion{0x13C, 41, true, 0};
 constexpr VersionRules kDatabaseVersion{0x3C, 40, false, kDatabaseFlag};
@@ -41,12 +39,7 @@ struct WritePlan {
 constexpr bool has_no_mode_words(std::uint32_t word) { return word == 10; }
 constexpr bool has_zero_mode_words(std::uint32_t word) { return word == 20; }
 constexpr bool has_old_topology(std::uint32_t word) { return word == 10 || word == 20; }
-constexpr bool is_old_layout(std::uint32_t word) {
-  return word == 10 || word == 20 || word == 30 || word == 31 || word == 40 || word == 41 || word == 50 || word == 51;
-}
-constexpr bool means_xdr(std::uint32_t word) {
-  return (word <= 51 && (word == 31 || word == 41 || word == 51)) || (word & kXdrFlag) != 0;
-}
+constexpr bool means_xdr(std::uint32_t word) { return is_xdr_old(word) || (word & kXdrFlag) != 0; }
 constexpr bool means_single(std::uint32_t word) { return word == 50 || word == 51 || (word & kSingleFlag) != 0; }
 
 // The word that the options ask for, before the flags of the body. Reports each conflict of options; `conflict` is set

@@ -77,12 +77,8 @@ void write_header(WriteRun &run) noexcept {
   SBR_Header(&run.body, texts.title, texts.date, texts.input_file_name, texts.input_file_type, texts.comment1,
              texts.comment2, texts.comment3);
   const Sink &sink = run.target.sink;
-  run.ok = sink.begin(kHeader) && sink.chars(texts.title, sizeof texts.title) &&
-           sink.chars(texts.date, sizeof texts.date) &&
-           sink.chars(texts.input_file_name, sizeof texts.input_file_name) &&
-           sink.chars(texts.input_file_type, sizeof texts.input_file_type) &&
-           sink.chars(texts.comment1, sizeof texts.comment1) && sink.chars(texts.comment2, sizeof texts.comment2) &&
-           sink.chars(texts.comment3, sizeof texts.comment3) && sink.end();
+  FieldSink io{sink};
+  run.ok = sink.begin(kHeader) && transfer(io, texts) && sink.end();
   if (!run.ok) SBR_Error("Problem writing header information.");
 }
 

@@ -1,0 +1,45 @@
+// The commands of a database: a verb and items, "dbcreate datablk=(sbrdb) quals(projno=1;selabel='wing')".
+#ifndef QSRV_COMMAND_H
+#define QSRV_COMMAND_H
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qsrv {
+
+// One part of a list: "name", "name=value" or "name='value'". Names are in lower case.
+struct Term {
+  std::string name;
+  std::string value;
+  bool has_value = false;
+  bool quoted = false;
+
+  // True for an unquoted "*", which stands for every value.
+  [[nodiscard]] bool matches_all() const { return !quoted && value == "*"; }
+};
+
+using Terms = std::vector<Term>;
+
+struct Command {
+  std::string verb;                          // in lower case; empty when the text starts with an item
+  std::map<std::string, Terms> items;        // by name in lower case
+
+  // The terms of an item; throws bad_command when there is no such item.
+  [[nodiscard]] const Terms &item(const std::string &name) const;
+  // The same, empty when there is no such item.
+  [[nodiscard]] const Terms &optional_item(const std::string &name) const;
+  // The only term of an item such as datablk=(sbrdb) or logical=name.
+  [[nodiscard]] const std::string &name_of(const std::string &name) const;
+};
+
+// Takes a text apart; throws bad_command for one that has no such form.
+Command parse_command(std::string_view text);
+
+std::string lower_case(std::string_view text);
+std::string upper_case(std::string_view text);
+
+}  // namespace qsrv
+
+#endif
