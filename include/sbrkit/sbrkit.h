@@ -464,6 +464,12 @@ SBR_API int SBR_CompactModalLoadNodal(SBR body, const int *keep, int keep_count)
    file is left then. In both cases the steps that ran have changed the body for good. Single precision narrows each
    real to 32 bits. Memory follows the node count: one mode passes through at a time. */
 SBR_API int SBR_write_SBR(SBR body, const char *path);
+/* Writes the body to the solver's database as a new data block, by the steps and options of SBR_write_SBR. Path: the
+   ".MASTER" file; a database that is not there yet is created. Qualifiers: as for DB_CreateSBRblk. Reals are always
+   doubles; "no_xdr" has no effect, since the version word never means XDR. Each block is a record that starts with its
+   number; docs/database.md describes the records. 1, when the data block is complete and the database closed; 0
+   with "Unable to open %s for write. Please check the name and qualifier." or a block's message. A failed write leaves
+   the database open and the data block unfinished: neither lasts, and the next DB_StartWrite begins anew. */
 SBR_API int SBR_write_DB(SBR body, const char *path, const char *qualifiers);
 SBR_API void SBR_ShiftLBRFtoCM(SBR body);
 SBR_API int SBR_OrthoNormalize(SBR body);
