@@ -187,9 +187,11 @@ TEST_F(WriteOptionsTest, AnyTextIsSurvived) {
     EXPECT_TRUE(result == 1 || !log.take_complaints().empty()) << text;
     if (result == 1) {
       ++records;
-      // A range without modes makes a record whose preload has no values, which no reader takes.
+      // Two kinds of record no reader takes: a preload without values, as a range without modes leaves it, and the
+      // 8.1 layout of a coarsened body, whose mode words its version code does not announce.
       const bool has_modes = SBR_ModalStatisticsExist(body) != 0;
-      EXPECT_EQ(SBR_CreateFromSBR(path.c_str()) != nullptr, has_modes) << text;
+      const bool is_announced = SBR_IsCoarsened(body) == 0 || text.find("81_comp") == std::string::npos;
+      EXPECT_EQ(SBR_CreateFromSBR(path.c_str()) != nullptr, has_modes && is_announced) << text;
       std::filesystem::remove(path);
     }
     SBR_Terminate();
