@@ -183,6 +183,10 @@ SBR_API int SBR_ReadSBR(SBR body, FILE *stream, const char *file_name);
 SBR_API int SBR_ReadGeneralizedStiffness(SBR body);
 SBR_API int SBR_ReadGeneralizedMass(SBR body);
 SBR_API int SBR_ReadGeneralizedDamping(SBR body);
+/* Prints one block as text, through the accessors: the values are those a caller would get, in the body's units, for
+   bodies from a file and bodies under construction alike. block_number is the block index plus 1: 1 to 36. Numbers
+   outside, and 33, print nothing. Node rows come in ascending order of the node IDs. The stream is flushed at the end,
+   except after an allocation message; a null stream prints nothing. */
 SBR_API void SBR_Contents(SBR body, int block_number, FILE *stream);
 
 /* ==========================================================================
@@ -503,6 +507,12 @@ SBR_API int SBR_CompactModalLoadNodal(SBR body, const int *keep, int keep_count)
    Writing
    ========================================================================== */
 
+/* Writes the body as a new record under the options of the environment variable KTX_SBRWRITE_OPTIONS, read once per
+   call (docs/write-options.md): reductions, orthonormalization, frequency range, invariants, then every block. Gives 1
+   when the record is complete. 0 after a report: the path is that of the record the body was read from, the file cannot
+   be opened, options contradict each other, memory is short, or a block cannot be written ("Problem writing ..."); no
+   file is left then. In both cases the steps that ran have changed the body for good. Single precision narrows each
+   real to 32 bits. Memory follows the node count: one mode passes through at a time. */
 SBR_API int SBR_write_SBR(SBR body, const char *path);
 /* Writes the body to the solver's database as a new data block, by the steps and options of SBR_write_SBR. Path: the
    ".MASTER" file; a database that is not there yet is created. Qualifiers: as for DB_CreateSBRblk. Reals are always
