@@ -46,7 +46,8 @@ struct Problem {
   }
   void put(Values &matrix, const Values &packed) const {
     for (int j = 0; j < n; ++j)
-      for (int i = 0; i < n; ++i) matrix[static_cast<std::size_t>(j * nm + i)] = packed[static_cast<std::size_t>(j * n + i)];
+      for (int i = 0; i < n; ++i)
+        matrix[static_cast<std::size_t>(j * nm + i)] = packed[static_cast<std::size_t>(j * n + i)];
   }
   void reduce() {
     const int yes = 1;
@@ -76,7 +77,8 @@ void expect_matrix(const Problem &p, const Values &matrix, const nlohmann::json 
   const Values expected = numbers(texts);
   for (int j = 0; j < p.n; ++j) {
     for (int i = 0; i < p.n; ++i) {
-      EXPECT_TRUE(same_bits(matrix[static_cast<std::size_t>(j * p.nm + i)], expected[static_cast<std::size_t>(j * p.n + i)]))
+      EXPECT_TRUE(
+          same_bits(matrix[static_cast<std::size_t>(j * p.nm + i)], expected[static_cast<std::size_t>(j * p.n + i)]))
           << what << " at row " << i + 1 << ", column " << j + 1;
     }
     for (int i = p.n; i < p.nm; ++i) {
@@ -87,7 +89,8 @@ void expect_matrix(const Problem &p, const Values &matrix, const nlohmann::json 
 
 void expect_values(const Values &found, const nlohmann::json &texts, const std::string &what) {
   const Values expected = numbers(texts);
-  for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_TRUE(same_bits(found[i], expected[i])) << what << " " << i + 1;
+  for (std::size_t i = 0; i < expected.size(); ++i)
+    EXPECT_TRUE(same_bits(found[i], expected[i])) << what << " " << i + 1;
 }
 
 void expect_stage(const Problem &p, const nlohmann::json &stage, const std::string &name) {

@@ -28,6 +28,18 @@ bool ModeRewrite::put(const double *values, std::int64_t count) noexcept {
   return write_reals(channel_, values, count);
 }
 
+bool ModeRewrite::reserve_modes(int modes, std::int64_t values_per_mode) noexcept {
+  if (!offsets_.resize(modes)) return false;
+  for (std::size_t m = 0; m < offsets_.size(); ++m)
+    offsets_[m] = static_cast<std::int64_t>(m) * values_per_mode * real_size(channel_);
+  return true;
+}
+
+bool ModeRewrite::put_at(int mode, std::int64_t first, const double *values, std::int64_t count) noexcept {
+  const std::int64_t place = offsets_[static_cast<std::size_t>(mode)] + first * real_size(channel_);
+  return FileSeek_Win32(channel_.stream, place, 0) == 0 && write_reals(channel_, values, count);
+}
+
 // What the disk could not take shows at the latest here.
 bool ModeRewrite::complete() noexcept { return std::fflush(channel_.stream) == 0; }
 

@@ -31,6 +31,10 @@ class ModeRewrite {
   // Notes the present position as the start of the next mode.
   [[nodiscard]] bool begin_mode() noexcept;
   [[nodiscard]] bool put(const double *values, std::int64_t count) noexcept;
+  // In place of begin_mode and put: notes the positions of modes of equal length, whose values may then come in any
+  // order.
+  [[nodiscard]] bool reserve_modes(int modes, std::int64_t values_per_mode) noexcept;
+  [[nodiscard]] bool put_at(int mode, std::int64_t first, const double *values, std::int64_t count) noexcept;
   // Writes out what is buffered. When this is good, install no longer fails.
   [[nodiscard]] bool complete() noexcept;
   // Completes and makes the file the kind's store: temporary, native, positions as noted. The kind's current record and

@@ -38,6 +38,11 @@ void forget_mode_writes(SbrBody &body, int kind) noexcept;
 // them. Null when there is nothing of that name. A failed read is reported and gives what the buffer holds. Valid until
 // the next access to the kind.
 [[nodiscard]] const double *whole_mode(SbrBody &body, int number, int kind) noexcept;
+// Values of a mode's record, by mode index, as they are stored: in the units of the file. False when they cannot be read.
+[[nodiscard]] bool read_stored_values(SbrBody &body, int mode_index, int kind, std::int64_t first, double *out,
+                                      std::int64_t count) noexcept;
+// Whether a mode's record can be read to its end; a failure is reported as the accessors do.
+[[nodiscard]] bool mode_record_is_whole(SbrBody &body, int mode_index, int kind) noexcept;
 // Factors that bring stored values to the body's units: translations of kind 0, all of kind 1.
 inline double shape_scale(const SbrBody &body) { return body.units.unit.length; }
 inline double stress_scale(const SbrBody &body) {

@@ -18,6 +18,7 @@ struct Face {
   std::int32_t capacity;  // room behind `nodes`
   double normal[3];       // unit normal, or zero
   bool present;           // false: the slot is empty
+  bool reversed;          // during the attempts at a node: positions 1 to count - 1 are to be read backwards
 };
 
 struct Node {
@@ -43,7 +44,7 @@ struct Mesh {
   std::size_t chunk_used = 0;             // of the last chunk
 
   // Scratch, kept between nodes.
-  Array<std::int32_t> polygon;
+  Array<std::int32_t> polygon;  // the fused polygon
   Array<std::int32_t> taken;  // slots taken by the present attempt
   Array<FanEnd> fan_ends;     // ends of the present fan by vertex; empty for a small fan
   Array<std::uint32_t> seen;  // per node the mark of the last polygon it was seen in

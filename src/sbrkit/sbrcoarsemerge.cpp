@@ -19,9 +19,11 @@ constexpr std::size_t kSmallFan = 16;
 
 bool within_distance(const Mesh &mesh, std::int32_t node, std::span<const std::int32_t> slots, double limit) noexcept {
   const Node &center = mesh.node(node);
+  std::int32_t previous = -1;
   for (const std::int32_t slot : slots) {
     const Face &face = mesh.face(slot);
-    if (!face.present) continue;
+    if (!face.present || slot == previous) continue;
+    previous = slot;
     for (std::int32_t p = 0; p < face.count; ++p) {
       if (!mesh.in_play(face.nodes[p])) continue;
       const Node &vertex = mesh.node(face.nodes[p]);
@@ -54,28 +56,42 @@ bool flat(const Mesh &mesh, std::span<const std::int32_t> slots, double cosine) 
 
 // ---- walking the fan ---------------------------------------------------------------------------------------------------
 
-void reverse(Face &face) noexcept {
-  if (face.count > 2) std::reverse(face.nodes + 1, face.nodes + face.count);
+// Reversing is put off until the attempts at a node are over: a failed attempt then costs its walk, not its vertices.
+void reverse(Face &face) noexcept { face.reversed = !face.reversed; }
+
+void settle(Face &face) noexcept {
+  if (face.reversed && face.count > 2) std::reverse(face.nodes + 1, face.nodes + face.count);
+  face.reversed = false;
 }
 
-bool starts_with(const Face &face, std::int32_t vertex) noexcept { return face.count > 1 && face.nodes[1] == vertex; }
+// The vertices next to position 0, as the face is to be read. Asked of faces of two or more vertices.
+std::int32_t second_vertex(const Face &face) noexcept { return face.nodes[face.reversed ? face.count - 1 : 1]; }
+std::int32_t last_vertex(const Face &face) noexcept { return face.nodes[face.reversed ? 1 : face.count - 1]; }
+
+bool starts_with(const Face &face, std::int32_t vertex) noexcept {
+  return face.count > 1 && second_vertex(face) == vertex;
+}
 bool ends_with(const Face &face, std::int32_t vertex) noexcept {
-  return face.count > 0 && face.nodes[face.count - 1] == vertex;
+  return face.count > 1 ? last_vertex(face) == vertex : face.nodes[0] == vertex;
 }
 
 bool by_vertex(const FanEnd &a, const FanEnd &b) noexcept {
   return a.vertex != b.vertex ? a.vertex < b.vertex : a.place < b.place;
 }
 
-// Notes both ends of every face of a large fan. Reversing a face swaps its ends, so the table holds for all attempts.
+// Notes both ends of every face of a large fan. Reversing a face swaps its ends, so the table holds for all attempts. Of
+// a slot that stands several times in the list only the first place counts: it is found first.
 bool note_fan_ends(Mesh &mesh, std::span<const std::int32_t> slots) noexcept {
   mesh.fan_ends.clear();
   if (slots.size() <= kSmallFan) return true;
+  std::int32_t previous = -1;
   for (std::size_t place = 0; place < slots.size(); ++place) {
+    if (slots[place] == previous) continue;
+    previous = slots[place];
     const Face &face = mesh.face(slots[place]);
     const auto at = static_cast<std::int32_t>(place);
     if (face.count > 1 && !mesh.fan_ends.push_back({face.nodes[1], at})) return false;
-    if (face.count > 0 && !mesh.fan_ends.push_back({face.nodes[face.count - 1], at})) return false;
+    if (!mesh.fan_ends.push_back({face.nodes[face.count - 1], at})) return false;
   }
   std::sort(mesh.fan_ends.begin(), mesh.fan_ends.end(), by_vertex);
   return true;
@@ -98,44 +114,49 @@ std::int32_t first_face(const Mesh &mesh, std::span<const std::int32_t> slots, s
   return -1;
 }
 
-// Appends the vertices of a face from a position on to the polygon, and empties the face's slot.
-bool take_face(Mesh &mesh, std::int32_t slot, std::int32_t from) noexcept {
-  Face &face = mesh.face(slot);
-  const auto have = static_cast<std::int64_t>(mesh.polygon.size());
-  const std::int32_t more = std::max(0, face.count - from);
-  if (!mesh.taken.push_back(slot)) return false;
-  face.present = false;
-  if (have + more > INT_MAX - 1 || !mesh.polygon.reserve(have + more) || !mesh.polygon.resize(have + more))
-    return false;
-  std::copy_n(face.nodes + from, more, mesh.polygon.data() + have);
+// Takes the faces edge by edge, from a start on, until all are taken. False when no face goes on; the faces taken so far
+// are in Mesh::taken.
+bool walk_fan(Mesh &mesh, std::span<const std::int32_t> slots, std::int32_t start) noexcept {
+  mesh.taken.clear();
+  mesh.face(start).present = false;
+  (void)mesh.taken.push_back(start);
+  if (mesh.face(start).count < 2) return false;  // nothing would be left of the face without its node
+  std::int32_t vertex = last_vertex(mesh.face(start));
+  while (mesh.taken.size() < slots.size()) {
+    std::int32_t slot = first_face(mesh, slots, vertex, starts_with);
+    if (slot < 0) {
+      slot = first_face(mesh, slots, vertex, ends_with);
+      if (slot < 0) return false;
+      reverse(mesh.face(slot));
+    }
+    mesh.face(slot).present = false;
+    (void)mesh.taken.push_back(slot);
+    if (mesh.face(slot).count > 2) vertex = last_vertex(mesh.face(slot));
+  }
+  return true;
+}
+
+// Strings the taken faces together: the first from position 1 on, each other one from position 2 on. Leaves room for one
+// vertex more. False when memory is short.
+bool string_together(Mesh &mesh) noexcept {
+  std::int64_t total = 1;
+  for (const std::int32_t slot : mesh.taken) total += mesh.face(slot).count;
+  mesh.polygon.clear();
+  if (total > INT_MAX || !mesh.polygon.reserve(total)) return false;
+  std::int32_t from = 1;
+  for (const std::int32_t slot : mesh.taken) {
+    Face &face = mesh.face(slot);
+    settle(face);
+    for (std::int32_t p = from; p < face.count; ++p) (void)mesh.polygon.push_back(face.nodes[p]);
+    from = 2;
+  }
   return true;
 }
 
 bool give_faces_back(Mesh &mesh) noexcept {
   for (const std::int32_t slot : mesh.taken) mesh.face(slot).present = true;
   mesh.taken.clear();
-  mesh.polygon.clear();
   return false;
-}
-
-// Follows the fan from the polygon's last vertex until all faces are taken. False when no face goes on, or when memory
-// is short (which sets no_memory).
-bool walk_fan(Mesh &mesh, std::span<const std::int32_t> slots, bool &no_memory) noexcept {
-  while (mesh.taken.size() < slots.size()) {
-    if (mesh.polygon.empty()) return false;
-    const std::int32_t last = mesh.polygon[mesh.polygon.size() - 1];
-    std::int32_t slot = first_face(mesh, slots, last, starts_with);
-    if (slot < 0) {
-      slot = first_face(mesh, slots, last, ends_with);
-      if (slot < 0) return false;
-      reverse(mesh.face(slot));
-    }
-    if (!take_face(mesh, slot, 2)) {
-      no_memory = true;
-      return false;
-    }
-  }
-  return !mesh.polygon.empty();
 }
 
 // ---- room for the fused polygon ----------------------------------------------------------------------------------------
@@ -167,14 +188,8 @@ std::int32_t *take_room(Mesh &mesh, std::int64_t count) noexcept {
 // that leaves space to grow.
 bool secure_room(Mesh &mesh, Face &room) noexcept {
   const auto wanted = static_cast<std::int32_t>(mesh.polygon.size()) + 1;
-  room = Face{};
-  for (const std::int32_t slot : mesh.taken) {
-    const Face &face = mesh.face(slot);
-    if (face.capacity > room.capacity) {
-      room.nodes = face.nodes;
-      room.capacity = face.capacity;
-    }
-  }
+  for (const std::int32_t slot : mesh.taken)
+    if (const Face &face = mesh.face(slot); face.capacity > room.capacity) room = face;
   if (room.capacity >= wanted) return true;
   const std::int64_t capacity = std::min<std::int64_t>(static_cast<std::int64_t>(wanted) + wanted / 2, INT_MAX);
   room.nodes = take_room(mesh, capacity);
@@ -230,17 +245,14 @@ void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept {
 
 // Fuses the faces of a node into Mesh::polygon, starting with face |k| of its list, reversed first for a negative k.
 // On success Mesh::taken holds the slots in the order of the walk, now empty; otherwise they are as they were, but for
-// the faces that the walk has reversed.
+// the faces that the attempt has reversed.
 bool merge_face_fan(Mesh &mesh, std::int32_t node, int k) noexcept {
   const std::span<const std::int32_t> slots = mesh.faces_of(node);
-  mesh.polygon.clear();
-  mesh.taken.clear();
   const std::int32_t start = slots[static_cast<std::size_t>(std::abs(k))];
-  if (!mesh.face(start).present) return false;
   if (k < 0) reverse(mesh.face(start));
-  bool no_memory = !take_face(mesh, start, 1);
-  if (!no_memory && walk_fan(mesh, slots, no_memory)) return true;
-  if (no_memory) report_no_memory(kUnit);
+  if (!walk_fan(mesh, slots, start)) return give_faces_back(mesh);
+  if (string_together(mesh)) return true;
+  report_no_memory(kUnit);
   return give_faces_back(mesh);
 }
 
@@ -275,14 +287,14 @@ void follow_redirections(Mesh &mesh, std::int32_t node) noexcept {
 
 void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
   rotate_faces_to_node(mesh, node);
-  if (!note_fan_ends(mesh, mesh.faces_of(node))) {
-    report_no_memory(kUnit);
-    return;
-  }
-  if (!fuse_fan(mesh, node)) return;
-  Face room;
-  if (!secure_room(mesh, room) || !mesh.polygon.reserve(static_cast<std::int64_t>(mesh.polygon.size()) + 1)) {
-    report_no_memory(kUnit);
+  const std::span<const std::int32_t> slots = mesh.faces_of(node);
+  Face room{};
+  const bool prepared = note_fan_ends(mesh, slots) && mesh.taken.reserve(static_cast<std::int64_t>(slots.size()));
+  const bool fused = prepared && fuse_fan(mesh, node);
+  for (const std::int32_t slot : slots) settle(mesh.face(slot));
+  const bool secured = fused && secure_room(mesh, room);
+  if (!prepared || (fused && !secured)) report_no_memory(kUnit);
+  if (!fused || !secured) {
     give_faces_back(mesh);
     return;
   }
@@ -293,7 +305,7 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
   redirect_face_references(mesh, node);
   if (!open) mesh.node(node).in_play = false;
   prune_polygon_loops(mesh);
-  store_polygon(mesh, mesh.faces_of(node)[0], room, normal);
+  store_polygon(mesh, slots[0], room, normal);
 }
 
 }  // namespace sbr::coarse

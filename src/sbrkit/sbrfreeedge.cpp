@@ -1,6 +1,6 @@
 // Free edges: the rims of the surface of a body, as chains of node IDs.
 //
-// Sorting the sides of all faces by their two ends brings the uses of an edge together; an edge with one use is free. The
+// The sides of all faces are gathered by their lower end, where the uses of an edge meet; an edge with one use is free. The
 // few free edges are then walked as the classes of free_edges.hpp walk them.
 #include "sbrfreeedge.h"
 
@@ -15,40 +15,101 @@ struct Side {
   std::int32_t high;
   std::uint32_t order;  // its place among all sides
 
-  [[nodiscard]] bool same_edge(const Side &other) const noexcept { return low == other.low && high == other.high; }
 };
 
 bool by_ends(const Side &a, const Side &b) noexcept { return a.low != b.low ? a.low < b.low : a.high < b.high; }
 bool by_order(const Side &a, const Side &b) noexcept { return a.order < b.order; }
 
-bool collect_sides(FaceWalk walk, Array<Side> &sides) noexcept {
-  std::int64_t total = 0;
-  for (FaceWalk counting = walk; counting.next();)
-    if (counting.face().size() >= 3) total += static_cast<std::int64_t>(counting.face().size());
-  if (!sides.reserve(total)) return false;
+// Calls use(low, high) for every side, in the order of the face list; the closing side of a face comes last.
+template <class Use>
+void for_each_side(FaceWalk walk, Use use) noexcept {
   while (walk.next()) {
     const std::span<const std::int32_t> face = walk.face();
     if (face.size() < 3) continue;
     for (std::size_t k = 0; k < face.size(); ++k) {
-      const auto [low, high] = std::minmax(face[k], face[k + 1 < face.size() ? k + 1 : 0]);
-      if (!sides.push_back({low, high, static_cast<std::uint32_t>(sides.size())})) return false;
+      const std::int32_t a = face[k];
+      const std::int32_t b = face[k + 1 < face.size() ? k + 1 : 0];
+      use(std::min(a, b), std::max(a, b));
     }
+  }
+}
+
+struct SideCount {
+  std::int64_t sides = 0;
+  std::int32_t lowest = INT32_MAX;  // of the numbers in the sides
+  std::int32_t highest = INT32_MIN;
+
+  [[nodiscard]] std::int64_t range() const noexcept { return static_cast<std::int64_t>(highest) - lowest + 1; }
+};
+
+SideCount count_sides(FaceWalk walk) noexcept {
+  SideCount count;
+  for_each_side(walk, [&](std::int32_t low, std::int32_t high) {
+    count.sides += 1;
+    count.lowest = std::min(count.lowest, low);
+    count.highest = std::max(count.highest, high);
+  });
+  return count;
+}
+
+// Appends the sides of a run, sorted by their ends, that no other side of the run repeats.
+bool append_free(std::span<const Side> run, Array<Side> &free_sides) noexcept {
+  for (std::size_t i = 0; i < run.size();) {
+    std::size_t next = i + 1;
+    while (next < run.size() && run[next].low == run[i].low && run[next].high == run[i].high) ++next;
+    if (next == i + 1 && !free_sides.push_back(run[i])) return false;
+    i = next;
   }
   return true;
 }
 
-// Leaves the sides that no other side repeats, in the order of the face list.
-void keep_free_sides(Array<Side> &sides) noexcept {
-  std::sort(sides.begin(), sides.end(), by_ends);
-  std::size_t kept = 0;
-  for (std::size_t i = 0; i < sides.size();) {
-    std::size_t next = i + 1;
-    while (next < sides.size() && sides[next].same_edge(sides[i])) ++next;
-    if (next == i + 1) sides[kept++] = sides[i];
-    i = next;
+// Node numbers that lie close together: the sides go into one bucket per lower end.
+bool free_sides_by_bucket(FaceWalk walk, const SideCount &count, Array<Side> &free_sides) noexcept {
+  Array<std::uint32_t> bucket_end;
+  Array<Side> sides;
+  if (!bucket_end.allocate(count.range() + 1) || !sides.allocate(count.sides)) return false;
+  const auto bucket_of = [&](std::int32_t low) {
+    return static_cast<std::size_t>(static_cast<std::int64_t>(low) - count.lowest);
+  };
+  for_each_side(walk, [&](std::int32_t low, std::int32_t) { bucket_end[bucket_of(low) + 1] += 1; });
+  for (std::size_t n = 1; n < bucket_end.size(); ++n) bucket_end[n] += bucket_end[n - 1];
+  // Filling a bucket moves its mark from its start to its end.
+  std::uint32_t order = 0;
+  for_each_side(walk, [&](std::int32_t low, std::int32_t high) {
+    sides[bucket_end[bucket_of(low)]++] = {low, high, order++};
+  });
+  std::size_t start = 0;
+  for (std::size_t n = 0; n + 1 < bucket_end.size(); ++n) {
+    const std::span<Side> bucket = sides.span().subspan(start, bucket_end[n] - start);
+    std::sort(bucket.begin(), bucket.end(), by_ends);
+    if (!append_free(bucket, free_sides)) return false;
+    start = bucket_end[n];
   }
-  (void)sides.resize(static_cast<std::int64_t>(kept));
-  std::sort(sides.begin(), sides.end(), by_order);
+  return true;
+}
+
+// Any numbers.
+bool free_sides_by_sorting(FaceWalk walk, const SideCount &count, Array<Side> &free_sides) noexcept {
+  Array<Side> sides;
+  if (!sides.allocate(count.sides)) return false;
+  std::uint32_t order = 0;
+  for_each_side(walk, [&](std::int32_t low, std::int32_t high) {
+    sides[order] = {low, high, order};
+    order += 1;
+  });
+  std::sort(sides.begin(), sides.end(), by_ends);
+  return append_free(sides.span(), free_sides);
+}
+
+// The sides that no other side repeats, in the order of the face list.
+bool find_free_sides(FaceWalk walk, Array<Side> &free_sides) noexcept {
+  const SideCount count = count_sides(walk);
+  if (count.sides == 0) return true;
+  const bool close = count.range() <= 2 * count.sides;
+  if (!(close ? free_sides_by_bucket(walk, count, free_sides) : free_sides_by_sorting(walk, count, free_sides)))
+    return false;
+  std::sort(free_sides.begin(), free_sides.end(), by_order);
+  return true;
 }
 
 // The free edges by node: per node the places of its edges, in the order of the face list. An edge from a node to itself
@@ -152,8 +213,7 @@ class Rims {
 
 bool find_free_edges(FaceWalk walk, OwnedList<Array<std::int32_t>> &chains) noexcept {
   Array<Side> sides;
-  if (!collect_sides(walk, sides)) return false;
-  keep_free_sides(sides);
+  if (!find_free_sides(walk, sides)) return false;
   Rims rims;
   return rims.build(sides) && rims.make_chains(chains);
 }

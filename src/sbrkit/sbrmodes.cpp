@@ -142,6 +142,19 @@ const double *whole_mode(SbrBody &body, int number, int kind) noexcept {
   return load_mode_record(&body, number, kind) != 0 ? body.access.current_record[kind].data() : nullptr;
 }
 
+bool read_stored_values(SbrBody &body, int mode_index, int kind, std::int64_t first, double *out,
+                        std::int64_t count) noexcept {
+  return mode_index >= 0 && seek_to_mode(body, mode_index, kind, first) && read_reals(body.modes[kind], out, count);
+}
+
+bool mode_record_is_whole(SbrBody &body, int mode_index, int kind) noexcept {
+  const std::int64_t nodes = body.nodes.kinds[kind].count;
+  double last[6];
+  if (nodes > 0 && read_stored_values(body, mode_index, kind, 6 * (nodes - 1), last, 6)) return true;
+  report_failed_read(SBR_ModeNumber(&body, mode_index), kind);
+  return false;
+}
+
 }  // namespace sbr
 
 extern "C" {

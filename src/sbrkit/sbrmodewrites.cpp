@@ -128,6 +128,11 @@ bool write_mode_values(SbrBody &body, const ModeValues &entry) noexcept {
 bool flush_mode_writes(SbrBody &body, int kind) noexcept {
   PendingModeWrites &pending = body.store.pending[kind];
   if (pending.waiting == 0) return true;
+  // A channel that was given to a record file in the meantime takes nothing.
+  if (body.modes[kind].stream == nullptr || body.modes[kind].is_temporary == 0) {
+    forget_mode_writes(body, kind);
+    return true;
+  }
   bool good = true;
   for (ModeRun &run : pending.runs) good = put_run(body, kind, run) && good;
   return std::fflush(body.modes[kind].stream) == 0 && good;

@@ -348,8 +348,7 @@ extern "C" void SBR_QZITT(const int *nm, const int *n, double *a, double *b, con
   const bool with_vectors = matz != nullptr && *matz != 0 && z != nullptr;
   const Matrix vectors(z, *nm);
   const Matrix triangle(b, *nm);
-  Iteration iteration(Matrix(a, *nm), triangle, with_vectors ? &vectors : nullptr, *n,
-                      eps1 == nullptr ? 0.0 : *eps1);
+  Iteration iteration(Matrix(a, *nm), triangle, with_vectors ? &vectors : nullptr, *n, eps1 == nullptr ? 0.0 : *eps1);
   const int unfinished = iteration.run();
   if (ierr != nullptr) *ierr = unfinished;
   if (*n > 1) triangle(*n, 1) = iteration.epsb();

@@ -3,7 +3,6 @@
 #include "sbrstatistics.h"
 
 #include <cmath>
-#include <source_location>
 
 #include "body.h"
 #include "modestore.h"
@@ -19,16 +18,14 @@ constexpr int kFigures = 13;  // of which four are defined
 // ---- the table
 // -------------------------------------------------------------------------------------------------------
 
-int report_wrong_count(std::source_location where = std::source_location::current()) noexcept {
-  SBR_Error("Inconsistent number of modes detected at line %d in file %s", static_cast<int>(where.line()), kUnit);
-  return 0;
-}
-
 // Reads the table from the statistics block, at which the record channel stands, and brings it to the body's units.
 int read_table(SbrBody &body) noexcept {
   std::int32_t count = 0;
   if (!read_int(body.record, count)) return 0;
-  if (count != body.mode_table.mode_count) return report_wrong_count();
+  if (count != body.mode_table.mode_count) {
+    SBR_Error("Inconsistent number of modes detected at line %d in file %s", __LINE__, kUnit);
+    return 0;
+  }
   for (ModalStatistics &mode : body.statistics) {
     if (!read_ints(body.record, mode.node_ids, kFigures)) return 0;
     if (!read_reals(body.record, mode.values, kFigures)) return 0;

@@ -17,11 +17,12 @@ struct StripFace {
   const std::int32_t *nodes;  // in the pool
 };
 
-// The head of the sorting order in two words: count and first node, then the next two nodes in the face's own direction.
-// Most comparisons end here; the rest look at the polygon.
+// The front of the sorting order: count and first node, then the next nodes in the face's own direction. Comparing faces
+// of up to four vertices ends here; larger ones look at the polygon.
 struct StripKey {
   std::uint64_t head;
   std::uint64_t next;
+  std::int32_t fourth;
   std::int32_t face;
 };
 
@@ -37,14 +38,18 @@ std::int32_t element(const StripFace &face, std::int32_t k) noexcept {
 }
 
 StripKey key_of(const StripFace &face, std::int32_t slot) noexcept {
-  StripKey key{ordered_pair(face.count, face.count > 0 ? face.nodes[0] : 0), 0, slot};
+  StripKey key{ordered_pair(face.count, face.count > 0 ? face.nodes[0] : 0), 0, 0, slot};
   if (face.count >= 2) key.next = ordered_pair(element(face, 1), face.count >= 3 ? element(face, 2) : 0);
+  if (face.count >= 4) key.fourth = element(face, 3);
   return key;
 }
 
-// What the keys leave open: -1, 0 or 1 by the elements from 3 on of two polygons with equal keys.
+// Heads below this belong to faces that their keys describe in full.
+const std::uint64_t kFiveVertices = ordered_pair(5, INT32_MIN);
+
+// What the keys leave open: -1, 0 or 1 by the elements from 4 on of two polygons with equal keys.
 int compare_rest(const StripFace &a, const StripFace &b) noexcept {
-  for (std::int32_t k = 3; k < a.count; ++k) {
+  for (std::int32_t k = 4; k < a.count; ++k) {
     const std::int32_t x = element(a, k);
     const std::int32_t y = element(b, k);
     if (x != y) return x < y ? -1 : 1;
@@ -76,7 +81,8 @@ class Stripper {
     std::sort(keys_.begin(), keys_.end(), [this](const StripKey &a, const StripKey &b) {
       if (a.head != b.head) return a.head < b.head;
       if (a.next != b.next) return a.next < b.next;
-      const int rest = compare_rest(face(a), face(b));
+      if (a.fourth != b.fourth) return a.fourth < b.fourth;
+      const int rest = a.head < kFiveVertices ? 0 : compare_rest(face(a), face(b));
       return rest != 0 ? rest < 0 : a.face < b.face;
     });
   }
@@ -111,7 +117,7 @@ class Stripper {
     return faces_[static_cast<std::size_t>(key.face)];
   }
   [[nodiscard]] bool equal(std::size_t i, std::size_t j) const noexcept {
-    return keys_[i].head == keys_[j].head && keys_[i].next == keys_[j].next &&
+    return keys_[i].head == keys_[j].head && keys_[i].next == keys_[j].next && keys_[i].fourth == keys_[j].fourth &&
            compare_rest(face(keys_[i]), face(keys_[j])) == 0;
   }
   void put(std::size_t i) noexcept {

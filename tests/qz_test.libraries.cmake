@@ -1,0 +1,2 @@
+find_package(LAPACK REQUIRED)
+set(libraries lapacke LAPACK::LAPACK)
