@@ -406,17 +406,42 @@ SBR_API int SBR_SetGeneralizedDamping(SBR body, int row, int column, double valu
    Invariant entry and checks
    ========================================================================== */
 
+/* The inertia invariants entered by hand (see "Inertia invariants"). What is entered takes the place of what the
+   library would work out, and the invariant's block counts as existing. Modes are named by number and must be known:
+   the arrays take the mode count of the first entry, and a mode that comes later has no place in them. An unknown mode
+   reports "Mode number %d does not exist.  Requested at line %d in file %s.\n". Results are 1 or 0; a null array gives
+   0. */
+
+/* The mass. A value that is not above 0 reports "Inertia Invariant 1 must be greater than zero"; NaN passes. */
 SBR_API int SBR_SetInvar1(SBR body, double value);
+/* The first moment: mass times center, 3 values. */
 SBR_API int SBR_SetInvar2(SBR body, const double *v3);
+/* The 3 values of one mode, of invariant 3 and of invariant 4. */
 SBR_API int SBR_SetInvar3(SBR body, int number, const double *v3);
 SBR_API int SBR_SetInvar4(SBR body, int number, const double *v3);
+/* The 3 values of a pair of modes; the mirrored pair gets their negatives. For a mode with itself the negatives remain,
+   and a component above 1e-8 is warned about ("I5(%d, %d) is not zero. ..."). */
 SBR_API int SBR_SetInvar5(SBR body, int row, int column, const double *v3);
+/* The diagonal of the generalized mass matrix of M normalized modes: M values, each exactly 1.0, entered as by
+   SBR_SetGeneralizedMass. Anything else reports "Inertia Invariant 6 must be an identity matrix."; entries made before
+   it stay. Without modes the result is 1. */
 SBR_API int SBR_SetInvar6(SBR body, const double *diagonal);
+/* The inertia tensor about the origin as xx, yy, zz, xy, xz, yz: its off-diagonals are negative products of inertia. */
 SBR_API int SBR_SetInvar7(SBR body, const double *six);
+/* The 3 x 3 matrix of one mode. */
 SBR_API int SBR_SetInvar8(SBR body, int number, const double *nine);
+/* The 3 x 3 matrix of a pair of modes; the mirrored pair gets the transpose. For a mode with itself the upper half ends
+   as a copy of the lower, and an asymmetry above 1e-8 (relative to entries above 1) is warned about. */
 SBR_API int SBR_SetInvar9(SBR body, int row, int column, const double *nine);
+/* Global mass, center of mass (3 values) and inertia about the origin (3 x 3, positive products of inertia). Compared
+   with invariants 1, 2 and 7 at a tolerance of 1e-8; differences are warned about ("Global mass is inconsistent ...",
+   "Global center of mass ...", "Global mass inertia ...") and the values stored regardless. The comparison works the
+   three invariants out, so they are those of the data present at this call. 0 for a null array. */
 SBR_API int SBR_SetGlobalMass(SBR body, double mass, const double *center3, const double *inertia9);
+/* Runs SBR_CalculateGlobalMassFromNodeMass and hands its results out: mass, inertia about the origin (3 x 3, positive
+   products of inertia), center of mass (3 values). A null output is skipped. */
 SBR_API int SBR_TotalMassInertia(SBR body, double *mass, double *inertia9, double *center3);
+/* Replaces the global mass properties by those of invariants 1, 2 and 7; the center of a body of mass 0 is zero. */
 SBR_API int SBR_CalculateGlobalMassFromNodeMass(SBR body);
 
 /* ==========================================================================
@@ -531,29 +556,80 @@ SBR_API void SBR_SetModalPreloadProcessed(SBR body, int flag);
    Inertia invariants
    ========================================================================== */
 
+/* The mass data of a flexible body with M modes, in sums over its nodes: mass m, place r, nodal inertia I, translations
+   phi_j and rotations theta_j of mode j; ~a is the matrix of a x.
+
+     1  sum m                                     1 value
+     2  sum m r                                   3 values
+     3  sum m phi_j                               3 x M, component-major
+     4  sum m r x phi_j + I theta_j               3 x M, component-major
+     5  sum m phi_j x phi_k                       3 x M per mode j, component-major in k
+     6  the generalized mass matrix               M x M
+     7  sum -m ~r ~r + I                          3 x 3
+     8  sum m ~r ~phi_j                           3 x 3 per mode
+     9  sum m ~phi_j ~phi_k                       3 x 3 per pair of modes
+
+   (Shabana, Dynamics of Multibody Systems: inertia shape integrals.) Each is worked out once per body and kept: from
+   its block of the record, else from the nodes if there are nodal masses, else (1, 2 and 7) from the global mass
+   properties, else zeros. A block of another mode count reports "nm!=ModeCount at line %d in file %s" and is read as
+   one of M modes; what a short file lacks is zero. Sums take the nodes in index order.
+
+   The accessors hand out new arrays, freed with SBR_FreeMemory. Mode arguments are indices. They give null (SBR_Invar1
+   0.0) for a null body, silently for M = 0 or an index out of range, and after the allocation message. Without nodes
+   the sums of 3, 4 and 8 cannot be formed and end with that message, those of 5 and 9 without one. */
+
 SBR_API double SBR_Invar1(SBR body);
 SBR_API double *SBR_Invar2(SBR body);
 SBR_API double *SBR_Invar3(SBR body);
 SBR_API double *SBR_Invar4(SBR body);
+/* 5 and 9 are worked out together: when one of them has no block, both come from the nodes and replace what either
+   held. */
 SBR_API double *SBR_Invar5(SBR body, int j);
+/* The generalized mass matrix as SBR_GenMassFull gives it: M x M, made anew at every call. */
 SBR_API double *SBR_Invar6(SBR body);
 SBR_API double *SBR_Invar7(SBR body);
 SBR_API double *SBR_Invar8(SBR body, int j);
 SBR_API double *SBR_Invar9(SBR body, int j, int k);
+/* Make whole sets: fast 1, 2, 3, 4, 6, 7, 8; full all nine; rigid 1, 2, 3, 7. Each tells its name as an information and
+   reports "There is insufficient mass data to compute a ... set of mass invariants.\n..." when neither the kept values
+   nor the blocks nor the nodes suffice; it goes on in any case. */
 SBR_API void SBR_FastComputeInvars(SBR body);
 SBR_API void SBR_FullComputeInvars(SBR body);
 SBR_API void SBR_RigidComputeInvars(SBR body);
+/* Adds s ~a ~b to the 3 x 3 matrix T; ~a ~b is b a^T - (a . b) E. */
 SBR_API void incr_scalar_tilde_tilde(double *T9, double s, const double *a3, const double *b3);
+/* Adds s a x b to the vector v. */
 SBR_API void incr_scalar_tilde_vec(double *v3, double s, const double *a3, const double *b3);
 
 /* ==========================================================================
    Rigid-body modes and principal axes
    ========================================================================== */
 
+/* The number of rigid-body modes. With 7 modes or more: those of the first six whose signed frequency is not above a
+   threshold in hertz, SBR_RIGID_BODY_THRESHOLD or else 0.001 x max(1.0, frequency of the seventh); 0 when that
+   frequency is unknown. With up to 6 modes: the last position i at which the frequencies show a gap (the first below
+   0.1 and the i-th above 10, or the i-th more than 10000 times the one before), 0 without one. */
 SBR_API int SBR_RigidBodyModeCount(SBR body);
+/* The participation of the first count modes in the six rigid motions about the origin (translations x, y, z, rotations
+   x, y, z): six rows of count values, sum m (p . phi) / sum m (phi . phi) over the nodes, with magnitudes up to 1e-10
+   stored as 0.0. A mode without weighted motion, or beyond the mode table, has none. The allocation message and 0 for a
+   body without modes or without nodes. */
 SBR_API int SBR_RigidModes2VENTA(SBR body, double **six_rows, int count);
+/* Rewrites the generalized damping list, once, in six rigid-body coordinates followed by the elastic modes: the first r
+   rows and columns, r the rigid-body mode count, are projected with SBR_RigidModes2VENTA. Entries of magnitude up to
+   1e-10 are left out. 1 also when there is nothing to do. */
 SBR_API int SBR_DampingOnPrincipalAxes(SBR body);
+/* The damping matrix on the six rigid-body coordinates and s modes: rows points to s + 6 rows of s + 6 values, selected
+   to s mode numbers in ascending order. Carries the damping to the principal axes first. A selected rigid-body mode is
+   warned about and stays zero; a stiffness or mass matrix that is not diagonal is warned about, and its damping list is
+   taken as one of the modes behind six rigid ones. The rows are zeroed even when the result is 0: no damping, or no
+   memory. */
 SBR_API int SBR_GenDampPrincipalAndSelected(SBR body, double **rows, int s, const int *selected);
+/* Carries the modal preload and each modal load, once, to the principal axes: the entries of the rigid-body modes
+   become force and moment about the origin. With nodal masses by mass-weighted sums, which write the first six entries
+   whatever the rigid-body mode count r is; without them, or with KTX_MFORCE_NO_FEA_MASS in the environment, by fitting
+   each rigid-body mode with a rigid motion, which writes the first r entries. Warns of each rigid entry of a preload,
+   and of loads on fewer than six rigid-body modes. A projection that fails is reported and leaves its vector. */
 SBR_API void SBR_RigidBodyForcesOnPrincipalAxes(SBR body);
 
 /* ==========================================================================
@@ -588,8 +664,16 @@ SBR_API int *SBR_ClosestNodesInNeighborhood(SBR body, const double *point3, doub
    LUP linear algebra
    ========================================================================== */
 
+/* Small dense systems: rows points to n rows of n values, permutation to n row indices. (Golub and Van Loan, Matrix
+   Computations.)
+
+   Decomposes in place with partial pivoting by rows: L below the diagonal (its diagonal is 1), U on and above it. 0 for
+   a pivot of exactly 0.0; the last pivot is not tested, nor is a matrix of order 1. */
 SBR_API int SBR_LUPDecomposition(double **rows, int n, int *permutation);
+/* Solves for one right-hand side in place. 0 for a null array, an order below 1 (with the allocation message) or a
+   permutation with an index outside the matrix. */
 SBR_API int SBR_LUPSolve(double **rows, int n, const int *permutation, double *b);
+/* Replaces the decomposition by the inverse; the matrix stays as it was when the result is 0. */
 SBR_API int SBR_LUPInvert(double **rows, int n, const int *permutation);
 
 /* ==========================================================================
@@ -629,6 +713,10 @@ SBR_API int SBR_write_SBR(SBR body, const char *path);
    with "Unable to open %s for write. Please check the name and qualifier." or a block's message. A failed write leaves
    the database open and the data block unfinished: neither lasts, and the next DB_StartWrite begins anew. */
 SBR_API int SBR_write_DB(SBR body, const char *path, const char *qualifiers);
+/* Moves the reference frame to the center of mass of the nodal masses: subtracts it from all coordinates, clears the x
+   component of the global center (the others stay), tells "Shifting LBRF to CM at (%.3e,%.3e,%.3e)\n", and with exactly
+   six rigid-body modes moves the moments of loads and preload that stand on principal axes. Does nothing without nodes
+   or mass. */
 SBR_API void SBR_ShiftLBRFtoCM(SBR body);
 SBR_API int SBR_OrthoNormalize(SBR body);
 SBR_API int SBR_TransformModes(SBR body, int kind, int new_count, const double *matrix);
