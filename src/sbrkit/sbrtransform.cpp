@@ -93,12 +93,12 @@ class SourceModes {
   Array<std::int32_t> indices_;
 };
 
-// Values per strip: enough for reads and writes of a good length, few enough that the strips of all modes together stay
-// near the processor.
+// Values per strip: enough for long reads and writes, few enough that the strips of all modes together take no more
+// than some 16 MiB.
 std::int64_t strip_length(const ModeTask &task) noexcept {
-  constexpr std::int64_t values_of_all_modes = std::int64_t{1} << 18U;
+  constexpr std::int64_t values_of_all_modes = std::int64_t{1} << 21U;
   const std::int64_t length = values_of_all_modes / std::max({task.old_count, task.new_count, 1});
-  return std::clamp<std::int64_t>(length / kStripPiece, 4, 64) * kStripPiece;
+  return std::clamp<std::int64_t>(length / kStripPiece, 4, 256) * kStripPiece;
 }
 
 // Full matrix: every new mode is the sum of the old modes with the weights of its column. Each value of an old mode is
