@@ -82,9 +82,8 @@ TEST_P(SurfaceOfSampleTest, TheSurfaceMeshKeepsTheDataOfTheNodesItKeeps) {
   for (const auto &face : faces_of(mesh))
     for (const int node : face) needed.insert(SBR_NodeID(mesh, node));
   for (const int node : mesh->interface_nodes.nodes) needed.insert(SBR_NodeID(mesh, node));
-  for (int load_case = 0; load_case < SBR_GetModalLoadNodalCaseCount(mesh); ++load_case)
-    for (int k = 0; k < SBR_GetModalLoadNodalCount(mesh, load_case); ++k)
-      needed.insert(SBR_NodeID(mesh, SBR_GetModalLoadNodalNode(mesh, load_case)[k]));
+  for (std::size_t i = 0; i < mesh->loads.nodal.size(); ++i)
+    for (const int node : mesh->loads.nodal[i]->nodes) needed.insert(SBR_NodeID(mesh, node));
   ASSERT_EQ(SBR_NodeCount(mesh), static_cast<int>(needed.size()));
   EXPECT_LE(SBR_NodeCount(mesh), SBR_NodeCount(whole));
   for (int kind = 0; kind < 3; ++kind) {
