@@ -84,7 +84,7 @@ class DiscardingTest : public LibraryTest {
   SBR body;
 };
 
-// ---- the keep list -----------------------------------------------------------------------------------------------------
+// ---- the keep list ----------------------------------------------------------------------------------------
 
 TEST_F(DiscardingTest, FaceNodesAreKeptInAscendingOrder) { EXPECT_EQ(keep(), (std::vector<int>{1, 2, 4, 5})); }
 
@@ -164,7 +164,7 @@ TEST_F(DiscardingTest, NullHandlesAreReported) {
   EXPECT_EQ(log.take(), std::vector<Message>(5, kNoBody));
 }
 
-// ---- discarding --------------------------------------------------------------------------------------------------------
+// ---- discarding -------------------------------------------------------------------------------------------
 
 TEST_F(DiscardingTest, NodesShapesAndReferencesShrinkTogether) {
   give_shapes();
@@ -238,13 +238,12 @@ TEST_F(DiscardingTest, StressWithoutAKeptNodeIsEliminated) {
   SBR_SetPreStressVec(body, 10, six);
   SBR_SetPreStrainVec(body, 70, six);
   EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 1);
-  EXPECT_EQ(
-      log.take_complaints(),
-      (std::vector<Message>{
-          warning("All the nodes referenced in Stress Mode have been removed. Stress Mode data is eliminated."),
-          warning("All the nodes referenced in Pre-Stress have been removed. Pre-Stress data is eliminated."),
-          warning("All the nodes referenced in Strain Mode have been removed. Strain Mode data is eliminated."),
-          warning("All the nodes referenced in Pre-Strain have been removed. Pre-Strain data is eliminated.")}));
+  EXPECT_EQ(log.take_complaints(),
+            (std::vector<Message>{
+                warning("All the nodes referenced in Stress Mode have been removed. Stress Mode data is eliminated."),
+                warning("All the nodes referenced in Pre-Stress have been removed. Pre-Stress data is eliminated."),
+                warning("All the nodes referenced in Strain Mode have been removed. Strain Mode data is eliminated."),
+                warning("All the nodes referenced in Pre-Strain have been removed. Pre-Strain data is eliminated.")}));
   for (const int block : {17, 28, 30, 31}) EXPECT_EQ(SBR_Exists(body, block), 0) << block;
   EXPECT_EQ(SBR_ModeNodeCount(body, 1), 0);
   expect_values(0, {1, 2, 4, 5});
@@ -298,8 +297,7 @@ TEST_F(DiscardingTest, ABodyWithoutModesKeepsItsNodes) {
   EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 0);
   EXPECT_EQ(ids().size(), 7U);
   EXPECT_EQ(faces_of(body), square_with_strays().faces);
-  EXPECT_EQ(log.take_complaints(),
-            (std::vector<Message>{warning("No Mode Shape Data found in this SBR file. \n")}));
+  EXPECT_EQ(log.take_complaints(), (std::vector<Message>{warning("No Mode Shape Data found in this SBR file. \n")}));
 }
 
 TEST_F(DiscardingTest, ABodyWithoutFacesIsLeftAlone) {
@@ -334,7 +332,7 @@ TEST_F(DiscardingTest, AFailureOfALaterKindLeavesTheBodyAsItWas) {
   expect_values(0, {0, 1, 2, 3, 4, 5, 6});
 }
 
-// ---- shortening --------------------------------------------------------------------------------------------------------
+// ---- shortening -------------------------------------------------------------------------------------------
 
 TEST_F(DiscardingTest, ShorteningReplacesTheTemporaryFile) {
   const ScratchDirectory directory;
@@ -417,7 +415,7 @@ TEST_F(DiscardingTest, CompactingFindsTheFirstPlaceInAnUnsortedList) {
   EXPECT_EQ(copied(SBR_GetModalLoadNodalNode(body, 0), 2), (std::vector<int>{1, 2}));
 }
 
-// ---- stripping and discarding together ---------------------------------------------------------------------------------
+// ---- stripping and discarding together --------------------------------------------------------------------
 
 TEST_F(DiscardingTest, RemovingInternalGeometryStripsAndDiscards) {
   SBR block = make_body(brick_block(2, 2, 2));

@@ -57,8 +57,8 @@ double volume(const Surface &surface) {
       const Point &a = surface.points[static_cast<std::size_t>(face[0])];
       const Point &b = surface.points[static_cast<std::size_t>(face[k])];
       const Point &c = surface.points[static_cast<std::size_t>(face[k + 1])];
-      six_volumes += a[0] * (b[1] * c[2] - b[2] * c[1]) + a[1] * (b[2] * c[0] - b[0] * c[2]) +
-                     a[2] * (b[0] * c[1] - b[1] * c[0]);
+      six_volumes +=
+          a[0] * (b[1] * c[2] - b[2] * c[1]) + a[1] * (b[2] * c[0] - b[0] * c[2]) + a[2] * (b[0] * c[1] - b[1] * c[0]);
     }
   return six_volumes / 6;
 }
@@ -124,7 +124,7 @@ TEST_P(SurfaceOfSampleTest, StrippedFacesEncloseTheVolumeOfTheBody) {
   EXPECT_NEAR(std::fabs(volume(surface_of(body))), expected, 0.01 * expected);
 }
 
-// ---- opening a surface mesh --------------------------------------------------------------------------------------------
+// ---- opening a surface mesh -------------------------------------------------------------------------------
 
 class SurfaceMeshTest : public LibraryTest {
  protected:
@@ -164,8 +164,7 @@ TEST_F(SurfaceMeshTest, WithoutStressOnItsSurfaceLosesTheStress) {
   SBR body = SBR_CreateFromSBR(path.c_str());
   // Faces that hold none of the stressed nodes.
   std::set<int> stressed;
-  for (int p = 0; p < SBR_ModeNodeCount(body, 1); ++p)
-    stressed.insert(SBR_NodeIndex(body, SBR_ModeNodeID(body, 1, p)));
+  for (int p = 0; p < SBR_ModeNodeCount(body, 1); ++p) stressed.insert(SBR_NodeIndex(body, SBR_ModeNodeID(body, 1, p)));
   Faces bare;
   for (const auto &face : faces_of(body))
     if (std::none_of(face.begin(), face.end(), [&](int node) { return stressed.count(node) != 0; }))
