@@ -680,19 +680,64 @@ SBR_API int SBR_LUPInvert(double **rows, int n, const int *permutation);
    Mesh reduction
    ========================================================================== */
 
+/* Coarsening: wherever a node sits in a small and nearly flat neighbourhood, the faces around it become one polygon and
+   the node leaves the surface (not the node table). Faces may then have any number of vertices.
+   options: resolution, face angle in degrees, co-linear flag, IDs of nodes to preserve, then any text; one character
+   of any kind between two items. "0.02,10,1,1001,1002,preserve_str" fuses within 2 % of the diagonal of all nodes and
+   10 degrees, drops vertices on nearly straight sides, and keeps nodes 1001 and 1002 and those with stress or strain.
+   Interface nodes are always preserved. The list of IDs ends at an item that reads as 0. Numbers use a decimal point.
+   A resolution outside (0, 0.5] or an angle outside (0, 45] is replaced by 0.02 or 10, with a warning.
+   Null options do nothing. A body without faces or nodes, or short memory for the tables, reports "Problem encountered
+   while trimming geometry\n" and stays as it is. Progress goes to SBR_TimeMonitor and SBR_TimeMonitorStamp. */
 SBR_API void SBR_TrimGeometry(SBR body, const char *options);
+/* 1 when the face list counts as coarsened: it was trimmed, sketched, read as such, or holds a face of more than four
+   vertices. Once 1, it stays 1. */
 SBR_API int SBR_IsCoarsened(SBR body);
+/* Finds the free edges of the surface, those that one face side uses, as chains of node IDs. Removes internal geometry
+   first (SBR_RemoveInternalGeometry), which changes the body. A chain ends where a rim ends or branches; the first and
+   last ID of a closed rim are equal. When memory is short nothing is reported and the chains stay as they were.
+   include/sbrkit/free_edges.hpp gives the same search to C++ callers for any face list. */
 SBR_API void SBR_GenerateFreeEdges(SBR body);
+/* How many chains there are. The first call generates them; later changes of the faces do not refresh them. -1 when
+   memory was too short to generate them. */
 SBR_API int SBR_GetFreeEdgeCount(SBR body);
+/* How many node IDs a chain has, counted from 0; 0 for a chain that does not exist. Generates the chains if need be. */
 SBR_API int SBR_GetFreeEdgeSize(SBR body, int chain);
+/* Copies the node IDs of a chain, SBR_GetFreeEdgeSize of them, and gives their number. 0 for a chain that does not
+   exist or was not generated yet. With null ids only the number is given. */
 SBR_API int SBR_GetFreeEdge(SBR body, int chain, int *ids);
+/* Removes the faces that two elements share: of two equal polygons with opposite windings both go, of copies with the
+   same winding the last stays. The list is left ordered by vertex count and nodes, each face turned to its largest node
+   index, with its own winding. Runs once per body. An empty face list reports an allocation failure. */
 SBR_API void SBR_StripCommonFaces(SBR body);
+/* Replaces the face list by that of a text file: the number of faces, then per face its vertex count and that many node
+   IDs, with any white space between. The body then counts as coarsened. A count of faces below 1 gives an empty list.
+   A file that does not open, does not start with a number, ends too early, holds anything but numbers of 32 bits, or
+   names an unknown node is refused with a warning, and the faces stay. */
 SBR_API void SBR_SketchGrid(SBR body, const char *path);
+/* The node indices that a reduced body needs: those of faces, interface nodes and, unless the environment variable
+   KTX_SBRWRITE_OPTIONS contains "optimize_mforce_nodes", nodal loads; ascending, without repeats. A new array of *count
+   indices, freed with SBR_FreeMemory; null, with *count 0, when there are none ("Missing element face information.") or
+   memory is short. The list is made once and lasts until SBR_DiscardUnreferencedNodes. */
 SBR_API int *SBR_GeometryNodes(SBR body, int *count);
+/* Shrinks the node table to SBR_GeometryNodes, and mode shapes, modal stress and strain, pre-stress and pre-strain, and
+   nodal loads with it; faces and interface nodes are renumbered. Monitor points and matrix operators stay. A kind that
+   loses all its nodes is eliminated with a warning. 1 on success, and when there is no keep list. 0 after a report,
+   with the body as it was; a body without modes is such a failure. */
 SBR_API int SBR_DiscardUnreferencedNodes(SBR body);
+/* Strips shared faces, then discards unreferenced nodes, unless faces were stripped before. Gives 1 when internal
+   geometry is removed. */
 SBR_API int SBR_RemoveInternalGeometry(SBR body);
+/* The body of a record file with internal geometry removed. Shared by file name, apart from the body that
+   SBR_CreateFromSBR gives for the same file. Null when the file cannot be opened or read. */
 SBR_API SBR SBR_CreateFromSBR_SurfaceMesh(const char *file_name);
+/* Rewrites the mode data of a kind for the nodes of a keep list (node indices), in its order, into a new temporary file
+   that replaces the kind's store. The node table stays; SBR_DiscardUnreferencedNodes does both. Row k of pre-stress or
+   pre-strain becomes the row of the k-th kept node. 1 on success and for a null list; 0 after a report, with the old
+   store in use. */
 SBR_API int SBR_ShortenModeFile(SBR body, const int *keep, int keep_count, int kind);
+/* Drops the nodal loads on nodes that a keep list (node indices) does not hold, and renumbers the others to their place
+   in it. 1 on success and for a null list. */
 SBR_API int SBR_CompactModalLoadNodal(SBR body, const int *keep, int keep_count);
 
 /* ==========================================================================
