@@ -157,6 +157,11 @@ const Terms &Command::optional_item(const std::string &name) const {
   return place == items.end() ? none : place->second;
 }
 
+void Command::allow_only(std::initializer_list<std::string_view> names) const {
+  for (const auto &[name, terms] : items)
+    if (std::find(names.begin(), names.end(), name) == names.end()) refuse();
+}
+
 const std::string &Command::name_of(const std::string &name) const {
   const Terms &terms = item(name);
   if (terms.size() != 1 || terms[0].has_value || terms[0].name.empty()) refuse();

@@ -2,6 +2,7 @@
 #ifndef QSRV_COMMAND_H
 #define QSRV_COMMAND_H
 
+#include <initializer_list>
 #include <map>
 #include <string>
 #include <string_view>
@@ -30,6 +31,8 @@ struct Command {
   [[nodiscard]] const Terms &item(const std::string &name) const;
   // The same, empty when there is no such item.
   [[nodiscard]] const Terms &optional_item(const std::string &name) const;
+  // Throws bad_command when there is an item beside those.
+  void allow_only(std::initializer_list<std::string_view> names) const;
   // The only term of an item such as datablk=(sbrdb) or logical=name.
   [[nodiscard]] const std::string &name_of(const std::string &name) const;
 };

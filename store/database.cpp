@@ -196,6 +196,7 @@ void Database::assign(const Command &command) {
 
 // dblocate logical=name datablk=(name) where(...) convert(...): makes blocks of another database known in this one.
 void Database::locate(const Command &command) {
+  command.allow_only({"logical", "datablk", "where", "convert"});
   const auto logical = logicals_.find(lower_case(command.name_of("logical")));
   if (logical == logicals_.end()) throw Failure{Status::unknown_logical};
   const std::string &name = command.name_of("datablk");
@@ -223,6 +224,7 @@ std::vector<Database::Known> Database::select(const Command &command) {
 
 std::string Database::list(const Command &command) {
   if (command.verb != "dbdict") throw Failure{Status::bad_command};
+  command.allow_only({"datablk", "where", "select"});
   const Terms &wanted = command.item("select");
   std::vector<Qualifiers> rows;
   for (Known &known : select(command)) rows.push_back(std::move(known.block.qualifiers));
@@ -235,6 +237,7 @@ std::string Database::list(const Command &command) {
 int Database::attach(const Command &command, int &unit) {
   unit = 0;
   if (!command.verb.empty()) throw Failure{Status::bad_command};
+  command.allow_only({"datablk", "where"});
   std::vector<Known> selected = select(command);
   if (!selected.empty()) unit = add_unit(std::move(selected[0].file), selected[0].block.id, selected[0].ours);
   return static_cast<int>(selected.size());
@@ -242,6 +245,7 @@ int Database::attach(const Command &command, int &unit) {
 
 int Database::create_block(const Command &command) {
   if (command.verb != "dbcreate") throw Failure{Status::bad_command};
+  command.allow_only({"datablk", "quals"});
   const std::string &name = command.name_of("datablk");
   const Qualifiers qualifiers = qualifiers_from(command.optional_item("quals"));
   return add_unit(file_, file_->add_block(name, qualifiers), true);

@@ -1,15 +1,14 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <array>
 #include <bit>
-#include <cstdlib>
 #include <cstring>
 
 #include "sbrdbcheck.h"
 #include "support/files.h"
 #include "support/messages.h"
+#include "support/ordinary_user.h"
 
 namespace sbrtest {
 namespace {
@@ -284,20 +283,6 @@ TEST_F(FileCheckTest, AShortFileIsReported) {
     EXPECT_EQ(log.take(), std::vector<Message>{error("QS DB file " + file + " is too short.")});
   }
 }
-
-// The rights of an ordinary user for as long as it lives; the super-user would read everything.
-class OrdinaryUser {
- public:
-  OrdinaryUser() : active_(geteuid() == 0 && seteuid(65534) == 0) {}
-  ~OrdinaryUser() {
-    if (active_ && seteuid(0) != 0) std::abort();
-  }
-  OrdinaryUser(const OrdinaryUser &) = delete;
-  OrdinaryUser &operator=(const OrdinaryUser &) = delete;
-
- private:
-  bool active_;
-};
 
 TEST_F(FileCheckTest, AnUnreadableFileIsReported) {
   write(Header(kOwn).bytes());

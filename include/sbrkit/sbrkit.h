@@ -108,28 +108,78 @@ SBR_API int PopulateInterface(interface_table *table);
    Stream codecs
    ========================================================================== */
 
+/* Moves a stream to offset bytes from its start (origin 0), from where it stands (1) or from its end (2). 0 on success,
+   else non-zero with the position as it was; for another origin and for a null stream 1. Positions have 64 bits. */
 SBR_API int FileSeek_Win32(FILE *stream, int64_t offset, int origin);
+/* Where a stream stands, -1 when that cannot be told. */
 SBR_API int64_t FileTell_Win32(FILE *stream);
+/* Rounds n doubles to floats, first to last: dst and src may be the same memory. Gives dst. With n at most 0 nothing
+   is touched. */
 SBR_API float *double2float(float *dst, const double *src, int n);
+/* Widens n floats to doubles, last to first: dst and src may be the same memory. Gives dst. With n at most 0 nothing is
+   touched. */
 SBR_API double *float2double(double *dst, const float *src, int n);
+/* Makes a fixed-width text of size bytes a zero-terminated string: its last byte becomes 0 whatever it was, and the
+   blanks before it go. A null buffer or a size below 1 is left alone. */
 SBR_API void terminate_string(char *buffer, int size);
 
 /* ==========================================================================
    File layout
    ========================================================================== */
 
+/* Block indices run from 0 to 35:
+     0 version code          9 nodal inertias             18 invariant 1    27 modal loads
+     1 header               10 units                      19 invariant 2    28 modal strain
+     2 content summary      11 generalized stiffness      20 invariant 3    29 modal statistics
+     3 nodal coordinates    12 generalized mass           21 invariant 4    30 nodal pre-stress
+     4 old element faces    13 element faces              22 invariant 5    31 nodal pre-strain
+     5 global properties    14 generalized damping        23 invariant 7    32 monitor points, old place
+     6 eigenvalues          15 mode shape transformation  24 invariant 8    33 matrix operators
+     7 mode shapes          16 interface nodes            25 invariant 9    34 nodal loads
+     8 nodal masses         17 modal stress               26 modal preload  35 monitor points */
+
+/* Non-zero when the body has a block: always for 0 to 2, else the block's byte of the content summary as it stands.
+   0 for an index outside the list. */
 SBR_API int SBR_Exists(SBR body, int block_index);
+/* Moves the stream of the record that the body was read from to the start of a block. 0 when the body has no open
+   record or not the block; nothing moves then. */
 SBR_API int SBR_goto_block(SBR body, int block_index);
+/* The size of a block in the record, in bytes, worked out from the counts in the block; the stream stays where it is.
+   0 when the body has no open record, not the block, or when the counts cannot be read, after a report of the form
+   "Problem in nodal coords block". The blocks 32 to 35 give what they could sum up before a failed read. A monitor
+   point counts with one array of its load operators whatever it has, and the stress of versions 30 and 31 with mode
+   words that it does not have. */
 SBR_API int64_t SBR_size_of_block(SBR body, int block_index);
+/* The version code, ten times the version: 60 for a current record, 31 for a new body. 0 for a null handle. */
 SBR_API int SBR_Version(SBR body);
+/* Sets the version code to the low byte of version and keeps the flags above it (0x100 XDR encoded, 0x200 single
+   precision, 0x400 coarsened), except that a version of 10, 20, 30, 31, 40, 41, 50 or 51 clears them. */
 SBR_API void SBR_SetVersion(SBR body, uint32_t version);
 
 /* ==========================================================================
    File reader and report
    ========================================================================== */
 
+/* The body of a record file of any version and encoding. A name that a live body was read from, byte for byte, gives
+   that body with one reference more. Else the file is opened and read by SBR_ReadSBR; it stays open as long as the
+   body lives, since mode vectors and invariants are fetched when they are asked for. Null, without a message of its
+   own, when the file cannot be opened or read. Release with SBR_DeReference. */
 SBR_API SBR SBR_CreateFromSBR(const char *file_name);
+/* Fills a fresh body from a stream opened with "rb", which becomes the body's. The name is what SBR_CreateFromSBR will
+   know the body by. 1 on success. 0 after a report: the body then holds what was read so far and is good for release
+   only. -1 when memory ran short in the matrix operators or the monitor points, or when either block has no entry: the
+   body is complete up to there, and SBR_CreateFromSBR hands it out. 0 without a report for a null handle or stream.
+   Counts are checked against the size of the file before memory is taken for them.
+   A file that is no record gives "Not a valid SBR format."; a block that breaks off gives a message of its own, such as
+   "Problem reading Node Coordinates Data". Some findings are reported without ending the read: a node dimension other
+   than 3, several masses per node (their mean is taken), masses or inertias given twice, numbers of stress modes and of
+   pre-stressed nodes that differ from what was expected (strain likewise), and nodal inertias, stresses and strains of
+   unknown nodes. */
 SBR_API int SBR_ReadSBR(SBR body, FILE *stream, const char *file_name);
+/* Read a generalized matrix from the body's record once more, over the entries in memory. Entry (row, column) counts
+   from 1 in the file and from 0 in memory. 1 also when the record has no such block; 0 after a report such as "Problem
+   reading Generalized Stiffness information". SBR_ReadGeneralizedDamping also takes the flag that says whether the
+   damping is on principal axes. The stream stays where it is. */
 SBR_API int SBR_ReadGeneralizedStiffness(SBR body);
 SBR_API int SBR_ReadGeneralizedMass(SBR body);
 SBR_API int SBR_ReadGeneralizedDamping(SBR body);

@@ -380,7 +380,7 @@ void SBR_AnsysAddGenMass(SBR body, int first_count, int extra_count) {
     SBR_Error("Mode count mismatch while generating additional generalized masses.");
     return;
   }
-  sbr::add_masses_between(*body, first_count, extra_count);
+  if (first_count >= 1 && extra_count >= 1) sbr::add_masses_between(*body, first_count, extra_count);
 }
 
 }  // extern "C"
