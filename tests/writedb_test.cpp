@@ -61,7 +61,8 @@ class DatabaseWriteTest : public LibraryTest {
   ScopedEnvironment home{"KTX_QSRVHOME_DIR", "/qsrv"};
 };
 
-// ---- records in the open store ---------------------------------------------------------------------------------------
+// ---- records in the open store
+// ---------------------------------------------------------------------------------------
 
 #ifdef SBRKIT_STORE_DIRECTORY
 
@@ -198,8 +199,9 @@ TEST_F(StoredBodyTest, EachBlockIsARecordThatStartsWithItsNumber) {
   const std::vector<int64_t> table = longs(200);
   for (int k = 0; k < 100; ++k) {
     const auto start = starts.count(k) == 1 ? starts[k] : std::array<int64_t, 2>{0, 0};
-    EXPECT_EQ((std::array<int64_t, 2>{table[static_cast<std::size_t>(2 * k)], table[static_cast<std::size_t>(2 * k) + 1]}),
-              start)
+    EXPECT_EQ(
+        (std::array<int64_t, 2>{table[static_cast<std::size_t>(2 * k)], table[static_cast<std::size_t>(2 * k) + 1]}),
+        start)
         << k;
   }
   const std::vector<int64_t> list = longs(4);
@@ -268,9 +270,8 @@ TEST_F(StoredBodyTest, AFailedWriteLeavesNoBody) {
   SBR_SetNodeCoordinates(body, 1, 1, 2, 3);
   log.clear();
   EXPECT_EQ(write(body, "no_ortho 81_comp single", "wing.MASTER", "selabel='bad'"), 0);
-  EXPECT_EQ(log.take_complaints(),
-            (std::vector<Message>{error("8.1 compatible SBR cannot be single precision"),
-                                  error("Problem writing version number.")}));
+  EXPECT_EQ(log.take_complaints(), (std::vector<Message>{error("8.1 compatible SBR cannot be single precision"),
+                                                         error("Problem writing version number.")}));
   ASSERT_EQ(write(small_body(), "no_ortho", "wing.MASTER", "selabel='good'"), 1);
   open(2);
   EXPECT_EQ(DB_BodyBrowser("wing.MASTER", 0, nullptr), 2U);
@@ -323,10 +324,9 @@ TEST_P(SameContentTest, TheRecordsHoldTheBytesOfTheFilesBlocks) {
     ASSERT_TRUE(index == sbr::kContentSummary || SBR_Exists(file, index) != 0) << index;
     const auto start = static_cast<std::size_t>(file->layout.block_offset[index]);
     // The sizing of monitor points counts one operator per point, so that the last block is taken to the file's end.
-    const std::size_t size = index == sbr::kContentSummary ? 100
-                             : index == sbr::kMonitorPoints
-                                 ? bytes.size() - start
-                                 : static_cast<std::size_t>(SBR_size_of_block(file, index));
+    const std::size_t size = index == sbr::kContentSummary  ? 100
+                             : index == sbr::kMonitorPoints ? bytes.size() - start
+                                                            : static_cast<std::size_t>(SBR_size_of_block(file, index));
     EXPECT_TRUE(stand_for(rest(), bytes.substr(start, size))) << "block " << index << " of " << size << " bytes";
     ++compared;
   }
@@ -336,11 +336,13 @@ TEST_P(SameContentTest, TheRecordsHoldTheBytesOfTheFilesBlocks) {
   EXPECT_GT(compared, 10);
 }
 
-INSTANTIATE_TEST_SUITE_P(Options, SameContentTest, ::testing::Values("no_ortho", "", "full_invar", "sparse_str", "empty"));
+INSTANTIATE_TEST_SUITE_P(Options, SameContentTest,
+                         ::testing::Values("no_ortho", "", "full_invar", "sparse_str", "empty"));
 
 #endif
 
-// ---- calls -----------------------------------------------------------------------------------------------------------
+// ---- calls
+// -----------------------------------------------------------------------------------------------------------
 
 class DatabaseCallsTest : public DatabaseWriteTest {
  protected:
@@ -362,12 +364,12 @@ TEST_F(DatabaseCallsTest, AWriteOpensTheDatabaseAndEndsWithTheTrailer) {
   ASSERT_EQ(write(small_body(), "no_ortho", "wing.MASTER", "projno=1,selabel='a, b'"), 1);
   const std::vector<std::string> &calls = standin->calls;
   ASSERT_GT(calls.size(), 20U);
-  EXPECT_THAT(std::vector<std::string>(calls.begin(), calls.begin() + 10),
-              ElementsAre("QS_DbaseBst(/qsrv/analysis.msg,./)", "QS_DbaseNew(wing,dbsetdel dball)",
-                          "QS_DbaseNdl(/qsrv/SSS)",
-                          "QS_CreateDatablk(dbcreate datablk=(sbrdb) quals(projno=1;selabel='a, b'))",
-                          "Ruvo_Open(7,0,1)", "Ruvo_Write(7,1,1,0)", "Ruvo_SavePos(7)", "Ruvo_Write(7,4156,1,0)",
-                          "Ruvo_Write(7,null,0,1)", "Ruvo_Write(7,2,1,0)"));
+  EXPECT_THAT(
+      std::vector<std::string>(calls.begin(), calls.begin() + 10),
+      ElementsAre("QS_DbaseBst(/qsrv/analysis.msg,./)", "QS_DbaseNew(wing,dbsetdel dball)", "QS_DbaseNdl(/qsrv/SSS)",
+                  "QS_CreateDatablk(dbcreate datablk=(sbrdb) quals(projno=1;selabel='a, b'))", "Ruvo_Open(7,0,1)",
+                  "Ruvo_Write(7,1,1,0)", "Ruvo_SavePos(7)", "Ruvo_Write(7,4156,1,0)", "Ruvo_Write(7,null,0,1)",
+                  "Ruvo_Write(7,2,1,0)"));
   EXPECT_THAT(std::vector<std::string>(calls.end() - 8, calls.end()),
               ElementsAre(::testing::StartsWith("Ruvo_Write(7,11 22 11 22 "), "Ruvo_Write(7,11 22 11 22,4,0)",
                           "Ruvo_Write(7,-1 0,2,0)", "Ruvo_Write(7,null,0,1)", "Ruvo_Close(7,1)",
@@ -383,16 +385,16 @@ TEST_F(DatabaseCallsTest, EveryRecordIsEndedOnce) {
 TEST_F(DatabaseCallsTest, ADatabaseThatDoesNotOpenIsReported) {
   standin->statuses["QS_DbaseNew"] = 4;
   EXPECT_EQ(write(small_body(), "no_ortho"), 0);
-  EXPECT_EQ(log.take_complaints(),
-            (std::vector<Message>{
-                error("Cannot open the database, 4."),
-                error("Unable to open wing.MASTER for write. Please check the name and qualifier.")}));
+  EXPECT_EQ(
+      log.take_complaints(),
+      (std::vector<Message>{error("Cannot open the database, 4."),
+                            error("Unable to open wing.MASTER for write. Please check the name and qualifier.")}));
   standin->statuses = {{"QS_CreateDatablk", 5}};
   EXPECT_EQ(write(small_body(), "no_ortho"), 0);
-  EXPECT_EQ(log.take_complaints(),
-            (std::vector<Message>{
-                error("Cannot create sbr datablock, 5."),
-                error("Unable to open wing.MASTER for write. Please check the name and qualifier.")}));
+  EXPECT_EQ(
+      log.take_complaints(),
+      (std::vector<Message>{error("Cannot create sbr datablock, 5."),
+                            error("Unable to open wing.MASTER for write. Please check the name and qualifier.")}));
 }
 
 TEST_F(DatabaseCallsTest, AFailedWriteClosesNothing) {
