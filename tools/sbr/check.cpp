@@ -197,6 +197,13 @@ class Checker {
       SBR_NodalMassAndGeometry(body_, i, &mass, at.col(i).data());
       masses[i] = mass;
     }
+    // Reductions drop nodes after the invariants were taken: what is left of the nodes cannot give them again.
+    if (const double stored = SBR_Invar1(body_);
+        SBR_Exists(body_, 18) != 0 && stored > 0.0 && masses.sum() < stored * (1.0 - 1e-6)) {
+      note("invariants", "share of the stored mass that the nodes of the record hold; not recomputed",
+           masses.sum() / stored);
+      return;
+    }
     if (SBR_Exists(body_, 18) != 0) compare("invariant 1", SBR_Invar1(body_), masses.sum(), std::fabs(masses.sum()));
     const Eigen::Vector3d first_moment = at * masses;
     const double extent = std::max(SBR_BodySize(body_), at.cwiseAbs().maxCoeff());
