@@ -184,7 +184,7 @@ TEST_F(CoarseningRandomTest, PruningAPolygonOfOneNodeRepeatedIsNotSlow) {
   }
 }
 
-// ---- what a reduction keeps --------------------------------------------------------------------------------------------
+// ---- what a reduction keeps -------------------------------------------------------------------------------
 
 Surface bumpy_grid(Random &random, int n, double height) {
   Surface surface = flat_grid(n, n);

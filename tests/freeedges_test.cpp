@@ -1,11 +1,10 @@
 // Free edges: the public classes, the flat search behind the C operations, and that both give the same chains.
-#include "sbrkit/free_edges.hpp"
-
 #include <algorithm>
 #include <random>
 
 #include "body.h"
 #include "sbrfreeedge.h"
+#include "sbrkit/free_edges.hpp"
 #include "support/meshes.h"
 #include "support/messages.h"
 
@@ -41,7 +40,7 @@ Chains chains_of_library(const Faces &faces) {
   return chains;
 }
 
-// ---- classes -----------------------------------------------------------------------------------------------------------
+// ---- classes ----------------------------------------------------------------------------------------------
 
 TEST(FreeEdgeClassesTest, AnEdgeOrdersItsEndsAndLinksItself) {
   cSBRNode a(7);
@@ -108,7 +107,7 @@ TEST(FreeEdgeClassesTest, ANodeWithoutEdgesIsAChainOfItself) {
   EXPECT_EQ(lonely.FindFreeEdge(), std::list<int>{6});
 }
 
-// ---- chains ------------------------------------------------------------------------------------------------------------
+// ---- chains -----------------------------------------------------------------------------------------------
 
 struct Case {
   const char *name;
@@ -186,7 +185,7 @@ TEST(FreeEdgeSearchTest, AHubOfManyFreeEdgesIsNotSlow) {
   EXPECT_GE(chains.size(), 199999U);
 }
 
-// ---- bodies ------------------------------------------------------------------------------------------------------------
+// ---- bodies -----------------------------------------------------------------------------------------------
 
 using FreeEdgesTest = LibraryTest;
 

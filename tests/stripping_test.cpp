@@ -33,8 +33,8 @@ TEST_F(StrippingTest, TwoBricksLoseTheFaceTheyShare) {
   log.clear();
   SBR_StripCommonFaces(body);
   EXPECT_EQ(log.take(), (std::vector<Message>{info(" Stripping interior faces\n")}));
-  // Node (x, y, z) is 6 z + 3 y + x. Each face starts at its largest node; ordered by that node, then by the others read
-  // towards the larger neighbour.
+  // Node (x, y, z) is 6 z + 3 y + x. Each face starts at its largest node; ordered by that node, then by the others
+  // read towards the larger neighbour.
   EXPECT_EQ(faces_of(body), (Faces{{4, 1, 0, 3},
                                    {5, 2, 1, 4},
                                    {7, 6, 0, 1},

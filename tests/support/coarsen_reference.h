@@ -1,5 +1,5 @@
-// Coarsening as it is told, rule by rule, without regard to cost: every redirection goes through all nodes, every pair of
-// repeated vertices is looked at. The library's result must equal it word for word.
+// Coarsening as it is told, rule by rule, without regard to cost: every redirection goes through all nodes, every pair
+// of repeated vertices is looked at. The library's result must equal it word for word.
 #ifndef SBRKIT_TESTS_SUPPORT_COARSEN_REFERENCE_H
 #define SBRKIT_TESTS_SUPPORT_COARSEN_REFERENCE_H
 
