@@ -22,7 +22,8 @@ constexpr std::string_view kSymbols = "=(),;";
 
 [[noreturn]] void refuse() { throw Failure{Status::bad_command}; }
 
-// ---- scanner ---------------------------------------------------------------------------------------------------------
+// ---- scanner
+// ---------------------------------------------------------------------------------------------------------
 
 class Scanner {
  public:
@@ -73,7 +74,8 @@ class Scanner {
   Token token_;
 };
 
-// ---- parser ----------------------------------------------------------------------------------------------------------
+// ---- parser
+// ----------------------------------------------------------------------------------------------------------
 
 bool separates(const Token &token) {
   return token.is(';') || token.is(',') || (token.kind == Kind::word && lower_case(token.text) == "and");
@@ -155,6 +157,11 @@ const Terms &Command::optional_item(const std::string &name) const {
   static const Terms none;
   const auto place = items.find(name);
   return place == items.end() ? none : place->second;
+}
+
+void Command::allow_only(std::initializer_list<std::string_view> names) const {
+  for (const auto &[name, terms] : items)
+    if (std::find(names.begin(), names.end(), name) == names.end()) refuse();
 }
 
 const std::string &Command::name_of(const std::string &name) const {

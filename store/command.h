@@ -2,6 +2,7 @@
 #ifndef QSRV_COMMAND_H
 #define QSRV_COMMAND_H
 
+#include <initializer_list>
 #include <map>
 #include <string>
 #include <string_view>
@@ -23,13 +24,15 @@ struct Term {
 using Terms = std::vector<Term>;
 
 struct Command {
-  std::string verb;                          // in lower case; empty when the text starts with an item
-  std::map<std::string, Terms> items;        // by name in lower case
+  std::string verb;                    // in lower case; empty when the text starts with an item
+  std::map<std::string, Terms> items;  // by name in lower case
 
   // The terms of an item; throws bad_command when there is no such item.
   [[nodiscard]] const Terms &item(const std::string &name) const;
   // The same, empty when there is no such item.
   [[nodiscard]] const Terms &optional_item(const std::string &name) const;
+  // Throws bad_command when there is an item beside those.
+  void allow_only(std::initializer_list<std::string_view> names) const;
   // The only term of an item such as datablk=(sbrdb) or logical=name.
   [[nodiscard]] const std::string &name_of(const std::string &name) const;
 };

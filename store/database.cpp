@@ -12,7 +12,8 @@ constexpr const char *kMaster = ".MASTER";
 constexpr const char *kLasting = ".DBALL";
 constexpr const char *kScratch = ".DBSBR";
 
-// ---- qualifiers ------------------------------------------------------------------------------------------------------
+// ---- qualifiers
+// ------------------------------------------------------------------------------------------------------
 
 // Qualifiers that every data block has, with the values that stand where a command gives none.
 const Qualifiers &default_qualifiers() {
@@ -72,7 +73,8 @@ Qualifiers converted(const Terms &convert, const Qualifiers &qualifiers) {
   return result;
 }
 
-// ---- lists -----------------------------------------------------------------------------------------------------------
+// ---- lists
+// -----------------------------------------------------------------------------------------------------------
 
 struct Column {
   std::string heading;
@@ -113,7 +115,8 @@ std::string table(const std::vector<Column> &columns, std::size_t rows) {
   return text;
 }
 
-// ---- files -----------------------------------------------------------------------------------------------------------
+// ---- files
+// -----------------------------------------------------------------------------------------------------------
 
 // The base name of a ".MASTER" file.
 std::string base_of(const std::string &path) {
@@ -134,7 +137,8 @@ std::shared_ptr<DataFile> open_data(const std::string &base, DataFile::Access ac
 
 }  // namespace
 
-// ---- life ------------------------------------------------------------------------------------------------------------
+// ---- life
+// ------------------------------------------------------------------------------------------------------------
 
 std::unique_ptr<Database> Database::open(const std::string &base) {
   if (!file_exists(base + kMaster)) throw Failure{Status::not_opened};
@@ -175,7 +179,8 @@ void Database::close() {
   file_->commit();
 }
 
-// ---- commands --------------------------------------------------------------------------------------------------------
+// ---- commands
+// --------------------------------------------------------------------------------------------------------
 
 void Database::run(const Command &command) {
   if (command.verb == "assign")
@@ -196,6 +201,7 @@ void Database::assign(const Command &command) {
 
 // dblocate logical=name datablk=(name) where(...) convert(...): makes blocks of another database known in this one.
 void Database::locate(const Command &command) {
+  command.allow_only({"logical", "datablk", "where", "convert"});
   const auto logical = logicals_.find(lower_case(command.name_of("logical")));
   if (logical == logicals_.end()) throw Failure{Status::unknown_logical};
   const std::string &name = command.name_of("datablk");
@@ -223,6 +229,7 @@ std::vector<Database::Known> Database::select(const Command &command) {
 
 std::string Database::list(const Command &command) {
   if (command.verb != "dbdict") throw Failure{Status::bad_command};
+  command.allow_only({"datablk", "where", "select"});
   const Terms &wanted = command.item("select");
   std::vector<Qualifiers> rows;
   for (Known &known : select(command)) rows.push_back(std::move(known.block.qualifiers));
@@ -235,6 +242,7 @@ std::string Database::list(const Command &command) {
 int Database::attach(const Command &command, int &unit) {
   unit = 0;
   if (!command.verb.empty()) throw Failure{Status::bad_command};
+  command.allow_only({"datablk", "where"});
   std::vector<Known> selected = select(command);
   if (!selected.empty()) unit = add_unit(std::move(selected[0].file), selected[0].block.id, selected[0].ours);
   return static_cast<int>(selected.size());
@@ -242,6 +250,7 @@ int Database::attach(const Command &command, int &unit) {
 
 int Database::create_block(const Command &command) {
   if (command.verb != "dbcreate") throw Failure{Status::bad_command};
+  command.allow_only({"datablk", "quals"});
   const std::string &name = command.name_of("datablk");
   const Qualifiers qualifiers = qualifiers_from(command.optional_item("quals"));
   return add_unit(file_, file_->add_block(name, qualifiers), true);

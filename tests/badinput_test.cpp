@@ -95,7 +95,8 @@ void use(SBR body) {
   }
   int count = 0;
   SBR_FreeMemory(SBR_InterfaceNodeIDs(body, &count));
-  for (int i = 0; i < std::min(SBR_GetModalLoadCaseCount(body), 10); ++i) SBR_FreeMemory(SBR_GetModalLoad(body, i, &count));
+  for (int i = 0; i < std::min(SBR_GetModalLoadCaseCount(body), 10); ++i)
+    SBR_FreeMemory(SBR_GetModalLoad(body, i, &count));
   for (int i = 0; i < std::min(SBR_GetModalLoadNodalCaseCount(body), 10); ++i) {
     SBR_FreeMemory(SBR_GetModalLoadNodalNode(body, i));
     SBR_FreeMemory(SBR_GetModalLoadNodalLoad(body, i));
@@ -143,7 +144,8 @@ class BadInputTest : public LibraryTest {
   int opened = 0;
 };
 
-// ---- cut records -----------------------------------------------------------------------------------------------------
+// ---- cut records
+// -----------------------------------------------------------------------------------------------------
 
 class CutSampleTest : public BadInputTest, public ::testing::WithParamInterface<std::string> {};
 class CorruptSampleTest : public BadInputTest, public ::testing::WithParamInterface<std::string> {};
@@ -172,7 +174,8 @@ TEST_P(CutSampleTest, EveryCutOfTheFirstFourKilobytesAndFiveHundredBeyondIsAnswe
   EXPECT_LT(accepted, 100);
 }
 
-// ---- false counts ----------------------------------------------------------------------------------------------------
+// ---- false counts
+// ----------------------------------------------------------------------------------------------------
 
 // The places of the words of a block that count something, from its start.
 std::vector<std::size_t> count_words(int block, bool xdr) {
@@ -255,7 +258,8 @@ TEST_F(BadInputTest, EveryCutOfASmallRecordIsAnswered) {
   EXPECT_GT(opened, 40000);
 }
 
-// ---- no records ------------------------------------------------------------------------------------------------------
+// ---- no records
+// ------------------------------------------------------------------------------------------------------
 
 TEST_F(BadInputTest, RandomBytesAreAnswered) {
   std::mt19937 random(4);

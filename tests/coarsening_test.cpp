@@ -45,8 +45,7 @@ Surface in_a_large_model(Surface surface) {
   return surface;
 }
 
-// ---- the walk
-// ----------------------------------------------------------------------------------------------------------
+// ---- the walk ---------------------------------------------------------------------------------------------
 
 TEST_F(CoarseningTest, InteriorNodesVanishAndBoundaryNodesStay) {
   EXPECT_EQ(coarsen(flat_grid(2, 2), "0.5,10,0"), (Faces{{3, 0, 1, 2, 5, 8, 7, 6}}));
@@ -133,8 +132,7 @@ TEST_F(CoarseningTest, AFusedFaceInheritsTheNormalOfItsStart) {
   EXPECT_EQ(coarsen(bend, "0.04,10,0"), (Faces{{6, 7, 5, 3, 1, 0, 2, 4}}));
 }
 
-// ---- co-linear vertices
-// ------------------------------------------------------------------------------------------------
+// ---- co-linear vertices -----------------------------------------------------------------------------------
 
 TEST_F(CoarseningTest, CoLinearRemovalLeavesTheCorners) {
   EXPECT_EQ(coarsen(in_a_large_model(flat_grid(2, 2)), "0.02,10,1"), (Faces{{0, 2, 8, 6}}));
@@ -169,8 +167,7 @@ TEST_F(CoarseningTest, TrianglesAreNotThinned) {
   EXPECT_EQ(coarsen(surface, "0.02,10,1"), (Faces{{0, 1, 2}}));
 }
 
-// ---- preserved nodes
-// ---------------------------------------------------------------------------------------------------
+// ---- preserved nodes --------------------------------------------------------------------------------------
 
 TEST_F(CoarseningTest, APreservedNodeInTheMiddleStaysAndItsNeighboursStillMerge) {
   SBR body = make_body(flat_grid(2, 2));
@@ -277,8 +274,7 @@ TEST_F(StressNodesTest, LoseTheirKeywordToTheSeparatorOfTheFlag) {
   EXPECT_THAT(log.take(), ElementsAre(testing::_, info("Preserving nodes: "), info(" NONE"), testing::_));
 }
 
-// ---- options
-// -----------------------------------------------------------------------------------------------------------
+// ---- options ----------------------------------------------------------------------------------------------
 
 struct Announcement {
   const char *options;
@@ -334,8 +330,7 @@ const Announcement kAnnouncements[] = {
 
 INSTANTIATE_TEST_SUITE_P(Coarsening, OptionsTest, ::testing::ValuesIn(kAnnouncements));
 
-// ---- the run
-// -----------------------------------------------------------------------------------------------------------
+// ---- the run ----------------------------------------------------------------------------------------------
 
 TEST_F(CoarseningTest, NoOptionsDoNothing) {
   SBR body = make_body(flat_grid(2, 2));
@@ -405,8 +400,7 @@ TEST_F(CoarseningTest, SmallBodiesReportNoProgress) {
   EXPECT_EQ(monitor_stamps, 0);
 }
 
-// ---- damaged and degenerate faces
-// --------------------------------------------------------------------------------------
+// ---- damaged and degenerate faces -------------------------------------------------------------------------
 
 TEST_F(CoarseningTest, FacesWithoutVerticesVanish) {
   SBR body = make_body(flat_grid(1, 1));

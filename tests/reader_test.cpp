@@ -19,7 +19,8 @@ int registry_size() {
   return size;
 }
 
-// ---- sharing ---------------------------------------------------------------------------------------------------------
+// ---- sharing
+// ---------------------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, OneNameGivesOneHandleThatIsReleasedByTheSecondDereference) {
   SBR body = open(two_nodes());
@@ -68,7 +69,8 @@ TEST_F(ReaderTest, ABodyFromAFileHasNoRoomOfItsOwn) {
   EXPECT_EQ(body->reference_count, 1);
 }
 
-// ---- files that are no records ---------------------------------------------------------------------------------------
+// ---- files that are no records
+// ---------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, AMissingFileIsRefusedWithoutAMessage) {
   EXPECT_EQ(SBR_CreateFromSBR(scratch.file("absent").c_str()), nullptr);
@@ -118,7 +120,8 @@ TEST_F(ReaderTest, AFailedReadTakesTheBodyOffTheRegistryAndClosesTheFile) {
   EXPECT_EQ(open_files(), before);
 }
 
-// ---- the version word ------------------------------------------------------------------------------------------------
+// ---- the version word
+// ------------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, EveryVersionAndEncodingIsRecognized) {
   for (const std::uint32_t word : kAllWords) {
@@ -156,8 +159,10 @@ TEST_F(ReaderTest, AnXdrFileWithoutTheXdrFlagIsNoRecord) {
 }
 
 TEST_F(ReaderTest, CodesOfTheOtherEncodingAndUnknownCodesAreNoRecords) {
-  for (const std::uint32_t word : {0, 1, 9, 11, 21, 31, 41, 51, 59}) expect_refused(RecordBuilder(word, false, false), {kNotValid});
-  for (const std::uint32_t word : {1, 9, 10, 20, 30, 40, 50, 59}) expect_refused(RecordBuilder(word, true, false), {kNotValid});
+  for (const std::uint32_t word : {0, 1, 9, 11, 21, 31, 41, 51, 59})
+    expect_refused(RecordBuilder(word, false, false), {kNotValid});
+  for (const std::uint32_t word : {1, 9, 10, 20, 30, 40, 50, 59})
+    expect_refused(RecordBuilder(word, true, false), {kNotValid});
 }
 
 TEST_F(ReaderTest, AFileThatEndsInItsContentSummaryIsRefused) {
@@ -180,7 +185,8 @@ TEST_F(ReaderTest, ARecordWithoutBlocksIsAnEmptyBodyInSiUnits) {
   }
 }
 
-// ---- the call itself -------------------------------------------------------------------------------------------------
+// ---- the call itself
+// -------------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, ReadingWithoutAHandleOrAStreamFails) {
   EXPECT_EQ(SBR_ReadSBR(nullptr, nullptr, "name"), 0);
@@ -217,7 +223,8 @@ TEST_F(ReaderTest, AHandleCanBeReadASecondTimeFromAnotherFile) {
   EXPECT_EQ(SBR_NodeIndex(body, 20), 1);
 }
 
-// ---- header and units ------------------------------------------------------------------------------------------------
+// ---- header and units
+// ------------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, HeaderTextsLoseTheirTrailingBlanks) {
   for (const char fill : {' ', '\0'}) {
@@ -291,7 +298,8 @@ TEST_F(ReaderTest, CutGlobalPropertiesAreRefused) {
   expect_refused_when_cut(record, 5, 12 * 8, {error("Problem reading Global Body Properties")});
 }
 
-// ---- nodes -----------------------------------------------------------------------------------------------------------
+// ---- nodes
+// -----------------------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, NodesComeInTheOrderOfTheFile) {
   for (const std::uint32_t word : kAllWords) {
@@ -344,7 +352,8 @@ TEST_F(ReaderTest, ANodeCountBeyondTheFileIsAFailedRead) {
                           error("Problem reading Node Coordinates Data")});
 }
 
-// ---- nodal mass ------------------------------------------------------------------------------------------------------
+// ---- nodal mass
+// ------------------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, NodalMassesAreFoundByTheirNodes) {
   RecordBuilder record = two_nodes(0x13C);
@@ -380,17 +389,19 @@ TEST_F(ReaderTest, ASecondMassOfANodeReplacesTheFirstWithAWarning) {
 TEST_F(ReaderTest, ACutMassBlockIsRefused) {
   RecordBuilder record = two_nodes();
   record.masses({{10, {1}}, {20, {4}}});
-  expect_refused_when_cut(record, 8, 7, {error("Problem in nodal mass block"), error("Problem reading Nodal Mass information")});
+  expect_refused_when_cut(record, 8, 7,
+                          {error("Problem in nodal mass block"), error("Problem reading Nodal Mass information")});
   expect_refused_when_cut(record, 8, 8 + 23, {error("Problem reading Nodal Mass information")});
   RecordBuilder several = two_nodes();
   several.masses({{10, {1, 2}}}, 2);
-  expect_refused_when_cut(several, 8, 8 + 19,
-                          {warning("Each node must possess a single scalar mass"),
-                           warning("Generating scalar by averaging 2 values"),
-                           error("Problem reading Nodal Mass information")});
+  expect_refused_when_cut(
+      several, 8, 8 + 19,
+      {warning("Each node must possess a single scalar mass"), warning("Generating scalar by averaging 2 values"),
+       error("Problem reading Nodal Mass information")});
 }
 
-// ---- nodal inertia ---------------------------------------------------------------------------------------------------
+// ---- nodal inertia
+// ---------------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, NodalInertiasFillTheTensorOfTheirNode) {
   for (const std::uint32_t word : kAllWords) {
@@ -436,8 +447,8 @@ TEST_F(ReaderTest, ARowOrColumnOutsideFourToSixIsRefused) {
   const Message problem = error("Problem reading Nodal Inertia information");
   for (const std::uint32_t word : {0x3C, 0x13C}) {
     for (const int index : {3, 7, -1}) {
-      const std::string told = " index of nodal inertia entries should be 4, 5, or 6.  " + std::to_string(index) +
-                               " encoutered\n";
+      const std::string told =
+          " index of nodal inertia entries should be 4, 5, or 6.  " + std::to_string(index) + " encoutered\n";
       RecordBuilder row = two_nodes(word);
       row.inertias({{10, index, 4, 1}});
       expect_refused(row, {error("Row" + told), problem});
@@ -480,7 +491,8 @@ TEST_F(ReaderTest, ABlockWithoutInertiaEntriesIsAccepted) {
   expect_opened(record);
 }
 
-// ---- faces and interface nodes ---------------------------------------------------------------------------------------
+// ---- faces and interface nodes
+// ---------------------------------------------------------------------------------------
 
 std::vector<int> face_list(SBR body) { return {body->faces.list.begin(), body->faces.list.end()}; }
 
@@ -540,7 +552,8 @@ TEST_F(ReaderTest, CutFacesAreRefused) {
 }
 
 TEST_F(ReaderTest, CorruptOldGroupsAreRefused) {
-  for (const std::vector<int> &words : std::vector<std::vector<int>>{{1, 1, 0, -1, 3}, {1, 1, 0, 1, -3}, {1, 1, 0, 1 << 30, 1 << 30}, {1, 1 << 30, 0, 0, 0}}) {
+  for (const std::vector<int> &words : std::vector<std::vector<int>>{
+           {1, 1, 0, -1, 3}, {1, 1, 0, 1, -3}, {1, 1, 0, 1 << 30, 1 << 30}, {1, 1 << 30, 0, 0, 0}}) {
     RecordBuilder record = two_nodes();
     record.block(4).integers(words);
     EXPECT_EQ(open(record), nullptr);
@@ -559,7 +572,8 @@ TEST_F(ReaderTest, InterfaceNodesAreNodeIndices) {
 TEST_F(ReaderTest, NoInterfaceNodesAreOutOfMemoryAndAProblem) {
   RecordBuilder record = two_nodes();
   record.interface_nodes({});
-  expect_refused(record, {error("Out of memory while reading Interface Nodes block"), error("Problem when reading Interface Nodes")});
+  expect_refused(record, {error("Out of memory while reading Interface Nodes block"),
+                          error("Problem when reading Interface Nodes")});
 }
 
 TEST_F(ReaderTest, CutInterfaceNodesAreRefused) {

@@ -84,8 +84,7 @@ TEST_P(SampleTest, BlocksLieWhereTheFileHasThem) {
     const int absent_words = block == 17 && (code == 30 || code == 31) ? 4 * modes() : 0;
     // The size rule counts load operators only, and the point has one displacement operator of three rows instead.
     const int uncounted_operator = block == 35 ? 3 * modes() * sbr::real_size(body->record) : 0;
-    EXPECT_EQ(SBR_size_of_block(body, block),
-              wanted.at("size").get<std::int64_t>() + absent_words - uncounted_operator)
+    EXPECT_EQ(SBR_size_of_block(body, block), wanted.at("size").get<std::int64_t>() + absent_words - uncounted_operator)
         << block;
     EXPECT_EQ(SBR_goto_block(body, block), 1) << block;
     EXPECT_EQ(FileTell_Win32(body->record.stream), wanted.at("offset").get<std::int64_t>()) << block;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "body.h"
+#include "support/files.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -392,6 +393,69 @@ TEST_F(ScaleTest, TheLastRatiosMayBeAppliedByHand) {
   EXPECT_EQ(body->nodes.nodes[0].x, 100.0);
   EXPECT_EQ(body->units.unit.length, 1.0);
 }
+
+// ---- a record on disk
+// ------------------------------------------------------------------------------------------------
+
+class ScaleRecordTest : public LibraryTest, public ::testing::WithParamInterface<const char *> {
+ protected:
+  // All shape and stress values, coordinates, and the mass and frequency of every mode, in one row.
+  static std::vector<double> everything(SBR body) {
+    std::vector<double> row;
+    for (int kind = 0; kind < 2; ++kind) {
+      std::vector<double> part(3 * static_cast<std::size_t>(SBR_ModeNodeCount(body, kind)));
+      for (int i = 0; i < SBR_ModeCount(body) && !part.empty(); ++i)
+        for (int p = 0; p < 2; ++p) {
+          EXPECT_EQ(SBR_Mode(body, SBR_ModeNumber(body, i), kind, part.data(), p), 1);
+          row.insert(row.end(), part.begin(), part.end());
+        }
+    }
+    for (int i = 0; i < SBR_NodeCount(body); ++i) {
+      double xyz[3] = {};
+      SBR_NodeCoordinates(body, i, xyz);
+      row.insert(row.end(), {xyz[0], xyz[1], xyz[2], SBR_NodalMass(body, i)});
+    }
+    for (int i = 0; i < SBR_ModeCount(body); ++i) {
+      double hz = 0.0;
+      double mass = 0.0;
+      SBR_Eigenvalue(body, SBR_ModeNumber(body, i), nullptr, &hz, nullptr, &mass, nullptr);
+      row.insert(row.end(), {hz, mass});
+    }
+    return row;
+  }
+};
+
+TEST_P(ScaleRecordTest, ComesBackFromOtherUnitsAsItWas) {
+  ScratchDirectory scratch;
+  const std::string path = scratch.file("body.sbr");
+  write_file(path, read_gzip(std::string(SBRKIT_TEST_DATA "/samples/") + GetParam()));
+  SBR body = SBR_CreateFromSBR(path.c_str());
+  ASSERT_NE(body, nullptr);
+  char home[4][16];
+  SBR_Units(body, home[0], home[1], home[2], home[3]);
+  const std::vector<double> before = everything(body);
+  ASSERT_GT(before.size(), 100U);
+
+  ASSERT_EQ(SBR_SetUnits(body, "SLINCH", "INCH", "MILLISECOND", "POUND_FORCE"), 1);
+  const std::vector<double> abroad = everything(body);
+  const double length = body->units.scale.length;
+  ASSERT_NE(length, 1.0);
+  EXPECT_THAT(abroad[0], CloseTo(before[0] * length));
+  ASSERT_EQ(SBR_SetUnits(body, home[0], home[1], home[2], home[3]), 1);
+  const std::vector<double> after = everything(body);
+  ASSERT_EQ(after.size(), before.size());
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    // The oldest records give a rigid mode with a slightly negative eigenvalue no frequency.
+    if (std::isnan(before[i]))
+      ASSERT_TRUE(std::isnan(after[i])) << "value " << i;
+    else
+      ASSERT_NEAR(after[i], before[i], 1e-13 * std::fabs(before[i])) << "value " << i;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, ScaleRecordTest,
+                         ::testing::Values("beam_010.sbr.gz", "beam_031.sbr.gz", "beam_050.sbr.gz", "beam_13c.sbr.gz"),
+                         [](const auto &sample) { return std::string(sample.param).substr(0, 8); });
 
 }  // namespace
 }  // namespace sbrtest

@@ -39,7 +39,8 @@ std::string random_bytes(std::size_t count, unsigned seed) {
   return bytes;
 }
 
-// ---- texts and integers ----------------------------------------------------------------------------------------------
+// ---- texts and integers
+// ----------------------------------------------------------------------------------------------
 
 TEST(StreamCodec, ANativeTextTakesOneByteACharacterAndAnXdrTextFour) {
   char text[10];
@@ -108,7 +109,8 @@ TEST(StreamCodec, ASinglePrecisionFileGivesDoubles) {
   }
 }
 
-// ---- block decoding against the element calls ------------------------------------------------------------------------
+// ---- block decoding against the element calls
+// ------------------------------------------------------------------------
 
 struct Outcome {
   bool ok;
@@ -218,7 +220,8 @@ TEST(StreamCodec, ScalarReadsGoOnWhereABlockReadStopped) {
   EXPECT_EQ(std::string(text, 2), "xy");
 }
 
-// ---- block encoding --------------------------------------------------------------------------------------------------
+// ---- block encoding
+// --------------------------------------------------------------------------------------------------
 
 std::string written(bool single, const std::function<bool(sbr::StreamChannel &)> &write) {
   ScratchDirectory scratch;
@@ -242,14 +245,12 @@ TEST(StreamCodec, BlockEncodingEqualsTheElementCalls) {
         return xdr_vector(out.xdr, start, static_cast<u_int>(count), size, procedure) != 0;
       });
     };
-    EXPECT_EQ(written(false, [&](auto &out) {
-                return sbr::write_reals(out, reinterpret_cast<double *>(start), count);
-              }),
-              library(reinterpret_cast<xdrproc_t>(xdr_double), 8));
-    EXPECT_EQ(written(false, [&](auto &out) {
-                return sbr::write_ints(out, reinterpret_cast<std::int32_t *>(start), count);
-              }),
-              library(reinterpret_cast<xdrproc_t>(xdr_int), 4));
+    EXPECT_EQ(
+        written(false, [&](auto &out) { return sbr::write_reals(out, reinterpret_cast<double *>(start), count); }),
+        library(reinterpret_cast<xdrproc_t>(xdr_double), 8));
+    EXPECT_EQ(
+        written(false, [&](auto &out) { return sbr::write_ints(out, reinterpret_cast<std::int32_t *>(start), count); }),
+        library(reinterpret_cast<xdrproc_t>(xdr_int), 4));
   }
 }
 
@@ -274,7 +275,8 @@ TEST(StreamCodec, AFullDeviceFailsTheBlockWriteAsItDoesTheElementCalls) {
   }
 }
 
-// ---- rows ------------------------------------------------------------------------------------------------------------
+// ---- rows
+// ------------------------------------------------------------------------------------------------------------
 
 TEST(StreamCodec, RowsComeFieldByFieldInEveryEncodingAndStopBehindTheRun) {
   constexpr int kRows = 3000;
@@ -330,7 +332,8 @@ TEST(StreamCodec, ARunOfNoRowsOrOfACorruptSizeHasNoFields) {
   EXPECT_TRUE(huge.integer(id));
 }
 
-// ---- public conversions ----------------------------------------------------------------------------------------------
+// ---- public conversions
+// ----------------------------------------------------------------------------------------------
 
 TEST(StreamCodec, FloatsWidenInPlaceInOrder) {
   double buffer[5];
@@ -362,7 +365,8 @@ TEST(StreamCodec, ConversionsOfNothingTouchNothing) {
   EXPECT_EQ(real, 4.0);
 }
 
-// ---- fixed-width texts -----------------------------------------------------------------------------------------------
+// ---- fixed-width texts
+// -----------------------------------------------------------------------------------------------
 
 TEST(StreamCodec, TerminatingStripsTrailingBlanksOnly) {
   char text[8] = {' ', 'a', ' ', 'b', ' ', ' ', ' ', ' '};
@@ -393,7 +397,8 @@ TEST(StreamCodec, TerminatingAFieldOfOneOrNoCharacterIsSafe) {
   EXPECT_EQ(text[1], ' ');
 }
 
-// ---- positions -------------------------------------------------------------------------------------------------------
+// ---- positions
+// -------------------------------------------------------------------------------------------------------
 
 class PositionTest : public ::testing::Test {
  protected:

@@ -1,14 +1,14 @@
 // free_edges.hpp: the rims of a surface mesh, for C++ callers. Header only; the library exports nothing for it.
 //
-// An edge of the mesh is free when only one side of one face uses it. cSBRFreeEdges takes a flat face list and gives the
-// free edges as chains of node numbers:
+// An edge of the mesh is free when only one side of one face uses it. cSBRFreeEdges takes a flat face list and gives
+// the free edges as chains of node numbers:
 //
 //   cSBRFreeEdges rims;
 //   rims.FindFreeEdges(face_count, face_list);
 //   for (const std::list<int> &chain : rims.GetFreeEdges()) ...
 //
-// The C operations SBR_GetFreeEdgeCount, SBR_GetFreeEdgeSize and SBR_GetFreeEdge give the same chains of a body, as node
-// IDs. The classes throw std::bad_alloc when memory is short. One thread at a time.
+// The C operations SBR_GetFreeEdgeCount, SBR_GetFreeEdgeSize and SBR_GetFreeEdge give the same chains of a body, as
+// node IDs. The classes throw std::bad_alloc when memory is short. One thread at a time.
 #ifndef SBRKIT_FREE_EDGES_HPP
 #define SBRKIT_FREE_EDGES_HPP
 
@@ -37,8 +37,8 @@ class cSBRNode {
   void AddLinkedEdge(cSBREdge *edge) { linked_edges_.push_back(edge); }
   // Takes every occurrence of an edge off the linked edges.
   void RemoveLinkedEdge(cSBREdge *edge) { linked_edges_.remove(edge); }
-  // The node with the lowest ID at the other end of a linked edge, or null when there is none. The edge taken, the first
-  // one in the order of linking that leads there, is unlinked from both its ends.
+  // The node with the lowest ID at the other end of a linked edge, or null when there is none. The edge taken, the
+  // first one in the order of linking that leads there, is unlinked from both its ends.
   cSBRNode *GetConnectedNode();
   // One chain of node IDs through this node, eating the edges on its way. It runs on as long as exactly one edge leads
   // on, so it ends where a path ends or branches. A closed chain has equal first and last values.
@@ -52,8 +52,7 @@ class cSBRNode {
 // An undirected edge between two nodes. It links itself into both at its construction, out of both at its destruction.
 class cSBREdge {
  public:
-  cSBREdge(cSBRNode *a, cSBRNode *b)
-      : first_(a->ID() >= b->ID() ? b : a), second_(a->ID() >= b->ID() ? a : b) {
+  cSBREdge(cSBRNode *a, cSBRNode *b) : first_(a->ID() >= b->ID() ? b : a), second_(a->ID() >= b->ID() ? a : b) {
     first_->AddLinkedEdge(this);
     try {
       second_->AddLinkedEdge(this);

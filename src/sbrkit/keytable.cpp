@@ -26,6 +26,7 @@ void KeyTable::clear() noexcept {
   sorted_ = true;
   indexed_ = false;
   repeated_ = false;
+  renamed_ = false;
 }
 
 void KeyTable::sort_keys() noexcept {
@@ -81,9 +82,18 @@ bool KeyTable::insert(std::int32_t id, std::int32_t position) noexcept {
 std::int32_t KeyTable::find(std::int32_t id) noexcept {
   if (keys_.empty()) return -1;
   if (indexed_ && !repeated_) {
+    // Hosts mostly walk the nodes in the order in which they made them: the key found last, or the one behind it.
+    for (std::size_t at = recent_; !renamed_ && at < recent_ + 2 && at < keys_.size(); ++at)
+      if (keys_[at].id == id) {
+        recent_ = at;
+        return keys_[at].position;
+      }
     const std::size_t mask = slots_.size() - 1;
     for (std::size_t i = mix(id) & mask; slots_[i].position >= 0; i = (i + 1) & mask)
-      if (slots_[i].id == id) return slots_[i].position;
+      if (slots_[i].id == id) {
+        recent_ = static_cast<std::size_t>(slots_[i].position);
+        return slots_[i].position;
+      }
     return -1;
   }
   if (!sorted_) sort_keys();
@@ -142,6 +152,7 @@ void KeyTable::rename(std::int32_t position, std::int32_t id) noexcept {
   }
   if (at >= keys_.size()) return;
   const std::int32_t old = keys_[at].id;
+  renamed_ = true;
   keys_[at].id = id;
   sorted_ = false;
   if (!indexed) {

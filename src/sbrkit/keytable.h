@@ -60,7 +60,9 @@ class KeyTable {
   bool present_ = false;
   bool sorted_ = true;
   bool indexed_ = false;
-  bool repeated_ = false;  // two keys share an ID: lookups take the binary search over the sorted keys
+  std::size_t recent_ = 0;  // a place in keys_ that a lookup may try first
+  bool renamed_ = false;    // IDs were changed one by one and may repeat for a while: no such short cut
+  bool repeated_ = false;   // two keys share an ID: lookups take the binary search over the sorted keys
 };
 
 }  // namespace sbr

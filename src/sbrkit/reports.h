@@ -2,15 +2,13 @@
 #ifndef SBRKIT_REPORTS_H
 #define SBRKIT_REPORTS_H
 
-#include <source_location>
-
 #include "sbrkit/sbrkit.h"
 
 namespace sbr {
 
 // "Failed to allocate memory at line %d in file %s.\n" as an error, with the caller's line and its unit's name.
 // Gives 0, so that a function can end with it.
-int report_no_memory(const char *unit, std::source_location where = std::source_location::current()) noexcept;
+int report_no_memory(const char *unit, int line = __builtin_LINE()) noexcept;
 
 }  // namespace sbr
 

@@ -1,5 +1,5 @@
-// Coarsening: wherever a node sits in a small and nearly flat neighbourhood, the faces around it become one polygon. This
-// unit reads the options and runs the reduction; sbrcoarse.h tells where its steps stand.
+// Coarsening: wherever a node sits in a small and nearly flat neighbourhood, the faces around it become one polygon.
+// This unit reads the options and runs the reduction; sbrcoarse.h tells where its steps stand.
 #include "sbrcoarse.h"
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 
 namespace sbr::coarse {
 
-// ---- tables ------------------------------------------------------------------------------------------------------------
+// ---- tables -----------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -112,7 +112,7 @@ void compute_normals(Mesh &mesh) noexcept {
   }
 }
 
-// ---- options -----------------------------------------------------------------------------------------------------------
+// ---- options ----------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -194,7 +194,7 @@ void announce(double resolution, double angle, bool colinear) noexcept {
     SBR_Info("Coarsening to resolution %d%%%% with face-angle %5.2lf deg", percent, angle);
 }
 
-// ---- preserve list -----------------------------------------------------------------------------------------------------
+// ---- preserve list ----------------------------------------------------------------------------------------
 
 // Takes a node out of play and says so.
 void preserve(Mesh &mesh, std::int32_t index, int id) noexcept {
@@ -234,7 +234,7 @@ int apply_preserve_list(Mesh &mesh, SBR body, OptionReader &options) noexcept {
   return preserved;
 }
 
-// ---- the run -----------------------------------------------------------------------------------------------------------
+// ---- the run ----------------------------------------------------------------------------------------------
 
 // The diagonal of the bounding box of all nodes, whether a face refers to them or not.
 double diagonal_of(const SbrBody &body) noexcept {

@@ -1,6 +1,6 @@
-// The working mesh of coarsening and the routines that act on it. sbrcoarse owns the run; sbrcoarsemerge fuses the faces
-// around one node, sbrcoarseprune cuts loops out of what was fused, sbrcoarsesurface thins and rewrites the finished
-// polygons.
+// The working mesh of coarsening and the routines that act on it. sbrcoarse owns the run; sbrcoarsemerge fuses the
+// faces around one node, sbrcoarseprune cuts loops out of what was fused, sbrcoarsesurface thins and rewrites the
+// finished polygons.
 //
 // A slot of either table can be empty: the item is then out of play. Here an empty slot is a cleared flag.
 #ifndef SBRKIT_SBRCOARSE_H
@@ -37,17 +37,17 @@ struct FanEnd {
 struct Mesh {
   Array<Face> faces;
   Array<Node> nodes;
-  Array<std::int32_t> incidence;  // the face lists of all nodes, one behind the other
-  Array<std::int32_t> merged_into;  // per face slot the slot that took its faces over; itself when none did
-  Array<std::int32_t> pool;         // the vertices of the original faces
+  Array<std::int32_t> incidence;          // the face lists of all nodes, one behind the other
+  Array<std::int32_t> merged_into;        // per face slot the slot that took its faces over; itself when none did
+  Array<std::int32_t> pool;               // the vertices of the original faces
   OwnedList<Array<std::int32_t>> chunks;  // further room for polygons
   std::size_t chunk_used = 0;             // of the last chunk
 
   // Scratch, kept between nodes.
   Array<std::int32_t> polygon;  // the fused polygon
-  Array<std::int32_t> taken;  // slots taken by the present attempt
-  Array<FanEnd> fan_ends;     // ends of the present fan by vertex; empty for a small fan
-  Array<std::uint32_t> seen;  // per node the mark of the last polygon it was seen in
+  Array<std::int32_t> taken;    // slots taken by the present attempt
+  Array<FanEnd> fan_ends;       // ends of the present fan by vertex; empty for a small fan
+  Array<std::uint32_t> seen;    // per node the mark of the last polygon it was seen in
   std::uint32_t seen_mark = 0;
 
   [[nodiscard]] bool in_play(std::int32_t node) const noexcept {
@@ -68,7 +68,7 @@ struct Limits {
   double cosine = 0.0;
 };
 
-// ---- sbrcoarse ---------------------------------------------------------------------------------------------------------
+// ---- sbrcoarse --------------------------------------------------------------------------------------------
 
 // Makes both tables from the body. False, after a report, when memory is short; false without one for an empty list.
 [[nodiscard]] bool build_tables(Mesh &mesh, const SbrBody &body) noexcept;
@@ -76,7 +76,7 @@ struct Limits {
 [[nodiscard]] bool fill_incidence(Mesh &mesh) noexcept;
 void compute_normals(Mesh &mesh) noexcept;
 
-// ---- sbrcoarsemerge ----------------------------------------------------------------------------------------------------
+// ---- sbrcoarsemerge ---------------------------------------------------------------------------------------
 
 // True when a node sits in a small and nearly flat neighbourhood.
 [[nodiscard]] bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept;
@@ -88,12 +88,12 @@ void redirect_face_references(Mesh &mesh, std::int32_t node) noexcept;
 // Brings a node's face list up to date with the merges so far.
 void follow_redirections(Mesh &mesh, std::int32_t node) noexcept;
 
-// ---- sbrcoarseprune ----------------------------------------------------------------------------------------------------
+// ---- sbrcoarseprune ---------------------------------------------------------------------------------------
 
 // Cuts small excursions out of a fused polygon, Mesh::polygon in place.
 void prune_polygon_loops(Mesh &mesh) noexcept;
 
-// ---- sbrcoarsesurface --------------------------------------------------------------------------------------------------
+// ---- sbrcoarsesurface -------------------------------------------------------------------------------------
 
 void remove_colinear_vertices(Mesh &mesh, double diagonal) noexcept;
 // Writes the polygons as the body's new face list. False, after a report, when memory is short; the body stays then.

@@ -1,5 +1,5 @@
-// Coarsening, the part around one node: is its neighbourhood small and flat, and if so, walk the fan of its faces edge by
-// edge and put the fan's outer rim in their place.
+// Coarsening, the part around one node: is its neighbourhood small and flat, and if so, walk the fan of its faces edge
+// by edge and put the fan's outer rim in their place.
 #include <algorithm>
 #include <climits>
 #include <cmath>
@@ -15,7 +15,7 @@ constexpr const char *kUnit = "sbrcoarse";
 // Fans of more faces than this look their neighbours up by vertex instead of trying face after face.
 constexpr std::size_t kSmallFan = 16;
 
-// ---- node test ---------------------------------------------------------------------------------------------------------
+// ---- node test --------------------------------------------------------------------------------------------
 
 bool within_distance(const Mesh &mesh, std::int32_t node, std::span<const std::int32_t> slots, double limit) noexcept {
   const Node &center = mesh.node(node);
@@ -54,7 +54,7 @@ bool flat(const Mesh &mesh, std::span<const std::int32_t> slots, double cosine) 
   return true;
 }
 
-// ---- walking the fan ---------------------------------------------------------------------------------------------------
+// ---- walking the fan --------------------------------------------------------------------------------------
 
 // Reversing is put off until the attempts at a node are over: a failed attempt then costs its walk, not its vertices.
 void reverse(Face &face) noexcept { face.reversed = !face.reversed; }
@@ -79,8 +79,8 @@ bool by_vertex(const FanEnd &a, const FanEnd &b) noexcept {
   return a.vertex != b.vertex ? a.vertex < b.vertex : a.place < b.place;
 }
 
-// Notes both ends of every face of a large fan. Reversing a face swaps its ends, so the table holds for all attempts. Of
-// a slot that stands several times in the list only the first place counts: it is found first.
+// Notes both ends of every face of a large fan. Reversing a face swaps its ends, so the table holds for all attempts.
+// Of a slot that stands several times in the list only the first place counts: it is found first.
 bool note_fan_ends(Mesh &mesh, std::span<const std::int32_t> slots) noexcept {
   mesh.fan_ends.clear();
   if (slots.size() <= kSmallFan) return true;
@@ -114,8 +114,8 @@ std::int32_t first_face(const Mesh &mesh, std::span<const std::int32_t> slots, s
   return -1;
 }
 
-// Takes the faces edge by edge, from a start on, until all are taken. False when no face goes on; the faces taken so far
-// are in Mesh::taken.
+// Takes the faces edge by edge, from a start on, until all are taken. False when no face goes on; the faces taken so
+// far are in Mesh::taken.
 bool walk_fan(Mesh &mesh, std::span<const std::int32_t> slots, std::int32_t start) noexcept {
   mesh.taken.clear();
   mesh.face(start).present = false;
@@ -136,8 +136,8 @@ bool walk_fan(Mesh &mesh, std::span<const std::int32_t> slots, std::int32_t star
   return true;
 }
 
-// Strings the taken faces together: the first from position 1 on, each other one from position 2 on. Leaves room for one
-// vertex more. False when memory is short.
+// Strings the taken faces together: the first from position 1 on, each other one from position 2 on. Leaves room for
+// one vertex more. False when memory is short.
 bool string_together(Mesh &mesh) noexcept {
   std::int64_t total = 1;
   for (const std::int32_t slot : mesh.taken) total += mesh.face(slot).count;
@@ -159,7 +159,7 @@ bool give_faces_back(Mesh &mesh) noexcept {
   return false;
 }
 
-// ---- room for the fused polygon ----------------------------------------------------------------------------------------
+// ---- room for the fused polygon ---------------------------------------------------------------------------
 
 constexpr std::int64_t kChunkWords = 1 << 16;
 
@@ -263,8 +263,9 @@ void redirect_face_references(Mesh &mesh, std::int32_t node) noexcept {
   for (std::size_t m = 1; m < slots.size(); ++m) mesh.merged_into[static_cast<std::size_t>(slots[m])] = slots[0];
 }
 
-// A list that names a merged slot names the slot that took it over instead, in ascending order and without repeats. Every
-// node in play that is still to come is redirected by every merge, so that it makes no difference to do this once.
+// A list that names a merged slot names the slot that took it over instead, in ascending order and without repeats.
+// Every node in play that is still to come is redirected by every merge, so that it makes no difference to do this
+// once.
 void follow_redirections(Mesh &mesh, std::int32_t node) noexcept {
   std::span<std::int32_t> slots = mesh.faces_of(node);
   bool changed = false;

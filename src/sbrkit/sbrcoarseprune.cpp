@@ -1,8 +1,8 @@
 // Coarsening, the pruning of a fused polygon that runs into itself.
 //
-// With n vertices and T = 30 % of n, cut to a whole number, two positions a < b of the same node bound an excursion: the
-// vertices between them when b - a < T, else those outside them when n - (b - a) < T. The vertices of an excursion go,
-// but for nodes that are out of play. Pairs are taken in order of a, then b; positions that went no longer count.
+// With n vertices and T = 30 % of n, cut to a whole number, two positions a < b of the same node bound an excursion:
+// the vertices between them when b - a < T, else those outside them when n - (b - a) < T. The vertices of an excursion
+// go, but for nodes that are out of play. Pairs are taken in order of a, then b; positions that went no longer count.
 //
 // For one a only two of its pairs matter. The excursions between a and each b within reach grow with b, so the last of
 // them contains the others; those outside a and b shrink with b, so the first contains the others. That keeps a polygon
@@ -28,12 +28,12 @@ bool in_order(const Occurrence &a, const Occurrence &b) noexcept {
 struct Pruning {
   Mesh &mesh;
   std::int32_t n;
-  std::int32_t reach;              // T
-  Array<Occurrence> occurrences;   // all positions by node, then position
-  Array<std::int32_t> rank;        // per position its place in `occurrences`
-  Array<unsigned char> blank;      // per position, 1 when its vertex goes
-  Array<std::int32_t> next_live;   // per position the first one from it on that may still be blanked; n behind the last
-  std::int32_t tail = 0;           // from here on everything that may be blanked is blank
+  std::int32_t reach;             // T
+  Array<Occurrence> occurrences;  // all positions by node, then position
+  Array<std::int32_t> rank;       // per position its place in `occurrences`
+  Array<unsigned char> blank;     // per position, 1 when its vertex goes
+  Array<std::int32_t> next_live;  // per position the first one from it on that may still be blanked; n behind the last
+  std::int32_t tail = 0;          // from here on everything that may be blanked is blank
 
   [[nodiscard]] bool is_blank(std::int32_t p) const noexcept { return blank[static_cast<std::size_t>(p)] != 0; }
 };

@@ -1,5 +1,5 @@
-// Coarsening, what is done with the finished polygons: vertices on nearly straight sides go, and the polygons become the
-// body's face list.
+// Coarsening, what is done with the finished polygons: vertices on nearly straight sides go, and the polygons become
+// the body's face list.
 #include <algorithm>
 #include <climits>
 #include <cmath>

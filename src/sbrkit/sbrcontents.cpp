@@ -202,8 +202,8 @@ void Report::banner() const noexcept {
   std::fprintf(out, "|%72s|\n%s\n\n", "", kDashes);
 }
 
-bool Report::no_memory(std::source_location where) const noexcept {
-  report_no_memory("sbrtoc", where);
+bool Report::no_memory(int line) const noexcept {
+  report_no_memory("sbrtoc", line);
   return false;
 }
 

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <source_location>
 
 #include "body.h"
 
@@ -19,7 +18,7 @@ struct Report {
 
   void banner() const noexcept;
   // The allocation message. Gives false, with which a report ends unflushed.
-  [[nodiscard]] bool no_memory(std::source_location where = std::source_location::current()) const noexcept;
+  [[nodiscard]] bool no_memory(int line = __builtin_LINE()) const noexcept;
 };
 
 // A block that a public operation gave, freed at the end.

@@ -19,7 +19,8 @@ constexpr std::int64_t kListSlack = 2;  // bytes that the list's buffer has beyo
 
 int browse_count = 0;  // the logical numbers used so far
 
-// ---- asking the database -----------------------------------------------------------------------------------------------
+// ---- asking the database
+// -----------------------------------------------------------------------------------------------
 
 // Makes the bodies of the file known in the open database under the qualifier highqual = -number.
 int locate_bodies(const char *path, int number) noexcept {
@@ -62,7 +63,8 @@ int list_bodies(int number, Text &list) noexcept {
   return status;
 }
 
-// ---- reading the list --------------------------------------------------------------------------------------------------
+// ---- reading the list
+// --------------------------------------------------------------------------------------------------
 
 // The next line of the text that is not empty, taken off its front.
 std::string_view take_line(std::string_view &text) noexcept {
@@ -85,11 +87,12 @@ Column column_from(std::string_view header, std::size_t place) noexcept {
   return {header.substr(start, header.find(' ', start) - start), start};
 }
 
-// A label: the text up to the next single quote without trailing blanks. The opening quote may stand at the offset or
+// A label: the text up to the next single quote without trailing blanks. The opening quote stands at the offset or just
 // ahead of it.
 std::string_view label_at(std::string_view line, std::size_t offset) noexcept {
   std::string_view value = offset < line.size() ? line.substr(offset) : std::string_view();
-  if (value.starts_with('\'')) value.remove_prefix(1);
+  const bool is_open = offset > 0 && offset <= line.size() && line[offset - 1] == '\'';
+  if (!is_open && value.starts_with('\'')) value.remove_prefix(1);
   value = value.substr(0, value.find('\''));
   return value.substr(0, value.find_last_not_of(' ') + 1);
 }

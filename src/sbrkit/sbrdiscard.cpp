@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char *kUnit = "sbrtools";
 
-// ---- the keep list -----------------------------------------------------------------------------------------------------
+// ---- the keep list ----------------------------------------------------------------------------------------
 
 bool modal_load_nodes_are_kept() noexcept {
   const char *options = std::getenv("KTX_SBRWRITE_OPTIONS");
@@ -76,7 +76,7 @@ bool build_geometry_nodes(SbrBody &body) noexcept {
   return true;
 }
 
-// ---- discarding --------------------------------------------------------------------------------------------------------
+// ---- discarding -------------------------------------------------------------------------------------------
 
 struct KindTexts {
   const char *modes_gone;

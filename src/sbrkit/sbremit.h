@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <memory>
-#include <source_location>
 
 #include "body.h"
 #include "recordlayout.h"
@@ -49,8 +48,8 @@ struct Emission {
     return transfer(io, record);
   }
   // The allocation message; gives false.
-  bool no_memory(std::source_location where = std::source_location::current()) const noexcept {
-    report_no_memory(unit, where);
+  bool no_memory(int line = __builtin_LINE()) const noexcept {
+    report_no_memory(unit, line);
     return false;
   }
 };

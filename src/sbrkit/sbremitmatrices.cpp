@@ -96,16 +96,18 @@ bool emit_generalized_damping(Emission &run) noexcept {
   return true;
 }
 
-// A matrix that keeps its order when modes are dropped has the row stride of the body's modes at the start of the
-// write; one that was made anew has its own.
+// The matrix keeps its order when modes are dropped, so its row stride is that of the body's modes at the start of the
+// write. Modes that needed no work are the exception: when some of them are dropped, the identity is filled again at
+// its new order.
 bool emit_transformation(Emission &run) noexcept {
   const SbrBody &body = run.body;
   const auto modes = static_cast<std::size_t>(body.mode_table.mode_count < 0 ? 0 : body.mode_table.mode_count);
   if (!run.put(CountHead{body.mode_table.mode_count})) return false;
   if (modes == 0) return true;
-  const Array<double> &matrix = body.access.transformation;
+  const bool untouched = body.matrices.modes_not_orthogonal == 0 && body.matrices.modes_not_normalized == 0;
   const auto entry_modes = static_cast<std::size_t>(run.plan.entry_mode_count);
-  const std::size_t stride = matrix.size() == modes * modes ? modes : entry_modes;
+  const std::size_t stride = untouched && modes < entry_modes ? modes : entry_modes;
+  const Array<double> &matrix = body.access.transformation;
   const Array<std::int32_t> &numbers =
       body.access.transformation_modes ? body.access.transformation_modes : body.mode_table.mode_numbers;
   if (numbers.size() < modes || stride < modes || matrix.size() < (modes - 1) * stride + modes) return false;

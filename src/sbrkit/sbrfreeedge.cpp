@@ -1,7 +1,7 @@
 // Free edges: the rims of the surface of a body, as chains of node IDs.
 //
-// The sides of all faces are gathered by their lower end, where the uses of an edge meet; an edge with one use is free. The
-// few free edges are then walked as the classes of free_edges.hpp walk them.
+// The sides of all faces are gathered by their lower end, where the uses of an edge meet; an edge with one use is free.
+// The few free edges are then walked as the classes of free_edges.hpp walk them.
 #include "sbrfreeedge.h"
 
 #include <algorithm>
@@ -14,7 +14,6 @@ struct Side {
   std::int32_t low;
   std::int32_t high;
   std::uint32_t order;  // its place among all sides
-
 };
 
 bool by_ends(const Side &a, const Side &b) noexcept { return a.low != b.low ? a.low < b.low : a.high < b.high; }
@@ -112,8 +111,8 @@ bool find_free_sides(FaceWalk walk, Array<Side> &free_sides) noexcept {
   return true;
 }
 
-// The free edges by node: per node the places of its edges, in the order of the face list. An edge from a node to itself
-// is linked there twice.
+// The free edges by node: per node the places of its edges, in the order of the face list. An edge from a node to
+// itself is linked there twice.
 class Rims {
  public:
   [[nodiscard]] bool build(const Array<Side> &edges) noexcept {
@@ -163,7 +162,8 @@ class Rims {
     const std::int32_t own = ids_[static_cast<std::size_t>(node)];
     std::int64_t best = -1;
     std::int32_t other = 0;
-    for (std::uint32_t l = first_[static_cast<std::size_t>(node)]; l < first_[static_cast<std::size_t>(node) + 1]; ++l) {
+    for (std::uint32_t l = first_[static_cast<std::size_t>(node)]; l < first_[static_cast<std::size_t>(node) + 1];
+         ++l) {
       const std::uint32_t edge = links_[l];
       if (eaten_[edge] != 0) continue;
       const std::int32_t end = edges_[edge].low != own ? edges_[edge].low : edges_[edge].high;
@@ -202,11 +202,11 @@ class Rims {
   }
 
   std::span<const Side> edges_;
-  Array<std::int32_t> ids_;          // the nodes of free edges, ascending
-  Array<std::uint32_t> first_;       // per node where its edges start in links_
-  Array<std::uint32_t> links_;       // places in edges_
-  Array<std::int32_t> edge_count_;   // per node the links that are left
-  Array<unsigned char> eaten_;       // per edge
+  Array<std::int32_t> ids_;         // the nodes of free edges, ascending
+  Array<std::uint32_t> first_;      // per node where its edges start in links_
+  Array<std::uint32_t> links_;      // places in edges_
+  Array<std::int32_t> edge_count_;  // per node the links that are left
+  Array<unsigned char> eaten_;      // per edge
 };
 
 }  // namespace

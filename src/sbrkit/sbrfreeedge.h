@@ -1,5 +1,5 @@
-// The free edges of a flat face list on flat arrays: the same chains as the classes of free_edges.hpp give, without a heap
-// record for every edge.
+// The free edges of a flat face list on flat arrays: the same chains as the classes of free_edges.hpp give, without a
+// heap record for every edge.
 #ifndef SBRKIT_SBRFREEEDGE_H
 #define SBRKIT_SBRFREEEDGE_H
 

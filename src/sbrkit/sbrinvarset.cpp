@@ -1,7 +1,6 @@
 // Entering inertia invariants by hand, and the global mass properties that follow from them.
 #include <algorithm>
 #include <cmath>
-#include <source_location>
 
 #include "reports.h"
 #include "sbrdata.h"
@@ -13,9 +12,9 @@ namespace {
 constexpr const char *kUnit = "sbrinvar";
 constexpr double kTolerance = 1e-8;
 
-int report_unknown_mode(int number, std::source_location where = std::source_location::current()) noexcept {
+int report_unknown_mode(int number, int line = __builtin_LINE()) noexcept {
   SBR_Error("Mode number %d does not exist.  Requested at line %d in file %s.\n", number,
-            static_cast<int>(where.line()), kUnit);
+            line, kUnit);
   return 0;
 }
 

@@ -57,8 +57,8 @@ int SetMessageHandlers(const message_handlers *handlers) {
 
 namespace sbr {
 
-int report_no_memory(const char *unit, std::source_location where) noexcept {
-  SBR_Error("Failed to allocate memory at line %d in file %s.\n", static_cast<int>(where.line()), unit);
+int report_no_memory(const char *unit, int line) noexcept {
+  SBR_Error("Failed to allocate memory at line %d in file %s.\n", line, unit);
   return 0;
 }
 

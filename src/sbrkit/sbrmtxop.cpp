@@ -22,8 +22,8 @@ SubOperator *sub_operator_at(SBR body, int op, int sub) noexcept {
   return record->sub_operators[static_cast<std::size_t>(sub)];
 }
 
-int refuse_no_memory(std::source_location where = std::source_location::current()) noexcept {
-  report_no_memory(kUnit, where);
+int refuse_no_memory(int line = __builtin_LINE()) noexcept {
+  report_no_memory(kUnit, line);
   return -1;
 }
 

@@ -236,7 +236,8 @@ void scale_damping(SbrBody &body, int n, const double *scale) noexcept {
 
 // A vector of modal forces in the new modes. The values before `start` stand on the principal axes and stay.
 bool transform_modal_vector(Array<double> &values, int start, const double *T, int n) noexcept {
-  if (values.size() < static_cast<std::size_t>(n)) {
+  // Modes that came after the vector have no load yet.
+  if (values.size() < static_cast<std::size_t>(n) && !values.resize(n)) {
     SBR_Error("Failed to transform modal loads following orthonormalization.\n");
     return false;
   }
@@ -380,7 +381,7 @@ void SBR_AnsysAddGenMass(SBR body, int first_count, int extra_count) {
     SBR_Error("Mode count mismatch while generating additional generalized masses.");
     return;
   }
-  sbr::add_masses_between(*body, first_count, extra_count);
+  if (first_count >= 1 && extra_count >= 1) sbr::add_masses_between(*body, first_count, extra_count);
 }
 
 }  // extern "C"

@@ -8,7 +8,8 @@
 
 namespace sbr {
 
-// ---- units and header texts ------------------------------------------------------------------------------------------
+// ---- units and header texts
+// ------------------------------------------------------------------------------------------
 
 void read_units_block(SbrBody &body) noexcept {
   UnitState &units = body.units;
@@ -45,7 +46,8 @@ Reading read_header(SbrBody &body) noexcept {
   return Reading::complete;
 }
 
-// ---- nodes -----------------------------------------------------------------------------------------------------------
+// ---- nodes
+// -----------------------------------------------------------------------------------------------------------
 
 Reading read_nodal_coords(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem reading Node Coordinates Data";
@@ -80,7 +82,8 @@ Reading read_nodal_coords(SbrBody &body) noexcept {
   return Reading::complete;
 }
 
-// ---- mass and inertia ------------------------------------------------------------------------------------------------
+// ---- mass and inertia
+// ------------------------------------------------------------------------------------------------
 
 Reading read_global_block(SbrBody &body) noexcept {
   const PositionKeeper keeper(body.record);
@@ -186,7 +189,8 @@ Reading read_nodal_inertia_block(SbrBody &body) noexcept {
   return Reading::complete;
 }
 
-// ---- faces and interface nodes ---------------------------------------------------------------------------------------
+// ---- faces and interface nodes
+// ---------------------------------------------------------------------------------------
 
 namespace {
 
@@ -273,6 +277,7 @@ Reading read_interface_nodes(SbrBody &body) noexcept {
   CountHead head;
   if (!transfer(reader, head)) return failed(kProblem);
   if (head.count > 0 && !rows_left(channel, head.count, 4)) return failed(kProblem);
+  forget_interface_places(body);
   if (!body.interface_nodes.nodes.allocate(head.count)) {
     failed("Out of memory while reading Interface Nodes block");
     return failed(kProblem);

@@ -41,7 +41,8 @@ std::int64_t vector_bytes_of(SbrBody &body, std::int32_t nodes) noexcept {
 
 }  // namespace
 
-// ---- eigenvalues -----------------------------------------------------------------------------------------------------
+// ---- eigenvalues
+// -----------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -75,7 +76,8 @@ Reading read_eigenvalue_block(SbrBody &body) noexcept {
   return Reading::complete;
 }
 
-// ---- mode shapes -----------------------------------------------------------------------------------------------------
+// ---- mode shapes
+// -----------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -130,7 +132,8 @@ Reading read_mode_shapes(SbrBody &body) noexcept {
   return note_mode_shapes(body, head) ? Reading::complete : failed(kProblem);
 }
 
-// ---- modal stress and modal strain -----------------------------------------------------------------------------------
+// ---- modal stress and modal strain
+// -----------------------------------------------------------------------------------
 
 namespace {
 
@@ -142,20 +145,18 @@ struct VectorMessages {
   const char *problem;
   const char *unknown_nodes;
 };
-constexpr VectorMessages kStressMessages = {
-    "Number of stress modes does not match the number of eigenvalues",
-    "Stress modes are being processed before mode shapes",
-    "Stress modes are in a different order than mode shapes",
-    "Out of memory while reading Modal Stress Block",
-    "Problem when reading Modal Stress info",
-    "Modal stress is given at %d nodes that the body does not have"};
-constexpr VectorMessages kStrainMessages = {
-    "Number of strain modes does not match the number of eigenvalues",
-    "Strain modes are being processed before mode shapes",
-    "Strain modes are in a different order than mode shapes",
-    "Out of memory while reading Modal Strain Block",
-    "Problem when reading Modal Strain info",
-    "Modal strain is given at %d nodes that the body does not have"};
+constexpr VectorMessages kStressMessages = {"Number of stress modes does not match the number of eigenvalues",
+                                            "Stress modes are being processed before mode shapes",
+                                            "Stress modes are in a different order than mode shapes",
+                                            "Out of memory while reading Modal Stress Block",
+                                            "Problem when reading Modal Stress info",
+                                            "Modal stress is given at %d nodes that the body does not have"};
+constexpr VectorMessages kStrainMessages = {"Number of strain modes does not match the number of eigenvalues",
+                                            "Strain modes are being processed before mode shapes",
+                                            "Strain modes are in a different order than mode shapes",
+                                            "Out of memory while reading Modal Strain Block",
+                                            "Problem when reading Modal Strain info",
+                                            "Modal strain is given at %d nodes that the body does not have"};
 
 // The node list of a kind and its keys. A node that the body does not have keeps its position and has no index.
 Reading read_kind_nodes(SbrBody &body, int kind, const VectorMessages &messages) noexcept {
@@ -167,8 +168,7 @@ Reading read_kind_nodes(SbrBody &body, int kind, const VectorMessages &messages)
     return failed(messages.problem);
   KindNodes &list = body.nodes.kinds[kind];
   Array<std::int32_t> ids;
-  if (!ids.resize(head.count) || !list.nodes.resize(head.count))
-    return static_cast<Reading>(report_no_memory(kUnit));
+  if (!ids.resize(head.count) || !list.nodes.resize(head.count)) return static_cast<Reading>(report_no_memory(kUnit));
   if (!read_ints(body.record, ids.data(), head.count)) return failed(messages.problem);
   list.count = head.count;
   int unknown = 0;
@@ -240,7 +240,8 @@ Reading read_vectors(SbrBody &body, int kind, const VectorMessages &messages) no
 Reading read_modal_stress(SbrBody &body) noexcept { return read_vectors(body, 1, kStressMessages); }
 Reading read_modal_strain(SbrBody &body) noexcept { return read_vectors(body, 2, kStrainMessages); }
 
-// ---- generalized matrices --------------------------------------------------------------------------------------------
+// ---- generalized matrices
+// --------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -334,7 +335,8 @@ Reading read_transformation(SbrBody &body) noexcept {
   return ok ? Reading::complete : failed(kProblem);
 }
 
-// ---- statistics, pre-stress, pre-strain ------------------------------------------------------------------------------
+// ---- statistics, pre-stress, pre-strain
+// ------------------------------------------------------------------------------
 
 Reading read_statistics(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Modal Statistics Block";
@@ -372,7 +374,7 @@ Reading read_pre_vectors(SbrBody &body, int block, int kind, Array<SixVector> &v
   if (head.count > 0 && !rows_left(channel, head.count, row_bytes)) return failed(messages.problem);
   if (!vectors.allocate(head.count)) return failed(messages.no_memory);
   return read_reals(channel, vectors.data()->data(), std::int64_t{6} * head.count) ? Reading::complete
-                                                                                  : failed(messages.problem);
+                                                                                   : failed(messages.problem);
 }
 
 }  // namespace

@@ -65,10 +65,12 @@ void mirror_upper(SixRows &matrix) noexcept {
 }
 
 // The mass matrix of the rigid body about the origin. The products of inertia go in as stored, with positive sign.
-void rigid_mass_matrix(SbrBody &body, SixRows &G) noexcept {
+// False when the global properties could not be worked out.
+bool rigid_mass_matrix(SbrBody &body, SixRows &G) noexcept {
   double m = 0.0;
   double I[9] = {};
   double c[3] = {};
+  if (!fill_invar1(body) || !fill_invar2(body) || !fill_invar7(body)) return false;
   SBR_TotalMassInertia(&body, &m, I, c);
   G[0][0] = G[1][1] = G[2][2] = m;
   G[0][4] = m * c[2];
@@ -84,6 +86,7 @@ void rigid_mass_matrix(SbrBody &body, SixRows &G) noexcept {
   G[4][5] = I[5];
   G[5][5] = I[8];
   mirror_upper(G);
+  return true;
 }
 
 // The normal matrix of fitting a rigid motion to the translations and rotations of all nodes.
@@ -149,7 +152,7 @@ void project_modal_force_by_fit(SbrBody &body, Array<double> &f, int r) noexcept
   SixRows A = {};
   SixRows B = {};
   double g[6] = {};
-  rigid_mass_matrix(body, G);
+  if (!rigid_mass_matrix(body, G)) return;
   normal_matrix(body, A);
   if (!invert(A)) return;
   for (int i = 0; i < count; ++i) {

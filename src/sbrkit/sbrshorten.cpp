@@ -34,15 +34,14 @@ bool has_pre_vectors(const SbrBody &body, int kind) noexcept {
 
 // Where a node index stands first in the keep list; -1 when it is not kept.
 int place_of(std::span<const std::int32_t> keep, bool ascending, std::int32_t node) noexcept {
-  const auto found = ascending ? std::lower_bound(keep.begin(), keep.end(), node)
-                               : std::find(keep.begin(), keep.end(), node);
+  const auto found =
+      ascending ? std::lower_bound(keep.begin(), keep.end(), node) : std::find(keep.begin(), keep.end(), node);
   return found != keep.end() && *found == node ? static_cast<int>(found - keep.begin()) : -1;
 }
 
 // Keeps the loads on kept nodes, in their order, under the new node indices.
 void compact_case(NodalLoadCase &load_case, std::span<const std::int32_t> keep, bool ascending) noexcept {
-  const std::size_t count =
-      std::min({load_case.nodes.size(), load_case.coordinates.size(), load_case.loads.size()});
+  const std::size_t count = std::min({load_case.nodes.size(), load_case.coordinates.size(), load_case.loads.size()});
   std::size_t kept = 0;
   for (std::size_t i = 0; i < count; ++i) {
     const int place = place_of(keep, ascending, load_case.nodes[i]);
@@ -128,8 +127,8 @@ void ModeShortening::install() noexcept {
   if (has_pre_vectors(body_, kind_)) move_pre_vectors();
 }
 
-// Rows move to the place of their node in the keep list, one after the other; a row without a source stays. That lines up
-// with the kind positions when all kept nodes belong to the kind.
+// Rows move to the place of their node in the keep list, one after the other; a row without a source stays. That lines
+// up with the kind positions when all kept nodes belong to the kind.
 void ModeShortening::move_pre_vectors() noexcept {
   Array<SixVector> &rows = kind_ == 1 ? body_.pre.stress : body_.pre.strain;
   for (std::size_t k = 0; k < map_.size() && k < rows.size(); ++k)

@@ -1,5 +1,5 @@
-// Stripping: the faces that two solid elements share lie inside the body. Sorting brings equal polygons together, wherever
-// they start and whichever way they wind; pairs of opposite winding go.
+// Stripping: the faces that two solid elements share lie inside the body. Sorting brings equal polygons together,
+// wherever they start and whichever way they wind; pairs of opposite winding go.
 #include <algorithm>
 
 #include "facelist.h"
@@ -17,8 +17,8 @@ struct StripFace {
   const std::int32_t *nodes;  // in the pool
 };
 
-// The front of the sorting order: count and first node, then the next nodes in the face's own direction. Comparing faces
-// of up to four vertices ends here; larger ones look at the polygon.
+// The front of the sorting order: count and first node, then the next nodes in the face's own direction. Comparing
+// faces of up to four vertices ends here; larger ones look at the polygon.
 struct StripKey {
   std::uint64_t head;
   std::uint64_t next;
@@ -101,7 +101,8 @@ class Stripper {
         i += face(keys_[i]).forward == face(keys_[i + 1]).forward ? 1 : 2;
       }
     }
-    if (n > 0 && !(n > 1 && equal(n - 2, n - 1) && face(keys_[n - 2]).forward != face(keys_[n - 1]).forward)) put(n - 1);
+    if (n > 0 && !(n > 1 && equal(n - 2, n - 1) && face(keys_[n - 2]).forward != face(keys_[n - 1]).forward))
+      put(n - 1);
     (void)faces.list.resize(out_ - faces.list.data());
     faces.face_count = written_;
   }

@@ -192,8 +192,8 @@ Sizing size_of_matrix_operators(StreamChannel &channel) noexcept {
                walk.fields(subs);
     for (std::int32_t j = 0; complete && j < subs.count; ++j) {
       SubOperatorHead sub;
-      complete = walk.fields(sub) && walk.skip(std::int64_t{op.row_count} * sub.column_count,
-                                               walk.encoding().real_bytes);
+      complete =
+          walk.fields(sub) && walk.skip(std::int64_t{op.row_count} * sub.column_count, walk.encoding().real_bytes);
     }
   }
   return {walk.bytes(), complete};

@@ -84,7 +84,7 @@ std::map<Edge, int> edge_uses(const Faces &faces) {
   for (const auto &face : faces)
     for (std::size_t k = 0; k < face.size() && face.size() >= 3; ++k) {
       const auto [low, high] = std::minmax(face[k], face[(k + 1) % face.size()]);
-      uses[{low, high}] += 1;
+      if (low != high) uses[{low, high}] += 1;
     }
   return uses;
 }

@@ -36,7 +36,7 @@ Surface flat_grid(int nx, int ny);
 Surface brick_block(int nx, int ny, int nz);
 
 using Edge = std::pair<int, int>;  // lower node first
-// How many face sides use each edge.
+// How many face sides use each edge. A side from a node to itself is none.
 std::map<Edge, int> edge_uses(const Faces &faces);
 // The edges with one use.
 std::vector<Edge> boundary(const Faces &faces);

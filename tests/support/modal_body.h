@@ -28,7 +28,7 @@ inline SBR make_modal_body(int nodes, int modes, const std::vector<int> &kinds =
       }
     }
   }
-  for (int m = 0; m < modes; ++m) SBR_AddMode(body, m + 1);
+  for (int m = 0; m < modes; ++m) SBR_LookupOrAddMode(body, m + 1);
   return body;
 }
 

@@ -142,8 +142,7 @@ RecordBuilder &RecordBuilder::global(double mass, const std::array<double, 3> &c
 RecordBuilder &RecordBuilder::eigenvalues(const std::vector<BuiltEigenvalue> &records) {
   FieldBytes &out = fresh(6);
   out.integer(static_cast<int>(records.size()));
-  for (const BuiltEigenvalue &r : records)
-    out.integer(r.mode).reals({r.eigenvalue, r.hz, r.rad, r.mass, r.stiffness});
+  for (const BuiltEigenvalue &r : records) out.integer(r.mode).reals({r.eigenvalue, r.hz, r.rad, r.mass, r.stiffness});
   return *this;
 }
 
@@ -218,8 +217,7 @@ RecordBuilder &RecordBuilder::loads(int mode_count, const std::vector<BuiltLoad>
   return *this;
 }
 
-RecordBuilder &RecordBuilder::statistics(
-    const std::vector<std::pair<std::vector<int>, std::vector<double>>> &records) {
+RecordBuilder &RecordBuilder::statistics(const std::vector<std::pair<std::vector<int>, std::vector<double>>> &records) {
   FieldBytes &out = fresh(29);
   out.integer(static_cast<int>(records.size()));
   for (auto [ids, values] : records) {

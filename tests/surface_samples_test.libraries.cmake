@@ -1,0 +1,2 @@
+find_package(nlohmann_json REQUIRED)
+set(libraries nlohmann_json::nlohmann_json)

@@ -1,0 +1,203 @@
+// The option vocabulary: plain substrings, values of any length, and scans that meet the end of the text.
+#include <random>
+
+#include "sbroptions.h"
+#include "sbrplan.h"
+#include "support/bracket.h"
+#include "support/files.h"
+#include "support/messages.h"
+
+namespace sbrtest {
+namespace {
+
+class WriteOptionsTest : public LibraryTest {
+ protected:
+  sbr::WriteOptions options;
+
+  void parse(const std::string &text) { ASSERT_TRUE(sbr::parse_write_options(text.c_str(), options)); }
+  std::uint32_t word(const std::string &text, const sbr::VersionRules &rules = sbr::kFileVersion) {
+    sbr::WriteOptions parsed;
+    EXPECT_TRUE(sbr::parse_write_options(text.c_str(), parsed));
+    bool conflict = false;
+    const std::uint32_t result = sbr::plan_version_word(parsed, rules, conflict);
+    EXPECT_FALSE(conflict);
+    return result;
+  }
+};
+
+TEST_F(WriteOptionsTest, NoTextAsksForNothing) {
+  ASSERT_TRUE(sbr::parse_write_options(nullptr, options));
+  EXPECT_FALSE(options.sparse || options.full || options.no_ortho || options.invariants || options.empty);
+  EXPECT_EQ(options.lowpass, 1e8);
+  EXPECT_EQ(options.highpass, -1.0);
+}
+
+TEST_F(WriteOptionsTest, KeywordsAreSubstringsWhereverTheyStand) {
+  parse("xno_orthox;full_invar/sketch(/tmp/empty.txt)mks");
+  EXPECT_TRUE(options.no_ortho);
+  EXPECT_TRUE(options.full_invariants);
+  EXPECT_TRUE(options.invariants);
+  EXPECT_TRUE(options.empty);
+  EXPECT_FALSE(options.mks);
+  EXPECT_FALSE(options.fast_invariants);
+}
+
+TEST_F(WriteOptionsTest, KeywordsAreCaseSensitive) {
+  parse("NO_ORTHO Empty MKS SINGLE");
+  EXPECT_FALSE(options.no_ortho || options.empty || options.single);
+  EXPECT_TRUE(options.mks);
+}
+
+TEST_F(WriteOptionsTest, ASketchTakesTheFirstFormThatGivesAName) {
+  const std::pair<const char *, const char *> cases[] = {
+      {"sketch(a/b c.txt)", "a/b c.txt"},
+      {"sketch('a(1).txt')", "a(1).txt"},
+      {"sketch(\"it's\")", "it's"},
+      {"sketch('a) sketch(\"b\")", "b"},
+      {"sketch(\"\")", "\"\""},
+      {"sketch(unclosed", "unclosed"},
+      {"sketch('')", "''"},
+  };
+  for (const auto &[text, name] : cases) {
+    SCOPED_TRACE(text);
+    sbr::WriteOptions parsed;
+    ASSERT_TRUE(sbr::parse_write_options(text, parsed));
+    ASSERT_TRUE(parsed.sketch_path);
+    EXPECT_STREQ(parsed.sketch_path.data(), name);
+  }
+  for (const char *text : {"sketch", "sketch()", "sketch(", "sketch(\"", "sketch('"}) {
+    SCOPED_TRACE(text);
+    sbr::WriteOptions parsed;
+    ASSERT_TRUE(sbr::parse_write_options(text, parsed));
+    EXPECT_FALSE(parsed.sketch_path);
+  }
+}
+
+TEST_F(WriteOptionsTest, CoarseningTakesDigitsPunctuationAndItsKeyword) {
+  parse("no_ortho,coarsen(0.02, 10,1,1001,preserve_str)single");
+  ASSERT_TRUE(options.coarsen);
+  EXPECT_STREQ(options.coarsen.data(), "0.02, 10,1,1001,preserve_str");
+  sbr::WriteOptions stopped;
+  ASSERT_TRUE(sbr::parse_write_options("coarsen(0.1;2)", stopped));
+  EXPECT_STREQ(stopped.coarsen.data(), "0.1");
+  sbr::WriteOptions nothing;
+  ASSERT_TRUE(sbr::parse_write_options("coarsen(;)", nothing));
+  EXPECT_FALSE(nothing.coarsen);
+  sbr::WriteOptions end;
+  ASSERT_TRUE(sbr::parse_write_options("coarsen(", end));
+  ASSERT_TRUE(end.coarsen);
+  EXPECT_STREQ(end.coarsen.data(), "");
+}
+
+TEST_F(WriteOptionsTest, FrequenciesAreNumbersAsFarAsTheyGo) {
+  parse("lowpass( 1.5e2 )highpass(-3x)");
+  EXPECT_EQ(options.lowpass, 150.0);
+  EXPECT_EQ(options.highpass, -3.0);
+  sbr::WriteOptions strange;
+  ASSERT_TRUE(sbr::parse_write_options("lowpass(+5) highpass(", strange));
+  EXPECT_EQ(strange.lowpass, 1e8);
+  EXPECT_EQ(strange.highpass, 0.0);
+}
+
+TEST_F(WriteOptionsTest, ValuesMayHaveAnyLength) {
+  const std::string name(1 << 20, 'n');
+  parse("sketch(\"" + name + "\") coarsen(" + std::string(300000, '1') + ") lowpass(" + std::string(5000, ' ') + "7)");
+  EXPECT_EQ(std::string(options.sketch_path.data()), name);
+  EXPECT_EQ(std::string(options.coarsen.data()).size(), 300000U);
+  EXPECT_EQ(options.lowpass, 7.0);
+}
+
+TEST_F(WriteOptionsTest, TheWordFollowsFromTheOptions) {
+  EXPECT_EQ(word(""), 0x13CU);
+  EXPECT_EQ(word("single"), 0x33CU);
+  EXPECT_EQ(word("no_xdr"), 0x3CU);
+  EXPECT_EQ(word("no_xdr single"), 0x23CU);
+  EXPECT_EQ(word("full_str"), 41U);
+  EXPECT_EQ(word("full_str no_xdr"), 40U);
+  EXPECT_EQ(word("full_str single"), 51U);
+  EXPECT_EQ(word("single no_xdr full_str"), 50U);
+  EXPECT_EQ(word("82_comp"), 20U);
+  EXPECT_EQ(word("82_comp no_xdr"), 20U);
+  EXPECT_EQ(word("81_comp 82_comp"), 10U);
+  EXPECT_EQ(word("full_str 81_comp"), 10U);
+}
+
+TEST_F(WriteOptionsTest, TheWordOfADatabaseIsNativeAndMarked) {
+  EXPECT_EQ(word("", sbr::kDatabaseVersion), 0x103CU);
+  EXPECT_EQ(word("no_xdr", sbr::kDatabaseVersion), 0x103CU);
+  EXPECT_EQ(word("single", sbr::kDatabaseVersion), 0x123CU);
+  EXPECT_EQ(word("full_str", sbr::kDatabaseVersion), 0x1000U + 40);
+  EXPECT_EQ(word("full_str single", sbr::kDatabaseVersion), 0x1000U + 50);
+  EXPECT_EQ(word("82_comp", sbr::kDatabaseVersion), 0x1000U + 20);
+  EXPECT_EQ(word("81_comp", sbr::kDatabaseVersion), 0x1000U + 10);
+}
+
+// Texts glued together from keywords, halves of keywords, brackets and noise: every write ends with a record or
+// without a file, and never says nothing about a failure.
+TEST_F(WriteOptionsTest, AnyTextIsSurvived) {
+  const char *const pieces[] = {"lbrf2cm",
+                                "sketch",
+                                "sketch(",
+                                "sketch(\"",
+                                "sketch('",
+                                "strip_face",
+                                "coarsen(",
+                                "0.1,20,1",
+                                "sparse_str",
+                                "full_str",
+                                "no_ortho",
+                                "single",
+                                "no_xdr",
+                                "82_comp",
+                                "81_comp",
+                                "invar",
+                                "full_invar",
+                                "fast_invar",
+                                "lowpass(",
+                                "highpass(",
+                                "2",
+                                "1e-3",
+                                "empty",
+                                "MKS",
+                                ")",
+                                "\"",
+                                "'",
+                                ",",
+                                " ",
+                                "%s%n%d",
+                                "\xff\x80",
+                                "preserve_str",
+                                "optimize_mforce_nodes"};
+  const ScratchDirectory scratch;
+  const std::string path = scratch.file("out.sbr");
+  std::mt19937 random(20240506);
+  int records = 0;
+  for (int round = 0; round < 300; ++round) {
+    std::string text;
+    const int count = static_cast<int>(random() % 9);
+    for (int i = 0; i < count; ++i) {
+      const std::string piece = pieces[random() % std::size(pieces)];
+      text += random() % 8 == 0 ? piece.substr(0, random() % (piece.size() + 1)) : piece;
+      if (random() % 50 == 0) text += std::string(random() % 5000, static_cast<char>('!' + random() % 90));
+    }
+    SBR body = build_bracket();
+    log.clear();
+    const int result = write_record(body, path, text.c_str());
+    EXPECT_EQ(std::filesystem::exists(path), result == 1) << text;
+    EXPECT_TRUE(result == 1 || !log.take_complaints().empty()) << text;
+    if (result == 1) {
+      ++records;
+      // Two kinds of record no reader takes: a preload without values, as a range without modes leaves it, and the
+      // 8.1 layout of a coarsened body, whose mode words its version code does not announce.
+      const bool has_modes = SBR_ModalStatisticsExist(body) != 0;
+      const bool is_announced = SBR_IsCoarsened(body) == 0 || text.find("81_comp") == std::string::npos;
+      EXPECT_EQ(SBR_CreateFromSBR(path.c_str()) != nullptr, has_modes && is_announced) << text;
+      std::filesystem::remove(path);
+    }
+    SBR_Terminate();
+  }
+  EXPECT_GT(records, 50);
+}
+
+}  // namespace
+}  // namespace sbrtest
