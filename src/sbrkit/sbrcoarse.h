@@ -16,9 +16,16 @@ struct Face {
   std::int32_t *nodes;    // node indices in order around the polygon, inside Mesh::pool or a chunk of it
   std::int32_t count;     // vertices in the polygon
   std::int32_t capacity;  // room behind `nodes`
+  std::int32_t box;       // place in Mesh::boxes plus 1; 0 for an original face
   double normal[3];       // unit normal, or zero
   bool present;           // false: the slot is empty
   bool reversed;          // during the attempts at a node: positions 1 to count - 1 are to be read backwards
+};
+
+// A box that holds the vertices in play of a fused polygon; it may be larger than they need.
+struct Box {
+  double low[3];
+  double high[3];
 };
 
 struct Node {
@@ -42,6 +49,7 @@ struct Mesh {
   Array<std::int32_t> pool;               // the vertices of the original faces
   OwnedList<Array<std::int32_t>> chunks;  // further room for polygons
   std::size_t chunk_used = 0;             // of the last chunk
+  Array<Box> boxes;                       // of the fused polygons
 
   // Scratch, kept between nodes.
   Array<std::int32_t> polygon;  // the fused polygon

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <limits>
 
 #include "reports.h"
 #include "sbrcoarse.h"
@@ -17,6 +18,23 @@ constexpr std::size_t kSmallFan = 16;
 
 // ---- node test --------------------------------------------------------------------------------------------
 
+void widen(Box &box, const Node &node) noexcept {
+  const double at[3] = {node.x, node.y, node.z};
+  for (int c = 0; c < 3; ++c) {
+    box.low[c] = std::min(box.low[c], at[c]);
+    box.high[c] = std::max(box.high[c], at[c]);
+  }
+}
+
+// True when even the far corner of the box is near enough. Rounding keeps the order of distances, so that this decides
+// as the vertices would; false leaves the matter to them.
+bool box_within(const Box &box, const Node &center, double limit) noexcept {
+  const double at[3] = {center.x, center.y, center.z};
+  double farthest[3];
+  for (int c = 0; c < 3; ++c) farthest[c] = std::max(std::fabs(box.low[c] - at[c]), std::fabs(box.high[c] - at[c]));
+  return farthest[0] * farthest[0] + farthest[1] * farthest[1] + farthest[2] * farthest[2] <= limit;
+}
+
 bool within_distance(const Mesh &mesh, std::int32_t node, std::span<const std::int32_t> slots, double limit) noexcept {
   const Node &center = mesh.node(node);
   std::int32_t previous = -1;
@@ -24,6 +42,7 @@ bool within_distance(const Mesh &mesh, std::int32_t node, std::span<const std::i
     const Face &face = mesh.face(slot);
     if (!face.present || slot == previous) continue;
     previous = slot;
+    if (face.box != 0 && box_within(mesh.boxes[static_cast<std::size_t>(face.box) - 1], center, limit)) continue;
     for (std::int32_t p = 0; p < face.count; ++p) {
       if (!mesh.in_play(face.nodes[p])) continue;
       const Node &vertex = mesh.node(face.nodes[p]);
@@ -147,7 +166,10 @@ bool string_together(Mesh &mesh) noexcept {
   for (const std::int32_t slot : mesh.taken) {
     Face &face = mesh.face(slot);
     settle(face);
-    for (std::int32_t p = from; p < face.count; ++p) (void)mesh.polygon.push_back(face.nodes[p]);
+    const std::size_t have = mesh.polygon.size();
+    const std::int32_t more = std::max(0, face.count - from);
+    (void)mesh.polygon.resize(static_cast<std::int64_t>(have) + more);
+    std::copy_n(face.nodes + from, more, mesh.polygon.data() + have);
     from = 2;
   }
   return true;
@@ -207,12 +229,40 @@ bool fuse_fan(Mesh &mesh, std::int32_t node) noexcept {
   return false;
 }
 
+// Gives the polygon of the taken faces a box around all their nodes in play. False when memory is short.
+bool secure_box(Mesh &mesh, Face &room) noexcept {
+  constexpr double kFar = std::numeric_limits<double>::infinity();
+  Box box{{kFar, kFar, kFar}, {-kFar, -kFar, -kFar}};
+  room.box = 0;
+  for (const std::int32_t slot : mesh.taken) {
+    const Face &face = mesh.face(slot);
+    if (face.box != 0) {
+      const Box &other = mesh.boxes[static_cast<std::size_t>(face.box) - 1];
+      for (int c = 0; c < 3; ++c) {
+        box.low[c] = std::min(box.low[c], other.low[c]);
+        box.high[c] = std::max(box.high[c], other.high[c]);
+      }
+      room.box = face.box;
+      continue;
+    }
+    for (std::int32_t p = 0; p < face.count; ++p)
+      if (mesh.in_play(face.nodes[p])) widen(box, mesh.node(face.nodes[p]));
+  }
+  if (room.box == 0) {
+    if (!mesh.boxes.push_back(box)) return false;
+    room.box = mesh.boxes.count();
+  }
+  mesh.boxes[static_cast<std::size_t>(room.box) - 1] = box;
+  return true;
+}
+
 // Puts the polygon into a slot, in the room secured for it.
 void store_polygon(Mesh &mesh, std::int32_t slot, const Face &room, const double *normal) noexcept {
   Face &face = mesh.face(slot);
   std::copy_n(normal, 3, face.normal);
   face.nodes = room.nodes;
   face.capacity = room.capacity;
+  face.box = room.box;
   face.count = mesh.polygon.count();
   std::copy(mesh.polygon.begin(), mesh.polygon.end(), face.nodes);
   face.present = true;
@@ -228,6 +278,20 @@ bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept {
          flat(mesh, slots, limits.cosine);
 }
 
+namespace {
+
+// The first place of a node in a polygon, or its end. Looks at eight vertices at a time, since polygons grow long.
+std::int32_t *find_vertex(std::int32_t *nodes, std::int32_t *end, std::int32_t node) noexcept {
+  for (; end - nodes >= 8; nodes += 8) {
+    int hits = 0;
+    for (int k = 0; k < 8; ++k) hits += nodes[k] == node ? 1 : 0;
+    if (hits != 0) break;
+  }
+  return std::find(nodes, end, node);
+}
+
+}  // namespace
+
 // Turns every face of the node so that the node stands first; faces that lost the node leave its list.
 void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept {
   const std::span<std::int32_t> slots = mesh.faces_of(node);
@@ -235,7 +299,7 @@ void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept {
   for (const std::int32_t slot : slots) {
     Face &face = mesh.face(slot);
     std::int32_t *end = face.nodes + face.count;
-    std::int32_t *place = std::find(face.nodes, end, node);
+    std::int32_t *place = find_vertex(face.nodes, end, node);
     if (!face.present || place == end) continue;
     std::rotate(face.nodes, place, end);
     slots[kept++] = slot;
@@ -293,7 +357,7 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
   const bool prepared = note_fan_ends(mesh, slots) && mesh.taken.reserve(static_cast<std::int64_t>(slots.size()));
   const bool fused = prepared && fuse_fan(mesh, node);
   for (const std::int32_t slot : slots) settle(mesh.face(slot));
-  const bool secured = fused && secure_room(mesh, room);
+  const bool secured = fused && secure_room(mesh, room) && secure_box(mesh, room);
   if (!prepared || (fused && !secured)) report_no_memory(kUnit);
   if (!fused || !secured) {
     give_faces_back(mesh);
