@@ -35,21 +35,29 @@ bool box_within(const Box &box, const Node &center, double limit) noexcept {
   return farthest[0] * farthest[0] + farthest[1] * farthest[1] + farthest[2] * farthest[2] <= limit;
 }
 
-bool within_distance(const Mesh &mesh, std::int32_t node, std::span<const std::int32_t> slots, double limit) noexcept {
+bool too_far(const Mesh &mesh, const Node &center, std::int32_t vertex, double limit) noexcept {
+  if (!mesh.in_play(vertex)) return false;
+  const Node &node = mesh.node(vertex);
+  const double dx = node.x - center.x;
+  const double dy = node.y - center.y;
+  const double dz = node.z - center.z;
+  return dx * dx + dy * dy + dz * dz > limit;
+}
+
+// One node too far ends the test, whichever it is: the box and the vertex that failed last save most of the looking.
+bool within_distance(Mesh &mesh, std::int32_t node, std::span<const std::int32_t> slots, double limit) noexcept {
   const Node &center = mesh.node(node);
   std::int32_t previous = -1;
   for (const std::int32_t slot : slots) {
-    const Face &face = mesh.face(slot);
+    Face &face = mesh.face(slot);
     if (!face.present || slot == previous) continue;
     previous = slot;
     if (face.box != 0 && box_within(mesh.boxes[static_cast<std::size_t>(face.box) - 1], center, limit)) continue;
+    if (face.far < face.count && too_far(mesh, center, face.nodes[face.far], limit)) return false;
     for (std::int32_t p = 0; p < face.count; ++p) {
-      if (!mesh.in_play(face.nodes[p])) continue;
-      const Node &vertex = mesh.node(face.nodes[p]);
-      const double dx = vertex.x - center.x;
-      const double dy = vertex.y - center.y;
-      const double dz = vertex.z - center.z;
-      if (dx * dx + dy * dy + dz * dz > limit) return false;
+      if (!too_far(mesh, center, face.nodes[p], limit)) continue;
+      face.far = p;
+      return false;
     }
   }
   return true;
@@ -263,6 +271,8 @@ void store_polygon(Mesh &mesh, std::int32_t slot, const Face &room, const double
   face.nodes = room.nodes;
   face.capacity = room.capacity;
   face.box = room.box;
+  face.distinct = room.distinct;
+  face.far = 0;
   face.count = mesh.polygon.count();
   std::copy(mesh.polygon.begin(), mesh.polygon.end(), face.nodes);
   face.present = true;
@@ -280,14 +290,34 @@ bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept {
 
 namespace {
 
-// The first place of a node in a polygon, or its end. Looks at eight vertices at a time, since polygons grow long.
-std::int32_t *find_vertex(std::int32_t *nodes, std::int32_t *end, std::int32_t node) noexcept {
-  for (; end - nodes >= 8; nodes += 8) {
-    int hits = 0;
-    for (int k = 0; k < 8; ++k) hits += nodes[k] == node ? 1 : 0;
-    if (hits != 0) break;
+// The first place of a node in a polygon, -1 when it is not there. The nodes of a run come near each other, so that
+// where it makes no difference the search goes in from both ends.
+std::int32_t find_vertex(const Face &face, std::int32_t node) noexcept {
+  if (!face.distinct) {
+    const std::int32_t *begin = face.nodes;
+    const std::int32_t *end = begin + face.count;
+    const std::int32_t *place = std::find(begin, end, node);
+    return place == end ? -1 : static_cast<std::int32_t>(place - begin);
   }
-  return std::find(nodes, end, node);
+  for (std::int32_t front = 0, back = face.count - 1; front <= back; ++front, --back) {
+    if (face.nodes[front] == node) return front;
+    if (face.nodes[back] == node) return back;
+  }
+  return -1;
+}
+
+// Turns a polygon so that a position comes first, moving whole blocks.
+void rotate(Mesh &mesh, Face &face, std::int32_t position) noexcept {
+  if (position == 0) return;
+  if (!mesh.turned.reserve(face.count)) {
+    std::rotate(face.nodes, face.nodes + position, face.nodes + face.count);
+    return;
+  }
+  std::int32_t *front = mesh.turned.data();
+  const std::int32_t behind = face.count - position;
+  std::copy_n(face.nodes, position, front);
+  std::copy(face.nodes + position, face.nodes + face.count, face.nodes);
+  std::copy_n(front, position, face.nodes + behind);
 }
 
 }  // namespace
@@ -298,10 +328,9 @@ void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept {
   std::size_t kept = 0;
   for (const std::int32_t slot : slots) {
     Face &face = mesh.face(slot);
-    std::int32_t *end = face.nodes + face.count;
-    std::int32_t *place = find_vertex(face.nodes, end, node);
-    if (!face.present || place == end) continue;
-    std::rotate(face.nodes, place, end);
+    const std::int32_t position = face.present ? find_vertex(face, node) : -1;
+    if (position < 0) continue;
+    rotate(mesh, face, position);
     slots[kept++] = slot;
   }
   mesh.node(node).count = static_cast<std::int32_t>(kept);
@@ -334,9 +363,7 @@ void follow_redirections(Mesh &mesh, std::int32_t node) noexcept {
   std::span<std::int32_t> slots = mesh.faces_of(node);
   bool changed = false;
   for (std::int32_t &slot : slots) {
-    std::int32_t root = slot;
-    while (mesh.merged_into[static_cast<std::size_t>(root)] != root)
-      root = mesh.merged_into[static_cast<std::size_t>(root)];
+    const std::int32_t root = root_of(mesh, slot);
     for (std::int32_t at = slot; at != root;) {
       const std::int32_t next = mesh.merged_into[static_cast<std::size_t>(at)];
       mesh.merged_into[static_cast<std::size_t>(at)] = root;
@@ -367,9 +394,10 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
   std::copy_n(mesh.face(mesh.taken[0]).normal, 3, normal);
   const bool open = mesh.polygon[0] != mesh.polygon[mesh.polygon.size() - 1];
   if (open) (void)mesh.polygon.push_back(node);
+  const bool rim_distinct = rim_is_distinct(mesh);
   redirect_face_references(mesh, node);
   if (!open) mesh.node(node).in_play = false;
-  prune_polygon_loops(mesh);
+  room.distinct = prune_polygon_loops(mesh, rim_distinct);
   store_polygon(mesh, slots[0], room, normal);
 }
 
