@@ -765,44 +765,47 @@ SBR_API int SBR_write_DB(SBR body, const char *path, const char *qualifiers);
 SBR_API void SBR_ShiftLBRFtoCM(SBR body);
 /* Brings the modes to unit generalized mass and diagonal stiffness, and carries mode shapes, modal stresses and
    strains, modal loads, preload, damping and monitor points over. Generalized matrices with entries off the diagonal:
-   solves K x = lambda M x by QZ, sorts, prints the eigenvalues through SBR_Info, and orthonormalizes the vectors against
-   M by Gram-Schmidt; otherwise modes are scaled by the roots of their masses. Modes from the first infinite eigenvalue
-   (marker 1.2345e20) on are dropped. Modes are numbered from 1, and the generalized mass and stiffness lists go; the
-   eigenvalue table takes their place. Gives 1, also when there is nothing to do; 0 without modes, and after a report of
-   short memory (of the eigenproblem: the body is unchanged), a modal load of the wrong length ("Failed to transform
-   modal loads following orthonormalization.\n", modes untouched) or a failed SBR_TransformModes. */
+   solves K x = lambda M x by QZ, sorts, prints the eigenvalues through SBR_Info, and orthonormalizes the vectors
+   against M by Gram-Schmidt; otherwise modes are scaled by the roots of their masses. Modes from the first infinite
+   eigenvalue (marker 1.2345e20) on are dropped. Modes are numbered from 1, and the generalized mass and stiffness
+   lists go; the eigenvalue table takes their place. Gives 1, also when there is nothing to do; 0 without modes, and
+   after a report of short memory (of the eigenproblem: the body is unchanged), a modal load of the wrong length
+   ("Failed to transform modal loads following orthonormalization.\n", modes untouched) or a failed
+   SBR_TransformModes. */
 SBR_API int SBR_OrthoNormalize(SBR body);
-/* Rewrites a kind of mode data in new_count modes. matrix: M x M, row by row, M the mode count; row old mode, column new
-   mode; null gives 1 at once. With entries off the diagonal in the generalized matrices, new mode j is the sum over old
-   modes i ascending of matrix[i][j] x mode i, zero weights left out; otherwise mode i times matrix[i][i], where a weight
-   of zero repeats the mode before (zeros for the first). The result lies in a new temporary file in the directory of
-   TMP. 0 after a report: new_count outside 0 to M, the file cannot be made, a mode cannot be found, or the disk is full;
-   the old file then stays in use. Progress goes to SBR_TimeMonitor unless KTX_NO_TIME_MONITOR_STAMP is set. Memory does
-   not grow with the node count. */
+/* Rewrites a kind of mode data in new_count modes. matrix: M x M, row by row, M the mode count; row old mode, column
+   new mode; null gives 1 at once. With entries off the diagonal in the generalized matrices, new mode j is the sum
+   over old modes i ascending of matrix[i][j] x mode i, zero weights left out; otherwise mode i times matrix[i][i],
+   where a weight of zero repeats the mode before (zeros for the first). The result lies in a new temporary file in
+   the directory of TMP. 0 after a report: new_count outside 0 to M, the file cannot be made, a mode cannot be found,
+   or the disk is full; the old file then stays in use. Progress goes to SBR_TimeMonitor unless
+   KTX_NO_TIME_MONITOR_STAMP is set. Memory does not grow with the node count. */
 SBR_API int SBR_TransformModes(SBR body, int kind, int new_count, const double *matrix);
-/* Multiplies every row of the monitor points' operators by the M x M matrix from the right; of load operators those of
-   as many cases as there are modal load cases. 1, also for a null matrix; 0 after a report when memory is short. */
+/* Multiplies every row of the monitor points' operators by the M x M matrix from the right; of load operators those
+   of as many cases as there are modal load cases. 1, also for a null matrix; 0 after a report when memory is short.
+   */
 SBR_API int SBR_TransformMonitorPoints(SBR body, const double *matrix);
-/* Enters the generalized masses between the modes numbered 1 to first_count and the extra_count modes after them, from
-   nodal masses and inertias: (i, j) and (j, i) each. The counts must add up to the mode count, else "Mode count mismatch
-   while generating additional generalized masses.". The next SBR_OrthoNormalize solves the full problem. */
+/* Enters the generalized masses between the modes numbered 1 to first_count and the extra_count modes after them,
+   from nodal masses and inertias: (i, j) and (j, i) each. The counts must add up to the mode count, else "Mode count
+   mismatch while generating additional generalized masses.". The next SBR_OrthoNormalize solves the full problem. */
 SBR_API void SBR_AnsysAddGenMass(SBR body, int first_count, int extra_count);
-/* Makes the eigenvalue table from diagonal generalized matrices when there is none, numbers the modes from 1 and drops
-   the mass and stiffness lists. A mode with a mass of at most 1e-15 gets a warning and the marker 1.2345e20; a mode whose
-   matrices are not diagonal is reported and counts as one without mass. 0 after a report when memory is short or there
-   are no modes. */
+/* Makes the eigenvalue table from diagonal generalized matrices when there is none, numbers the modes from 1 and
+   drops the mass and stiffness lists. A mode with a mass of at most 1e-15 gets a warning and the marker 1.2345e20; a
+   mode whose matrices are not diagonal is reported and counts as one without mass. 0 after a report when memory is
+   short or there are no modes. */
 SBR_API int SBR_EnsureEigenTable(SBR body);
-/* Gives in *scale a new array of M values, the roots of the generalized masses in the eigenvalue table, to be released
-   with SBR_FreeMemory: 1.0 for a mass of 0 or a missing row, NaN for a negative mass. Rows with a mass other than 0 then
-   hold the mass 1 and their eigenvalue as stiffness. 0, with *scale null, when there are no modes or no memory. */
+/* Gives in *scale a new array of M values, the roots of the generalized masses in the eigenvalue table, to be
+   released with SBR_FreeMemory: 1.0 for a mass of 0 or a missing row, NaN for a negative mass. Rows with a mass other
+   than 0 then hold the mass 1 and their eigenvalue as stiffness. 0, with *scale null, when there are no modes or no
+   memory. */
 SBR_API int SBR_MassNormalizationScales(SBR body, double **scale);
-/* The four stages of the QZ algorithm for A x = lambda B x (Moler and Stewart, SIAM J. Numer. Anal. 10, 1973), in this
-   order, with the results of the EISPACK routines QZHES, QZIT, QZVAL and QZVEC bit for bit. a, b, z: n columns of nm
-   values, element (i, j) at [i + j * nm]; alfr, alfi, beta: n values. matz not 0 accumulates z, which SBR_QZVECC turns
-   into eigenvectors: real ones with a largest component of 1, complex pairs in two columns (real part first) with a
-   largest |re| + |im| of 1. The eigenvalues are (alfr + i alfi) / beta. eps1: relative precision, 2^-53 when not above
-   0. ierr: 0, or the index of the eigenvalue at which 30 n steps were used up. Element (n, 1) of b carries the tolerance
-   of b from stage to stage when n > 1. n < 1, nm < n and null arrays do nothing. */
+/* The four stages of the QZ algorithm for A x = lambda B x (Moler and Stewart, SIAM J. Numer. Anal. 10, 1973), in
+   this order, with the results of the EISPACK routines QZHES, QZIT, QZVAL and QZVEC bit for bit. a, b, z: n columns
+   of nm values, element (i, j) at [i + j * nm]; alfr, alfi, beta: n values. matz not 0 accumulates z, which
+   SBR_QZVECC turns into eigenvectors: real ones with a largest component of 1, complex pairs in two columns (real
+   part first) with a largest |re| + |im| of 1. The eigenvalues are (alfr + i alfi) / beta. eps1: relative precision,
+   2^-53 when not above 0. ierr: 0, or the index of the eigenvalue at which 30 n steps were used up. Element (n, 1) of
+   b carries the tolerance of b from stage to stage when n > 1. n < 1, nm < n and null arrays do nothing. */
 SBR_API void SBR_QZHESS(const int *nm, const int *n, double *a, double *b, const int *matz, double *z);
 SBR_API void SBR_QZITT(const int *nm, const int *n, double *a, double *b, const double *eps1, const int *matz,
                        double *z, int *ierr);
