@@ -24,8 +24,8 @@ struct Term {
 using Terms = std::vector<Term>;
 
 struct Command {
-  std::string verb;                          // in lower case; empty when the text starts with an item
-  std::map<std::string, Terms> items;        // by name in lower case
+  std::string verb;                    // in lower case; empty when the text starts with an item
+  std::map<std::string, Terms> items;  // by name in lower case
 
   // The terms of an item; throws bad_command when there is no such item.
   [[nodiscard]] const Terms &item(const std::string &name) const;

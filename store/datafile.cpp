@@ -61,12 +61,10 @@ class Statement {
     if (code != SQLITE_OK) fail(code);
   }
 
-  Statement &bind(int place, std::int64_t value) {
-    return checked(sqlite3_bind_int64(statement_.get(), place, value));
-  }
+  Statement &bind(int place, std::int64_t value) { return checked(sqlite3_bind_int64(statement_.get(), place, value)); }
   Statement &bind(int place, const std::string &text) {
-    return checked(sqlite3_bind_text64(statement_.get(), place, text.data(), text.size(), SQLITE_TRANSIENT,
-                                       SQLITE_UTF8));
+    return checked(
+        sqlite3_bind_text64(statement_.get(), place, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
   }
   Statement &bind(int place, std::span<const std::int64_t> words) {
     return checked(sqlite3_bind_blob64(statement_.get(), place, words.data(), words.size_bytes(), SQLITE_TRANSIENT));
@@ -107,7 +105,8 @@ class Statement {
   std::unique_ptr<sqlite3_stmt, Finalize> statement_;
 };
 
-// ---- the file --------------------------------------------------------------------------------------------------------
+// ---- the file
+// --------------------------------------------------------------------------------------------------------
 
 void DataFile::Close::operator()(sqlite3 *connection) const noexcept { sqlite3_close_v2(connection); }
 
@@ -151,7 +150,8 @@ void DataFile::roll_back() noexcept {
     sqlite3_exec(connection_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
 }
 
-// ---- data blocks -----------------------------------------------------------------------------------------------------
+// ---- data blocks
+// -----------------------------------------------------------------------------------------------------
 
 Qualifiers DataFile::qualifiers_of(std::int64_t block) {
   Qualifiers qualifiers;
@@ -212,7 +212,8 @@ void DataFile::set_trailer(std::int64_t block, std::span<const std::int64_t, 7> 
   Statement(*this, "UPDATE block SET trailer = ? WHERE id = ?").bind(1, trailer).bind(2, block).step();
 }
 
-// ---- records and words -----------------------------------------------------------------------------------------------
+// ---- records and words
+// -----------------------------------------------------------------------------------------------
 
 void DataFile::add_record(std::int64_t block, const Record &record) {
   Statement(*this, "INSERT INTO record(block, number, first_word, words) VALUES (?, ?, ?, ?)")

@@ -83,7 +83,8 @@ using qsrv::Status;
 
 #define QSRV_ENTRY extern "C" __attribute__((visibility("default"))) void
 
-// ---- hooks -----------------------------------------------------------------------------------------------------------
+// ---- hooks
+// -----------------------------------------------------------------------------------------------------------
 
 // Called before the store is unloaded: an open database is left as it was when it was opened.
 QSRV_ENTRY Qsrv_22_2_terminate() {
@@ -91,7 +92,8 @@ QSRV_ENTRY Qsrv_22_2_terminate() {
   qsrv::booted = false;
 }
 
-// ---- the system and the database -------------------------------------------------------------------------------------
+// ---- the system and the database
+// -------------------------------------------------------------------------------------
 
 QSRV_ENTRY QS_GetSysBuf(int *maximum, int *second, int) {
   if (maximum != nullptr) *maximum = qsrv::kLargestRecordLength;
@@ -144,8 +146,7 @@ QSRV_ENTRY QS_DbaseNdl(const char *, int *status) {
 }
 
 QSRV_ENTRY QS_DbCommand(const char *command, int *status) {
-  qsrv::set_status(status,
-                   [&] { qsrv::open_database().run(qsrv::parse_command(qsrv::given(command))); });
+  qsrv::set_status(status, [&] { qsrv::open_database().run(qsrv::parse_command(qsrv::given(command))); });
 }
 
 QSRV_ENTRY QS_GetDbdict(const char *command, char *buffer, int size, int *needed, int *status) {
@@ -161,23 +162,22 @@ QSRV_ENTRY QS_GetDbdict(const char *command, char *buffer, int size, int *needed
   });
 }
 
-// ---- data blocks -----------------------------------------------------------------------------------------------------
+// ---- data blocks
+// -----------------------------------------------------------------------------------------------------
 
 QSRV_ENTRY QS_AllocDatablk(const char *command, int *unit, int *count, int *status) {
   int first = 0;
   int found = 0;
-  qsrv::set_status(status, [&] {
-    found = qsrv::open_database().attach(qsrv::parse_command(qsrv::given(command)), first);
-  });
+  qsrv::set_status(status,
+                   [&] { found = qsrv::open_database().attach(qsrv::parse_command(qsrv::given(command)), first); });
   if (unit != nullptr) *unit = first;
   if (count != nullptr) *count = found;
 }
 
 QSRV_ENTRY QS_CreateDatablk(const char *command, int *unit, int *count, int *status) {
   int created = 0;
-  qsrv::set_status(status, [&] {
-    created = qsrv::open_database().create_block(qsrv::parse_command(qsrv::given(command)));
-  });
+  qsrv::set_status(status,
+                   [&] { created = qsrv::open_database().create_block(qsrv::parse_command(qsrv::given(command))); });
   if (unit != nullptr) *unit = created;
   if (count != nullptr) *count = created != 0 ? 1 : 0;
 }
@@ -203,7 +203,8 @@ QSRV_ENTRY Ruvo_WriteTrailer(const int64_t *trailer7) {
   });
 }
 
-// ---- records ---------------------------------------------------------------------------------------------------------
+// ---- records
+// ---------------------------------------------------------------------------------------------------------
 
 QSRV_ENTRY Ruvo_SkipRecord(int *status, int unit) {
   qsrv::set_status(status, [&] { qsrv::open_database().unit(unit).skip_record(); });

@@ -70,8 +70,8 @@ void create_master(const std::string &path) {
   const std::string fresh = path + ".new";
   const int file = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (file < 0) throw Failure{Status::not_opened};
-  const bool written = ::write(file, record.data(), sizeof record) == static_cast<ssize_t>(sizeof record) &&
-                       ::fsync(file) == 0;
+  const bool written =
+      ::write(file, record.data(), sizeof record) == static_cast<ssize_t>(sizeof record) && ::fsync(file) == 0;
   ::close(file);
   const bool linked = written && ::link(fresh.c_str(), path.c_str()) == 0;
   const bool present = written && !linked && errno == EEXIST;

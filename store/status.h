@@ -17,11 +17,11 @@ enum class Status : int {
   bad_unit = 109,         // a unit that does not exist, or is open in another mode
   end_of_record = 110,
   end_of_data = 111,
-  busy = 112,             // another process keeps the database locked
-  not_written = 113,      // something could not be stored; the run is undone
+  busy = 112,         // another process keeps the database locked
+  not_written = 113,  // something could not be stored; the run is undone
   no_memory = 114,
   bad_argument = 115,
-  no_room = 116,          // a result does not fit into the caller's buffer
+  no_room = 116,  // a result does not fit into the caller's buffer
 };
 
 struct Failure {

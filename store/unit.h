@@ -48,9 +48,9 @@ class Unit {
   std::int64_t block_;
   bool ours_;
   Mode mode_ = Mode::closed;
-  Record record_;            // the present record; while writing its count of words is not yet known
-  std::int64_t word_ = 0;    // the next word
-  bool lost_ = false;        // a position was asked for that does not exist
+  Record record_;          // the present record; while writing its count of words is not yet known
+  std::int64_t word_ = 0;  // the next word
+  bool lost_ = false;      // a position was asked for that does not exist
   std::vector<std::int64_t> buffer_;
   std::int64_t buffer_start_ = -1;  // the first word of the buffered piece, -1 for none
 };

@@ -53,9 +53,7 @@ class Header {
     return *this;
   }
   // A value in the upper half of a word, as some big-endian machines have it.
-  Header &upper(std::size_t index, std::int32_t value) {
-    return number(index, static_cast<std::int64_t>(value) << 32);
-  }
+  Header &upper(std::size_t index, std::int32_t value) { return number(index, static_cast<std::int64_t>(value) << 32); }
 
   [[nodiscard]] FileCheck decode(std::int64_t limit = INT32_MAX) {
     report = sbr::FileReport{};
@@ -70,7 +68,8 @@ class Header {
   std::array<unsigned char, 1024> bytes_{};
 };
 
-// ---- the four forms --------------------------------------------------------------------------------------------------
+// ---- the four forms
+// --------------------------------------------------------------------------------------------------
 
 TEST(FileCheckHeader, TheOwnFormIsUsable) { EXPECT_EQ(Header(kOwn).decode(), FileCheck::usable); }
 
@@ -115,16 +114,13 @@ TEST(FileCheckHeader, BigEndianValuesMayStandInTheUpperHalf) {
 
 TEST(FileCheckHeader, BigEndianCharactersMayHaveBeenStoredAsNumbers) {
   EXPECT_EQ(Header(kBig32).text(19, "MIT*").text(20, "TS E").text(21, "*PMA").decode(), FileCheck::other_platform);
-  EXPECT_EQ(Header(kBig64)
-                .text(19, "\0\0\0\0")
-                .number(19, 0x4D49542A)
-                .number(20, 0x54532045)
-                .number(21, 0x2A504D41)
-                .decode(),
-            FileCheck::other_platform);
+  EXPECT_EQ(
+      Header(kBig64).text(19, "\0\0\0\0").number(19, 0x4D49542A).number(20, 0x54532045).number(21, 0x2A504D41).decode(),
+      FileCheck::other_platform);
 }
 
-// ---- codes of the own form -------------------------------------------------------------------------------------------
+// ---- codes of the own form
+// -------------------------------------------------------------------------------------------
 
 TEST(FileCheckHeader, OffsetsMustStandInTheirRanges) {
   struct Case {
@@ -188,7 +184,8 @@ TEST(FileCheckHeader, EveryDamagedByteLeavesACode) {
     }
 }
 
-// ---- the report ------------------------------------------------------------------------------------------------------
+// ---- the report
+// ------------------------------------------------------------------------------------------------------
 
 TEST(FileCheckHeader, TheReportTellsStampsNamesAndVersion) {
   for (const Machine machine : {kOwn, kBig64, kBig32, kLittle32}) {
@@ -230,7 +227,8 @@ TEST(FileCheckHeader, AnotherSetNameIsNoMaster) {
   EXPECT_STREQ(header.report.set_name, "DBALL   ");
 }
 
-// ---- files and messages ----------------------------------------------------------------------------------------------
+// ---- files and messages
+// ----------------------------------------------------------------------------------------------
 
 class FileCheckTest : public LibraryTest {
  protected:
@@ -267,9 +265,8 @@ TEST_F(FileCheckTest, ADirectoryAndADeviceAreNoRegularFiles) {
   const std::string path = directory.path().string();
   EXPECT_EQ(DB_CheckDBset(path.c_str()), 4);
   EXPECT_EQ(DB_CheckDBset("/dev/null"), 4);
-  EXPECT_EQ(log.take(),
-            (std::vector<Message>{error("Specified QS DB file " + path + " not a normal/regular file."),
-                                  error("Specified QS DB file /dev/null not a normal/regular file.")}));
+  EXPECT_EQ(log.take(), (std::vector<Message>{error("Specified QS DB file " + path + " not a normal/regular file."),
+                                              error("Specified QS DB file /dev/null not a normal/regular file.")}));
 }
 
 TEST_F(FileCheckTest, APipeIsNotOpened) {
@@ -312,8 +309,7 @@ TEST_F(FileCheckTest, OtherFailuresOfTheSystemAreUnknownErrors) {
   EXPECT_EQ(log.take(),
             std::vector<Message>{error("An unknown error was encountered while opening QS DB file " + path + ".")});
   EXPECT_EQ(DB_CheckDBset(nullptr), -1);
-  EXPECT_EQ(log.take(),
-            std::vector<Message>{error("An unknown error was encountered while opening QS DB file .")});
+  EXPECT_EQ(log.take(), std::vector<Message>{error("An unknown error was encountered while opening QS DB file .")});
 }
 
 TEST_F(FileCheckTest, APathLongerThanAnyBufferIsReportedCut) {
@@ -334,8 +330,7 @@ TEST_F(FileCheckTest, EachHeaderFaultHasItsReason) {
        {Case{10, Header(kOwn).number(3, 0), "Timestamp signature offset is invalid."},
         Case{11, Header(kOwn).number(6, 17), "Timestamp signature is invalid."},
         Case{12, Header(kOwn).number(79, 1), "Floating point, endian word length invalid for this platform."},
-        Case{13, Header(kOwn).number(4, std::int64_t{1} << 31),
-             "DBset record length (BUFFSIZE) is out of range."}}) {
+        Case{13, Header(kOwn).number(4, std::int64_t{1} << 31), "DBset record length (BUFFSIZE) is out of range."}}) {
     EXPECT_EQ(DB_CheckDBset(write(fault.header.bytes()).c_str()), fault.code);
     EXPECT_EQ(log.take(), std::vector<Message>{error(header_text(fault.reason))});
   }
@@ -346,10 +341,10 @@ TEST_F(FileCheckTest, AFileOfAnotherPlatformIsDescribed) {
   EXPECT_EQ(DB_CheckDBset(write(Header(kBig32).number(79, 8).bytes()).c_str()), 1);
   EXPECT_EQ(DB_CheckDBset(write(Header(kBig64).number(79, 5).bytes()).c_str()), 1);
   EXPECT_EQ(DB_CheckDBset(write(Header(kLittle32).number(79, 14).bytes()).c_str()), 1);
-  EXPECT_EQ(log.take(), (std::vector<Message>{error(platform_text("64-bit/big-endian/IEEE")),
-                                              error(platform_text("32-bit/big-endian/IBM")),
-                                              error(platform_text("64-bit/big-endian/CRAY")),
-                                              error(platform_text("32-bit/little-endian/VAX"))}));
+  EXPECT_EQ(log.take(),
+            (std::vector<Message>{
+                error(platform_text("64-bit/big-endian/IEEE")), error(platform_text("32-bit/big-endian/IBM")),
+                error(platform_text("64-bit/big-endian/CRAY")), error(platform_text("32-bit/little-endian/VAX"))}));
 }
 
 TEST_F(FileCheckTest, AnotherFormOfThisPlatformsNumbersIsDescribed) {

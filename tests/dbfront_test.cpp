@@ -87,7 +87,8 @@ class DatabaseFrontTest : public LibraryTest {
   StandinState *standin = nullptr;
 };
 
-// ---- binding ---------------------------------------------------------------------------------------------------------
+// ---- binding
+// ---------------------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseFrontTest, TheLibraryIsBoundOnce) {
   EXPECT_EQ(CDB_LoadLibrary(), 1);
@@ -179,8 +180,8 @@ TEST_F(DatabaseFrontTest, EveryEntryThatIsNotBoundIsAReportAndAFailure) {
   ASSERT_EQ(messages.size(), 19U);
   for (std::size_t i = 0; i < 19; ++i) {
     EXPECT_EQ(cases[i].result, 0) << cases[i].name;
-    EXPECT_EQ(messages[i], error(std::string("The Qsrv library is not loaded, ") + cases[i].name +
-                                 " cannot be called."));
+    EXPECT_EQ(messages[i],
+              error(std::string("The Qsrv library is not loaded, ") + cases[i].name + " cannot be called."));
   }
   EXPECT_EQ(status, -1);
 }
@@ -222,7 +223,8 @@ TEST_F(DatabaseFrontTest, BlockOperationsWithoutALibraryFailSafely) {
   for (const Message &message : log.take()) EXPECT_EQ(message.severity, Severity::error);
 }
 
-// ---- the scratch database --------------------------------------------------------------------------------------------
+// ---- the scratch database
+// --------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseFrontTest, StartingTheBaseBringsUpAScratchDatabase) {
   ASSERT_EQ(CDB_LoadLibrary(), 1);
@@ -257,9 +259,9 @@ TEST_F(DatabaseFrontTest, AStatusKeepsTheBaseFromStarting) {
   calls();
   // The database was created before its definitions failed to load: it is opened now.
   EXPECT_EQ(DB_StartBase(), 1);
-  EXPECT_THAT(calls(), ElementsAre("QS_DbaseBst(/qsrv/analysis.msg,./)",
-                                   "QS_DbaseOld(" + fs::current_path().string() + "/scratch_a,)",
-                                   "QS_DbaseNdl(/qsrv/SSS)"));
+  EXPECT_THAT(calls(),
+              ElementsAre("QS_DbaseBst(/qsrv/analysis.msg,./)",
+                          "QS_DbaseOld(" + fs::current_path().string() + "/scratch_a,)", "QS_DbaseNdl(/qsrv/SSS)"));
 }
 
 TEST_F(DatabaseFrontTest, OnlyTheFileNameIsCutAtItsLastBar) {
@@ -332,7 +334,8 @@ TEST_F(DatabaseFrontTest, WithoutAHomeDirectoryNothingStarts) {
       ::testing::ExitedWithCode(0), "");
 }
 
-// ---- starting to write -----------------------------------------------------------------------------------------------
+// ---- starting to write
+// -----------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseFrontTest, WritingToANewFileCreatesTheDatabase) {
   EXPECT_EQ(DB_StartWrite(in("wing.MASTER").c_str()), 1);
@@ -348,8 +351,8 @@ TEST_F(DatabaseFrontTest, WritingToANewFileCreatesTheDatabase) {
 TEST_F(DatabaseFrontTest, WritingToAPresentFileOpensTheDatabase) {
   write_file("wing.MASTER", good_header());
   EXPECT_EQ(DB_StartWrite("wing.MASTER"), 1);
-  EXPECT_THAT(standin->calls, ElementsAre("QS_DbaseBst(/qsrv/analysis.msg,./)", "QS_GetSysBuf(0)",
-                                          "QS_DbaseOld(wing,)", "QS_DbaseNdl(/qsrv/SSS)"));
+  EXPECT_THAT(standin->calls, ElementsAre("QS_DbaseBst(/qsrv/analysis.msg,./)", "QS_GetSysBuf(0)", "QS_DbaseOld(wing,)",
+                                          "QS_DbaseNdl(/qsrv/SSS)"));
 }
 
 TEST_F(DatabaseFrontTest, AFileThatFailsTheCheckClosesTheDatabase) {
@@ -362,8 +365,7 @@ TEST_F(DatabaseFrontTest, AFileThatFailsTheCheckClosesTheDatabase) {
 TEST_F(DatabaseFrontTest, ADirectoryOfThatNameIsNoDatabase) {
   fs::create_directory("wing.MASTER");
   EXPECT_EQ(DB_StartWrite("wing.MASTER"), 0);
-  EXPECT_EQ(log.take(),
-            std::vector<Message>{error("Specified QS DB file wing.MASTER not a normal/regular file.")});
+  EXPECT_EQ(log.take(), std::vector<Message>{error("Specified QS DB file wing.MASTER not a normal/regular file.")});
 }
 
 TEST_F(DatabaseFrontTest, EachStatusKeepsTheDatabaseFromOpening) {
@@ -381,8 +383,8 @@ TEST_F(DatabaseFrontTest, EachStatusKeepsTheDatabaseFromOpening) {
 TEST_F(DatabaseFrontTest, ANameWithoutMasterIsRefused) {
   for (const char *name : {"wing.sbr", "", "wing.master"}) {
     EXPECT_EQ(DB_StartWrite(name), 0);
-    EXPECT_EQ(log.take(), std::vector<Message>{error(std::string("The database file name ") + name +
-                                                     " does not contain .MASTER.")});
+    EXPECT_EQ(log.take(), std::vector<Message>{
+                              error(std::string("The database file name ") + name + " does not contain .MASTER.")});
   }
   EXPECT_EQ(DB_StartWrite(nullptr), 0);
   EXPECT_THAT(calls(), IsEmpty());
@@ -400,15 +402,15 @@ TEST_F(DatabaseFrontTest, PathsOfAnyLengthReachTheLibraryWhole) {
   EXPECT_EQ(calls()[1], "QS_DbaseNew(" + base + ",dbsetdel dball)");
 }
 
-// ---- data blocks -----------------------------------------------------------------------------------------------------
+// ---- data blocks
+// -----------------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseFrontTest, ABlockIsCreatedWithItsQualifiers) {
   start_base();
   EXPECT_EQ(DB_CreateSBRblk("projno=1,version=2,selabel='wing, left',peid=3"), 7);
-  EXPECT_THAT(calls(),
-              ElementsAre("QS_CreateDatablk(dbcreate datablk=(sbrdb) "
-                          "quals(projno=1;version=2;selabel='wing, left';peid=3))",
-                          "Ruvo_Open(7,0,1)"));
+  EXPECT_THAT(calls(), ElementsAre("QS_CreateDatablk(dbcreate datablk=(sbrdb) "
+                                   "quals(projno=1;version=2;selabel='wing, left';peid=3))",
+                                   "Ruvo_Open(7,0,1)"));
   EXPECT_EQ(DB_CreateSBRblk(nullptr), 7);
   EXPECT_EQ(calls()[0], "QS_CreateDatablk(dbcreate datablk=(sbrdb) quals())");
   EXPECT_EQ(DB_CreateSBRblk(",a='x,,,''y,',,b"), 7);
@@ -435,12 +437,11 @@ TEST_F(DatabaseFrontTest, ScratchBlocksAreNumberedAboveAThousand) {
   EXPECT_EQ(DB_OpenScratch(&second), 7);
   EXPECT_GE(first, 1001);
   EXPECT_EQ(second, first + 1);
-  EXPECT_THAT(calls(), ElementsAre("QS_CreateDatablk(dbcreate datablk=(sbrtmp) quals(highqual=" +
-                                       std::to_string(first) + "))",
-                                   "Ruvo_Open(7,0,1)",
-                                   "QS_CreateDatablk(dbcreate datablk=(sbrtmp) quals(highqual=" +
-                                       std::to_string(second) + "))",
-                                   "Ruvo_Open(7,0,1)"));
+  EXPECT_THAT(calls(),
+              ElementsAre("QS_CreateDatablk(dbcreate datablk=(sbrtmp) quals(highqual=" + std::to_string(first) + "))",
+                          "Ruvo_Open(7,0,1)",
+                          "QS_CreateDatablk(dbcreate datablk=(sbrtmp) quals(highqual=" + std::to_string(second) + "))",
+                          "Ruvo_Open(7,0,1)"));
   EXPECT_EQ(DB_OpenScratch(nullptr), 7);
   calls();
   EXPECT_EQ(DB_ReOpenScratch(7), 1);
@@ -454,7 +455,8 @@ TEST_F(DatabaseFrontTest, ClosingKeepsTheBlockAndUnitZeroIsNothing) {
   EXPECT_THAT(calls(), ElementsAre("Ruvo_Close(7,1)"));
 }
 
-// ---- words -----------------------------------------------------------------------------------------------------------
+// ---- words
+// -----------------------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseFrontTest, ValuesAreWrittenAsWords) {
   start_base();
@@ -547,7 +549,8 @@ TEST_F(DatabaseFrontTest, PositionsAreSavedAndRestored) {
                                    "Ruvo_SkipRecord(9)", "Ruvo_WriteTrailer(9 2 3 18 2 11 22)"));
 }
 
-// ---- browsing --------------------------------------------------------------------------------------------------------
+// ---- browsing
+// --------------------------------------------------------------------------------------------------------
 
 class DatabaseBrowserTest : public DatabaseFrontTest {
  protected:
@@ -651,7 +654,8 @@ TEST_F(DatabaseBrowserTest, AQuoteInThePathIsDoubled) {
   EXPECT_THAT(calls()[0], HasSubstr("='it''s.MASTER')"));
 }
 
-// ---- opening a body --------------------------------------------------------------------------------------------------
+// ---- opening a body
+// --------------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseBrowserTest, OpeningABodyLocatesItByItsQualifiers) {
   int number = 0;
@@ -677,14 +681,13 @@ TEST_F(DatabaseBrowserTest, OpeningABodyLocatesItByItsQualifiers) {
 TEST_F(DatabaseBrowserTest, FailuresToOpenABodyAreReported) {
   EXPECT_EQ(DB_OpenDatablk("wing.MASTER", 3, nullptr), 0);
   EXPECT_EQ(DB_OpenDatablk("wing.MASTER", 0, nullptr), 0);
-  EXPECT_EQ(log.take(),
-            (std::vector<Message>{error("The index is too big, 3."), error("The index is too small, 0.")}));
+  EXPECT_EQ(log.take(), (std::vector<Message>{error("The index is too big, 3."), error("The index is too small, 0.")}));
   standin->count = 2;
   EXPECT_EQ(DB_OpenDatablk("wing.MASTER", 1, nullptr), 0);
   standin->count = 0;
   EXPECT_EQ(DB_OpenDatablk("wing.MASTER", 1, nullptr), 0);
-  EXPECT_EQ(log.take(), (std::vector<Message>{error("2 datablocks are assigned."),
-                                              error("0 datablocks are assigned.")}));
+  EXPECT_EQ(log.take(),
+            (std::vector<Message>{error("2 datablocks are assigned."), error("0 datablocks are assigned.")}));
   standin->statuses = {{"QS_AllocDatablk", 6}};
   EXPECT_EQ(DB_OpenDatablk("wing.MASTER", 1, nullptr), 0);
   EXPECT_EQ(log.take(), std::vector<Message>{error("Cannot open the datablock, 6.")});

@@ -83,7 +83,8 @@ class StoreTest : public LibraryTest {
   ScopedEnvironment home{"KTX_QSRVHOME_DIR", "/qsrv"};
 };
 
-// ---- files -----------------------------------------------------------------------------------------------------------
+// ---- files
+// -----------------------------------------------------------------------------------------------------------
 
 TEST_F(StoreTest, ADatabaseIsTwoFilesAndTheMasterPassesTheCheck) {
   ASSERT_EQ(put("selabel='wing'", {1}), 1);
@@ -102,7 +103,8 @@ TEST_F(StoreTest, TheScratchDatabaseLeavesNothingBehind) {
   start_reading();
   const std::set<std::string> present = files();
   ASSERT_EQ(present.size(), 2U);
-  for (const std::string &name : present) EXPECT_TRUE(name.starts_with("sbr_" + std::to_string(getpid()) + "_")) << name;
+  for (const std::string &name : present)
+    EXPECT_TRUE(name.starts_with("sbr_" + std::to_string(getpid()) + "_")) << name;
   EXPECT_EQ(DB_TermBase(), 1);
   EXPECT_TRUE(files().empty());
 }
@@ -122,8 +124,8 @@ TEST_F(StoreTest, DataThatIsNoStoreIsNotOpened) {
   EXPECT_EQ(DB_StartWrite(kMaster), 0);
   write_file("wing.DBALL", "");  // an empty database, but not of this store
   EXPECT_EQ(DB_StartWrite(kMaster), 0);
-  EXPECT_EQ(log.take(), (std::vector<Message>{error("Cannot open the database, 107."),
-                                              error("Cannot open the database, 107.")}));
+  EXPECT_EQ(log.take(),
+            (std::vector<Message>{error("Cannot open the database, 107."), error("Cannot open the database, 107.")}));
 }
 
 TEST_F(StoreTest, DataWithoutAMasterIsReplacedByANewDatabase) {
@@ -139,8 +141,8 @@ TEST_F(StoreTest, ADirectoryThatIsNotThereGivesAStatus) {
   EXPECT_EQ(DB_StartWrite("absent/wing.MASTER"), 0);
   const std::string long_path = std::string(3000, 'w') + ".MASTER";
   EXPECT_EQ(DB_StartWrite(long_path.c_str()), 0);
-  EXPECT_EQ(log.take(), (std::vector<Message>{error("Cannot open the database, 103."),
-                                              error("Cannot open the database, 103.")}));
+  EXPECT_EQ(log.take(),
+            (std::vector<Message>{error("Cannot open the database, 103."), error("Cannot open the database, 103.")}));
   EXPECT_TRUE(files().empty());
 }
 
@@ -169,7 +171,8 @@ TEST_F(StoreTest, AWriteProtectedDatabaseCanBeRead) {
   end_reading();
 }
 
-// ---- words -----------------------------------------------------------------------------------------------------------
+// ---- words
+// -----------------------------------------------------------------------------------------------------------
 
 TEST_F(StoreTest, WordsOfEveryKindComeBack) {
   const int ints[] = {1, -2, 2147483647};
@@ -285,7 +288,8 @@ TEST_F(StoreTest, UnitsThatAreNotOpenReadNothing) {
   }
 }
 
-// ---- scratch blocks --------------------------------------------------------------------------------------------------
+// ---- scratch blocks
+// --------------------------------------------------------------------------------------------------
 
 TEST_F(StoreTest, AScratchBlockIsWrittenAndReadAgain) {
   start_reading();
@@ -309,7 +313,8 @@ TEST_F(StoreTest, AScratchBlockIsWrittenAndReadAgain) {
   EXPECT_EQ(value, 7);
 }
 
-// ---- dictionary ------------------------------------------------------------------------------------------------------
+// ---- dictionary
+// ------------------------------------------------------------------------------------------------------
 
 TEST_F(StoreTest, BodiesAreListedInTheOrderOfTheirCreation) {
   ASSERT_EQ(put("projno=3,version=12,selabel='wing, left',peid=40", {1}), 1);
@@ -361,10 +366,10 @@ TEST_F(StoreTest, QualifiersThatCouldNotBeFoundAgainAreRefused) {
     const char *qualifiers;
     int status;
   };
-  for (const Case &bad : {Case{"selabel='it''s'", 106}, Case{"selabel='a\nb'", 106}, Case{"peid='a b'", 106},
-                          Case{"peid='1,2'", 106}, Case{"projno=*", 106}, Case{"projno", 106},
-                          Case{"selabel='open", 105}, Case{"projno=1) junk(", 105}, Case{"=", 105},
-                          Case{"projno==1", 105}, Case{"'x'", 105}, Case{"a=1 b=2", 105}}) {
+  for (const Case &bad :
+       {Case{"selabel='it''s'", 106}, Case{"selabel='a\nb'", 106}, Case{"peid='a b'", 106}, Case{"peid='1,2'", 106},
+        Case{"projno=*", 106}, Case{"projno", 106}, Case{"selabel='open", 105}, Case{"projno=1) junk(", 105},
+        Case{"=", 105}, Case{"projno==1", 105}, Case{"'x'", 105}, Case{"a=1 b=2", 105}}) {
     EXPECT_EQ(put(bad.qualifiers, {1}), 0) << bad.qualifiers;
     EXPECT_EQ(log.take(),
               std::vector<Message>{error("Cannot create sbr datablock, " + std::to_string(bad.status) + ".")})
@@ -440,7 +445,8 @@ TEST_F(StoreTest, EntriesKeepToTheirOrderAndRoom) {
   EXPECT_TRUE(files().empty());
 }
 
-// ---- complete or not at all ------------------------------------------------------------------------------------------
+// ---- complete or not at all
+// ------------------------------------------------------------------------------------------
 
 TEST_F(StoreTest, ABlockThatWasNotClosedDoesNotLast) {
   ASSERT_EQ(put("selabel='kept'", {1}), 1);
@@ -480,8 +486,8 @@ TEST_F(StoreTest, AFullDiskUndoesTheRunAndIsReported) {
     for (int i = 0; i < 3; ++i) DB_WriteDOUBLEs(block, values.data(), static_cast<int>(values.size()));
     DB_WriteEOR(block);
     DB_CloseDatablk(block.unit);
-    const bool reported = DB_TermWrite() == 0 &&
-                          log.take() == std::vector<Message>{error("Cannot close the database, 113.")};
+    const bool reported =
+        DB_TermWrite() == 0 && log.take() == std::vector<Message>{error("Cannot close the database, 113.")};
     _exit(reported ? 0 : 2);
   }
   int result = 0;
@@ -493,7 +499,7 @@ TEST_F(StoreTest, AFullDiskUndoesTheRunAndIsReported) {
 }
 
 // One generation of a body: every word of its records is the generation's number.
-constexpr int kRecords = 12;
+constexpr int kRecords = 6;
 constexpr int kRecordWords = 3000;
 
 void write_generation(int body, int generation) {
@@ -568,7 +574,8 @@ TEST_F(StoreTest, AWriterThatIsKilledLeavesTheLastCompleteState) {
     for (int index = 1; index <= bodies; ++index) present[describe(index)] = generation_of(open_body(index));
     end_reading();
 
-    const std::string name = "SELABEL='body " + std::to_string(body) + "',projno=1,version=1,PEID=0,DESITER=0,STEPCUR=0";
+    const std::string name =
+        "SELABEL='body " + std::to_string(body) + "',projno=1,version=1,PEID=0,DESITER=0,STEPCUR=0";
     std::map<std::string, int> finished = state;
     finished[name] = round;
     ASSERT_TRUE(present == finished || (WIFSIGNALED(result) && present == state)) << "round " << round;

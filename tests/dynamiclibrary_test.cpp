@@ -1,10 +1,9 @@
-#include "sbrkit/dynamic_library.hpp"
-
 #include <gmock/gmock.h>
 #include <unistd.h>
 
 #include <filesystem>
 
+#include "sbrkit/dynamic_library.hpp"
 #include "support/files.h"
 
 namespace sbrtest {
@@ -54,7 +53,8 @@ std::string variable(const char *name) {
   return value != nullptr ? value : "";
 }
 
-// ---- the name --------------------------------------------------------------------------------------------------------
+// ---- the name
+// --------------------------------------------------------------------------------------------------------
 
 TEST(DynamicLibraryName, TheEndingCountsBehindTheLastSingleDot) {
   EXPECT_TRUE(ktx::has_library_suffix("plain.so"));
@@ -99,7 +99,8 @@ TEST(DynamicLibraryName, TheBaseNameHasNoDirectoryEndingAndLib) {
   EXPECT_EQ(ktx::base_name_of(".hidden"), ".hidden");
 }
 
-// ---- the search ------------------------------------------------------------------------------------------------------
+// ---- the search
+// ------------------------------------------------------------------------------------------------------
 
 TEST_F(DynamicLibraryTest, APlainNameIsFoundInTheCurrentDirectoryLast) {
   place("plain.so", "plain.so");
@@ -214,7 +215,8 @@ TEST_F(DynamicLibraryTest, VeryLongNamesAndListsAreSearchedSafely) {
   EXPECT_EQ(taken(ktxDynamicLibrary().full_name(std::string(100000, 'x').c_str())), "(null)");
 }
 
-// ---- reports ---------------------------------------------------------------------------------------------------------
+// ---- reports
+// ---------------------------------------------------------------------------------------------------------
 
 TEST_F(DynamicLibraryTest, TheReportNamesAllNamesAndPlaces) {
   const ScopedEnvironment user("KTX_USER_PLUGIN_DIR", "/u");
@@ -286,8 +288,7 @@ TEST_F(DynamicLibraryTest, TheTraceTellsEveryStep) {
         const std::size_t reason = text.find("   ERROR: ./broken.so");
         if (reason == std::string::npos) std::exit(3);
         text.replace(reason, text.find('\n', reason) - reason, "   ERROR: reason");
-        std::exit(text ==
-                          "Loading: plain\n   Full Name: ./plain.so\n   Load OK\n"
+        std::exit(text == "Loading: plain\n   Full Name: ./plain.so\n   Load OK\n"
                           "Loading: plain\n   Full Name: ./plain.so\n   Already loaded\n"
                           "Looking for function: plain_answer Found\nLooking for function: other_answer Not Found\n"
                           "Unloading: ./plain.so\n"
@@ -303,7 +304,8 @@ TEST_F(DynamicLibraryTest, TheTraceTellsEveryStep) {
       ::testing::ExitedWithCode(0), "");
 }
 
-// ---- loading and hooks -----------------------------------------------------------------------------------------------
+// ---- loading and hooks
+// -----------------------------------------------------------------------------------------------
 
 TEST_F(DynamicLibraryTest, HooksAreCalledOnceForTwoObjects) {
   place("hooked.so", "hooked.so");
@@ -387,7 +389,8 @@ TEST_F(DynamicLibraryTest, LoadingAgainLetsTheFormerLibraryGo) {
   EXPECT_FALSE(library.is_loaded());
 }
 
-// ---- the search list -------------------------------------------------------------------------------------------------
+// ---- the search list
+// -------------------------------------------------------------------------------------------------
 
 TEST_F(DynamicLibraryTest, TheSearchListIsReplacedOrAppended) {
   ktxDynamicLibrary library;

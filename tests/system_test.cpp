@@ -73,8 +73,9 @@ TEST(SystemTest, ANegativeSelectorAlsoPrintsBothTimes) {
   std::fflush(stdout);
   const std::string printed = ::testing::internal::GetCapturedStdout();
   EXPECT_TRUE(std::regex_match(date, std::regex(R"(\d{4}-\d\d-\d\d)")));
-  EXPECT_TRUE(std::regex_match(printed, std::regex(R"(%utl_23-v-val, GMT = \d{4}-\d\d-\d\d \d\d:\d\d, tz_value\(120\)\n)"
-                                                   R"(%utl_23-v-val, Loc = \d{4}-\d\d-\d\d \d\d:\d\d\+0200\n)")))
+  EXPECT_TRUE(
+      std::regex_match(printed, std::regex(R"(%utl_23-v-val, GMT = \d{4}-\d\d-\d\d \d\d:\d\d, tz_value\(120\)\n)"
+                                           R"(%utl_23-v-val, Loc = \d{4}-\d\d-\d\d \d\d:\d\d\+0200\n)")))
       << printed;
 }
 

@@ -330,17 +330,18 @@ TEST_F(TransformationTest, TheGlobalInertiaTurnsAsItIsStored) {
 TEST_F(TransformationTest, APointOnTheAxisOrInThePlaneNeedsNoTranslation) {
   SBR body = SBR_Create(1, 1);
   SBR_SetNodeCoordinates(body, 1, 1, 0, 0);
-  body->global.mass = 5.0;  // a translation would replace it
+  body->global.mass = 5.0;  // a translation would move its centre
   const Vec axis = {0, 0, 2};
   const Vec on_axis = {0, 0, 9};
   ASSERT_EQ(SBR_Rotate(body, axis.data(), on_axis.data(), 90.0), 1);
-  EXPECT_EQ(body->global.mass, 5.0);
+  EXPECT_EQ(body->global.center[0], 0.0);
   const Vec in_plane = {3, 4, 0};
   ASSERT_EQ(SBR_Mirror(body, axis.data(), in_plane.data()), 1);
-  EXPECT_EQ(body->global.mass, 5.0);
+  EXPECT_EQ(body->global.center[2], 0.0);
   const Vec off_axis = {1, 0, 0};
   ASSERT_EQ(SBR_Rotate(body, axis.data(), off_axis.data(), 90.0), 1);
-  EXPECT_EQ(body->global.mass, 0.0);
+  EXPECT_NEAR(body->global.center[0], 1.0, 1e-15);
+  EXPECT_NEAR(body->global.center[1], -1.0, 1e-15);
 }
 
 TEST_F(TransformationTest, PreStressTurnsWithTheStressAndReplacesOldFiles) {
@@ -360,7 +361,7 @@ TEST_F(TransformationTest, PreStressTurnsWithTheStressAndReplacesOldFiles) {
   ASSERT_EQ(SBR_Mode(body, 0, 1, normal, 0), 1);
   ASSERT_EQ(SBR_Mode(body, 0, 1, shear, 1), 1);
   const double a[3] = {2, 1, 3};
-  const double b[3] = {-0.5, -0.125, 0.25};
+  const double b[3] = {-0.5, 0.125, -0.25};  // the new x is the old y, the new y the old -x
   expect_near(normal, a, 3, 1e-15, "normal");
   expect_near(shear, b, 3, 1e-15, "shear");
   SBR_Rotate_Origin(body, z.data(), 90.0, R.data());

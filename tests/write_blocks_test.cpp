@@ -35,6 +35,16 @@ class WriteBlocksTest : public LibraryTest {
   }
 };
 
+TEST_F(WriteBlocksTest, TheInputFileTypeKeepsItsSixteenBytes) {
+  RecordBuilder record(0x3C);
+  record.header("T", "D", "N", "sixteen letters!", "a", "b", "c");
+  record.nodes({{1, {1, 0, 0}}}).units("KILOGRAM", "METER", "SECOND", "NEWTON");
+  const std::string source = scratch.file("source.sbr");
+  record.write(source);
+  ASSERT_EQ(write(SBR_CreateFromSBR(source.c_str()), "no_xdr"), 1);
+  EXPECT_EQ(read_file(path).substr(4 + 288, 16), "sixteen letters!");
+}
+
 // ---- nodes and faces ------------------------------------------------------------------------------------------------
 
 TEST_F(WriteBlocksTest, OneNodeAtTheOriginIsNormal) {

@@ -5,8 +5,8 @@
 //   2. the search list of the process (set_search_list), followed by those of PATH when step 1 did not have them,
 //   3. the directory short_topdir/KTX_CPU, when both variables are set,
 //   4. the current directory.
-// A name that is a path is taken as it is and searched for nowhere. Every name is tried with ".so" first, then as it is.
-// When a library has been loaded, its hook "_initialize" (or "<base name>_initialize") is called once; the hook
+// A name that is a path is taken as it is and searched for nowhere. Every name is tried with ".so" first, then as it
+// is. When a library has been loaded, its hook "_initialize" (or "<base name>_initialize") is called once; the hook
 // "_terminate" (or "<base name>_terminate") is called before it goes.
 //
 // Nothing here sends a message: a failed load answers false and leaves the reason in error_text(). A user who cannot
@@ -32,7 +32,8 @@
 #include <string_view>
 #include <utility>
 
-// ---- names and directories -------------------------------------------------------------------------------------------
+// ---- names and directories
+// -------------------------------------------------------------------------------------------
 
 namespace ktx {
 
@@ -105,7 +106,8 @@ inline bool is_file(const std::string &path) {
 
 }  // namespace ktx
 
-// ---- ktxLoader: one loaded library -----------------------------------------------------------------------------------
+// ---- ktxLoader: one loaded library
+// -----------------------------------------------------------------------------------
 
 // One registered library with a reference count. Building it loads the library and calls its initialize hook; its end
 // calls the terminate hook and closes the library.
@@ -262,7 +264,8 @@ inline void ktxLoader::unload(const std::shared_ptr<ktxLoader> &library) {
   if (state.registry.empty()) state.last_error.reset();
 }
 
-// ---- ktxDynamicLibrary: finding, loading and using a library ---------------------------------------------------------
+// ---- ktxDynamicLibrary: finding, loading and using a library
+// ---------------------------------------------------------
 
 class ktxDynamicLibrary {
  public:
@@ -424,7 +427,8 @@ inline const char *ktxDynamicLibrary::search_list() {
 
 inline const char *ktxDynamicLibrary::error_text() { return ktx::process_state().last_error.get(); }
 
-// ---- the search ------------------------------------------------------------------------------------------------------
+// ---- the search
+// ------------------------------------------------------------------------------------------------------
 
 inline void ktxDynamicLibrary::clear_search() {
   name_ = user_dir_ = path_list_ = search_list_ = nullptr;

@@ -324,98 +324,231 @@ SBR_API int SBR_GetMaxVonMisesStrain(SBR body, int number, int *id, double *valu
    Body construction
    ========================================================================== */
 
+/* A translator makes a body with SBR_Create, feeds it through these operations in any order, and has it written by
+   SBR_write_SBR. A node or mode not yet known is added by the call that mentions it (SBR_LookupOrAddNode,
+   SBR_LookupOrAddMode); it stays when a later step of that call fails. Each setter that succeeds raises the block that
+   its line names, as SBR_Exists shows. Numbers are stored as given, infinities and NaN included. */
+
+/* Stores the header texts and the present local time as date. Texts beyond 127 (title, input file name), 15 (input file
+   type) and 79 characters (comments) are cut with a warning, "Title too big: max size %ld, specified size %ld.\n
+   Truncating title." and its like. Line feeds become blanks, in the caller's strings too. Each stored text is reported
+   as information ("Title: %s", "Name : %s", "Type : %s", "Comment 1: %s" ...). A null text counts as empty. */
 SBR_API int SBR_SetHeader(SBR body, char *title, char *input_file_name, char *input_file_type, char *comment1,
                           char *comment2, char *comment3);
+/* Copies the header texts to the outputs that are not null, which need 128, 32, 128, 16, 80, 80 and 80 characters. A
+   line feed at the end of the date is dropped. A null handle is ignored. */
 SBR_API void SBR_Header(SBR body, char *title, char *date, char *input_file_name, char *input_file_type, char *comment1,
                         char *comment2, char *comment3);
+/* Places a node, in length units of the body. Block 3. */
 SBR_API int SBR_SetNodeCoordinates(SBR body, int id, double x, double y, double z);
+/* Gives a node a mass, in place of the one it had. Block 8. */
 SBR_API int SBR_SetNodalMass(SBR body, int id, double mass);
+/* Adds to the mass of a node. Block 8. */
 SBR_API int SBR_AddNodalMass(SBR body, int id, double mass);
+/* Gives a node its moments and products of inertia about its own place. Block 9. */
 SBR_API int SBR_SetNodalInertia(SBR body, int id, double ixx, double iyy, double izz, double ixy, double ixz,
                                 double iyz);
+/* Gives one entry of a node's symmetric inertia, row and column from 1 to 3; (row, column) and (column, row) are one
+   entry, and the others stay (zero at first). Block 9. Rows and columns outside 1 to 3 are refused with "The inertia
+   entry (%d, %d) is illegal.\nThe row and column must be 1 to 3.", and no node is made. */
 SBR_API int SBR_SetNodalInertiaEntry(SBR body, int id, int row, int column, double value);
+/* SBR_SetFaceList with the `count` node IDs as further int arguments. More than 256 nodes are refused with "Face too
+   big: max size %ld, specified size %ld.". */
 SBR_API int SBR_SetFace(SBR body, int count, ...);
+/* Enters a surface face of any length. A node equal to the one kept before it is dropped, and so is a last node equal
+   to the first, so that a closed polygon comes out open. Fewer than two nodes are no face: 0, without a message.
+   Block 13. */
 SBR_API int SBR_SetFaceList(SBR body, int count, const int *ids);
+/* The number of faces and the length of the face list; both 0 for a null handle, which gives 0. Either output may be
+   null. */
 SBR_API int SBR_FaceListSize(SBR body, int *face_count, int *list_length);
+/* Copies the face list: per face its node count, then that many node indices. 0 when there is no list. */
 SBR_API int SBR_ElementFaces(SBR body, int *list);
+/* Marks a node as one where the body is attached. 0 without a message for an unknown node: it is not made here. A node
+   marked before stays marked once. Block 16. */
 SBR_API int SBR_SetInterfaceNode(SBR body, int id);
+/* The node indices of the interface nodes in order of entry, as a new array for SBR_FreeMemory; null with count 0. */
 SBR_API int *SBR_InterfaceNodes(SBR body, int *count);
+/* The same as node IDs. An index outside the node table has the ID 0. */
 SBR_API int *SBR_InterfaceNodeIDs(SBR body, int *count);
+/* SBR_SetModeVec with the six values as arguments. */
 SBR_API int SBR_SetMode(SBR body, int number, int id, int kind, double v1, double v2, double v3, double v4, double v5,
                         double v6);
+/* Enters the six values of a node in a mode: translations and rotations for kind 0; xx, yy, zz, xy, xz, yz components
+   for kinds 1 and 2, where the node joins the kind's node list at first mention. Blocks 7, 17, 28. Number 0 with kind 1
+   is SBR_SetPreStressVec, with any other kind but 0 SBR_SetPreStrainVec. The values go to a temporary file with room
+   for the modes and nodes of SBR_Create, made at the first call of each kind (KTX_TMP_MOD, KTX_TMP_STR, KTX_TMP_STN or
+   TMP say where). Neighbouring values may wait in memory until the file is read. 0 with a message: no room for the mode
+   or the node ("Insufficient room for ..."), a file that cannot be made, a kind other than 0 to 2, a failed seek
+   ("Couldn't seek to mode %ld node %ld position in temporary file"). 0 without one: a failed write, null values, a body
+   whose modes lie in the record file it was read from. */
 SBR_API int SBR_SetModeVec(SBR body, int number, int id, int kind, const double *six);
+/* Enters one of the six values, position 0 to 5. Number 0 is an ordinary mode of any kind here. Failures as in
+   SBR_SetModeVec; a failed seek names the position plus 1 as "dof". */
 SBR_API int SBR_SetModeEntry(SBR body, int number, int id, int kind, int position, double value);
+/* Enters the six pre-stress values of a node. The node joins the node list of modal stress. Block 30. Failure of
+   memory: "Failed to allocate memory for Pre-Stress at line %d in file %s.\n". */
 SBR_API int SBR_SetPreStressVec(SBR body, int id, const double *six);
+/* The same for pre-strain and modal strain, block 31, "... for Pre-Strain ...". */
 SBR_API int SBR_SetPreStrainVec(SBR body, int id, const double *six);
+/* Appends an entry of the symmetric generalized stiffness; one entry stands for (row, column) and (column, row), both
+   mode numbers. An off-diagonal entry marks the modes as not orthogonal. A mode without room is reported and its index
+   stored as -1. Block 11. */
 SBR_API int SBR_SetGeneralizedStiffness(SBR body, int row, int column, double value);
+/* The same for the generalized mass. A diagonal entry that differs from 1 by more than 1e-8 marks the modes as not
+   normalized. Block 12. */
 SBR_API int SBR_SetGeneralizedMass(SBR body, int row, int column, double value);
+/* The same for the generalized damping, without marks. The first entry makes a list that is not on principal axes.
+   Block 14. */
 SBR_API int SBR_SetGeneralizedDamping(SBR body, int row, int column, double value);
 
 /* ==========================================================================
    Invariant entry and checks
    ========================================================================== */
 
+/* The inertia invariants entered by hand (see "Inertia invariants"). What is entered takes the place of what the
+   library would work out, and the invariant's block counts as existing. Modes are named by number and must be known:
+   the arrays take the mode count of the first entry, and a mode that comes later has no place in them. An unknown mode
+   reports "Mode number %d does not exist.  Requested at line %d in file %s.\n". Results are 1 or 0; a null array gives
+   0. */
+
+/* The mass. A value that is not above 0 reports "Inertia Invariant 1 must be greater than zero"; NaN passes. */
 SBR_API int SBR_SetInvar1(SBR body, double value);
+/* The first moment: mass times center, 3 values. */
 SBR_API int SBR_SetInvar2(SBR body, const double *v3);
+/* The 3 values of one mode, of invariant 3 and of invariant 4. */
 SBR_API int SBR_SetInvar3(SBR body, int number, const double *v3);
 SBR_API int SBR_SetInvar4(SBR body, int number, const double *v3);
+/* The 3 values of a pair of modes; the mirrored pair gets their negatives. For a mode with itself the negatives remain,
+   and a component above 1e-8 is warned about ("I5(%d, %d) is not zero. ..."). */
 SBR_API int SBR_SetInvar5(SBR body, int row, int column, const double *v3);
+/* The diagonal of the generalized mass matrix of M normalized modes: M values, each exactly 1.0, entered as by
+   SBR_SetGeneralizedMass. Anything else reports "Inertia Invariant 6 must be an identity matrix."; entries made before
+   it stay. Without modes the result is 1. */
 SBR_API int SBR_SetInvar6(SBR body, const double *diagonal);
+/* The inertia tensor about the origin as xx, yy, zz, xy, xz, yz: its off-diagonals are negative products of inertia. */
 SBR_API int SBR_SetInvar7(SBR body, const double *six);
+/* The 3 x 3 matrix of one mode. */
 SBR_API int SBR_SetInvar8(SBR body, int number, const double *nine);
+/* The 3 x 3 matrix of a pair of modes; the mirrored pair gets the transpose. For a mode with itself the upper half ends
+   as a copy of the lower, and an asymmetry above 1e-8 (relative to entries above 1) is warned about. */
 SBR_API int SBR_SetInvar9(SBR body, int row, int column, const double *nine);
+/* Global mass, center of mass (3 values) and inertia about the origin (3 x 3, positive products of inertia). Compared
+   with invariants 1, 2 and 7 at a tolerance of 1e-8; differences are warned about ("Global mass is inconsistent ...",
+   "Global center of mass ...", "Global mass inertia ...") and the values stored regardless. The comparison works the
+   three invariants out, so they are those of the data present at this call. 0 for a null array. */
 SBR_API int SBR_SetGlobalMass(SBR body, double mass, const double *center3, const double *inertia9);
+/* Runs SBR_CalculateGlobalMassFromNodeMass and hands its results out: mass, inertia about the origin (3 x 3, positive
+   products of inertia), center of mass (3 values). A null output is skipped. */
 SBR_API int SBR_TotalMassInertia(SBR body, double *mass, double *inertia9, double *center3);
+/* Replaces the global mass properties by those of invariants 1, 2 and 7; the center of a body of mass 0 is zero. */
 SBR_API int SBR_CalculateGlobalMassFromNodeMass(SBR body);
 
 /* ==========================================================================
    Monitor points and matrix operators
    ========================================================================== */
 
+/* A monitor point is a named result of the finite-element model with operators that give it from the modal coordinates.
+   Its getters are silent; a null handle and an index outside the list are bad indices. */
+
+/* Adds a monitor point and gives its index, -1 on failure. Types are 1 MONPNT1, 2 MONPNT2, 3 MONPNT3, 4 MONDSP1; result
+   types 1 DISP, 2 STRESS, 3 STRAIN, 4 FORCE, 5 GENERAL. `component` holds one digit per component, and each digit is a
+   row of the operators: 1 to 3 translational, 4 to 6 rotational. Names are cut to 8 characters, labels to 56; null
+   texts and a null location count as empty. Block 35. */
 SBR_API int SBR_SetMonitorPointInfo(SBR body, int type, int result_type, int component, int load_operators,
                                     const double *location3, const char *name, const char *label);
+/* Enters an operator, in place of one that was there: types 1 displacement, 2 velocity, 3 acceleration have rows x M
+   values, row by row, M being the present mode count; type 4 load has load_operators such matrices. 0, or -1 after
+   "Invalid monitor point index: %d.\n" (a null handle too), "Invalid operator type. Valid choices are: 1 for disp
+   operator, 2 for load operator.\n", or a failed allocation, which a size below 1 counts as; -1 for null data. */
 SBR_API int SBR_SetMonitorPointOperator(SBR body, int point, int type, const double *data);
+/* The number of monitor points; -1 for a null handle, which is reported. */
 SBR_API int SBR_GetMonitorPointCount(SBR body);
+/* Type, result type and component as set; -1 for a bad index. */
 SBR_API int SBR_GetMonitorPointType(SBR body, int point);
 SBR_API int SBR_GetMonitorPointResultType(SBR body, int point);
 SBR_API int SBR_GetMonitorPointComponent(SBR body, int point);
+/* The location, three coordinates; zeros for a point that was read from a file. 0, or -1. */
 SBR_API int SBR_GetMonitorPointLocation(SBR body, int point, double *location3);
+/* Name (9 characters with its end) and label (57); either may be null. 0, or -1. */
 SBR_API int SBR_GetMonitorPointNameLabel(SBR body, int point, char *name, char *label);
+/* The number of load operators; 0 for a bad index. */
 SBR_API int SBR_GetMonitorPointNumLoadOperator(SBR body, int point);
+/* Rows (the characters of the component) and columns (the present mode count) of an operator. 0, or -1. */
 SBR_API int SBR_GetMonitorPointOperatorSize(SBR body, int point, int *rows, int *columns);
+/* The bit of an operator type (1, 2, 4, 8) when the point has that operator, else 0. */
 SBR_API int SBR_MonitorPointHasOperator(SBR body, int point, int type);
+/* Copies an operator as it was entered, at most the values that the present sizes make. 0, or -1 without one. */
 SBR_API int SBR_GetMonitorPointOperator(SBR body, int point, int type, double *data);
+
+/* A matrix operator is a named matrix in column blocks (sub-operators), with one label per row. */
+
+/* Adds a matrix operator without columns and gives its index, -1 on failure. The name and each label are cut to 79
+   characters; null labels, as a whole or one by one, are empty. A negative row count is a failed allocation. Block 33.
+ */
 SBR_API int SBR_SetMatrixOperatorInfo(SBR body, const char *name, const char **row_labels, int rows);
+/* Appends a column block of rows x columns values, row by row, and gives its index. The tag is cut to 7 characters. -1
+   after "Invalid monitor point index: %d.\n" (these words here too; a null handle too) or a failed allocation, which a
+   product below 1 counts as; -1 for null data. */
 SBR_API int SBR_SetMatrixOperatorData(SBR body, int op, const char *tag, int columns, const double *data);
+/* The number of matrix operators; -1 for a null handle, which is reported. */
 SBR_API int SBR_GetMatrixOperatorCount(SBR body);
+/* The name, 80 characters with its end. 0, or -1. */
 SBR_API int SBR_GetMatrixOperatorName(SBR body, int op, char *name);
+/* The labels, one string of 80 characters per row; null strings are skipped. 0, or -1. */
 SBR_API int SBR_GetMatrixOperatorLabels(SBR body, int op, char **labels);
+/* The rows, or -1. */
 SBR_API int SBR_GetMatrixOperatorNumRows(SBR body, int op);
+/* The number of column blocks; 0 for a bad index. */
 SBR_API int SBR_GetMatrixOperatorNumSubOperator(SBR body, int op);
+/* The columns of a block, or -1. */
 SBR_API int SBR_GetMatrixOperatorSubNumCols(SBR body, int op, int sub);
+/* The tag of a block, 8 characters with its end. 0, or -1. */
 SBR_API int SBR_GetMatrixOperatorSubTag(SBR body, int op, int sub, char *tag);
+/* The rows x columns values of a block. 0, or -1. */
 SBR_API int SBR_GetMatrixOperatorSubData(SBR body, int op, int sub, double *data);
 
 /* ==========================================================================
    Modal loads and preloads
    ========================================================================== */
 
+/* Load cases count from 0. Setting a case makes all cases up to it. A negative case is refused with "The load case
+   index %d is illegal.\nThe load case index must be non-negative.". The getters are silent; a null handle and an index
+   outside the list give their failure result. Arrays given out are new and go back through SBR_FreeMemory. */
+
+/* Gives a case its load on a mode, in the modal coordinate's own units. Cases hold one value per mode, zero at first;
+   the modes that come later join. New cases are labelled "Load Case %d", counting from 1. Block 27. */
 SBR_API int SBR_SetModalLoad(SBR body, int load_case, int number, double value);
+/* Labels a case. Beyond 255 characters the label is cut with a warning; an empty label stores the case's number,
+   counting from 1; a null label is refused. A new case needs a body with modes, else the allocation fails. */
 SBR_API int SBR_SetModalLoadLabel(SBR body, int load_case, const char *label);
+/* Appends a load on a node: coordinates 1 to 3 are forces, 4 to 6 moments. Another coordinate is refused with "The
+   coordinate number %d is illegal.\nThe coordinate number must be 1 to 6.". Block 34. */
 SBR_API int SBR_SetModalLoadNodal(SBR body, int load_case, int id, int coordinate, double value);
+/* Gives the preload on a mode; all other modes have 0 at first. Block 26. */
 SBR_API int SBR_SetModalPreload(SBR body, int number, double value);
+/* The number of modal load cases. */
 SBR_API int SBR_GetModalLoadCaseCount(SBR body);
+/* Fills all 256 characters with the label and zeros. 1, or 0 for a bad index. */
 SBR_API int SBR_GetModalLoadCaseLabel(SBR body, int load_case, char *label256);
+/* The values of a case, one per mode, and their number; null with count 0 for a bad index. */
 SBR_API double *SBR_GetModalLoad(SBR body, int load_case, int *count);
+/* The preload, one value per mode, and their number; null with count 0 when there is none. */
 SBR_API double *SBR_GetModalPreload(SBR body, int *count);
+/* The number of nodal load cases. */
 SBR_API int SBR_GetModalLoadNodalCaseCount(SBR body);
+/* The entries of a nodal case; 0 for a bad index. */
 SBR_API int SBR_GetModalLoadNodalCount(SBR body, int load_case);
+/* Node indices, coordinates and values of the entries of a nodal case; null for an empty case and a bad index. */
 SBR_API int *SBR_GetModalLoadNodalNode(SBR body, int load_case);
 SBR_API int *SBR_GetModalLoadNodalCoord(SBR body, int load_case);
 SBR_API double *SBR_GetModalLoadNodalLoad(SBR body, int load_case);
+/* Whether a case's rigid-body entries are forces and moments on the principal axes; 0 for a bad index. */
 SBR_API int SBR_ModalLoadProcessed(SBR body, int load_case);
 SBR_API void SBR_SetModalLoadProcessed(SBR body, int load_case, int flag);
+/* 1 when there is a preload. */
 SBR_API int SBR_ModalPreloadExist(SBR body);
+/* The same of the preload; 0, and not stored, as long as block 26 does not exist. */
 SBR_API int SBR_ModalPreloadProcessed(SBR body);
 SBR_API void SBR_SetModalPreloadProcessed(SBR body, int flag);
 
@@ -423,29 +556,80 @@ SBR_API void SBR_SetModalPreloadProcessed(SBR body, int flag);
    Inertia invariants
    ========================================================================== */
 
+/* The mass data of a flexible body with M modes, in sums over its nodes: mass m, place r, nodal inertia I, translations
+   phi_j and rotations theta_j of mode j; ~a is the matrix of a x.
+
+     1  sum m                                     1 value
+     2  sum m r                                   3 values
+     3  sum m phi_j                               3 x M, component-major
+     4  sum m r x phi_j + I theta_j               3 x M, component-major
+     5  sum m phi_j x phi_k                       3 x M per mode j, component-major in k
+     6  the generalized mass matrix               M x M
+     7  sum -m ~r ~r + I                          3 x 3
+     8  sum m ~r ~phi_j                           3 x 3 per mode
+     9  sum m ~phi_j ~phi_k                       3 x 3 per pair of modes
+
+   (Shabana, Dynamics of Multibody Systems: inertia shape integrals.) Each is worked out once per body and kept: from
+   its block of the record, else from the nodes if there are nodal masses, else (1, 2 and 7) from the global mass
+   properties, else zeros. A block of another mode count reports "nm!=ModeCount at line %d in file %s" and is read as
+   one of M modes; what a short file lacks is zero. Sums take the nodes in index order.
+
+   The accessors hand out new arrays, freed with SBR_FreeMemory. Mode arguments are indices. They give null (SBR_Invar1
+   0.0) for a null body, silently for M = 0 or an index out of range, and after the allocation message. Without nodes
+   the sums of 3, 4 and 8 cannot be formed and end with that message, those of 5 and 9 without one. */
+
 SBR_API double SBR_Invar1(SBR body);
 SBR_API double *SBR_Invar2(SBR body);
 SBR_API double *SBR_Invar3(SBR body);
 SBR_API double *SBR_Invar4(SBR body);
+/* 5 and 9 are worked out together: when one of them has no block, both come from the nodes and replace what either
+   held. */
 SBR_API double *SBR_Invar5(SBR body, int j);
+/* The generalized mass matrix as SBR_GenMassFull gives it: M x M, made anew at every call. */
 SBR_API double *SBR_Invar6(SBR body);
 SBR_API double *SBR_Invar7(SBR body);
 SBR_API double *SBR_Invar8(SBR body, int j);
 SBR_API double *SBR_Invar9(SBR body, int j, int k);
+/* Make whole sets: fast 1, 2, 3, 4, 6, 7, 8; full all nine; rigid 1, 2, 3, 7. Each tells its name as an information and
+   reports "There is insufficient mass data to compute a ... set of mass invariants.\n..." when neither the kept values
+   nor the blocks nor the nodes suffice; it goes on in any case. */
 SBR_API void SBR_FastComputeInvars(SBR body);
 SBR_API void SBR_FullComputeInvars(SBR body);
 SBR_API void SBR_RigidComputeInvars(SBR body);
+/* Adds s ~a ~b to the 3 x 3 matrix T; ~a ~b is b a^T - (a . b) E. */
 SBR_API void incr_scalar_tilde_tilde(double *T9, double s, const double *a3, const double *b3);
+/* Adds s a x b to the vector v. */
 SBR_API void incr_scalar_tilde_vec(double *v3, double s, const double *a3, const double *b3);
 
 /* ==========================================================================
    Rigid-body modes and principal axes
    ========================================================================== */
 
+/* The number of rigid-body modes. With 7 modes or more: those of the first six whose signed frequency is not above a
+   threshold in hertz, SBR_RIGID_BODY_THRESHOLD or else 0.001 x max(1.0, frequency of the seventh); 0 when that
+   frequency is unknown. With up to 6 modes: the last position i at which the frequencies show a gap (the first below
+   0.1 and the i-th above 10, or the i-th more than 10000 times the one before), 0 without one. */
 SBR_API int SBR_RigidBodyModeCount(SBR body);
+/* The participation of the first count modes in the six rigid motions about the origin (translations x, y, z, rotations
+   x, y, z): six rows of count values, sum m (p . phi) / sum m (phi . phi) over the nodes, with magnitudes up to 1e-10
+   stored as 0.0. A mode without weighted motion, or beyond the mode table, has none. The allocation message and 0 for a
+   body without modes or without nodes. */
 SBR_API int SBR_RigidModes2VENTA(SBR body, double **six_rows, int count);
+/* Rewrites the generalized damping list, once, in six rigid-body coordinates followed by the elastic modes: the first r
+   rows and columns, r the rigid-body mode count, are projected with SBR_RigidModes2VENTA. Entries of magnitude up to
+   1e-10 are left out. 1 also when there is nothing to do. */
 SBR_API int SBR_DampingOnPrincipalAxes(SBR body);
+/* The damping matrix on the six rigid-body coordinates and s modes: rows points to s + 6 rows of s + 6 values, selected
+   to s mode numbers in ascending order. Carries the damping to the principal axes first. A selected rigid-body mode is
+   warned about and stays zero; a stiffness or mass matrix that is not diagonal is warned about, and its damping list is
+   taken as one of the modes behind six rigid ones. The rows are zeroed even when the result is 0: no damping, or no
+   memory. */
 SBR_API int SBR_GenDampPrincipalAndSelected(SBR body, double **rows, int s, const int *selected);
+/* Carries the modal preload and each modal load, once, to the principal axes: the entries of the rigid-body modes
+   become force and moment about the origin. With nodal masses by mass-weighted sums, which write the first six entries
+   whatever the rigid-body mode count r is; without them, or with KTX_MFORCE_NO_FEA_MASS in the environment, by fitting
+   each rigid-body mode with a rigid motion, which writes the first r entries. Warns of each rigid entry of a preload,
+   and of loads on fewer than six rigid-body modes. A projection that fails is reported and leaves its vector. */
 SBR_API void SBR_RigidBodyForcesOnPrincipalAxes(SBR body);
 
 /* ==========================================================================
@@ -480,8 +664,16 @@ SBR_API int *SBR_ClosestNodesInNeighborhood(SBR body, const double *point3, doub
    LUP linear algebra
    ========================================================================== */
 
+/* Small dense systems: rows points to n rows of n values, permutation to n row indices. (Golub and Van Loan, Matrix
+   Computations.)
+
+   Decomposes in place with partial pivoting by rows: L below the diagonal (its diagonal is 1), U on and above it. 0 for
+   a pivot of exactly 0.0; the last pivot is not tested, nor is a matrix of order 1. */
 SBR_API int SBR_LUPDecomposition(double **rows, int n, int *permutation);
+/* Solves for one right-hand side in place. 0 for a null array, an order below 1 (with the allocation message) or a
+   permutation with an index outside the matrix. */
 SBR_API int SBR_LUPSolve(double **rows, int n, const int *permutation, double *b);
+/* Replaces the decomposition by the inverse; the matrix stays as it was when the result is 0. */
 SBR_API int SBR_LUPInvert(double **rows, int n, const int *permutation);
 
 /* ==========================================================================
@@ -566,13 +758,54 @@ SBR_API int SBR_write_SBR(SBR body, const char *path);
    with "Unable to open %s for write. Please check the name and qualifier." or a block's message. A failed write leaves
    the database open and the data block unfinished: neither lasts, and the next DB_StartWrite begins anew. */
 SBR_API int SBR_write_DB(SBR body, const char *path, const char *qualifiers);
+/* Moves the reference frame to the center of mass of the nodal masses: subtracts it from all coordinates, clears the x
+   component of the global center (the others stay), tells "Shifting LBRF to CM at (%.3e,%.3e,%.3e)\n", and with exactly
+   six rigid-body modes moves the moments of loads and preload that stand on principal axes. Does nothing without nodes
+   or mass. */
 SBR_API void SBR_ShiftLBRFtoCM(SBR body);
+/* Brings the modes to unit generalized mass and diagonal stiffness, and carries mode shapes, modal stresses and
+   strains, modal loads, preload, damping and monitor points over. Generalized matrices with entries off the diagonal:
+   solves K x = lambda M x by QZ, sorts, prints the eigenvalues through SBR_Info, and orthonormalizes the vectors
+   against M by Gram-Schmidt; otherwise modes are scaled by the roots of their masses. Modes from the first infinite
+   eigenvalue (marker 1.2345e20) on are dropped. Modes are numbered from 1, and the generalized mass and stiffness
+   lists go; the eigenvalue table takes their place. Gives 1, also when there is nothing to do; 0 without modes, and
+   after a report of short memory (of the eigenproblem: the body is unchanged), a modal load of the wrong length
+   ("Failed to transform modal loads following orthonormalization.\n", modes untouched) or a failed
+   SBR_TransformModes. */
 SBR_API int SBR_OrthoNormalize(SBR body);
+/* Rewrites a kind of mode data in new_count modes. matrix: M x M, row by row, M the mode count; row old mode, column
+   new mode; null gives 1 at once. With entries off the diagonal in the generalized matrices, new mode j is the sum
+   over old modes i ascending of matrix[i][j] x mode i, zero weights left out; otherwise mode i times matrix[i][i],
+   where a weight of zero repeats the mode before (zeros for the first). The result lies in a new temporary file in
+   the directory of TMP. 0 after a report: new_count outside 0 to M, the file cannot be made, a mode cannot be found,
+   or the disk is full; the old file then stays in use. Progress goes to SBR_TimeMonitor unless
+   KTX_NO_TIME_MONITOR_STAMP is set. Memory does not grow with the node count. */
 SBR_API int SBR_TransformModes(SBR body, int kind, int new_count, const double *matrix);
+/* Multiplies every row of the monitor points' operators by the M x M matrix from the right; of load operators those
+   of as many cases as there are modal load cases. 1, also for a null matrix; 0 after a report when memory is short.
+   */
 SBR_API int SBR_TransformMonitorPoints(SBR body, const double *matrix);
+/* Enters the generalized masses between the modes numbered 1 to first_count and the extra_count modes after them,
+   from nodal masses and inertias: (i, j) and (j, i) each. The counts must add up to the mode count, else "Mode count
+   mismatch while generating additional generalized masses.". The next SBR_OrthoNormalize solves the full problem. */
 SBR_API void SBR_AnsysAddGenMass(SBR body, int first_count, int extra_count);
+/* Makes the eigenvalue table from diagonal generalized matrices when there is none, numbers the modes from 1 and
+   drops the mass and stiffness lists. A mode with a mass of at most 1e-15 gets a warning and the marker 1.2345e20; a
+   mode whose matrices are not diagonal is reported and counts as one without mass. 0 after a report when memory is
+   short or there are no modes. */
 SBR_API int SBR_EnsureEigenTable(SBR body);
+/* Gives in *scale a new array of M values, the roots of the generalized masses in the eigenvalue table, to be
+   released with SBR_FreeMemory: 1.0 for a mass of 0 or a missing row, NaN for a negative mass. Rows with a mass other
+   than 0 then hold the mass 1 and their eigenvalue as stiffness. 0, with *scale null, when there are no modes or no
+   memory. */
 SBR_API int SBR_MassNormalizationScales(SBR body, double **scale);
+/* The four stages of the QZ algorithm for A x = lambda B x (Moler and Stewart, SIAM J. Numer. Anal. 10, 1973), in
+   this order, with the results of the EISPACK routines QZHES, QZIT, QZVAL and QZVEC bit for bit. a, b, z: n columns
+   of nm values, element (i, j) at [i + j * nm]; alfr, alfi, beta: n values. matz not 0 accumulates z, which
+   SBR_QZVECC turns into eigenvectors: real ones with a largest component of 1, complex pairs in two columns (real
+   part first) with a largest |re| + |im| of 1. The eigenvalues are (alfr + i alfi) / beta. eps1: relative precision,
+   2^-53 when not above 0. ierr: 0, or the index of the eigenvalue at which 30 n steps were used up. Element (n, 1) of
+   b carries the tolerance of b from stage to stage when n > 1. n < 1, nm < n and null arrays do nothing. */
 SBR_API void SBR_QZHESS(const int *nm, const int *n, double *a, double *b, const int *matz, double *z);
 SBR_API void SBR_QZITT(const int *nm, const int *n, double *a, double *b, const double *eps1, const int *matz,
                        double *z, int *ierr);
@@ -580,6 +813,7 @@ SBR_API void SBR_QZVALL(const int *nm, const int *n, double *a, double *b, doubl
                         const int *matz, double *z);
 SBR_API void SBR_QZVECC(const int *nm, const int *n, double *a, double *b, double *alfr, double *alfi, double *beta,
                         double *z);
+/* Halves x until 1.0 + x is 1.0, stores it and gives it: 2^-53 from 1.0. 0.0 for null. */
 SBR_API double EIGPSN(double *x);
 
 /* ==========================================================================
@@ -640,7 +874,8 @@ SBR_API void SBR_TimeMonitorStamp(void);
 
 /* The local time in the form of ISO 8601: selector 1 the date "2024-03-01", 2 the time and the offset from Greenwich
    "09:05 +0100", any other value both with a blank between them. A negative selector also prints two lines on the
-   standard output: the time in Greenwich with the offset in minutes, and the local time. Text: 64 characters; null drops it. */
+   standard output: the time in Greenwich with the offset in minutes, and the local time. Text: 64 characters; null
+   drops it. */
 SBR_API void SBR_localtime_ISO8601(int selector, char *text);
 
 /* The operating system: name (the system's name and "_", as "Linux_"), version ("major_minor" of its release, as "6_1")
@@ -660,8 +895,8 @@ SBR_API double SBR_cputime(void);
    One database is open at a time, and its state belongs to the process. The order of use is: start, create or open data
    blocks, records, close, trailer, end. docs/database.md tells more. */
 
-/* Binds the database library: 1 when it is bound, or was; 0 when it cannot be loaded. An entry that the library lacks is
-   noticed when it is called. */
+/* Binds the database library: 1 when it is bound, or was; 0 when it cannot be loaded. An entry that the library lacks
+   is noticed when it is called. */
 SBR_API int CDB_LoadLibrary(void);
 /* Lets the library go. */
 SBR_API void CDB_UnloadLibrary(void);
@@ -692,21 +927,22 @@ SBR_API int CDB_Ruvo_Write(int unit, const int64_t *buffer, int words, int end_o
    when it is started already; 0 on a status. CDB_LoadLibrary comes first. KTX_QSRVHOME_DIR names the directory of the
    database system; without it "Cannot get KTX_QSRVHOME_DIR." The variable is looked up until it is first found. */
 SBR_API int DB_StartBase(void);
-/* Closes the scratch database and deletes its files. 1; 0 with "Cannot close the database, %d." when it cannot be closed. */
+/* Closes the scratch database and deletes its files. 1; 0 with "Cannot close the database, %d." when it cannot be
+ * closed. */
 SBR_API int DB_TermBase(void);
 /* Opens the database with that ".MASTER" file for writing, or creates it when there is no such file. Binds the library
-   ("Fail to load Qsrv library."); a file that fails DB_CheckDBset is not opened; a status gives "Cannot open the database,
-   %d."; a name without ".MASTER" is refused. Nothing that is written lasts before DB_TermWrite. 1 or 0. */
+   ("Fail to load Qsrv library."); a file that fails DB_CheckDBset is not opened; a status gives "Cannot open the
+   database, %d."; a name without ".MASTER" is refused. Nothing that is written lasts before DB_TermWrite. 1 or 0. */
 SBR_API int DB_StartWrite(const char *path);
-/* Closes the database, which makes what was written last, and lets the library go. 1; 0 with "Cannot close the database,
-   %d." when it cannot be closed. */
+/* Closes the database, which makes what was written last, and lets the library go. 1; 0 with "Cannot close the
+   database, %d." when it cannot be closed. */
 SBR_API int DB_TermWrite(void);
 
-/* Judges a ".MASTER" file by its time-stamp header, whether the library is bound or not. 0 when it can be used here, also
-   with the warning that it could be read-only; otherwise a code with an error: -1 unknown, 2 not found, 4 not a regular
-   file, 5 not opened, 6 too short, 7 not read, 10 offsets, 11 signature, 12 number form, 13 record length out of range (1
-   to that of the bound library, else to 2^31 - 1); 1 a file of another platform, 14 and 15 one of this platform's numbers
-   in a form that is not its own, with 64-bit and 32-bit words. */
+/* Judges a ".MASTER" file by its time-stamp header, whether the library is bound or not. 0 when it can be used here,
+   also with the warning that it could be read-only; otherwise a code with an error: -1 unknown, 2 not found, 4 not a
+   regular file, 5 not opened, 6 too short, 7 not read, 10 offsets, 11 signature, 12 number form, 13 record length out
+   of range (1 to that of the bound library, else to 2^31 - 1); 1 a file of another platform, 14 and 15 one of this
+   platform's numbers in a form that is not its own, with 64-bit and 32-bit words. */
 SBR_API int DB_CheckDBset(const char *path);
 
 /* The room that the text of DB_BodyBrowser needs. */
@@ -720,13 +956,13 @@ SBR_API uint32_t DB_BodyBrowser(const char *path, int index, char *text);
    Its unit, or 0 with "Cannot create sbr datablock, %d.". */
 SBR_API int DB_CreateSBRblk(const char *qualifiers);
 /* Opens body number index (from 1) of a database file for reading, in the database that DB_StartBase started. Its unit,
-   and in *number the logical number that it was given; 0 with "The index is too big, %d.", "%d datablocks are assigned."
-   or "Cannot open the datablock, %d.". */
+   and in *number the logical number that it was given; 0 with "The index is too big, %d.", "%d datablocks are
+   assigned." or "Cannot open the datablock, %d.". */
 SBR_API int DB_OpenDatablk(const char *path, int index, int *number);
 /* Closes a data block and keeps it; unit 0 does nothing. */
 SBR_API int DB_CloseDatablk(int unit);
-/* Creates a scratch data block and opens it for writing; *number, from 1001, tells it apart. Its unit, or 0 with "Cannot
-   open temporary datablock, %d.". */
+/* Creates a scratch data block and opens it for writing; *number, from 1001, tells it apart. Its unit, or 0 with
+   "Cannot open temporary datablock, %d.". */
 SBR_API int DB_OpenScratch(int *number);
 /* Closes a scratch data block and opens it for reading. */
 SBR_API int DB_ReOpenScratch(int unit);

@@ -103,6 +103,15 @@ bool CombinationWeights::prepare(const double *matrix, int stride, int sources, 
   return true;
 }
 
+bool StripBuffer::allocate(int modes, std::int64_t length) noexcept {
+  constexpr std::int64_t line = 64 / sizeof(double);
+  const std::int64_t pitch = length + line;
+  if (!values_.allocate(pitch * modes + line)) return false;
+  const std::size_t misplaced = reinterpret_cast<std::uintptr_t>(values_.data()) % 64 / sizeof(double);
+  strip_ = {values_.data() + (misplaced == 0 ? 0 : line - static_cast<std::int64_t>(misplaced)), pitch};
+  return true;
+}
+
 void combine_modes(const CombinationWeights &weights, const Strip &sources, const Strip &outputs,
                    std::int64_t count) noexcept {
 #if defined(__x86_64__)

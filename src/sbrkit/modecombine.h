@@ -39,10 +39,24 @@ struct Strip {
   [[nodiscard]] double *mode(int m) const noexcept { return data + static_cast<std::int64_t>(m) * pitch; }
 };
 
-// Strips are worked on in pieces of this many values; their pitch covers whole pieces, and outputs whole groups.
+// The memory of a strip. Modes start on cache lines, and their pitch is no power of two, so that the same place of all
+// modes does not fall to the same place of the processor's caches.
+class StripBuffer {
+ public:
+  // length: a multiple of kStripPiece. False when memory is short.
+  [[nodiscard]] bool allocate(int modes, std::int64_t length) noexcept;
+  [[nodiscard]] const Strip &strip() const noexcept { return strip_; }
+
+ private:
+  Array<double> values_;
+  Strip strip_;
+};
+
+// Strips are worked on in pieces of this many values.
 constexpr std::int64_t kStripPiece = 32;
 
-// Sets `count` values of every output. Values up to the next whole piece are computed too.
+// Sets `count` values of every output. Values up to the next whole piece, and outputs up to the next whole group, are
+// set too and must have their place.
 void combine_modes(const CombinationWeights &weights, const Strip &sources, const Strip &outputs,
                    std::int64_t count) noexcept;
 

@@ -19,12 +19,14 @@ constexpr int kWrite = 1;
 constexpr int kRewind = 10;
 constexpr int kCharactersPerWord = 4;
 
-// ---- counters --------------------------------------------------------------------------------------------------------
+// ---- counters
+// --------------------------------------------------------------------------------------------------------
 
-int scratch_count = 1000;   // data blocks that hold intermediate results
-int allocation_count = 0;   // logical numbers of opened bodies
+int scratch_count = 1000;  // data blocks that hold intermediate results
+int allocation_count = 0;  // logical numbers of opened bodies
 
-// ---- data blocks -----------------------------------------------------------------------------------------------------
+// ---- data blocks
+// -----------------------------------------------------------------------------------------------------
 
 // Creates a data block and opens it for writing. Its unit, or 0 with the message, whose %d is the status.
 int create_block(const Text &command, const char *message) noexcept {
@@ -44,8 +46,8 @@ int locate_body(const char *path, const Text &qualifiers, int number) noexcept {
   Text where;
   Text command;
   if (!sbr::replace_commas(where, view_of(qualifiers), " and ") ||
-      !print(command, "dblocate logical=dbalc%d datablk=(sbrdb) where(%s) convert(highqual=%d)", number,
-             text_of(where), number)) {
+      !print(command, "dblocate logical=dbalc%d datablk=(sbrdb) where(%s) convert(highqual=%d)", number, text_of(where),
+             number)) {
     sbr::report_no_memory(kUnit);
     return 1;
   }
@@ -54,7 +56,8 @@ int locate_body(const char *path, const Text &qualifiers, int number) noexcept {
   return status;
 }
 
-// ---- words -----------------------------------------------------------------------------------------------------------
+// ---- words
+// -----------------------------------------------------------------------------------------------------------
 
 std::int64_t words_of(std::int64_t characters) noexcept { return (characters - 1) / kCharactersPerWord + 1; }
 
@@ -149,7 +152,8 @@ int DB_CloseDatablk(int unit) { return unit == 0 ? 1 : CDB_Ruvo_Close(unit, 1); 
 
 int DB_WriteTrailer(const int64_t *trailer7) { return trailer7 == nullptr ? 0 : CDB_Ruvo_WriteTrailer(trailer7); }
 
-// ---- writing ---------------------------------------------------------------------------------------------------------
+// ---- writing
+// ---------------------------------------------------------------------------------------------------------
 
 int DB_WriteINTs(db_block block, const int *data, int count) {
   if (is_nothing(data, count)) return 1;
@@ -183,7 +187,8 @@ int DB_WriteCHARs(db_block block, const char *data, int bytes) {
 
 int DB_WriteEOR(db_block block) { return CDB_Ruvo_Write(block.unit, nullptr, 0, 1); }
 
-// ---- reading ---------------------------------------------------------------------------------------------------------
+// ---- reading
+// ---------------------------------------------------------------------------------------------------------
 
 int DB_ReadINTs(db_block block, int *data, int count) {
   if (is_nothing(data, count)) return 1;
@@ -227,7 +232,8 @@ int DB_SeekFWD(db_block block, int negative_count) {
   return 1;
 }
 
-// ---- positions -------------------------------------------------------------------------------------------------------
+// ---- positions
+// -------------------------------------------------------------------------------------------------------
 
 int DB_FSAVE(int64_t *position2, db_block block) {
   int first = 0;

@@ -17,27 +17,28 @@
 namespace sbr {
 namespace {
 
-// ---- logical words ---------------------------------------------------------------------------------------------------
+// ---- logical words
+// ---------------------------------------------------------------------------------------------------
 
 // Where a form keeps the value and the four characters of a word.
 struct WordForm {
   int word_size;
   int value_offset;
   int value_size;
-  bool big_endian;
   int text_offset;
+  bool big_endian;
   bool text_reversed;
 };
 
 // The platform's own form.
-constexpr WordForm kOwnForm{8, 0, 8, false, 0, false};
+constexpr WordForm kOwnForm{8, 0, 8, 0, false, false};
 
 // The foreign forms in the order in which they are tried. A big-endian machine may have its values and its characters
 // in either half of a 64-bit word, and its characters may have been stored as numbers.
 constexpr WordForm kForeignForms[] = {
-    {8, 0, 8, true, 0, false}, {8, 0, 8, true, 4, false},  {8, 0, 8, true, 4, true},   {8, 0, 8, true, 0, true},
-    {8, 0, 4, true, 0, false}, {8, 0, 4, true, 0, true},   {4, 0, 4, true, 0, false},  {4, 0, 4, true, 0, true},
-    {4, 0, 4, false, 0, false},
+    {8, 0, 8, 0, true, false}, {8, 0, 8, 4, true, false}, {8, 0, 8, 4, true, true},
+    {8, 0, 8, 0, true, true},  {8, 0, 4, 0, true, false}, {8, 0, 4, 0, true, true},
+    {4, 0, 4, 0, true, false}, {4, 0, 4, 0, true, true},  {4, 0, 4, 0, false, false},
 };
 
 // The header as words of one form. A word beyond the header is 0, its characters are blank.
@@ -79,7 +80,8 @@ class Words {
   const WordForm &form_;
 };
 
-// ---- the rules of a header -------------------------------------------------------------------------------------------
+// ---- the rules of a header
+// -------------------------------------------------------------------------------------------
 
 // The places of the header's three parts: stamp, set name, creation.
 bool offsets_fit(const Words &w) noexcept {
@@ -141,7 +143,8 @@ FileCheck foreign_code(const FileReport &report) noexcept {
   return report.file.word == 1 ? FileCheck::other_form_64 : FileCheck::other_form_32;
 }
 
-// ---- messages --------------------------------------------------------------------------------------------------------
+// ---- messages
+// --------------------------------------------------------------------------------------------------------
 
 void report_other_platform(const FileReport &report) noexcept {
   static const char *const word[] = {"32-bit", "64-bit"};
@@ -154,8 +157,8 @@ void report_other_platform(const FileReport &report) noexcept {
 }
 
 void report_bad_header(const char *reason) noexcept {
-  SBR_Error("%s\n%s\n%s", "The specified QS DB file exists.",
-            "However, the timestamp header could not be validated.", reason);
+  SBR_Error("%s\n%s\n%s", "The specified QS DB file exists.", "However, the timestamp header could not be validated.",
+            reason);
 }
 
 }  // namespace

@@ -277,6 +277,7 @@ Reading read_interface_nodes(SbrBody &body) noexcept {
   CountHead head;
   if (!transfer(reader, head)) return failed(kProblem);
   if (head.count > 0 && !rows_left(channel, head.count, 4)) return failed(kProblem);
+  forget_interface_places(body);
   if (!body.interface_nodes.nodes.allocate(head.count)) {
     failed("Out of memory while reading Interface Nodes block");
     return failed(kProblem);

@@ -93,12 +93,12 @@ class SourceModes {
   Array<std::int32_t> indices_;
 };
 
-// Values per strip: enough for reads and writes of a good length, few enough that the strips of all modes together stay
-// near the processor.
+// Values per strip: enough for long reads and writes, few enough that the strips of all modes together take no more
+// than some 16 MiB.
 std::int64_t strip_length(const ModeTask &task) noexcept {
-  constexpr std::int64_t values_of_all_modes = std::int64_t{1} << 19U;
+  constexpr std::int64_t values_of_all_modes = std::int64_t{1} << 21U;
   const std::int64_t length = values_of_all_modes / std::max({task.old_count, task.new_count, 1});
-  return std::clamp<std::int64_t>(length / kStripPiece, 4, 64) * kStripPiece;
+  return std::clamp<std::int64_t>(length / kStripPiece, 4, 256) * kStripPiece;
 }
 
 // Full matrix: every new mode is the sum of the old modes with the weights of its column. Each value of an old mode is
@@ -110,16 +110,14 @@ Outcome combine(const ModeTask &task, ModeRewrite &rewrite) noexcept {
   CombinationWeights weights;
   if (!weights.prepare(task.matrix, task.old_count, task.old_count, task.new_count)) return Outcome::no_memory;
   const std::int64_t length = strip_length(task);
-  // A pitch that is no power of two keeps the modes' values in different places of the processor's caches.
-  const std::int64_t pitch = length + 8;
-  Array<double> old_values;
-  Array<double> new_values;
+  StripBuffer old_values;
+  StripBuffer new_values;
   if (!rewrite.reserve_modes(task.new_count, task.values)) return Outcome::no_memory;
   if (task.new_count > 0) {
-    if (!old_values.allocate(pitch * task.old_count) || !new_values.allocate(pitch * 4 * weights.groups()))
+    if (!old_values.allocate(task.old_count, length) || !new_values.allocate(4 * weights.groups(), length))
       return Outcome::no_memory;
-    const Strip sources{old_values.data(), pitch};
-    const Strip outputs{new_values.data(), pitch};
+    const Strip &sources = old_values.strip();
+    const Strip &outputs = new_values.strip();
     for (std::int64_t first = 0; first < task.values; first += length) {
       const std::int64_t count = std::min(length, task.values - first);
       for (int m = 0; m < task.old_count; ++m) modes.read(task, m, first, sources.mode(m), count);

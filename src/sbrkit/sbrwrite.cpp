@@ -76,6 +76,8 @@ void write_header(WriteRun &run) noexcept {
   HeaderTexts texts;
   SBR_Header(&run.body, texts.title, texts.date, texts.input_file_name, texts.input_file_type, texts.comment1,
              texts.comment2, texts.comment3);
+  // The one field that a record may fill to its last byte.
+  std::memcpy(texts.input_file_type, run.body.header.input_file_type, sizeof texts.input_file_type);
   const Sink &sink = run.target.sink;
   FieldSink io{sink};
   run.ok = sink.begin(kHeader) && transfer(io, texts) && sink.end();

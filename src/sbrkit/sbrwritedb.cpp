@@ -19,8 +19,8 @@ struct Position {
 
 struct DataBlock {
   db_block block{};
-  Position table[kPositions];               // by block number; the closing record has number 0
-  Array<Position> modes[kModeKinds];        // where each exported mode starts, by kind
+  Position table[kPositions];         // by block number; the closing record has number 0
+  Array<Position> modes[kModeKinds];  // where each exported mode starts, by kind
 };
 
 DataBlock &block_of(void *target) noexcept { return *static_cast<DataBlock *>(target); }
@@ -89,8 +89,8 @@ bool close_record(DataBlock &data, const WritePlan &plan) noexcept {
 int finish(SBR body, const DataBlock &data, const WritePlan &plan) noexcept {
   const std::int64_t nodes = SBR_NodeCount(body);
   const Position &closing = data.table[0];
-  const std::int64_t trailer[7] = {data.block.unit, plan.exported_modes, nodes,           6 * nodes,
-                                   2,               closing.words[0],    closing.words[1]};
+  const std::int64_t trailer[7] = {data.block.unit,  plan.exported_modes, nodes, 6 * nodes, 2,
+                                   closing.words[0], closing.words[1]};
   if (DB_CloseDatablk(data.block.unit) == 0 || DB_WriteTrailer(trailer) == 0) return 0;
   return DB_TermWrite();
 }

@@ -117,9 +117,7 @@ void Ruvo_Open(int unit, int zero, int mode) { note("Ruvo_Open", unit, zero, mod
 
 void Ruvo_Close(int unit, int keep) { note("Ruvo_Close", unit, keep); }
 
-void Ruvo_WriteTrailer(const int64_t *trailer7) {
-  note("Ruvo_WriteTrailer", words_text(trailer7, 7).c_str());
-}
+void Ruvo_WriteTrailer(const int64_t *trailer7) { note("Ruvo_WriteTrailer", words_text(trailer7, 7).c_str()); }
 
 void Ruvo_SkipRecord(int *status, int unit) {
   note("Ruvo_SkipRecord", unit);
@@ -133,9 +131,7 @@ void Ruvo_SavePos(int unit, int64_t *position2, int *first, int *second) {
   *first = *second = 0;
 }
 
-void Ruvo_SetPos(int unit, const int64_t *position2) {
-  note("Ruvo_SetPos", unit, position2[0], position2[1]);
-}
+void Ruvo_SetPos(int unit, const int64_t *position2) { note("Ruvo_SetPos", unit, position2[0], position2[1]); }
 
 void Ruvo_Read(int *status, int unit, int64_t *buffer, int words, int zero, int *value) {
   note("Ruvo_Read", unit, words, zero);

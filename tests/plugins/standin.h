@@ -9,14 +9,14 @@
 #include <vector>
 
 struct StandinState {
-  std::vector<std::string> calls;             // "QS_DbaseOld(wing,)", in order
-  std::map<std::string, int> statuses;        // by entry, or by entry and first text argument; 0 where there is none
-  std::map<std::string, std::string> names;   // answers of QS_GetDbName by kind
-  std::string dictionary;                     // what QS_GetDbdict lists
+  std::vector<std::string> calls;            // "QS_DbaseOld(wing,)", in order
+  std::map<std::string, int> statuses;       // by entry, or by entry and first text argument; 0 where there is none
+  std::map<std::string, std::string> names;  // answers of QS_GetDbName by kind
+  std::string dictionary;                    // what QS_GetDbdict lists
   int record_limit = 32768;
-  int unit = 7;                               // of created and attached data blocks
+  int unit = 7;  // of created and attached data blocks
   int count = 1;
-  std::vector<std::int64_t> words;            // what Ruvo_Read hands out, from the front
+  std::vector<std::int64_t> words;  // what Ruvo_Read hands out, from the front
 };
 
 // Exported by the library as "standin_state".

@@ -196,7 +196,7 @@ void print_description(const Json &all) {
     stored += (stored.empty() ? "" : ", ") + invariant.dump();
   line("Invariants stored", stored.empty() ? "none" : stored);
   std::cout << '\n';
-  Table table({"block", "name", "offset", "size"});
+  Table table({"block", "<name", "offset", "size"});
   for (const Json &block : all["blocks"])
     table.add({block["number"].dump(), text_of(block["name"]), block["offset"].dump(), block["size"].dump()});
   table.print();

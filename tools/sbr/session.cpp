@@ -96,8 +96,10 @@ void Table::print() const {
     std::string line;
     for (std::size_t c = 0; c < row.size(); ++c) {
       if (c != 0) line += "  ";
-      line += std::string(widths[c] - row[c].size(), ' ') + row[c];
+      const std::string blanks(widths[c] - row[c].size(), ' ');
+      line += c < left_.size() && left_[c] ? row[c] + blanks : blanks + row[c];
     }
+    line.erase(line.find_last_not_of(' ') + 1);
     std::cout << line << '\n';
   }
 }

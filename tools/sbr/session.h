@@ -60,6 +60,9 @@ using Given = std::unique_ptr<T[], FreeArray>;
 // Registers the commands. Each sets `exit_code` when it runs.
 using Register = void (*)(CLI::App &app, int &exit_code);
 void add_information_commands(CLI::App &app, int &exit_code);  // info, modes, nodes, mode
+void add_mass_commands(CLI::App &app, int &exit_code);         // mass, faces
+void add_changing_commands(CLI::App &app, int &exit_code);     // report, write, transform, reduce, units
+void add_checking_commands(CLI::App &app, int &exit_code);     // check, diff
 
 // A number as the shortest text that reads back the same (up to 17 digits).
 std::string number(double value);
@@ -71,14 +74,22 @@ Json finite(const double *values, std::size_t count);
 // A text of the record as valid UTF-8: other bytes become question marks.
 std::string clean(const std::string &text);
 
-// A plain table for people: right-aligned columns under headings.
+// A plain table for people: columns under headings, right-aligned; a heading that begins with '<' makes its column
+// left-aligned.
 class Table {
  public:
-  explicit Table(std::vector<std::string> headings) : rows_{std::move(headings)} {}
+  explicit Table(std::vector<std::string> headings) {
+    for (std::string &heading : headings) {
+      left_.push_back(!heading.empty() && heading[0] == '<');
+      if (left_.back()) heading.erase(0, 1);
+    }
+    rows_.push_back(std::move(headings));
+  }
   void add(std::vector<std::string> row) { rows_.push_back(std::move(row)); }
   void print() const;
 
  private:
+  std::vector<bool> left_;
   std::vector<std::vector<std::string>> rows_;
 };
 

@@ -1,0 +1,146 @@
+// Every allocation of orthonormalization fails in turn.
+#include <filesystem>
+#include <vector>
+
+#include "body.h"
+#include "support/allocations.h"
+#include "support/files.h"
+#include "support/messages.h"
+#include "support/modal_body.h"
+
+namespace sbrtest {
+namespace {
+
+using OrthonormalizationMemoryTest = LibraryTest;
+
+SBR make_body(bool full) {
+  SBR body = make_modal_body(3, 3, {0, 1});
+  if (full) {
+    set_full_mass(body, {4, 1, 0, 1, 5, 1, 0, 1, 6}, 3);
+    set_full_stiffness(body, {10, 1, 2, 1, 20, 3, 2, 3, 30}, 3);
+  } else {
+    set_diagonal(body, {4, 5, 6}, {10, 20, 30});
+  }
+  for (int m = 1; m <= 3; ++m) {
+    SBR_SetModalLoad(body, 0, m, m);
+    SBR_SetModalPreload(body, m, m);
+  }
+  const double location[3] = {0, 0, 0};
+  const double row[3] = {1, 2, 3};
+  SBR_SetMonitorPointInfo(body, 1, 1, 1, 1, location, "P", "L");
+  SBR_SetMonitorPointOperator(body, 0, 1, row);
+  return body;
+}
+
+TEST_F(OrthonormalizationMemoryTest, AnyFailedAllocationIsReportedAndHarmless) {
+  for (const bool full : {true, false}) {
+    int tried = 0;
+    for (int n = 1;; ++n) {
+      ASSERT_LT(n, 500);
+      SBR body = make_body(full);
+      log.clear();
+      bool happened = false;
+      int result = -1;
+      {
+        const FailingAllocation failing(n);
+        result = SBR_OrthoNormalize(body);
+        happened = failing.happened();
+      }
+      if (!happened) {
+        EXPECT_EQ(result, 1);
+        EXPECT_TRUE(log.take_complaints().empty());
+        SBR_DeReference(body);
+        break;
+      }
+      ++tried;
+      if (result == 0) {
+        EXPECT_FALSE(log.take_complaints().empty()) << n;
+      }
+      SBR_GetModalLoadCaseCount(body);
+      EXPECT_EQ(SBR_IsValid(body), 1);
+      SBR_DeReference(body);
+    }
+    EXPECT_GT(tried, full ? 20 : 8);
+  }
+}
+
+TEST_F(OrthonormalizationMemoryTest, TheEigenproblemNeedsItsMemoryBeforeItChangesTheBody) {
+  // The first allocations are those of the transformation and of the eigenproblem.
+  for (int n = 1; n <= 13; ++n) {
+    SBR body = make_body(true);
+    const std::vector<double> before = whole_mode_of(body, 2, 0);
+    SBR_SetKeepModesInMemory(body, 0);
+    log.clear();
+    {
+      const FailingAllocation failing(n);
+      EXPECT_EQ(SBR_OrthoNormalize(body), 0) << n;
+      EXPECT_TRUE(failing.happened());
+    }
+    const auto complaints = log.take_complaints();
+    ASSERT_EQ(complaints.size(), 1u);
+    EXPECT_TRUE(is_no_memory(complaints[0], "sbrwrite"));
+    EXPECT_FALSE(body->access.transformation);
+    EXPECT_EQ(SBR_NumberOfGenMass(body), 6);
+    EXPECT_EQ(SBR_NumberOfGenStiff(body), 6);
+    EXPECT_EQ(whole_mode_of(body, 2, 0), before);
+    EXPECT_EQ(SBR_OrthoNormalize(body), 1);
+    SBR_DeReference(body);
+  }
+}
+
+TEST_F(OrthonormalizationMemoryTest, SmallOperationsReportTheirMemory) {
+  struct Call {
+    const char *name;
+    int (*run)(SBR);
+  };
+  const Call calls[] = {
+      {"table", [](SBR b) { return SBR_EnsureEigenTable(b); }},
+      {"scales",
+       [](SBR b) {
+         double *scale = nullptr;
+         const int result = SBR_MassNormalizationScales(b, &scale);
+         SBR_FreeMemory(scale);
+         return result;
+       }},
+      {"monitor points",
+       [](SBR b) {
+         const double T[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+         return SBR_TransformMonitorPoints(b, T);
+       }},
+      {"modes",
+       [](SBR b) {
+         const double T[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+         return SBR_TransformModes(b, 0, 3, T);
+       }},
+  };
+  for (const Call &call : calls) {
+    SBR body = make_body(false);
+    log.clear();
+    {
+      const FailingAllocation failing(1);
+      EXPECT_EQ(call.run(body), 0) << call.name;
+    }
+    const auto found = log.take_complaints();
+    ASSERT_EQ(found.size(), 1u) << call.name;
+    EXPECT_TRUE(is_no_memory(found[0], "sbrwrite")) << call.name;
+    EXPECT_EQ(call.run(body), 1) << call.name;
+    SBR_DeReference(body);
+  }
+}
+
+TEST_F(OrthonormalizationMemoryTest, NoFailureLeavesAFileBehind) {
+  const ScratchDirectory scratch;
+  const ScopedEnvironment directory("TMP", scratch.path().string());
+  for (int n = 1; n <= 40; ++n) {
+    SBR body = make_body(n % 2 == 0);
+    {
+      const FailingAllocation failing(n);
+      SBR_OrthoNormalize(body);
+    }
+    SBR_DeReference(body);
+    EXPECT_TRUE(std::filesystem::is_empty(scratch.path())) << n;
+  }
+}
+
+}  // namespace
+}  // namespace sbrtest

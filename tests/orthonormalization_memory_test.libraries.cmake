@@ -1,0 +1,1 @@
+set(libraries -Wl,--wrap=calloc -Wl,--wrap=realloc -Wl,--wrap=_ZnwmRKSt9nothrow_t)
