@@ -499,7 +499,7 @@ TEST_F(StoreTest, AFullDiskUndoesTheRunAndIsReported) {
 }
 
 // One generation of a body: every word of its records is the generation's number.
-constexpr int kRecords = 12;
+constexpr int kRecords = 6;
 constexpr int kRecordWords = 3000;
 
 void write_generation(int body, int generation) {

@@ -1,6 +1,9 @@
 // Invariants read from the blocks of a record.
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include "body.h"
 #include "support/files.h"
 #include "support/mass_body.h"
@@ -200,6 +203,34 @@ TEST_F(InvariantBlocks, AWriteToTheCellComesBeforeTheBlock) {
   const double v[3] = {9, 8, 7};
   SBR_SetInvar2(body, v);
   EXPECT_EQ(take(SBR_Invar2(body), 3), (std::vector<double>{9, 8, 7}));
+}
+
+// The blocks of the sample come from another program than this library.
+TEST_F(InvariantBlocks, BlocksOfASampleAgreeWithItsNodes) {
+  const std::string path = directory.file("beam.sbr");
+  write_file(path, read_gzip(SBRKIT_TEST_DATA "/samples/beam_13c.sbr.gz"));
+  SBR body = SBR_CreateFromSBR(path.c_str());
+  ASSERT_NE(body, nullptr);
+  const int modes = SBR_ModeCount(body);
+  const auto gather = [&] {
+    std::vector<double> values;
+    const auto append = [&](const std::vector<double> &more) { values.insert(values.end(), more.begin(), more.end()); };
+    for (int j = 0; j < modes; ++j) {
+      append(take(SBR_Invar5(body, j), 3 * modes));
+      append(take(SBR_Invar8(body, j), 9));
+      for (int k = 0; k < modes; ++k) append(take(SBR_Invar9(body, j, k), 9));
+    }
+    return values;
+  };
+  for (int block = 22; block <= 25; ++block) ASSERT_EQ(SBR_Exists(body, block), 1);
+  const std::vector<double> stored = gather();
+  body->invariants = sbr::Invariants{};
+  for (int block = 22; block <= 25; ++block) sbr::set_block(*body, block, false);
+  const std::vector<double> summed = gather();
+  double largest = 0.0;
+  for (const double value : stored) largest = std::max(largest, std::fabs(value));
+  EXPECT_GT(largest, 0.0);
+  EXPECT_THAT(summed, Pointwise(::testing::DoubleNear(1e-12 * largest), stored));
 }
 
 TEST_F(InvariantBlocks, BlocksSufficeForTheFullSet) {

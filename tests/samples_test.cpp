@@ -226,5 +226,15 @@ TEST_P(SampleTest, InvariantsAgreeWithTheNodalData) {
   SBR_FreeMemory(invar7);
 }
 
+TEST_P(SampleTest, TheSurfaceMeshHasTheOuterFacesOnly) {
+  SBR surface = SBR_CreateFromSBR_SurfaceMesh(path.c_str());
+  ASSERT_NE(surface, nullptr);
+  EXPECT_NE(surface, body);
+  int faces = 0;
+  int length = 0;
+  EXPECT_EQ(SBR_FaceListSize(surface, &faces, &length), 1);
+  EXPECT_EQ(faces, figures.at("surface_face_count_after_stripping").get<int>());
+}
+
 }  // namespace
 }  // namespace sbrtest

@@ -194,14 +194,71 @@ TEST(StreamCodec, BlockDecodingEqualsTheElementCallsOnTruncatedFiles) {
 }
 
 TEST(StreamCodec, AFailedSinglePrecisionReadLeavesTheFloatsUnwidened) {
-  const std::string bytes = random_bytes(4 * 10 + 2, 3);
-  OpenChannel ours(bytes, true, true);
-  OpenChannel library(bytes, true, true);
-  std::string first(8 * 12, '\x5A');
-  std::string second = first;
-  EXPECT_FALSE(sbr::read_reals(ours.channel, reinterpret_cast<double *>(first.data()), 12));
-  EXPECT_EQ(xdr_vector(library.channel.xdr, second.data(), 12, 4, reinterpret_cast<xdrproc_t>(xdr_float)), 0);
-  EXPECT_EQ(first, second);
+  for (const std::size_t count : {12U, 5000U, 40000U}) {
+    const std::string bytes = random_bytes(4 * (count - 2) + 2, 3);
+    OpenChannel ours(bytes, true, true);
+    OpenChannel library(bytes, true, true);
+    std::string first(8 * count, '\x5A');
+    std::string second = first;
+    EXPECT_FALSE(
+        sbr::read_reals(ours.channel, reinterpret_cast<double *>(first.data()), static_cast<std::int64_t>(count)));
+    EXPECT_EQ(xdr_vector(library.channel.xdr, second.data(), static_cast<u_int>(count), 4,
+                         reinterpret_cast<xdrproc_t>(xdr_float)),
+              0);
+    EXPECT_TRUE(first == second) << count;
+    EXPECT_EQ(FileTell_Win32(ours.channel.stream), FileTell_Win32(library.channel.stream));
+  }
+}
+
+TEST(StreamCodec, LongSinglePrecisionRunsGiveEveryValueWidened) {
+  for (const bool xdr : {false, true}) {
+    for (const int count : {1, 15, 16, 17, 2047, 2048, 16384, 16385, 50001}) {
+      FieldBytes bytes(xdr, true);
+      for (int i = 0; i < count; ++i) bytes.real(0.1 * i - 7);
+      bytes.integer(99);
+      OpenChannel in(bytes.bytes(), xdr, true);
+      std::vector<double> values(static_cast<std::size_t>(count));
+      std::int32_t behind = 0;
+      ASSERT_TRUE(sbr::read_reals(in.channel, values.data(), count));
+      EXPECT_TRUE(sbr::read_int(in.channel, behind));
+      EXPECT_EQ(behind, 99);
+      for (int i = 0; i < count; ++i)
+        ASSERT_EQ(values[static_cast<std::size_t>(i)], static_cast<double>(static_cast<float>(0.1 * i - 7)));
+    }
+  }
+}
+
+// Serves what it has and then fails, although its size promises more.
+TEST(StreamCodec, ADeviceThatFailsInALongRunLeavesTheFloatsThatCame) {
+  static std::size_t at;
+  at = 0;
+  const cookie_io_functions_t functions{[](void *, char *buffer, std::size_t size) -> ssize_t {
+                                          if (at >= 80000) return -1;
+                                          const std::size_t count = std::min<std::size_t>(size, 80000 - at);
+                                          for (std::size_t i = 0; i < count; ++i, ++at)
+                                            buffer[i] = at % 4 == 0 ? '\x3F' : '\x00';
+                                          return static_cast<ssize_t>(count);
+                                        },
+                                        nullptr,
+                                        [](void *, off64_t *offset, int origin) -> int {
+                                          if (origin == SEEK_SET) at = static_cast<std::size_t>(*offset);
+                                          *offset = origin == SEEK_END ? 1000000 : static_cast<off64_t>(at);
+                                          return 0;
+                                        },
+                                        nullptr};
+  sbr::StreamChannel channel;
+  channel.stream = fopencookie(nullptr, "rb", functions);
+  ASSERT_NE(channel.stream, nullptr);
+  channel.double_precision = 0;
+  ASSERT_TRUE(sbr::bind_xdr(channel, XDR_DECODE));
+  std::vector<double> values(40000, 7.0);
+  EXPECT_FALSE(sbr::read_reals(channel, values.data(), 40000));
+  float front[2];
+  std::memcpy(front, values.data(), sizeof front);
+  EXPECT_EQ(front[0], 0.5F);
+  EXPECT_EQ(front[1], 0.5F);
+  EXPECT_EQ(values[39999], 7.0);
+  sbr::close_channel(channel, false);
 }
 
 TEST(StreamCodec, ScalarReadsGoOnWhereABlockReadStopped) {

@@ -5,6 +5,8 @@
 namespace sbr {
 namespace {
 
+constexpr std::ptrdiff_t kColumnStride = 3 * kPairLanes;  // from node to node in a tile of columns
+
 template <int kWidth>
 struct LanesOf {
   typedef double Type __attribute__((vector_size(kWidth * sizeof(double))));
@@ -13,17 +15,17 @@ struct LanesOf {
 // One group of lanes: the three components of the column modes at a node.
 template <class Lanes>
 [[gnu::always_inline]] inline void load_columns(const double *columns, Lanes *b) {
-  for (int c = 0; c < 3; ++c) std::memcpy(&b[c], columns + c * kPairLanes, sizeof(Lanes));
+  for (int c = 0; c < 3; ++c) std::memcpy(&b[c], columns + std::ptrdiff_t{c} * kPairLanes, sizeof(Lanes));
 }
 
 template <class Lanes, int kCount>
 [[gnu::always_inline]] inline void load_sums(const double *sums, const int (&which)[kCount], Lanes *sum) {
-  for (int e = 0; e < kCount; ++e) std::memcpy(&sum[e], sums + which[e] * kPairLanes, sizeof(Lanes));
+  for (int e = 0; e < kCount; ++e) std::memcpy(&sum[e], sums + std::ptrdiff_t{which[e]} * kPairLanes, sizeof(Lanes));
 }
 
 template <class Lanes, int kCount>
 [[gnu::always_inline]] inline void store_sums(const Lanes *sum, const int (&which)[kCount], double *sums) {
-  for (int e = 0; e < kCount; ++e) std::memcpy(sums + which[e] * kPairLanes, &sum[e], sizeof(Lanes));
+  for (int e = 0; e < kCount; ++e) std::memcpy(sums + std::ptrdiff_t{which[e]} * kPairLanes, &sum[e], sizeof(Lanes));
 }
 
 // The terms are those of incr_scalar_tilde_tilde and incr_scalar_tilde_vec, lane by lane. They are taken in two passes
@@ -34,7 +36,7 @@ template <class Lanes>
   Lanes sum[6];
   load_sums(sums, kWhich, sum);
   const double *ma = row.weighted;
-  for (int i = 0; i < nodes; ++i, ma += 3, columns += 3 * kPairLanes) {
+  for (int i = 0; i < nodes; ++i, ma += 3, columns += kColumnStride) {
     Lanes b[3];
     load_columns(columns, b);
     sum[0] += ma[1] * b[0];
@@ -54,7 +56,7 @@ template <class Lanes>
   Lanes sum[6];
   load_sums(sums, kWhich, sum);
   const double *a = row.phi;
-  for (int i = 0; i < nodes; ++i, a += 3, columns += 3 * kPairLanes) {
+  for (int i = 0; i < nodes; ++i, a += 3, columns += kColumnStride) {
     Lanes b[3];
     load_columns(columns, b);
     const double m = row.masses[i];

@@ -16,9 +16,18 @@ struct Face {
   std::int32_t *nodes;    // node indices in order around the polygon, inside Mesh::pool or a chunk of it
   std::int32_t count;     // vertices in the polygon
   std::int32_t capacity;  // room behind `nodes`
+  std::int32_t box;       // place in Mesh::boxes plus 1; 0 for an original face
   double normal[3];       // unit normal, or zero
+  std::int32_t far;       // a position found too far from a node before: the first to look at
   bool present;           // false: the slot is empty
+  bool distinct;          // no node is known to stand twice in a fused polygon
   bool reversed;          // during the attempts at a node: positions 1 to count - 1 are to be read backwards
+};
+
+// A box that holds the vertices in play of a fused polygon; it may be larger than they need.
+struct Box {
+  double low[3];
+  double high[3];
 };
 
 struct Node {
@@ -42,9 +51,11 @@ struct Mesh {
   Array<std::int32_t> pool;               // the vertices of the original faces
   OwnedList<Array<std::int32_t>> chunks;  // further room for polygons
   std::size_t chunk_used = 0;             // of the last chunk
+  Array<Box> boxes;                       // of the fused polygons
 
   // Scratch, kept between nodes.
   Array<std::int32_t> polygon;  // the fused polygon
+  Array<std::int32_t> turned;   // for rotating a polygon
   Array<std::int32_t> taken;    // slots taken by the present attempt
   Array<FanEnd> fan_ends;       // ends of the present fan by vertex; empty for a small fan
   Array<std::uint32_t> seen;    // per node the mark of the last polygon it was seen in
@@ -85,13 +96,23 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept;
 void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept;
 [[nodiscard]] bool merge_face_fan(Mesh &mesh, std::int32_t node, int k) noexcept;
 void redirect_face_references(Mesh &mesh, std::int32_t node) noexcept;
+// The slot that a slot's faces have come to.
+[[nodiscard]] inline std::int32_t root_of(const Mesh &mesh, std::int32_t slot) noexcept {
+  while (mesh.merged_into[static_cast<std::size_t>(slot)] != slot)
+    slot = mesh.merged_into[static_cast<std::size_t>(slot)];
+  return slot;
+}
 // Brings a node's face list up to date with the merges so far.
 void follow_redirections(Mesh &mesh, std::int32_t node) noexcept;
 
 // ---- sbrcoarseprune ---------------------------------------------------------------------------------------
 
-// Cuts small excursions out of a fused polygon, Mesh::polygon in place.
-void prune_polygon_loops(Mesh &mesh) noexcept;
+// True when no node can stand twice in the polygon strung together from the taken faces around a node, but for the last
+// vertex that closes it. Costs little beside the polygon; false leaves the matter open. Asked before redirecting.
+[[nodiscard]] bool rim_is_distinct(const Mesh &mesh) noexcept;
+// Cuts small excursions out of a fused polygon, Mesh::polygon in place. rim_distinct: what rim_is_distinct said of it.
+// True when no node stands twice in the outcome, as far as that was found out.
+bool prune_polygon_loops(Mesh &mesh, bool rim_distinct = false) noexcept;
 
 // ---- sbrcoarsesurface -------------------------------------------------------------------------------------
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <limits>
 
 #include "reports.h"
 #include "sbrcoarse.h"
@@ -17,20 +18,46 @@ constexpr std::size_t kSmallFan = 16;
 
 // ---- node test --------------------------------------------------------------------------------------------
 
-bool within_distance(const Mesh &mesh, std::int32_t node, std::span<const std::int32_t> slots, double limit) noexcept {
+void widen(Box &box, const Node &node) noexcept {
+  const double at[3] = {node.x, node.y, node.z};
+  for (int c = 0; c < 3; ++c) {
+    box.low[c] = std::min(box.low[c], at[c]);
+    box.high[c] = std::max(box.high[c], at[c]);
+  }
+}
+
+// True when even the far corner of the box is near enough. Rounding keeps the order of distances, so that this decides
+// as the vertices would; false leaves the matter to them.
+bool box_within(const Box &box, const Node &center, double limit) noexcept {
+  const double at[3] = {center.x, center.y, center.z};
+  double farthest[3];
+  for (int c = 0; c < 3; ++c) farthest[c] = std::max(std::fabs(box.low[c] - at[c]), std::fabs(box.high[c] - at[c]));
+  return farthest[0] * farthest[0] + farthest[1] * farthest[1] + farthest[2] * farthest[2] <= limit;
+}
+
+bool too_far(const Mesh &mesh, const Node &center, std::int32_t vertex, double limit) noexcept {
+  if (!mesh.in_play(vertex)) return false;
+  const Node &node = mesh.node(vertex);
+  const double dx = node.x - center.x;
+  const double dy = node.y - center.y;
+  const double dz = node.z - center.z;
+  return dx * dx + dy * dy + dz * dz > limit;
+}
+
+// One node too far ends the test, whichever it is: the box and the vertex that failed last save most of the looking.
+bool within_distance(Mesh &mesh, std::int32_t node, std::span<const std::int32_t> slots, double limit) noexcept {
   const Node &center = mesh.node(node);
   std::int32_t previous = -1;
   for (const std::int32_t slot : slots) {
-    const Face &face = mesh.face(slot);
+    Face &face = mesh.face(slot);
     if (!face.present || slot == previous) continue;
     previous = slot;
+    if (face.box != 0 && box_within(mesh.boxes[static_cast<std::size_t>(face.box) - 1], center, limit)) continue;
+    if (face.far < face.count && too_far(mesh, center, face.nodes[face.far], limit)) return false;
     for (std::int32_t p = 0; p < face.count; ++p) {
-      if (!mesh.in_play(face.nodes[p])) continue;
-      const Node &vertex = mesh.node(face.nodes[p]);
-      const double dx = vertex.x - center.x;
-      const double dy = vertex.y - center.y;
-      const double dz = vertex.z - center.z;
-      if (dx * dx + dy * dy + dz * dz > limit) return false;
+      if (!too_far(mesh, center, face.nodes[p], limit)) continue;
+      face.far = p;
+      return false;
     }
   }
   return true;
@@ -147,7 +174,10 @@ bool string_together(Mesh &mesh) noexcept {
   for (const std::int32_t slot : mesh.taken) {
     Face &face = mesh.face(slot);
     settle(face);
-    for (std::int32_t p = from; p < face.count; ++p) (void)mesh.polygon.push_back(face.nodes[p]);
+    const std::size_t have = mesh.polygon.size();
+    const std::int32_t more = std::max(0, face.count - from);
+    (void)mesh.polygon.resize(static_cast<std::int64_t>(have) + more);
+    std::copy_n(face.nodes + from, more, mesh.polygon.data() + have);
     from = 2;
   }
   return true;
@@ -207,12 +237,42 @@ bool fuse_fan(Mesh &mesh, std::int32_t node) noexcept {
   return false;
 }
 
+// Gives the polygon of the taken faces a box around all their nodes in play. False when memory is short.
+bool secure_box(Mesh &mesh, Face &room) noexcept {
+  constexpr double kFar = std::numeric_limits<double>::infinity();
+  Box box{{kFar, kFar, kFar}, {-kFar, -kFar, -kFar}};
+  room.box = 0;
+  for (const std::int32_t slot : mesh.taken) {
+    const Face &face = mesh.face(slot);
+    if (face.box != 0) {
+      const Box &other = mesh.boxes[static_cast<std::size_t>(face.box) - 1];
+      for (int c = 0; c < 3; ++c) {
+        box.low[c] = std::min(box.low[c], other.low[c]);
+        box.high[c] = std::max(box.high[c], other.high[c]);
+      }
+      room.box = face.box;
+      continue;
+    }
+    for (std::int32_t p = 0; p < face.count; ++p)
+      if (mesh.in_play(face.nodes[p])) widen(box, mesh.node(face.nodes[p]));
+  }
+  if (room.box == 0) {
+    if (!mesh.boxes.push_back(box)) return false;
+    room.box = mesh.boxes.count();
+  }
+  mesh.boxes[static_cast<std::size_t>(room.box) - 1] = box;
+  return true;
+}
+
 // Puts the polygon into a slot, in the room secured for it.
 void store_polygon(Mesh &mesh, std::int32_t slot, const Face &room, const double *normal) noexcept {
   Face &face = mesh.face(slot);
   std::copy_n(normal, 3, face.normal);
   face.nodes = room.nodes;
   face.capacity = room.capacity;
+  face.box = room.box;
+  face.distinct = room.distinct;
+  face.far = 0;
   face.count = mesh.polygon.count();
   std::copy(mesh.polygon.begin(), mesh.polygon.end(), face.nodes);
   face.present = true;
@@ -228,16 +288,49 @@ bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept {
          flat(mesh, slots, limits.cosine);
 }
 
+namespace {
+
+// The first place of a node in a polygon, -1 when it is not there. The nodes of a run come near each other, so that
+// where it makes no difference the search goes in from both ends.
+std::int32_t find_vertex(const Face &face, std::int32_t node) noexcept {
+  if (!face.distinct) {
+    const std::int32_t *begin = face.nodes;
+    const std::int32_t *end = begin + face.count;
+    const std::int32_t *place = std::find(begin, end, node);
+    return place == end ? -1 : static_cast<std::int32_t>(place - begin);
+  }
+  for (std::int32_t front = 0, back = face.count - 1; front <= back; ++front, --back) {
+    if (face.nodes[front] == node) return front;
+    if (face.nodes[back] == node) return back;
+  }
+  return -1;
+}
+
+// Turns a polygon so that a position comes first, moving whole blocks.
+void rotate(Mesh &mesh, Face &face, std::int32_t position) noexcept {
+  if (position == 0) return;
+  if (!mesh.turned.reserve(face.count)) {
+    std::rotate(face.nodes, face.nodes + position, face.nodes + face.count);
+    return;
+  }
+  std::int32_t *front = mesh.turned.data();
+  const std::int32_t behind = face.count - position;
+  std::copy_n(face.nodes, position, front);
+  std::copy(face.nodes + position, face.nodes + face.count, face.nodes);
+  std::copy_n(front, position, face.nodes + behind);
+}
+
+}  // namespace
+
 // Turns every face of the node so that the node stands first; faces that lost the node leave its list.
 void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept {
   const std::span<std::int32_t> slots = mesh.faces_of(node);
   std::size_t kept = 0;
   for (const std::int32_t slot : slots) {
     Face &face = mesh.face(slot);
-    std::int32_t *end = face.nodes + face.count;
-    std::int32_t *place = std::find(face.nodes, end, node);
-    if (!face.present || place == end) continue;
-    std::rotate(face.nodes, place, end);
+    const std::int32_t position = face.present ? find_vertex(face, node) : -1;
+    if (position < 0) continue;
+    rotate(mesh, face, position);
     slots[kept++] = slot;
   }
   mesh.node(node).count = static_cast<std::int32_t>(kept);
@@ -270,9 +363,7 @@ void follow_redirections(Mesh &mesh, std::int32_t node) noexcept {
   std::span<std::int32_t> slots = mesh.faces_of(node);
   bool changed = false;
   for (std::int32_t &slot : slots) {
-    std::int32_t root = slot;
-    while (mesh.merged_into[static_cast<std::size_t>(root)] != root)
-      root = mesh.merged_into[static_cast<std::size_t>(root)];
+    const std::int32_t root = root_of(mesh, slot);
     for (std::int32_t at = slot; at != root;) {
       const std::int32_t next = mesh.merged_into[static_cast<std::size_t>(at)];
       mesh.merged_into[static_cast<std::size_t>(at)] = root;
@@ -293,7 +384,7 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
   const bool prepared = note_fan_ends(mesh, slots) && mesh.taken.reserve(static_cast<std::int64_t>(slots.size()));
   const bool fused = prepared && fuse_fan(mesh, node);
   for (const std::int32_t slot : slots) settle(mesh.face(slot));
-  const bool secured = fused && secure_room(mesh, room);
+  const bool secured = fused && secure_room(mesh, room) && secure_box(mesh, room);
   if (!prepared || (fused && !secured)) report_no_memory(kUnit);
   if (!fused || !secured) {
     give_faces_back(mesh);
@@ -303,9 +394,10 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
   std::copy_n(mesh.face(mesh.taken[0]).normal, 3, normal);
   const bool open = mesh.polygon[0] != mesh.polygon[mesh.polygon.size() - 1];
   if (open) (void)mesh.polygon.push_back(node);
+  const bool rim_distinct = rim_is_distinct(mesh);
   redirect_face_references(mesh, node);
   if (!open) mesh.node(node).in_play = false;
-  prune_polygon_loops(mesh);
+  room.distinct = prune_polygon_loops(mesh, rim_distinct);
   store_polygon(mesh, slots[0], room, normal);
 }
 

@@ -133,31 +133,104 @@ bool has_repeats(Mesh &mesh, std::int32_t count) noexcept {
   return false;
 }
 
+// ---- telling a simple rim without looking at all of it ------------------------------------------------------
+
+constexpr std::int32_t kSmallFace = 8;
+constexpr std::size_t kSmallFan = 8;
+
+// How many of the taken faces the list of a node names; -1 when that cannot be told cheaply. A list may name faces that
+// the node has left, never too few. The slots of taken faces are empty now, those of all others are not.
+int taken_faces_of(const Mesh &mesh, std::int32_t node) noexcept {
+  if (node < 0 || static_cast<std::size_t>(node) >= mesh.nodes.size()) return -1;
+  const Node &record = mesh.node(node);
+  if (static_cast<std::size_t>(record.count) > kSmallFan) return -1;
+  std::int32_t roots[kSmallFan];
+  int count = 0;
+  for (std::int32_t k = 0; k < record.count; ++k) {
+    const std::int32_t root = root_of(mesh, mesh.incidence[static_cast<std::size_t>(record.first + k)]);
+    if (mesh.face(root).present || std::find(roots, roots + count, root) != roots + count) continue;
+    roots[count++] = root;
+  }
+  return count;
+}
+
+bool is_distinct(const Face &face) noexcept {
+  if (face.count > kSmallFace) return face.distinct;
+  for (std::int32_t p = 0; p < face.count; ++p)
+    if (std::find(face.nodes, face.nodes + p, face.nodes[p]) != face.nodes + p) return false;
+  return true;
+}
+
+// How many taken faces have a node next to the middle of the fan.
+int ends_at(const Mesh &mesh, std::int32_t node) noexcept {
+  int count = 0;
+  for (const std::int32_t slot : mesh.taken) {
+    const Face &face = mesh.face(slot);
+    count += (face.nodes[1] == node ? 1 : 0) + (face.nodes[face.count - 1] == node ? 1 : 0);
+  }
+  return count;
+}
+
+// The ends of a face are shared by two faces of the fan at most, and by no face elsewhere on its way.
+bool ends_are_distinct(const Mesh &mesh, const Face &face) noexcept {
+  for (const std::int32_t end : {face.nodes[1], face.nodes[face.count - 1]}) {
+    const int ends = ends_at(mesh, end);
+    if (ends > 2 || taken_faces_of(mesh, end) != ends) return false;
+  }
+  return true;
+}
+
+// The other vertices of a face belong to no other face of the fan.
+bool inside_is_distinct(const Mesh &mesh, const Face &face) noexcept {
+  for (std::int32_t p = 2; p + 1 < face.count; ++p)
+    if (taken_faces_of(mesh, face.nodes[p]) != 1) return false;
+  return true;
+}
+
 }  // namespace
 
-void prune_polygon_loops(Mesh &mesh) noexcept {
+// Of the faces, all but the largest one are looked at; what they do not share with it, it shares with none of them.
+bool rim_is_distinct(const Mesh &mesh) noexcept {
+  if (mesh.taken.size() > kSmallFan) return false;
+  const Face *largest = nullptr;
+  for (const std::int32_t slot : mesh.taken) {
+    const Face &face = mesh.face(slot);
+    if (face.count < 3 || !is_distinct(face)) return false;
+    if (largest == nullptr || face.count > largest->count) largest = &face;
+  }
+  for (const std::int32_t slot : mesh.taken) {
+    const Face &face = mesh.face(slot);
+    if (&face == largest) continue;
+    if (face.count > kSmallFace || !ends_are_distinct(mesh, face) || !inside_is_distinct(mesh, face)) return false;
+  }
+  return true;
+}
+
+bool prune_polygon_loops(Mesh &mesh, bool rim_distinct) noexcept {
   const std::int32_t n = mesh.polygon.count();
   const auto reach = static_cast<std::int32_t>(n * 0.3);
-  if (reach < 2) return;  // no pair is that close
+  if (reach < 2) return false;  // no pair is that close
   const std::int32_t last = mesh.polygon[static_cast<std::size_t>(n) - 1];
-  if (!has_repeats(mesh, n - 1)) {
+  const bool closed = mesh.polygon[0] == last;
+  if (rim_distinct || !has_repeats(mesh, n - 1)) {
     // Most polygons come here: at most the last vertex repeats one of the others.
-    if (mesh.polygon[0] == last) {
+    if (closed) {
       if (mesh.in_play(last)) (void)mesh.polygon.resize(n - 1);
-      return;
+      return mesh.in_play(last);
     }
-    if (!has_repeats(mesh, n)) return;
+    if (rim_distinct || !has_repeats(mesh, n)) return true;
   }
   Pruning pruning{mesh, n, reach, {}, {}, {}, {}};
   if (!prepare(pruning)) {
     report_no_memory("sbrcoarse");
-    return;
+    return false;
   }
   blank_excursions(pruning);
   std::size_t kept = 0;
   for (std::int32_t p = 0; p < n; ++p)
     if (!pruning.is_blank(p)) mesh.polygon[kept++] = mesh.polygon[static_cast<std::size_t>(p)];
   (void)mesh.polygon.resize(static_cast<std::int64_t>(kept));
+  return false;
 }
 
 }  // namespace sbr::coarse

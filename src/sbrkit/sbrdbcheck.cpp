@@ -25,20 +25,20 @@ struct WordForm {
   int word_size;
   int value_offset;
   int value_size;
-  bool big_endian;
   int text_offset;
+  bool big_endian;
   bool text_reversed;
 };
 
 // The platform's own form.
-constexpr WordForm kOwnForm{8, 0, 8, false, 0, false};
+constexpr WordForm kOwnForm{8, 0, 8, 0, false, false};
 
 // The foreign forms in the order in which they are tried. A big-endian machine may have its values and its characters
 // in either half of a 64-bit word, and its characters may have been stored as numbers.
 constexpr WordForm kForeignForms[] = {
-    {8, 0, 8, true, 0, false}, {8, 0, 8, true, 4, false}, {8, 0, 8, true, 4, true},
-    {8, 0, 8, true, 0, true},  {8, 0, 4, true, 0, false}, {8, 0, 4, true, 0, true},
-    {4, 0, 4, true, 0, false}, {4, 0, 4, true, 0, true},  {4, 0, 4, false, 0, false},
+    {8, 0, 8, 0, true, false}, {8, 0, 8, 4, true, false}, {8, 0, 8, 4, true, true},
+    {8, 0, 8, 0, true, true},  {8, 0, 4, 0, true, false}, {8, 0, 4, 0, true, true},
+    {4, 0, 4, 0, true, false}, {4, 0, 4, 0, true, true},  {4, 0, 4, 0, false, false},
 };
 
 // The header as words of one form. A word beyond the header is 0, its characters are blank.

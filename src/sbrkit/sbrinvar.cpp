@@ -46,7 +46,8 @@ int modes_of_cell(const Array<double> &cell, int factor) noexcept {
 }
 
 int modes_of_pair_cell(const Array<double> &cell, int factor) noexcept {
-  return static_cast<int>(std::lround(std::sqrt(static_cast<double>(cell.size() / static_cast<std::size_t>(factor)))));
+  const std::size_t pairs = cell.size() / static_cast<std::size_t>(factor);
+  return static_cast<int>(std::lround(std::sqrt(static_cast<double>(pairs))));
 }
 
 std::int64_t pair_cell_size(int factor, int modes) noexcept {

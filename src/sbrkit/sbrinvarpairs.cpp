@@ -167,7 +167,7 @@ class PairSums {
     const auto column = static_cast<std::size_t>(k);
     double *tensor = invar9_.data() + 9 * (row * modes + column);
     double *mirror = invar9_.data() + 9 * (column * modes + row);
-    for (int e = 0; e < 9; ++e) tensor[e] = sums[e * kPairLanes];
+    for (int e = 0; e < 9; ++e) tensor[e] = sums[std::ptrdiff_t{e} * kPairLanes];
     for (int r = 0; r < 3; ++r)
       for (int c = 0; c < 3; ++c) mirror[3 * c + r] = tensor[3 * r + c];
     for (std::size_t c = 0; c < 3; ++c) {

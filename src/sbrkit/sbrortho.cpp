@@ -236,8 +236,8 @@ void scale_damping(SbrBody &body, int n, const double *scale) noexcept {
 
 // A vector of modal forces in the new modes. The values before `start` stand on the principal axes and stay.
 bool transform_modal_vector(Array<double> &values, int start, const double *T, int n) noexcept {
-  // Modes that came after the vector have no load yet.
-  if (values.size() < static_cast<std::size_t>(n) && !values.resize(n)) {
+  // A vector that was entered before all modes were there is no load on these modes: the body is inconsistent.
+  if (values.size() < static_cast<std::size_t>(n)) {
     SBR_Error("Failed to transform modal loads following orthonormalization.\n");
     return false;
   }

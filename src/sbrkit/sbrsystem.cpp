@@ -3,14 +3,18 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 
 #include "sbrkit/sbrkit.h"
+#include "texts.h"
 
 namespace {
 
-// "%d-%02d-..." fields of a calendar time, with the month and year of people.
+// The room that callers give.
+constexpr std::size_t kTimeTextSize = 64;
+constexpr std::size_t kNameTextSize = 192;
+
+// A time with the year and month as people count them.
 struct Calendar {
   int year, month, day, hour, minute;
 };
@@ -51,18 +55,13 @@ void SBR_localtime_ISO8601(int selector, char *text) {
     std::printf("%%utl_23-v-val, Loc = %4d-%02d-%02d %02d:%02d%s\n", here.year, here.month, here.day, here.hour,
                 here.minute, zone);
   }
-  if (text == nullptr) return;
-  switch (std::abs(selector)) {
-    case 1:
-      std::strcpy(text, date);
-      break;
-    case 2:
-      std::strcpy(text, time);
-      break;
-    default:
-      std::sprintf(text, "%s %s", date, time);
-      break;
-  }
+  char both[sizeof date + sizeof time];
+  std::snprintf(both, sizeof both, "%s %s", date, time);
+  sbr::give_text(text,
+                 selector == 1 || selector == -1   ? date
+                 : selector == 2 || selector == -2 ? time
+                                                   : both,
+                 kTimeTextSize);
 }
 
 int SBR_uname(int selector, char *text) {
@@ -79,19 +78,19 @@ int SBR_uname(int selector, char *text) {
   std::snprintf(version, sizeof version, "%d_%d", major, minor);
   switch (selector) {
     case 2:
-      std::sprintf(text, "%s %s", name, version);
+      std::snprintf(text, kNameTextSize, "%s %s", name, version);
       break;
     case 3:
-      std::sprintf(text, "%s %s %d", name, version, patch);
+      std::snprintf(text, kNameTextSize, "%s %s %d", name, version, patch);
       break;
     case 12:
-      std::sprintf(text, "%s_%s", name, version);
+      std::snprintf(text, kNameTextSize, "%s_%s", name, version);
       break;
     case 13:
-      std::sprintf(text, "%s_%s_%d", name, version, patch);
+      std::snprintf(text, kNameTextSize, "%s_%s_%d", name, version, patch);
       break;
     default:
-      std::strcpy(text, name);
+      std::snprintf(text, kNameTextSize, "%s", name);
       break;
   }
   return 0;

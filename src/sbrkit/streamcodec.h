@@ -72,10 +72,15 @@ class RowReader {
   }
   bool chars(char *text, std::int64_t count) noexcept;
   bool reals(double *values, std::int64_t count) noexcept {
-    for (std::int64_t i = 0; i < count; ++i) {
-      const unsigned char *at = take(real_bytes_);
-      if (at == nullptr) return false;
-      values[i] = real_bytes_ == 8 ? load_double(at) : static_cast<double>(load_single(at));
+    constexpr std::int64_t kAtOnce = 64;
+    for (; count > kAtOnce; count -= kAtOnce, values += kAtOnce)
+      if (!reals(values, kAtOnce)) return false;
+    const unsigned char *at = take(static_cast<std::size_t>(count) * real_bytes_);
+    if (at == nullptr) return false;
+    if (real_bytes_ == 8) {
+      for (std::int64_t i = 0; i < count; ++i) values[i] = load_double(at + 8 * i);
+    } else {
+      for (std::int64_t i = 0; i < count; ++i) values[i] = static_cast<double>(load_single(at + 4 * i));
     }
     return true;
   }
