@@ -194,6 +194,15 @@ void print_description(const Json &all) {
   std::string stored;
   for (const Json &invariant : all["invariants"]["in_record"])
     stored += (stored.empty() ? "" : ", ") + invariant.dump();
+  const auto values = [](const Json &list) {
+    std::string text;
+    for (const Json &value : list)
+      text += (text.empty() ? "" : ", ") + (value.is_null() ? std::string("nan") : brief(value.get<double>(), 8));
+    return text.empty() ? std::string("unknown") : text;
+  };
+  line("Invariant 1", all["mass"].is_null() ? "unknown" : brief(all["mass"].get<double>(), 10));
+  line("Invariant 2", values(all["invariants"]["2"]));
+  line("Invariant 7", values(all["invariants"]["7"]));
   line("Invariants stored", stored.empty() ? "none" : stored);
   std::cout << '\n';
   Table table({"block", "<name", "offset", "size"});
