@@ -1,7 +1,8 @@
 /* Opens a record, assembles the mass matrix of the flexible body for its modal state from the nine inertia invariants,
    and steps the free body in time. With q the elastic modal coordinates and v, w the velocities of the frame:
      S = I2 + I3 q, J = I7 - (I8 + I8^T) q - q I9 q, B = I4 + q I5, M = [I1 E, -~S, I3; ., J, B; ., ., I6].
-   Usage: free_body BODY.sbr [steps [time step]]; the exit code is 1 when energy is not conserved to a millionth. */
+   Usage: free_body BODY.sbr [steps [time step]]; the exit code is 1 unless energy and momentum are conserved to a
+   millionth. */
 #include <math.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -62,12 +63,15 @@ static void assemble(const double *q, const double *u) {
   }
 }
 
-static double energy(const double *y) {
-  double sum = 0.0;
+/* The energy, and the size of the momentum: no force acts, so that both stay. */
+static double energy(const double *y, double *momentum) {
+  double sum = 0.0, p[3] = {0};
   assemble(y + n, y);
   for (int a = 0; a < n; ++a)
     for (int c = 0; c < n; ++c) sum += 0.5 * y[a] * rows[a][c] * y[c];
   for (int k = 0; k < e; ++k) sum += 0.5 * ucf * stiffness[k] * y[n + k] * y[n + k];
+  for (int a = 0; a < 3 * n; ++a) p[a / n] += rows[a / n][a % n] * y[a % n];
+  *momentum = sqrt(dot(p, p));
   return sum;
 }
 
@@ -114,12 +118,14 @@ int main(int argc, char **argv) {
   double y[SIZE + MODES] = {0};
   y[0] = 100.0, y[3] = 10.0, y[4] = 5.0, y[5] = 20.0; /* it flies, tumbles, and rings in its first elastic mode */
   if (e > 0) y[n] = 0.01;
-  const double before = energy(y);
+  double push, push_after;
+  const double before = energy(y, &push);
   for (int k = 0; k < steps; ++k) step(y, dt);
-  const double after = energy(y);
+  const double after = energy(y, &push_after);
   printf("%d modes, %d rigid; mass %g\nafter %d steps of %g: spin %g %g %g, first elastic coordinate %g\n", m, r, i1,
          steps, dt, y[3], y[4], y[5], e > 0 ? y[n] : 0.0);
   printf("energy %.12g, then %.12g: drift %.2e\n", before, after, after / before - 1.0);
+  printf("momentum %.12g, then %.12g: drift %.2e\n", push, push_after, push_after / push - 1.0);
   SBR_Terminate();
-  return fabs(after / before - 1.0) < 1e-6 ? 0 : 1;
+  return fabs(after / before - 1.0) < 1e-6 && fabs(push_after / push - 1.0) < 1e-6 ? 0 : 1;
 }

@@ -11,6 +11,8 @@ namespace {
 using sbrtranslate::InputError;
 using sbrtranslate::Model;
 using sbrtranslate::Vec3;
+using sbrtranslate::operator+;
+using sbrtranslate::operator*;
 
 class DeckTest : public LibraryTest {
  protected:
