@@ -246,8 +246,8 @@ TEST_F(ImportTest, TheBeamBendsAsEulerAndBernoulliSayWithinTheirError) {
     const double speed = std::sqrt(210000.0 * height * height / (12.0 * 7.85e-9));
     return root * root / (2.0 * std::numbers::pi * length * length) * speed;
   };
-  const std::vector<int> flat = {7, 9, 11, 13, 16, 17};     // across 20 mm
-  const std::vector<int> upright = {8, 10, 12, 15, 18};     // across 30 mm
+  const std::vector<int> flat = {7, 9, 11, 13, 16, 17};  // across 20 mm
+  const std::vector<int> upright = {8, 10, 12, 15, 18};  // across 30 mm
   const std::vector<double> flat_error = {0.0016, 0.0042, 0.0079, 0.0129, 0.0189, 0.026};
   const std::vector<double> upright_error = {0.0034, 0.0093, 0.0177, 0.0287, 0.0417};
   for (std::size_t i = 0; i < flat.size(); ++i) {
@@ -296,7 +296,8 @@ TEST_P(Plates, BendingStressChangesSignBetweenTopAndBottom) {
   ImportOptions options = job(GetParam());
   options.stress = Where::all;
   std::vector<std::vector<double>> sides;
-  for (const auto side : {sbrtranslate::ShellSide::top, sbrtranslate::ShellSide::bottom, sbrtranslate::ShellSide::middle}) {
+  for (const auto side :
+       {sbrtranslate::ShellSide::top, sbrtranslate::ShellSide::bottom, sbrtranslate::ShellSide::middle}) {
     options.shell_side = side;
     report = ImportReport();
     const SBR body = import(options);
@@ -369,7 +370,8 @@ class DamageTest : public ImportTest {
  protected:
   DamageTest() {
     for (const char *suffix : {".inp", ".dat"})
-      std::filesystem::copy_file(directory_of("plate") + "plate_S4" + suffix, scratch.file(std::string("job") + suffix));
+      std::filesystem::copy_file(directory_of("plate") + "plate_S4" + suffix,
+                                 scratch.file(std::string("job") + suffix));
     frd = read_gzip(directory_of("plate") + "plate_S4.frd.gz");
     deck = read_file(scratch.file("job.inp"));
     dat = read_file(scratch.file("job.dat"));
@@ -401,7 +403,9 @@ class DamageTest : public ImportTest {
     ASSERT_NE(at, std::string::npos) << what;
     text.replace(at, what.size(), with);
   }
-  static void expect_start(const std::string &text, const std::string &start) { EXPECT_EQ(text.substr(0, start.size()), start); }
+  static void expect_start(const std::string &text, const std::string &start) {
+    EXPECT_EQ(text.substr(0, start.size()), start);
+  }
   std::string frd, deck, dat;
 };
 
@@ -473,7 +477,7 @@ TEST_F(DamageTest, MoreModesInOneFileThanInTheOtherAreTold) {
   EXPECT_EQ(text.rfind("job.frd:", 0), 0u) << text;
   EXPECT_NE(text.find("mode 9 is not in"), std::string::npos) << text;
   std::swap(dat, shorter);
-  const std::size_t ninth = frd.find("    1PSTEP", frd.find("    1PMODE                         8") );
+  const std::size_t ninth = frd.find("    1PSTEP", frd.find("    1PMODE                         8"));
   ASSERT_NE(ninth, std::string::npos);
   const std::size_t cut = frd.rfind("    1PSTEP", frd.find("    1PMODE                         9"));
   frd = frd.substr(0, cut) + " 9999\n";
@@ -565,7 +569,8 @@ TEST_F(MatrixDamageTest, BadMatricesAreToldWithFileAndLine) {
   options = reduction();
   options.normal = 5;
   options.matrices->stiffness = file("1 1 2.0\n4000 4000 1.0\n");
-  EXPECT_NE(complaint(options).find("bad:2: an entry of the upper triangle of a matrix of 3663 rows"), std::string::npos);
+  EXPECT_NE(complaint(options).find("bad:2: an entry of the upper triangle of a matrix of 3663 rows"),
+            std::string::npos);
   options.matrices->stiffness = file("1 1 2.0\n2 1 1.0\n");
   EXPECT_NE(complaint(options).find("bad:2: an entry of the upper triangle"), std::string::npos);
   options.matrices->stiffness = file("1 1 two\n");

@@ -13,8 +13,7 @@ constexpr const char *kUnit = "sbrinvar";
 constexpr double kTolerance = 1e-8;
 
 int report_unknown_mode(int number, int line = __builtin_LINE()) noexcept {
-  SBR_Error("Mode number %d does not exist.  Requested at line %d in file %s.\n", number,
-            line, kUnit);
+  SBR_Error("Mode number %d does not exist.  Requested at line %d in file %s.\n", number, line, kUnit);
   return 0;
 }
 
