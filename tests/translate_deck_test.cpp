@@ -8,6 +8,8 @@
 namespace sbrtest {
 namespace {
 
+using sbrtranslate::cross;
+using sbrtranslate::dot;
 using sbrtranslate::InputError;
 using sbrtranslate::Model;
 using sbrtranslate::Vec3;
@@ -44,7 +46,8 @@ Vec3 affine(const Vec3 &p) { return {2 * p[0] + p[1] + 7, 3 * p[1] - p[2], 5 * p
 
 const std::vector<Vec3> kTet = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
 const std::vector<Vec3> kWedge = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 0, 1}, {0, 1, 1}};
-const std::vector<Vec3> kBrick = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}};
+const std::vector<Vec3> kBrick = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0},
+                                  {0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}};
 const std::vector<std::array<std::size_t, 2>> kTetEdges = {{0, 1}, {1, 2}, {2, 0}, {0, 3}, {1, 3}, {2, 3}};
 const std::vector<std::array<std::size_t, 2>> kWedgeEdges = {{0, 1}, {1, 2}, {2, 0}, {3, 4}, {4, 5},
                                                              {5, 3}, {0, 3}, {1, 4}, {2, 5}};
@@ -112,11 +115,11 @@ TEST_F(DeckTest, FacesOfEverySolidLookOutward) {
     double volume = 0.0;
     for (std::size_t at = 0; at < body.faces.size(); at += static_cast<std::size_t>(body.faces[at]) + 1) {
       const auto corner = [&](int k) {
-        return body.nodes[static_cast<std::size_t>(body.node_position(body.faces[at + 1 + static_cast<std::size_t>(k)]))]
+        return body
+            .nodes[static_cast<std::size_t>(body.node_position(body.faces[at + 1 + static_cast<std::size_t>(k)]))]
             .place;
       };
-      for (int k = 2; k < body.faces[at]; ++k)
-        volume += dot(corner(0), cross(corner(k - 1), corner(k))) / 6.0;
+      for (int k = 2; k < body.faces[at]; ++k) volume += dot(corner(0), cross(corner(k - 1), corner(k))) / 6.0;
     }
     EXPECT_NEAR(volume, 30.0 * solid.volume, 1e-12) << solid.type;
   }
@@ -258,7 +261,8 @@ TEST_F(DeckTest, ComplaintsNameFileAndLine) {
        "job.inp:15: element 1 names node 99, which is not in the deck"},
       {kNodes + "*ELEMENT, TYPE=C3D8, ELSET=E\n1,1,2,3,4,5,6,7\n" + kSteel + kSolid,
        "job.inp:15: element 1 has 7 nodes, C3D8 has 8"},
-      {kNodes + "*ELEMENT, TYPE=C3D8, ELSET=E\n1,1,2,3,4,5,6,7,8,9\n", "job.inp:15: element 1 has more than the 8 nodes"},
+      {kNodes + "*ELEMENT, TYPE=C3D8, ELSET=E\n1,1,2,3,4,5,6,7,8,9\n",
+       "job.inp:15: element 1 has more than the 8 nodes"},
       {kNodes + kTwoBricks + "2,1,2,3,4,5,6,7,8\n" + kSteel + kSolid, "job.inp:17: element 2 comes twice"},
       {kNodes + "*ELEMENT, TYPE=C3D8, ELSET=E\n1,1,2,3,4,5,6,7,7\n" + kSteel + kSolid,
        "job.inp:15: element 1 is degenerate: node 7 comes twice"},
@@ -267,8 +271,10 @@ TEST_F(DeckTest, ComplaintsNameFileAndLine) {
       {kNodes + "*ELEMENT, TYPE=C3D4, ELSET=E\n1,1,2,3,4\n" + kSteel + kSolid, "job.inp:15: element 1 is degenerate"},
       {kNodes + kTwoBricks + "*MATERIAL, NAME=STEEL\n*DENSITY\n0.0\n" + kSolid,
        "job.inp:19: material STEEL has no density above zero"},
-      {kNodes + kTwoBricks + "*MATERIAL, NAME=STEEL\n*DENSITY\n-1\n" + kSolid, "job.inp:19: material STEEL has no density"},
-      {kNodes + kTwoBricks + "*MATERIAL, NAME=STEEL\n*ELASTIC\n1,.3\n" + kSolid, "job.inp:17: material STEEL has no *DENSITY"},
+      {kNodes + kTwoBricks + "*MATERIAL, NAME=STEEL\n*DENSITY\n-1\n" + kSolid,
+       "job.inp:19: material STEEL has no density"},
+      {kNodes + kTwoBricks + "*MATERIAL, NAME=STEEL\n*ELASTIC\n1,.3\n" + kSolid,
+       "job.inp:17: material STEEL has no *DENSITY"},
       {kNodes + kTwoBricks + kSteel + "*SOLID SECTION, ELSET=F, MATERIAL=STEEL\n", "job.inp:20: no element set 'F'"},
       {kNodes + kTwoBricks + kSteel + "*SOLID SECTION, ELSET=E, MATERIAL=TIN\n", "job.inp:20: no material 'TIN'"},
       {kNodes + kTwoBricks + kSteel, "job.inp:15: element 1 belongs to no section"},
