@@ -8,6 +8,8 @@
 namespace sbrtest {
 namespace {
 
+using sbrtranslate::cross;
+using sbrtranslate::dot;
 using sbrtranslate::InputError;
 using sbrtranslate::Model;
 using sbrtranslate::Vec3;

@@ -1,6 +1,6 @@
 // Real results of a solver as bodies and records, against the figures beside them and the laws that they obey; and
 // results that are damaged.
-#include <zlib.h>
+#include <gmock/gmock.h>
 
 #include <cmath>
 #include <nlohmann/json.hpp>
@@ -236,30 +236,30 @@ TEST_F(ImportTest, StressAndStrainObeyHookesLaw) {
   }
 }
 
-// Euler and Bernoulli: f = (k l)^2 / (2 pi l^2) sqrt(E I / (rho A)), roots of cosh(kl) cos(kl) = 1. Shear and rotary
-// inertia, which the theory leaves out, lower the real frequencies more from mode to mode: by 0.2 to 7 percent here.
-TEST_F(ImportTest, TheBeamBendsAsEulerAndBernoulliSayWithinTheirError) {
+// Euler and Bernoulli: f = (k l)^2 / (2 pi l^2) sqrt(E I / (rho A)), roots of cosh(kl) cos(kl) = 1. The theory leaves
+// out shear and rotary inertia; by how much it is too high follows from Timoshenko's theory, whose frequencies these
+// are.
+TEST_F(ImportTest, TheBeamBendsAsEulerAndBernoulliSayWithinTheirKnownError) {
   import(job("beam"));
   const std::vector<double> roots = {4.730040745, 7.853204624, 10.99560784, 14.13716549, 17.27875966, 20.42035225};
-  const double length = 1000.0;
-  const auto theory = [&](double root, double height) {
-    const double speed = std::sqrt(210000.0 * height * height / (12.0 * 7.85e-9));
-    return root * root / (2.0 * std::numbers::pi * length * length) * speed;
+  struct Series {
+    double height;
+    std::vector<std::size_t> modes;
+    std::vector<double> timoshenko;
   };
-  const std::vector<int> flat = {7, 9, 11, 13, 16, 17};  // across 20 mm
-  const std::vector<int> upright = {8, 10, 12, 15, 18};  // across 30 mm
-  const std::vector<double> flat_error = {0.0016, 0.0042, 0.0079, 0.0129, 0.0189, 0.026};
-  const std::vector<double> upright_error = {0.0034, 0.0093, 0.0177, 0.0287, 0.0417};
-  for (std::size_t i = 0; i < flat.size(); ++i) {
-    const double ratio = report.modes[static_cast<std::size_t>(flat[i]) - 1].hz / theory(roots[i], 20.0);
-    EXPECT_LT(ratio, 1.0);
-    EXPECT_NEAR(ratio, 1.0 - flat_error[i], 5e-4) << i;
-  }
-  for (std::size_t i = 0; i < upright.size(); ++i) {
-    const double ratio = report.modes[static_cast<std::size_t>(upright[i]) - 1].hz / theory(roots[i], 30.0);
-    EXPECT_LT(ratio, 1.0);
-    EXPECT_NEAR(ratio, 1.0 - upright_error[i], 5e-4) << i;
-  }
+  const std::vector<Series> series = {
+      {20.0, {7, 9, 11, 13, 16, 17}, {106.18, 291.90, 570.02, 937.44, 1391.53, 1929.10}},
+      {30.0, {8, 10, 12, 15, 18}, {158.98, 435.62, 846.66, 1383.94, 2039.51}}};
+  for (const Series &bending : series)
+    for (std::size_t i = 0; i < bending.modes.size(); ++i) {
+      const double speed = std::sqrt(210000.0 * bending.height * bending.height / (12.0 * 7.85e-9));
+      const double theory = roots[i] * roots[i] / (2.0 * std::numbers::pi * 1e6) * speed;
+      const double known_error = theory - bending.timoshenko[i];
+      const double hz = report.modes[bending.modes[i] - 1].hz;
+      EXPECT_LT(hz, theory);
+      EXPECT_NEAR(hz, theory - known_error, 1e-3 * theory) << "mode " << bending.modes[i];
+      EXPECT_LT(known_error, (i == 0 ? 0.004 : 0.045) * theory);
+    }
 }
 
 // ---- Shells: the solver's results have twice the nodes, expanded to solids.
@@ -345,8 +345,8 @@ TEST_F(ImportTest, NormalModesUpToAFrequencyAreAllThatLieBelowIt) {
   ImportOptions options = reduction();
   options.max_hz = 1000.0;
   import(options);
-  // A beam clamped at both ends has the bending frequencies of the free beam: six below 1000 Hz here (937.8 the last).
-  EXPECT_EQ(report.normal_modes, 7 - 0);
+  // A beam clamped at both ends bends at the frequencies of the free beam: 106, 159, 292, 436, 570, 847 and 938 Hz.
+  EXPECT_EQ(report.normal_modes, 7);
 }
 
 TEST_F(ImportTest, TheReducedBodyTakesStaticInterfaceMotionsExactly) {
@@ -426,10 +426,10 @@ TEST_F(DamageTest, AResultFileCutAnywhereIsAComplaintWithALine) {
 
 TEST_F(DamageTest, BinaryResultsAreToldAsSuch) {
   const long line = line_of(frd, "    2C");
-  std::string head = frd.substr(frd.find("    2C"), 75);
+  const std::size_t at = frd.find("    2C");
+  const std::string head = frd.substr(at, frd.find('\n', at) - at);
   std::string binary = head;
-  binary.back() = '2';
-  if (head.back() != '1') binary[head.find_last_of('1')] = '2';
+  binary[head.find_last_of('1')] = '2';
   replace(frd, head, binary);
   expect_start(complaint(), "job.frd:" + std::to_string(line) + ": the results are binary");
 }
@@ -477,8 +477,6 @@ TEST_F(DamageTest, MoreModesInOneFileThanInTheOtherAreTold) {
   EXPECT_EQ(text.rfind("job.frd:", 0), 0u) << text;
   EXPECT_NE(text.find("mode 9 is not in"), std::string::npos) << text;
   std::swap(dat, shorter);
-  const std::size_t ninth = frd.find("    1PSTEP", frd.find("    1PMODE                         8"));
-  ASSERT_NE(ninth, std::string::npos);
   const std::size_t cut = frd.rfind("    1PSTEP", frd.find("    1PMODE                         9"));
   frd = frd.substr(0, cut) + " 9999\n";
   EXPECT_EQ(complaint().rfind("job.dat:" + std::to_string(line_of(dat, "      9   ")) + ": mode 9 is not in", 0), 0u);
@@ -585,7 +583,7 @@ TEST_F(MatrixDamageTest, AnInterfaceThatDoesNotHoldTheBodyIsTold) {
   write_file(scratch.file("beam.inp"), deck);
   options.deck = scratch.file("beam.inp");
   options.interfaces = {"POINT"};
-  EXPECT_NE(complaint(options).find("singular with the interface held"), std::string::npos);
+  EXPECT_NE(complaint(options).find("the interface nodes do not hold the body"), std::string::npos);
   options.interfaces.clear();
   EXPECT_NE(complaint(options).find("matrices need interface nodes"), std::string::npos);
 }

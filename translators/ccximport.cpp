@@ -247,6 +247,15 @@ std::vector<char> held_rows(const std::vector<Dof> &dofs, const Model &model, co
   return held;
 }
 
+// Whether the interface nodes hold a free body: three of them must not be in line.
+bool interface_holds(const Model &model) {
+  Moments moments;
+  const Vec3 first = model.nodes[static_cast<std::size_t>(model.node_position(model.interface_nodes.front()))].place;
+  for (const int id : model.interface_nodes)
+    moments.add(1.0, model.nodes[static_cast<std::size_t>(model.node_position(id))].place - first);
+  return inverse(moments.inertia(moments.centre())) != std::array<double, 9>{};
+}
+
 void feed_matrix(SBR body, const std::vector<double> &matrix, int count, int (*set)(SBR, int, int, double)) {
   for (int r = 0; r < count; ++r)
     for (int c = r; c < count; ++c) {
@@ -267,6 +276,8 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   for (const EigenRow &row : eigenvalues_of(options, dat)) report.full_model_hz.push_back(row.hz);
   const std::vector<Dof> dofs = read_dofs(files.dofs);
   const std::vector<char> held = held_rows(dofs, report.model, files.dofs, report.warnings);
+  if (dofs.size() == 3 * report.model.nodes.size() && !interface_holds(report.model))
+    throw std::invalid_argument("the interface nodes do not hold the body: three that are not in line are needed");
   const Reduction reduction =
       reduce_matrices({files.mass, files.stiffness, dofs, held, options.normal, options.max_hz});
   report.results = files.stiffness;

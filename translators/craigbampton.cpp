@@ -102,9 +102,7 @@ void factorize(Factor &factor, const Sparse &stiffness) {
     for (Eigen::Index k = 0; k < pivots.size() && sound; ++k) sound = pivots[k] > 1e-12 * std::fabs(diagonal[k]);
   }
   if (!sound)
-    throw std::runtime_error(
-        "the stiffness matrix is singular with the interface held: the interface nodes do not "
-        "hold the body (three that are not in line are needed)");
+    throw std::runtime_error("the stiffness matrix is singular with the interface held: a mechanism or a loose part?");
 }
 
 // How many eigenvalues lie below a shift: the negative pivots of K - shift M (Sylvester's law of inertia).
