@@ -75,8 +75,7 @@ class DatabaseProgramTest : public LibraryTest {
   ScopedEnvironment options{"KTX_SBRWRITE_OPTIONS", std::nullopt};
 };
 
-// ---- there and back
-// --------------------------------------------------------------------------------------------------
+// ---- there and back ------------------------------------------------------------------------------------------------
 
 class SampleThereAndBack : public DatabaseProgramTest, public ::testing::WithParamInterface<const char *> {};
 
@@ -140,8 +139,7 @@ TEST_F(DatabaseProgramTest, ACoarsenedBodyStaysMarked) {
   EXPECT_EQ(Json::parse(sbr("info --json taken.sbr").out)["coarsened"], true);
 }
 
-// ---- several bodies
-// --------------------------------------------------------------------------------------------------
+// ---- several bodies ------------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseProgramTest, SeveralBodiesAreListedByTheirQualifiers) {
   full_record(0x13C).write(scratch.file("one.sbr"));
@@ -213,8 +211,7 @@ TEST_F(DatabaseProgramTest, NothingIsLeftWhereTheProgramRuns) {
   EXPECT_TRUE(fs::is_empty(scratch.path() / "temporary"));
 }
 
-// ---- bad input
-// -------------------------------------------------------------------------------------------------------
+// ---- bad input -----------------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseProgramTest, CheckTellsGoodAndBadFilesApart) {
   full_record(0x13C).write(scratch.file("one.sbr"));
@@ -323,8 +320,7 @@ TEST_F(DatabaseProgramTest, ALibraryThatLacksEntriesIsAFailure) {
   EXPECT_EQ(sbr("db put one.sbr wing.MASTER").code, 4);
 }
 
-// ---- damaged data blocks
-// ---------------------------------------------------------------------------------------------
+// ---- damaged data blocks -------------------------------------------------------------------------------------------
 
 constexpr int kDatabaseVersion = 0x103C;
 
