@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 using Json = nlohmann::json;
 using ::testing::HasSubstr;
 
-struct Run {
+struct Outcome {
   int code;
   std::string out;
 };
@@ -29,10 +29,10 @@ struct Run {
 class DatabaseProgramTest : public LibraryTest {
  protected:
   // Runs the program; standard error comes with the output when asked for.
-  Run sbr(const std::string &arguments, bool with_errors = false, const std::string &program = SBR_PROGRAM) const {
+  Outcome sbr(const std::string &arguments, bool with_errors = false, const std::string &program = SBR_PROGRAM) const {
     const std::string command = "cd '" + scratch.path().string() + "' && " + program + " " + arguments +
                                 (with_errors ? " 2>&1" : " 2>/dev/null");
-    Run run{-1, ""};
+    Outcome run{-1, ""};
     std::FILE *pipe = popen(command.c_str(), "r");
     std::array<char, 4096> piece{};
     std::size_t got = 0;
@@ -46,7 +46,7 @@ class DatabaseProgramTest : public LibraryTest {
     return name + ".sbr";
   }
   Json list() const {
-    const Run run = sbr("db list --json wing.MASTER");
+    const Outcome run = sbr("db list --json wing.MASTER");
     EXPECT_EQ(run.code, 0);
     return Json::parse(run.out);
   }
@@ -82,13 +82,13 @@ class SampleThereAndBack : public DatabaseProgramTest, public ::testing::WithPar
 TEST_P(SampleThereAndBack, TheBodyIsThatOfARecordWrittenFromTheSameInput) {
   const std::string file = sample(GetParam());
   ASSERT_EQ(sbr("write " + file + " written.sbr").code, 0);
-  const Run put = sbr("db put " + file + " wing.MASTER --qualifiers \"selabel='wing'\"", true);
+  const Outcome put = sbr("db put " + file + " wing.MASTER --qualifiers \"selabel='wing'\"", true);
   ASSERT_EQ(put.code, 0) << put.out;
   EXPECT_EQ(put.out, "");
-  const Run get = sbr("db get wing.MASTER 1 taken.sbr", true);
+  const Outcome get = sbr("db get wing.MASTER 1 taken.sbr", true);
   ASSERT_EQ(get.code, 0) << get.out;
   EXPECT_EQ(get.out, "");
-  const Run diff = sbr("diff written.sbr taken.sbr --rtol 1e-15", true);
+  const Outcome diff = sbr("diff written.sbr taken.sbr --rtol 1e-15", true);
   EXPECT_EQ(diff.code, 0) << diff.out;
   const Json info = Json::parse(sbr("info --json taken.sbr").out);
   EXPECT_EQ(info["encoding"], "native");
@@ -108,7 +108,7 @@ TEST_P(OptionsThereAndBack, EveryBlockComesBackByteForByte) {
   full_record(0x13C).write(scratch.file("body.sbr"));
   ASSERT_EQ(sbr("write body.sbr written.sbr --no-xdr " + flags).code, 0);
   ASSERT_EQ(sbr("db put body.sbr wing.MASTER " + flags).code, 0);
-  const Run get = sbr("db get wing.MASTER 1 taken.sbr", true);
+  const Outcome get = sbr("db get wing.MASTER 1 taken.sbr", true);
   ASSERT_EQ(get.code, 0) << get.out;
   const std::string written = read_file(scratch.file("written.sbr"));
   const std::string taken = read_file(scratch.file("taken.sbr"));
@@ -128,7 +128,7 @@ TEST_F(DatabaseProgramTest, OldLayoutsAndSinglePrecisionComeBackInTheCurrentLayo
     ASSERT_EQ(sbr("db put " + file + " wing.MASTER " + flags).code, 0) << flags;
     ASSERT_EQ(sbr("db get wing.MASTER 1 taken.sbr").code, 0) << flags;
     EXPECT_EQ(Json::parse(sbr("info --json taken.sbr").out)["version"], 6.0) << flags;
-    const Run diff = sbr("diff written.sbr taken.sbr --rtol 1e-15", true);
+    const Outcome diff = sbr("diff written.sbr taken.sbr --rtol 1e-15", true);
     EXPECT_EQ(diff.code, 0) << flags << diff.out;
   }
 }
@@ -158,7 +158,7 @@ TEST_F(DatabaseProgramTest, SeveralBodiesAreListedByTheirQualifiers) {
   ASSERT_EQ(sbr("db get wing.MASTER 2 taken.sbr").code, 0);
   EXPECT_EQ(Json::parse(sbr("info --json taken.sbr").out)["counts"]["nodes"],
             Json::parse(sbr("info --json " + two).out)["counts"]["nodes"]);
-  const Run table = sbr("db list wing.MASTER");
+  const Outcome table = sbr("db list wing.MASTER");
   EXPECT_THAT(table.out, HasSubstr("index  selabel"));
   EXPECT_THAT(table.out, HasSubstr("    1  wing, left; (old)  1"));
 }
@@ -174,7 +174,7 @@ TEST_F(DatabaseProgramTest, QualifiersThatAreNotUnderstoodStoreNothing) {
   full_record(0x13C).write(scratch.file("one.sbr"));
   ASSERT_EQ(sbr("db put one.sbr wing.MASTER").code, 0);
   for (const char *qualifiers : {"selabel='open", "projno=(", "projno=1)", "=,="}) {
-    const Run run = sbr("db put one.sbr wing.MASTER --qualifiers \"" + std::string(qualifiers) + '"', true);
+    const Outcome run = sbr("db put one.sbr wing.MASTER --qualifiers \"" + std::string(qualifiers) + '"', true);
     EXPECT_EQ(run.code, 4) << qualifiers << run.out;
     EXPECT_THAT(run.out,
                 HasSubstr("error: Unable to open wing.MASTER for write. Please check the name and qualifier."));
@@ -185,7 +185,7 @@ TEST_F(DatabaseProgramTest, QualifiersThatAreNotUnderstoodStoreNothing) {
 TEST_F(DatabaseProgramTest, AFailedPutLeavesTheOtherBodies) {
   full_record(0x13C).write(scratch.file("one.sbr"));
   ASSERT_EQ(sbr("db put one.sbr wing.MASTER --qualifiers \"selabel='good'\"").code, 0);
-  const Run run = sbr("db put one.sbr wing.MASTER --qualifiers \"selabel='bad'\" --layout 81 --single", true);
+  const Outcome run = sbr("db put one.sbr wing.MASTER --qualifiers \"selabel='bad'\" --layout 81 --single", true);
   EXPECT_EQ(run.code, 4);
   EXPECT_THAT(run.out, HasSubstr("sbr: wing.MASTER: the body was not stored"));
   ASSERT_EQ(list().size(), 1U);
@@ -236,7 +236,7 @@ TEST_F(DatabaseProgramTest, CheckTellsGoodAndBadFilesApart) {
                           Case{"unsigned.MASTER", 1, "Reason: Timestamp signature is invalid."},
                           Case{"missing.MASTER", 3, "error: The QS DB file missing.MASTER could not be found."},
                           Case{".", 3, "error: Specified QS DB file . not a normal/regular file."}}) {
-    const Run run = sbr(std::string("db check ") + bad.arguments, true);
+    const Outcome run = sbr(std::string("db check ") + bad.arguments, true);
     EXPECT_EQ(run.code, bad.exit_code) << bad.arguments;
     EXPECT_THAT(run.out, HasSubstr(bad.text));
     EXPECT_THAT(run.out, HasSubstr(std::string(bad.arguments) + ": not usable, code "));
@@ -253,7 +253,7 @@ TEST_F(DatabaseProgramTest, ADatabaseWithoutItsDataIsUnreadable) {
   full_record(0x13C).write(scratch.file("one.sbr"));
   ASSERT_EQ(sbr("db put one.sbr wing.MASTER").code, 0);
   fs::remove(scratch.file("wing.DBALL"));
-  const Run run = sbr("db list wing.MASTER", true);
+  const Outcome run = sbr("db list wing.MASTER", true);
   EXPECT_EQ(run.code, 3);
   EXPECT_THAT(run.out, HasSubstr("sbr: wing.MASTER: the database cannot be read, status 103"));
   EXPECT_EQ(sbr("db get wing.MASTER 1 taken.sbr").code, 3);
@@ -271,7 +271,7 @@ TEST_F(DatabaseProgramTest, WrongUsageIsToldFromFailure) {
   EXPECT_EQ(sbr("db put one.sbr " + std::string(5000, 'w') + ".MASTER").code, 4);
   EXPECT_EQ(sbr("db get wing.MASTER 0 taken.sbr").code, 2);
   EXPECT_EQ(sbr("db get wing.MASTER first taken.sbr").code, 2);
-  const Run beyond = sbr("db get wing.MASTER 2 taken.sbr", true);
+  const Outcome beyond = sbr("db get wing.MASTER 2 taken.sbr", true);
   EXPECT_EQ(beyond.code, 2);
   EXPECT_EQ(beyond.out, "sbr: wing.MASTER: no body 2, the database holds 1\n");
   EXPECT_FALSE(exists("taken.sbr"));
@@ -294,7 +294,7 @@ TEST_F(DatabaseProgramTest, AHalfWrittenRecordIsRemoved) {
   const std::string file = sample("beam_13c");
   ASSERT_EQ(sbr("db put " + file + " wing.MASTER").code, 0);
   // A file may hold 512 blocks of 512 bytes; the signal of the limit is ignored so that the write fails instead.
-  const Run run = sbr("db get wing.MASTER 1 taken.sbr", true, "trap '' XFSZ; ulimit -f 512; " SBR_PROGRAM);
+  const Outcome run = sbr("db get wing.MASTER 1 taken.sbr", true, "trap '' XFSZ; ulimit -f 512; " SBR_PROGRAM);
   EXPECT_EQ(run.code, 4) << run.out;
   EXPECT_FALSE(exists("taken.sbr"));
 }
@@ -305,7 +305,7 @@ TEST_F(DatabaseProgramTest, AMissingLibraryIsAFailureAndTheCheckNeedsNone) {
   fs::create_directory(scratch.path() / "empty");
   const ScopedEnvironment empty("KTX_USER_PLUGIN_DIR", ":" + scratch.file("empty") + ":");
   for (const char *arguments : {"put one.sbr other.MASTER", "list wing.MASTER", "get wing.MASTER 1 taken.sbr"}) {
-    const Run run = sbr(std::string("db ") + arguments, true);
+    const Outcome run = sbr(std::string("db ") + arguments, true);
     EXPECT_EQ(run.code, 4) << arguments;
     EXPECT_THAT(run.out, HasSubstr("the database library Qsrv_22_2 cannot be loaded")) << arguments;
   }
@@ -351,7 +351,7 @@ class DamagedDataBlockTest : public DatabaseProgramTest {
   template <class Fill>
   void expect_damage(Fill fill, const std::string &text) {
     store(fill);
-    const Run run = sbr("db get wing.MASTER 1 taken.sbr", true);
+    const Outcome run = sbr("db get wing.MASTER 1 taken.sbr", true);
     EXPECT_EQ(run.code, 3) << run.out;
     EXPECT_THAT(run.out, HasSubstr("the data block is damaged: " + text));
     EXPECT_FALSE(exists("taken.sbr"));
@@ -364,7 +364,7 @@ TEST_F(DamagedDataBlockTest, TheSmallestSoundOneIsTaken) {
     put_record(block, {14, 20, 0, 0, 1, 7});
     put_record(block, {0});
   });
-  const Run run = sbr("db get wing.MASTER 1 taken.sbr", true);
+  const Outcome run = sbr("db get wing.MASTER 1 taken.sbr", true);
   EXPECT_EQ(run.code, 0) << run.out;
   EXPECT_EQ(read_file(scratch.file("taken.sbr")).size(), 668U);
 }
