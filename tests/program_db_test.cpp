@@ -156,8 +156,9 @@ TEST_F(DatabaseProgramTest, SeveralBodiesAreListedByTheirQualifiers) {
   EXPECT_EQ(bodies[1]["projno"], "3");
   EXPECT_EQ(bodies[1]["stepcur"], "0");
   ASSERT_EQ(sbr("db get wing.MASTER 2 taken.sbr").code, 0);
+  ASSERT_EQ(sbr("write " + two + " written.sbr").code, 0);
   EXPECT_EQ(Json::parse(sbr("info --json taken.sbr").out)["counts"]["nodes"],
-            Json::parse(sbr("info --json " + two).out)["counts"]["nodes"]);
+            Json::parse(sbr("info --json written.sbr").out)["counts"]["nodes"]);
   const Outcome table = sbr("db list wing.MASTER");
   EXPECT_THAT(table.out, HasSubstr("index  selabel"));
   EXPECT_THAT(table.out, HasSubstr("    1  wing, left; (old)  1"));
@@ -293,8 +294,9 @@ TEST_F(DatabaseProgramTest, ATargetThatCannotBeWrittenIsAFailure) {
 TEST_F(DatabaseProgramTest, AHalfWrittenRecordIsRemoved) {
   const std::string file = sample("beam_13c");
   ASSERT_EQ(sbr("db put " + file + " wing.MASTER").code, 0);
-  // A file may hold 512 blocks of 512 bytes; the signal of the limit is ignored so that the write fails instead.
-  const Outcome run = sbr("db get wing.MASTER 1 taken.sbr", true, "trap '' XFSZ; ulimit -f 512; " SBR_PROGRAM);
+  // A file may hold 200 blocks, of 512 or 1024 bytes; the signal of the limit is ignored so that the write fails
+  // instead.
+  const Outcome run = sbr("db get wing.MASTER 1 taken.sbr", true, "trap '' XFSZ; ulimit -f 200; " SBR_PROGRAM);
   EXPECT_EQ(run.code, 4) << run.out;
   EXPECT_FALSE(exists("taken.sbr"));
 }
@@ -390,7 +392,7 @@ TEST_F(DamagedDataBlockTest, MonitorPointsFitANumberOfModes) {
         put_front(b, {34});
         put_integers(b, {36, 1, 1, 1, 1});
         DB_WriteCHARs(b, std::string(64, 'x').data(), 64);
-        put_record(b, {huge, huge, 15});
+        put_record(b, {huge, huge, 15, 7});
       },
       "record 36 does not fit any number of modes");
   expect_damage(
