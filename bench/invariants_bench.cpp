@@ -22,10 +22,16 @@ constexpr int kModes = 60;
 constexpr int kNodes = 200'000;
 constexpr int kCachedNodes = 256;
 
-// A body of random masses, places and mode shapes. Bodies live until the end of the run.
+// The bodies of the run, released with their temporary files at its end.
+struct Bodies {
+  std::map<std::pair<int, int>, SBR> made;
+  ~Bodies() { SBR_Terminate(); }
+};
+
+// A body of random masses, places and mode shapes.
 SBR random_body(int nodes, int modes) {
-  static std::map<std::pair<int, int>, SBR> bodies;
-  SBR &body = bodies[{nodes, modes}];
+  static Bodies bodies;
+  SBR &body = bodies.made[{nodes, modes}];
   if (body != nullptr) return body;
   body = SBR_Create(nodes, modes);
   std::mt19937_64 generator(7);

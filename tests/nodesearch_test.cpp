@@ -151,5 +151,28 @@ TEST_F(NodeSearchTest, MovingTheBodyIsSeenByLaterSearches) {
   EXPECT_EQ(SBR_ClosestNode(body, p, 0), walk(p));
 }
 
+TEST_F(NodeSearchTest, EveryOperationThatMovesNodesIsSeen) {
+  std::mt19937 random(9);
+  for (int i = 0; i < 3000; ++i) add(random() % 1000, random() % 1000, random() % 10);
+  for (int i = 0; i < 6; ++i) SBR_SetNodalMass(body, 100 + i, 1.0 + i);
+  SBR_SetUnits(body, "KILOGRAM", "METER", "SECOND", "NEWTON");
+  const double x[3] = {1, 0, 0};
+  const double origin[3] = {0, 0, 0};
+  const std::vector<std::function<void()>> moves = {
+      [&] { SBR_SetNodeCoordinates(body, 150, 500, 500, 0.25); },
+      [&] { SBR_Translate(body, x, 250.0); },
+      [&] { SBR_Rotate(body, x, origin, 30.0); },
+      [&] { SBR_Mirror(body, x, origin); },
+      [&] { SBR_SetUnits(body, "KILOGRAM", "CENTIMETER", "SECOND", "NEWTON"); },
+      [&] { SBR_ShiftLBRFtoCM(body); },
+      [&] { SBR_SwapNodesByID(body, 100, 101); }};
+  const double p[3] = {500, 500, 0.5};
+  for (const auto &move : moves) {
+    for (int i = 0; i < 40; ++i) SBR_ClosestNode(body, p, 0);
+    move();
+    for (int i = 0; i < 40; ++i) ASSERT_EQ(SBR_ClosestNode(body, p, 0), walk(p));
+  }
+}
+
 }  // namespace
 }  // namespace sbrtest

@@ -1,5 +1,8 @@
 // Rigid transformations: what moves, how, and what stays.
+#include <sys/resource.h>
+
 #include <cmath>
+#include <csignal>
 #include <filesystem>
 #include <numbers>
 #include <random>
@@ -96,8 +99,7 @@ class TransformationTest : public LibraryTest {
   ScopedEnvironment tmp{"TMP", scratch.path().string()};
 };
 
-// ---- the matrices
-// ----------------------------------------------------------------------------------------------------
+// ---- the matrices ---------------------------------------------------------------------------------------------------
 
 TEST_F(TransformationTest, TheMatrixOfAnAngleIsRodriguesFormula) {
   for (const Vec axis : {Vec{1, 2, 3}, Vec{0, 0, 1}, Vec{0, 0, -2}, Vec{-1, 0.5, 0}, Vec{0, -3, 0}})
@@ -179,8 +181,7 @@ TEST_F(TransformationTest, TheSignFormulaCallsSomeProperRotationsImproper) {
   EXPECT_LT(negative, 1000);
 }
 
-// ---- rotation
-// --------------------------------------------------------------------------------------------------------
+// ---- rotation -------------------------------------------------------------------------------------------------------
 
 TEST_F(TransformationTest, ARotationTurnsEverythingRightHanded) {
   SBR before = make(3);
@@ -415,8 +416,35 @@ TEST_F(TransformationTest, WithoutARoomForTheNewFileTheOldOneStaysInUse) {
   EXPECT_EQ(keep, 0) << "the setting comes back on success only";
 }
 
-// ---- translation
-// -----------------------------------------------------------------------------------------------------
+TEST_F(TransformationTest, AFullDiskLeavesTheOldModesInUseAndRemovesTheNewFile) {
+  SBR body = make(6);
+  const auto shapes = part(body, 2, 0, 0);
+  SBR_CleanModesInMemory(body);
+  const auto files = [&] {
+    return std::distance(std::filesystem::directory_iterator(scratch.path()), std::filesystem::directory_iterator());
+  };
+  ASSERT_EQ(files(), 3);
+  struct rlimit before {};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  struct rlimit tight = before;
+  tight.rlim_cur = 100;
+  void (*const handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tight), 0);
+  const int result = sbr::transform_mode(*body, rodrigues({1, 0, 0}, 10).data(), 0);
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_EQ(result, 0);
+  const auto complaints = log.take_complaints();
+  ASSERT_EQ(complaints.size(), 1U);
+  EXPECT_EQ(complaints[0].text.rfind("Insufficient disk space for file " + scratch.file("sbr_"), 0), 0U);
+  EXPECT_NE(complaints[0].text.find(".  Specify different temporary\nfile directory by setting the TMP environment "
+                                    "variable"),
+            std::string::npos);
+  EXPECT_EQ(files(), 3);
+  EXPECT_EQ(part(body, 2, 0, 0), shapes);
+}
+
+// ---- translation ----------------------------------------------------------------------------------------------------
 
 TEST_F(TransformationTest, ATranslationMovesNodesAlongADirectionOfAnyLength) {
   SBR body = make(5);
@@ -524,8 +552,7 @@ TEST_F(TransformationTest, MovingInvariantFourNeedsNodalMasses) {
   EXPECT_EQ(SBR_Translate(body, direction.data(), 2.0), 1) << "invariant 3 serves";
 }
 
-// ---- refusals
-// --------------------------------------------------------------------------------------------------------
+// ---- refusals -------------------------------------------------------------------------------------------------------
 
 TEST_F(TransformationTest, DirectionsWithoutALengthAndOddNumbersAreRefusedBeforeAnythingMoves) {
   SBR body = make(5);

@@ -132,9 +132,7 @@ class BodyFeeder : public ResultReceiver {
   BodyFeeder(SBR body, ImportReport &report, Where stress, Where strain)
       : body_(body), report_(report), stress_(stress), strain_(strain), fit_(report.model) {}
 
-  bool wants(ResultKind kind) const override {
-    return kind == ResultKind::displacement || where(kind) != Where::none;
-  }
+  bool wants(ResultKind kind) const override { return kind == ResultKind::displacement || where(kind) != Where::none; }
   bool wants_node(ResultKind kind, std::size_t node) const override {
     return where(kind) == Where::all || report_.model.nodes[node].surface;
   }
@@ -195,16 +193,17 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
   compare_eigenvalues(rows, dat, survey, *frd, options.modes);
   const int count = static_cast<int>(survey.modes.size());
   if (options.modes && *options.modes > count)
-    throw InputError({*frd, 0}, std::to_string(*options.modes) + " modes asked for, the file has " + std::to_string(count));
+    throw InputError({*frd, 0},
+                     std::to_string(*options.modes) + " modes asked for, the file has " + std::to_string(count));
   const Where stress = decide(options.stress, Where::surface, survey.stress, "stress", *frd, report.warnings);
   const Where strain = decide(options.strain, Where::none, survey.strain, "strain", *frd, report.warnings);
   report.has_stress = stress != Where::none;
 
   const std::string name = std::filesystem::path(*frd).filename().string();
-  BodyHandle body = create_body(report, count, options.deck,
-                                {"Modes of " + name, "Lumped nodal masses from the deck's elements",
-                                 dat.empty() ? "Eigenvalues of " + name
-                                             : "Eigenvalues of " + std::filesystem::path(dat).filename().string()});
+  BodyHandle body = create_body(
+      report, count, options.deck,
+      {"Modes of " + name, "Lumped nodal masses from the deck's elements",
+       dat.empty() ? "Eigenvalues of " + name : "Eigenvalues of " + std::filesystem::path(dat).filename().string()});
   for (int i = 0; i < count; ++i) {
     const auto at = static_cast<std::size_t>(i);
     ModeReport mode;
@@ -248,10 +247,20 @@ std::vector<char> held_rows(const std::vector<Dof> &dofs, const Model &model, co
   return held;
 }
 
+// Whether the interface nodes hold a free body: three of them must not be in line.
+bool interface_holds(const Model &model) {
+  Moments moments;
+  const Vec3 first = model.nodes[static_cast<std::size_t>(model.node_position(model.interface_nodes.front()))].place;
+  for (const int id : model.interface_nodes)
+    moments.add(1.0, model.nodes[static_cast<std::size_t>(model.node_position(id))].place - first);
+  return inverse(moments.inertia(moments.centre())) != std::array<double, 9>{};
+}
+
 void feed_matrix(SBR body, const std::vector<double> &matrix, int count, int (*set)(SBR, int, int, double)) {
   for (int r = 0; r < count; ++r)
     for (int c = r; c < count; ++c) {
-      const double value = matrix[static_cast<std::size_t>(r) * static_cast<std::size_t>(count) + static_cast<std::size_t>(c)];
+      const double value =
+          matrix[static_cast<std::size_t>(r) * static_cast<std::size_t>(count) + static_cast<std::size_t>(c)];
       if (r == c || value != 0.0) require(set(body, r + 1, c + 1, value), "a generalized matrix");
     }
 }
@@ -267,17 +276,19 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   for (const EigenRow &row : eigenvalues_of(options, dat)) report.full_model_hz.push_back(row.hz);
   const std::vector<Dof> dofs = read_dofs(files.dofs);
   const std::vector<char> held = held_rows(dofs, report.model, files.dofs, report.warnings);
+  if (dofs.size() == 3 * report.model.nodes.size() && !interface_holds(report.model))
+    throw std::invalid_argument("the interface nodes do not hold the body: three that are not in line are needed");
   const Reduction reduction =
       reduce_matrices({files.mass, files.stiffness, dofs, held, options.normal, options.max_hz});
   report.results = files.stiffness;
   report.constraint_modes = reduction.constraint_modes;
   report.normal_modes = reduction.normal_modes;
 
-  BodyHandle body = create_body(
-      report, reduction.count(), options.deck,
-      {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) + " constraint, " +
-           std::to_string(reduction.normal_modes) + " normal",
-       "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
+  BodyHandle body =
+      create_body(report, reduction.count(), options.deck,
+                  {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) + " constraint, " +
+                       std::to_string(reduction.normal_modes) + " normal",
+                   "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
   feed_matrix(body.get(), reduction.mass, reduction.count(), SBR_SetGeneralizedMass);
   feed_matrix(body.get(), reduction.stiffness, reduction.count(), SBR_SetGeneralizedStiffness);
   std::vector<double> rows;
@@ -297,8 +308,9 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
 void judge_model(ImportReport &report) {
   const Model &model = report.model;
   if (!model.left_out.empty())
-    report.warnings.push_back(std::to_string(model.left_out.size()) + " nodes of the deck belong to no element and are left " +
-                              "out, the first is " + std::to_string(model.left_out.front()));
+    report.warnings.push_back(std::to_string(model.left_out.size()) +
+                              " nodes of the deck belong to no element and are left " + "out, the first is " +
+                              std::to_string(model.left_out.front()));
   if (model.pieces > 1)
     report.warnings.push_back("the mesh falls into " + std::to_string(model.pieces) + " pieces that share no node");
   const auto exact = model.mesh.inertia(model.mesh.centre());
@@ -306,7 +318,8 @@ void judge_model(ImportReport &report) {
   for (std::size_t k = 0; k < 3; ++k)
     if (const double ratio = lumped[4 * k] / exact[4 * k]; ratio > 1.05 || ratio < 0.95)
       report.warnings.push_back(std::string("the lumped masses give ") + show(100.0 * (ratio - 1.0), 3) +
-                                " % more inertia about " + "xyz"[k] + " than the elements have: the mesh is coarse there");
+                                " % more inertia about " + "xyz"[k] +
+                                " than the elements have: the mesh is coarse there");
 }
 
 }  // namespace
@@ -359,7 +372,7 @@ void report_body_modes(SBR body, ImportReport &report) {
 }
 
 BodyHandle import_ccx(const ImportOptions &options, ImportReport &report) {
-  report.units = parse_units(options.units);
+  report.units = options.units;
   if (options.modes && *options.modes < 1) throw std::invalid_argument("at least one mode has to be taken");
   report.model = build_model(read_deck(options.deck), options.interfaces);
   judge_model(report);

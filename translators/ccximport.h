@@ -1,4 +1,5 @@
-// From a CalculiX job to a body: deck and modal results, or deck and matrices, become a body that is ready to be written.
+// From a CalculiX job to a body: deck and modal results, or deck and matrices, become a body that is ready to be
+// written.
 #ifndef SBRKIT_TRANSLATORS_CCXIMPORT_H
 #define SBRKIT_TRANSLATORS_CCXIMPORT_H
 
@@ -23,28 +24,28 @@ struct ImportOptions {
   std::string deck;
   std::optional<std::string> frd;  // default: beside the deck, plain or with .gz
   std::optional<std::string> dat;  // likewise; may be missing then
-  std::string units = "mm-t-s-N";
+  UnitLabels units;
   std::vector<std::string> interfaces;
   std::optional<Where> stress;  // default: at the surface, if the results have it
   std::optional<Where> strain;  // default: none
   ShellSide shell_side = ShellSide::top;
-  std::optional<int> modes;     // the first so many modes; default: all
+  std::optional<int> modes;  // the first so many modes; default: all
   std::optional<MatrixFiles> matrices;
-  std::optional<int> normal;      // fixed-interface normal modes to be added
-  std::optional<double> max_hz;   // or all of them up to a frequency
+  std::optional<int> normal;     // fixed-interface normal modes to be added
+  std::optional<double> max_hz;  // or all of them up to a frequency
 };
 
 struct ModeReport {
   int number = 0;
   double eigenvalue = 0.0;
   double hz = 0.0;
-  double lumped_mass = 0.0;     // generalized mass with the lumped nodal masses
-  double elastic_share = 0.0;   // of that mass, what no rigid motion explains
+  double lumped_mass = 0.0;    // generalized mass with the lumped nodal masses
+  double elastic_share = 0.0;  // of that mass, what no rigid motion explains
   double largest_displacement = 0.0;
   int displacement_node = 0;
   double largest_stress = 0.0;  // von Mises
   int stress_node = 0;
-  bool rigid = false;           // the shape is a rigid motion
+  bool rigid = false;  // the shape is a rigid motion
 };
 
 struct ImportReport {

@@ -1,9 +1,10 @@
 #include "craigbampton.h"
 
+#include <Spectra/SymGEigsShiftSolver.h>
+
 #include <Eigen/Dense>
 #include <Eigen/SparseCholesky>
 #include <Eigen/SparseCore>
-#include <Spectra/SymGEigsShiftSolver.h>
 #include <algorithm>
 #include <cmath>
 #include <memory>
@@ -101,8 +102,7 @@ void factorize(Factor &factor, const Sparse &stiffness) {
     for (Eigen::Index k = 0; k < pivots.size() && sound; ++k) sound = pivots[k] > 1e-12 * std::fabs(diagonal[k]);
   }
   if (!sound)
-    throw std::runtime_error("the stiffness matrix is singular with the interface held: the interface nodes do not "
-                             "hold the body (three that are not in line are needed)");
+    throw std::runtime_error("the stiffness matrix is singular with the interface held: a mechanism or a loose part?");
 }
 
 // How many eigenvalues lie below a shift: the negative pivots of K - shift M (Sylvester's law of inertia).
@@ -151,7 +151,7 @@ NormalModes normal_modes(const Factor &factor, const Parted &k, const Parted &m,
   Multiply multiply{&m.ii};
   const Eigen::Index space = std::min<Eigen::Index>(size, std::max<Eigen::Index>(2 * count + 1, 20));
   Spectra::SymGEigsShiftSolver<Solve, Multiply, Spectra::GEigsMode::ShiftInvert> solver(solve, multiply, count, space,
-                                                                                         0.0);
+                                                                                        0.0);
   solver.init();
   solver.compute(Spectra::SortRule::LargestMagn, 1000, 1e-12, Spectra::SortRule::SmallestAlge);
   if (solver.info() != Spectra::CompInfo::Successful)

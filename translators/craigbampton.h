@@ -34,7 +34,7 @@ struct ReductionRequest {
 struct Reduction {
   int constraint_modes = 0;
   int normal_modes = 0;
-  std::vector<double> mass;       // full symmetric matrices, row by row
+  std::vector<double> mass;  // full symmetric matrices, row by row
   std::vector<double> stiffness;
   std::vector<double> normal_hz;  // of the normal modes
   // Called per mode with its value in each matrix row.

@@ -95,8 +95,8 @@ class DeckReader {
   Deck deck_;
   Card card_;
   std::vector<std::filesystem::path> open_files_;
-  std::string material_;          // the material that *DENSITY belongs to
-  std::vector<int> element_;      // what has come of an element that runs over lines
+  std::string material_;      // the material that *DENSITY belongs to
+  std::vector<int> element_;  // what has come of an element that runs over lines
   Place element_place_;
   bool heading_done_ = false;
 };
@@ -161,8 +161,9 @@ void DeckReader::begin_elements(const Card &card) {
   const std::string name = squeeze(card.value("TYPE"));
   if (name.empty()) throw InputError(card.place, "*ELEMENT without TYPE=");
   if (element_type(name) == nullptr)
-    throw InputError(card.place, "element type " + name + " is not supported (solids C3D4, C3D6, C3D8, C3D8R, C3D8I, "
-                                 "C3D10, C3D15, C3D20, C3D20R; shells S3, S4, S4R, S6, S8, S8R)");
+    throw InputError(card.place, "element type " + name +
+                                     " is not supported (solids C3D4, C3D6, C3D8, C3D8R, C3D8I, "
+                                     "C3D10, C3D15, C3D20, C3D20R; shells S3, S4, S4R, S6, S8, S8R)");
   if (card.has("ELSET")) deck_.element_sets[card.value("ELSET")];
 }
 
@@ -284,7 +285,8 @@ void DeckReader::generate_line(const std::vector<std::string_view> &fields, cons
   const int first = whole(fields[0], place, "a first number");
   const int last = whole(fields[1], place, "a last number");
   const int step = fields.size() > 2 && !fields[2].empty() ? whole(fields[2], place, "a step") : 1;
-  if (step < 1 || last < first || first < 1) throw InputError(place, "GENERATE needs 1 <= first <= last and a step above 0");
+  if (step < 1 || last < first || first < 1)
+    throw InputError(place, "GENERATE needs 1 <= first <= last and a step above 0");
   const int most = static_cast<int>(card_.keyword == "*NSET" ? deck_.nodes.size() : deck_.elements.size());
   if ((last - first) / step > std::max(most, 1) * 100L)
     throw InputError(place, "GENERATE gives far more numbers than the deck has so far");
@@ -367,12 +369,13 @@ void DeckReader::assign_sections() {
     for (const int id : set->second) {
       const int position = deck_.element_position(id);
       if (position < 0)
-        throw InputError(section.place,
-                         "set '" + section.set + "' names element " + std::to_string(id) + ", which is not in the deck");
+        throw InputError(section.place, "set '" + section.set + "' names element " + std::to_string(id) +
+                                            ", which is not in the deck");
       DeckElement &element = deck_.elements[static_cast<std::size_t>(position)];
       if (element.type->shell() != section.shell)
-        throw InputError(section.place, "element " + std::to_string(id) + (section.shell ? " is a solid in a shell section"
-                                                                                         : " is a shell in a solid section"));
+        throw InputError(section.place,
+                         "element " + std::to_string(id) +
+                             (section.shell ? " is a solid in a shell section" : " is a shell in a solid section"));
       element.section = static_cast<int>(s);
     }
   }

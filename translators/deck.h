@@ -42,10 +42,10 @@ struct DeckSection {
 
 struct Deck {
   std::string title;
-  std::vector<std::string> files;   // the deck itself and what it includes
-  std::vector<DeckNode> nodes;      // ascending IDs
-  std::vector<DeckElement> elements;  // ascending IDs
-  std::vector<int> connectivity;    // node IDs
+  std::vector<std::string> files;                        // the deck itself and what it includes
+  std::vector<DeckNode> nodes;                           // ascending IDs
+  std::vector<DeckElement> elements;                     // ascending IDs
+  std::vector<int> connectivity;                         // node IDs
   std::map<std::string, std::vector<int>> node_sets;     // names in capitals
   std::map<std::string, std::vector<int>> element_sets;  // likewise
   std::map<std::string, DeckMaterial> materials;

@@ -240,8 +240,11 @@ std::vector<std::vector<int>> face_list(Family family) {
 
 ElementType make_type(Family family, bool quadratic) {
   static constexpr std::array<int, 5> kCorners = {4, 6, 8, 3, 4};
-  ElementType type{family, kCorners[static_cast<std::size_t>(family)], kCorners[static_cast<std::size_t>(family)],
-                   face_list(family), {}};
+  ElementType type{family,
+                   kCorners[static_cast<std::size_t>(family)],
+                   kCorners[static_cast<std::size_t>(family)],
+                   face_list(family),
+                   {}};
   if (quadratic) {
     type.edges = edge_list(family);
     type.nodes += static_cast<int>(type.edges.size());
@@ -262,14 +265,13 @@ std::vector<int> ElementType::mid_nodes(const std::vector<int> &face) const {
 }
 
 const ElementType *element_type(std::string_view name) {
-  static const ElementType kTypes[10] = {
-      make_type(Family::tetrahedron, false), make_type(Family::tetrahedron, true),
-      make_type(Family::wedge, false),       make_type(Family::wedge, true),
-      make_type(Family::brick, false),       make_type(Family::brick, true),
-      make_type(Family::triangle, false),    make_type(Family::triangle, true),
-      make_type(Family::quadrangle, false),  make_type(Family::quadrangle, true)};
+  static const ElementType kTypes[10] = {make_type(Family::tetrahedron, false), make_type(Family::tetrahedron, true),
+                                         make_type(Family::wedge, false),       make_type(Family::wedge, true),
+                                         make_type(Family::brick, false),       make_type(Family::brick, true),
+                                         make_type(Family::triangle, false),    make_type(Family::triangle, true),
+                                         make_type(Family::quadrangle, false),  make_type(Family::quadrangle, true)};
   static const std::map<std::string, int, std::less<>> kNames = {
-      {"C3D4", 0}, {"C3D10", 1},  {"C3D10T", 1}, {"C3D6", 2}, {"C3D15", 3}, {"C3D8", 4}, {"C3D8R", 4}, {"C3D8I", 4},
+      {"C3D4", 0},  {"C3D10", 1},  {"C3D10T", 1}, {"C3D6", 2}, {"C3D15", 3}, {"C3D8", 4}, {"C3D8R", 4}, {"C3D8I", 4},
       {"C3D20", 5}, {"C3D20R", 5}, {"S3", 6},     {"S6", 7},   {"S4", 8},    {"S4R", 8},  {"S8", 9},    {"S8R", 9}};
   const auto found = kNames.find(name);
   return found == kNames.end() ? nullptr : &kTypes[found->second];

@@ -51,8 +51,8 @@ struct Moments {
 
 struct ElementMass {
   double volume = 0.0;
-  std::vector<double> nodal;         // lumped: all positive, with the mass of the element as their sum
-  std::vector<Vec3> normals;         // of shells: the unit normal at each node
+  std::vector<double> nodal;          // lumped: all positive, with the mass of the element as their sum
+  std::vector<Vec3> normals;          // of shells: the unit normal at each node
   double smallest_determinant = 0.0;  // of the map from the parent element; positive in a sound element
 };
 

@@ -176,8 +176,8 @@ void ModelBuilder::add_interfaces() {
     }
     for (const int id : set->second) {
       if (model_.node_position(id) < 0)
-        throw InputError({model_.deck.files.front(), 0}, "node set '" + name + "' names node " + std::to_string(id) +
-                                                             ", which belongs to no element");
+        throw InputError({model_.deck.files.front(), 0},
+                         "node set '" + name + "' names node " + std::to_string(id) + ", which belongs to no element");
       model_.interface_nodes.push_back(id);
     }
   }
@@ -209,60 +209,15 @@ Model build_model(Deck deck, const std::vector<std::string> &interfaces) {
   return ModelBuilder(std::move(deck), interfaces).build();
 }
 
-UnitLabels parse_units(const std::string &text) {
-  enum Quantity { kMass, kLength, kTime, kForce };
-  struct Symbol {
-    const char *symbol;
-    const char *label;
-    Quantity quantity;
-  };
-  static constexpr Symbol kSymbols[] = {
-      {"t", "MEGAGRAM", kMass},          {"Mg", "MEGAGRAM", kMass},      {"kg", "KILOGRAM", kMass},
-      {"g", "GRAM", kMass},              {"mg", "MILLIGRAM", kMass},     {"lbm", "POUND_MASS", kMass},
-      {"lb", "POUND_MASS", kMass},       {"ozm", "OUNCE_MASS", kMass},   {"slug", "SLUG", kMass},
-      {"slinch", "SLINCH", kMass},       {"km", "KILOMETER", kLength},   {"m", "METER", kLength},
-      {"cm", "CENTIMETER", kLength},     {"mm", "MILLIMETER", kLength},  {"um", "MICROMETER", kLength},
-      {"nm", "NANOMETER", kLength},      {"mi", "MILE", kLength},        {"yd", "YARD", kLength},
-      {"ft", "FOOT", kLength},           {"in", "INCH", kLength},        {"mil", "MIL", kLength},
-      {"s", "SECOND", kTime},            {"ms", "MILLISECOND", kTime},   {"us", "MICROSECOND", kTime},
-      {"min", "MINUTE", kTime},          {"h", "HOUR", kTime},           {"N", "NEWTON", kForce},
-      {"kN", "KNEWTON", kForce},         {"mN", "MILLINEWTON", kForce},  {"uN", "MICRONEWTON", kForce},
-      {"dyn", "DYNE", kForce},           {"lbf", "POUND_FORCE", kForce}, {"kip", "KPOUND_FORCE", kForce},
-      {"kgf", "KILOGRAM_FORCE", kForce}};
-  static const std::map<std::string, std::string> kSystems = {{"SI", "m-kg-s-N"},
-                                                              {"MKS", "m-kg-s-N"},
-                                                              {"CGS", "cm-g-s-dyn"},
-                                                              {"FPS", "ft-slug-s-lbf"},
-                                                              {"IPS", "in-slinch-s-lbf"}};
-  const auto system = kSystems.find(upper(text));
-  std::string words = system == kSystems.end() ? text : system->second;
-  std::replace(words.begin(), words.end(), '-', ' ');
-  std::replace(words.begin(), words.end(), ',', ' ');
-  std::array<std::string, 4> labels;
-  for (const std::string_view word : split_words(words)) {
-    const auto *found = std::find_if(std::begin(kSymbols), std::end(kSymbols), [&](const Symbol &symbol) {
-      return word == symbol.symbol || upper(word) == symbol.label;
-    });
-    if (found == std::end(kSymbols)) throw std::invalid_argument("unknown unit '" + std::string(word) + "'");
-    std::string &label = labels[found->quantity];
-    if (!label.empty()) throw std::invalid_argument("two units of one quantity: " + label + " and " + found->label);
-    label = found->label;
-  }
-  for (const std::string &label : labels)
-    if (label.empty())
-      throw std::invalid_argument("units need a length, a mass, a time and a force, as mm-t-s-N; or one of SI, MKS, CGS, "
-                                  "FPS, IPS");
-  return {labels[kMass], labels[kLength], labels[kTime], labels[kForce]};
-}
-
 void require(int result, const char *what) {
   if (result == 0) throw std::runtime_error(std::string("the library refused ") + what);
 }
 
 void feed_model(SBR body, const Model &model, const UnitLabels &units, const std::string &source,
                 const std::array<std::string, 3> &comments) {
-  require(SBR_SetUnits(body, units.mass.c_str(), units.length.c_str(), units.time.c_str(), units.force.c_str()),
-          "the units");
+  if (SBR_SetUnits(body, units.mass.c_str(), units.length.c_str(), units.time.c_str(), units.force.c_str()) == 0)
+    throw std::invalid_argument("unknown units " + units.mass + ", " + units.length + ", " + units.time + ", " +
+                                units.force);
   const double consistency = SBR_UCF(body);
   if (!(std::fabs(consistency - 1.0) < 1e-3))
     throw std::invalid_argument("the units are not consistent: force is " + show(consistency) +
@@ -273,8 +228,9 @@ void feed_model(SBR body, const Model &model, const UnitLabels &units, const std
   std::string type = "CalculiX";
   std::array<std::string, 3> texts;
   for (std::size_t i = 0; i < 3; ++i) texts[i] = limited(comments[i], 79);
-  require(SBR_SetHeader(body, title.data(), file.data(), type.data(), texts[0].data(), texts[1].data(), texts[2].data()),
-          "the header texts");
+  require(
+      SBR_SetHeader(body, title.data(), file.data(), type.data(), texts[0].data(), texts[1].data(), texts[2].data()),
+      "the header texts");
   for (const BodyNode &node : model.nodes) {
     require(SBR_SetNodeCoordinates(body, node.id, node.place[0], node.place[1], node.place[2]), "a node");
     require(SBR_SetNodalMass(body, node.id, node.mass), "a nodal mass");

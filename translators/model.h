@@ -23,34 +23,36 @@ struct BodyNode {
 
 struct Model {
   Deck deck;
-  std::vector<BodyNode> nodes;       // ascending IDs
-  std::vector<int> faces;            // flat: a count of corners, then that many node IDs
+  std::vector<BodyNode> nodes;  // ascending IDs
+  std::vector<int> faces;       // flat: a count of corners, then that many node IDs
   int face_count = 0;
   int surface_face_count = 0;
   std::vector<int> interface_nodes;  // IDs, without repeats
   std::vector<int> left_out;         // IDs of the deck's nodes that no element has
   int pieces = 0;                    // into which the mesh falls
   double volume = 0.0;
-  Moments mesh;                      // of the elements themselves
-  Moments lumped;                    // of the nodal masses
-  double extent = 0.0;               // the longest side of the box around the nodes
+  Moments mesh;         // of the elements themselves
+  Moments lumped;       // of the nodal masses
+  double extent = 0.0;  // the longest side of the box around the nodes
   bool has_shells = false;
 
   [[nodiscard]] int node_position(int id) const;
 };
 
-// Works out the model of a deck. `interfaces` names node sets. Throws InputError for degenerate elements and unknown sets.
+// Works out the model of a deck. `interfaces` names node sets. Throws InputError for degenerate elements and unknown
+// sets.
 Model build_model(Deck deck, const std::vector<std::string> &interfaces);
 
+// The labels of the record's units.
 struct UnitLabels {
-  std::string mass, length, time, force;
+  std::string mass = "MEGAGRAM";
+  std::string length = "MILLIMETER";
+  std::string time = "SECOND";
+  std::string force = "NEWTON";
 };
 
-// Units by name: four symbols in any order, as mm-t-s-N, a named system (SI, MKS, CGS, FPS, IPS), or the four labels of
-// the record. Throws std::invalid_argument with a text for people.
-UnitLabels parse_units(const std::string &text);
-
-// Gives a body the model's nodes, masses, faces, interface nodes, units and header texts.
+// Gives a body the model's nodes, masses, faces, interface nodes, units and header texts. Units that are unknown or not
+// consistent throw std::invalid_argument.
 void feed_model(SBR body, const Model &model, const UnitLabels &units, const std::string &source,
                 const std::array<std::string, 3> &comments);
 

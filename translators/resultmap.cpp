@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 namespace sbrtranslate {
 namespace {
@@ -37,8 +38,10 @@ Survey ResultMap::survey(const std::string &path) {
   if (survey_.modes.empty()) throw InputError({path, 0}, "the file has no modes (a *FREQUENCY step is expected)");
   for (std::size_t k = 1; k < 3; ++k) {
     bool &all = k == 1 ? survey_.stress : survey_.strain;
-    if (survey_.modes.size() == 1) all = mode_has_[k] != 0;
-    else all = all && mode_has_[k] != 0;
+    if (survey_.modes.size() == 1)
+      all = mode_has_[k] != 0;
+    else
+      all = all && mode_has_[k] != 0;
   }
   return survey_;
 }
@@ -117,8 +120,8 @@ void ResultMap::check_pair(const Pair &pair, const Place &place) const {
   const FileNode &top = file_nodes_[static_cast<std::size_t>(pair.top)];
   const Vec3 middle = 0.5 * (bottom.place + top.place);
   if (length(middle - node.place) > 1e-5 * (length(node.place) + model_.extent) + 0.25 * pair.thickness)
-    throw InputError({place.file, bottom.line}, "the mesh is not that of the deck: " + node_text(node.id) +
-                                                    " of a shell lies elsewhere");
+    throw InputError({place.file, bottom.line},
+                     "the mesh is not that of the deck: " + node_text(node.id) + " of a shell lies elsewhere");
 }
 
 void ResultMap::mesh_done(const Place &place) {
@@ -138,12 +141,13 @@ void ResultMap::mesh_done(const Place &place) {
     const BodyNode &body = model_.nodes[static_cast<std::size_t>(position)];
     if (body.shell && !pairs_.empty() && !body.solid) continue;
     if (length(node.place - body.place) > 1e-5 * (length(body.place) + 0.1 * model_.extent))
-      throw InputError({place.file, node.line}, "the mesh is not that of the deck: " + node_text(node.id) +
-                                                    " lies elsewhere there");
+      throw InputError({place.file, node.line},
+                       "the mesh is not that of the deck: " + node_text(node.id) + " lies elsewhere there");
   }
   for (std::size_t e = 0; e < element_seen_.size(); ++e)
     if (element_seen_[e] == 0)
-      throw InputError(place, "element " + std::to_string(model_.deck.elements[e].id) + " of the deck is not in the file");
+      throw InputError(place,
+                       "element " + std::to_string(model_.deck.elements[e].id) + " of the deck is not in the file");
 
   // Elements that share both nodes of a pair share the pair; their normals add up.
   std::sort(pairs_.begin(), pairs_.end(), [](const Pair &a, const Pair &b) {
@@ -279,8 +283,7 @@ void ResultMap::end_set(const Place &place) {
     i = end;
   }
   for (std::size_t i = 0; i < direct_.size(); ++i)
-    if (direct_[i] >= 0)
-      std::copy_n(&raw_[6 * static_cast<std::size_t>(direct_[i])], shape ? 3 : 6, &values_[6 * i]);
+    if (direct_[i] >= 0) std::copy_n(&raw_[6 * static_cast<std::size_t>(direct_[i])], shape ? 3 : 6, &values_[6 * i]);
   receiver_->take(set_, values_);
 }
 

@@ -87,17 +87,17 @@ class ResultMap : private ResultHandler {
     long line = 0;
   };
   std::vector<FileNode> file_nodes_;
-  std::vector<int> direct_;          // by body node: position in the file, or -1
-  std::vector<Pair> pairs_;          // sorted by body node
+  std::vector<int> direct_;  // by body node: position in the file, or -1
+  std::vector<Pair> pairs_;  // sorted by body node
   std::vector<char> element_seen_;
 
   ResultSet set_;
-  std::vector<char> mode_has_;       // of the present mode: displacement, stress, strain
-  std::vector<double> raw_;          // six per node of the file
-  std::vector<long> stamp_;          // the set that a node's values came with
+  std::vector<char> mode_has_;  // of the present mode: displacement, stress, strain
+  std::vector<double> raw_;     // six per node of the file
+  std::vector<long> stamp_;     // the set that a node's values came with
   long set_count_ = 0;
   std::size_t hint_ = 0;
-  std::vector<double> values_;       // six per node of the body
+  std::vector<double> values_;  // six per node of the body
 };
 
 }  // namespace sbrtranslate

@@ -194,9 +194,7 @@ void FrdReader::read_result() {
     skip_values();
     return;
   }
-  set_.kind = name == "DISP"     ? ResultKind::displacement
-              : name == "STRESS" ? ResultKind::stress
-                                 : ResultKind::strain;
+  set_.kind = name == "DISP" ? ResultKind::displacement : name == "STRESS" ? ResultKind::stress : ResultKind::strain;
   const int stored = components();
   if (stored != (set_.kind == ResultKind::displacement ? 3 : 6))
     reader_.fail(name + " with " + std::to_string(stored) + " components");

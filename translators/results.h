@@ -1,4 +1,5 @@
-// The results of a CalculiX job: the .frd file, one set of nodal values at a time, and the eigenvalues of the .dat file.
+// The results of a CalculiX job: the .frd file, one set of nodal values at a time, and the eigenvalues of the .dat
+// file.
 #ifndef SBRKIT_TRANSLATORS_RESULTS_H
 #define SBRKIT_TRANSLATORS_RESULTS_H
 

@@ -13,7 +13,8 @@
      low half. A position takes two words; no position consists of two zeros.
    - A unit is the number of an attached data block, at least 1.
    - Texts that go in end with a zero byte, and may have any length.
-   - The commands are texts of the form  keyword item=value item=(list) ...  ; docs/database.md lists those that are sent. */
+   - The commands are texts of the form  keyword item=value item=(list) ...  ; docs/database.md lists those that are
+   sent. */
 #ifndef SBRKIT_QSRV_ENTRIES_H
 #define SBRKIT_QSRV_ENTRIES_H
 
@@ -38,8 +39,8 @@ typedef void QS_DbaseBst_entry(const char *message_file, const char *directory, 
 /* QS_DbaseOld: opens the database whose files are base.MASTER and so on. */
 typedef void QS_DbaseOld_entry(const char *base, const char *options, int *status);
 
-/* QS_DbaseNew: creates a database and opens it. The command is "init dbsbr" for a scratch base, "dbsetdel dball" for one
-   that lasts. */
+/* QS_DbaseNew: creates a database and opens it. The command is "init dbsbr" for a scratch base, "dbsetdel dball" for
+   one that lasts. */
 typedef void QS_DbaseNew_entry(const char *base, const char *command, int *status);
 
 /* QS_DbaseNdl: loads the data definitions of the system directory; the last step of opening. */

@@ -38,7 +38,8 @@ void forget_mode_writes(SbrBody &body, int kind) noexcept;
 // them. Null when there is nothing of that name. A failed read is reported and gives what the buffer holds. Valid until
 // the next access to the kind.
 [[nodiscard]] const double *whole_mode(SbrBody &body, int number, int kind) noexcept;
-// Values of a mode's record, by mode index, as they are stored: in the units of the file. False when they cannot be read.
+// Values of a mode's record, by mode index, as they are stored: in the units of the file. False when they cannot be
+// read.
 [[nodiscard]] bool read_stored_values(SbrBody &body, int mode_index, int kind, std::int64_t first, double *out,
                                       std::int64_t count) noexcept;
 // Whether a mode's record can be read to its end; a failure is reported as the accessors do.

@@ -143,11 +143,13 @@ constexpr std::size_t kSmallFan = 8;
 int taken_faces_of(const Mesh &mesh, std::int32_t node) noexcept {
   if (node < 0 || static_cast<std::size_t>(node) >= mesh.nodes.size()) return -1;
   const Node &record = mesh.node(node);
-  if (static_cast<std::size_t>(record.count) > kSmallFan) return -1;
+  const std::span<const std::int32_t> slots =
+      mesh.incidence.span().subspan(static_cast<std::size_t>(record.first), static_cast<std::size_t>(record.count));
+  if (slots.size() > kSmallFan) return -1;
   std::int32_t roots[kSmallFan];
   int count = 0;
-  for (std::int32_t k = 0; k < record.count; ++k) {
-    const std::int32_t root = root_of(mesh, mesh.incidence[static_cast<std::size_t>(record.first + k)]);
+  for (const std::int32_t slot : slots) {
+    const std::int32_t root = root_of(mesh, slot);
     if (mesh.face(root).present || std::find(roots, roots + count, root) != roots + count) continue;
     roots[count++] = root;
   }

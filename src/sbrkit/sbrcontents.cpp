@@ -102,9 +102,9 @@ bool report_inertias(const Report &report) noexcept {
     if (SBR_NodalInertia(&report.body, key.position, m) == 0) continue;
     any = true;
     std::fprintf(report.out, "Inertia Tensor of Node %9d: % 17.10lf % 17.10lf % 17.10lf\n", key.id, m[0], m[1], m[2]);
-    for (int row = 1; row < 3; ++row)
-      std::fprintf(report.out, "                                  % 17.10lf % 17.10lf % 17.10lf\n", m[3 * row],
-                   m[3 * row + 1], m[3 * row + 2]);
+    for (const double *row : {m + 3, m + 6})
+      std::fprintf(report.out, "                                  % 17.10lf % 17.10lf % 17.10lf\n", row[0], row[1],
+                   row[2]);
   }
   if (!any) std::fprintf(report.out, "\tNo Nodal Inertia information.\n");
   std::fprintf(report.out, "\n");

@@ -13,23 +13,26 @@ namespace {
 // Nodes per piece: six values each, so that a piece stays in the cache between its two uses.
 constexpr int kPiece = 2048;
 
-// The largest of a quantity over the nodes, before the square root. The first of equals stands; 0 when all are zero.
+// The largest of a quantity over the nodes, before the square root, and where it is. The first of equals stands; -1
+// when all are zero.
 struct Largest {
   double square = 0.0;
-  std::int32_t node_id = 0;
+  std::int32_t position = -1;
 
-  void offer(double value, std::int32_t id) noexcept {
+  void offer(double value, std::int32_t at) noexcept {
     if (value > square) {
       square = value;
-      node_id = id;
+      position = at;
     }
   }
 };
 
-void note(SbrBody &body, int exported, int slot, const Largest &largest) noexcept {
+// Enters a figure of an exported mode in the statistics; the node ID is 0 when all values were zero.
+void note(SbrBody &body, int exported, int slot, int kind, const Largest &largest) noexcept {
   if (exported < 0 || exported >= body.statistics.count()) return;
   ModalStatistics &figures = body.statistics[static_cast<std::size_t>(exported)];
-  figures.node_ids[slot] = largest.node_id;
+  const std::int32_t at = largest.position;
+  figures.node_ids[slot] = at < 0 ? 0 : kind == 0 ? SBR_NodeID(&body, at) : SBR_ModeNodeID(&body, kind, at);
   figures.values[slot] = std::sqrt(largest.square);
 }
 
@@ -59,20 +62,19 @@ bool put_mode_shape(Emission &run, int index) noexcept {
   const int number = SBR_ModeNumber(&body, index);
   const double *shape = whole_mode(body, number, 0);
   if (shape == nullptr || !put_mode_word(run, 0, number)) return false;
-  const auto &nodes = body.nodes.nodes;
-  const int known = std::min(body.nodes.kinds[0].count, nodes.count());
+  const int nodes = node_count(body);
+  const int known = std::min(body.nodes.kinds[0].count, nodes);
   Largest translation;
   Largest rotation;
   bool nonzero = false;
-  for (int first = 0; first < nodes.count(); first += kPiece) {
-    const int last = std::min(first + kPiece, nodes.count());
+  for (int first = 0; first < nodes; first += kPiece) {
+    const int last = std::min(first + kPiece, nodes);
     const int filled = std::clamp(known, first, last);
     const double *piece = shape + 6 * static_cast<std::ptrdiff_t>(first);
     for (int i = first; i < filled; ++i) {
       const double *six = shape + 6 * static_cast<std::ptrdiff_t>(i);
-      const std::int32_t id = nodes[static_cast<std::size_t>(i)].id;
-      translation.offer(length_squared(six), id);
-      rotation.offer(length_squared(six + 3), id);
+      translation.offer(length_squared(six), i);
+      rotation.offer(length_squared(six + 3), i);
       nonzero = nonzero || any_nonzero(six);
     }
     if (!run.out.reals(piece, 6 * static_cast<std::int64_t>(filled - first))) return false;
@@ -81,8 +83,8 @@ bool put_mode_shape(Emission &run, int index) noexcept {
     for (int i = filled; i < last; ++i)
       if (!run.out.reals(kStill, 6)) return false;
   }
-  note(body, index - run.plan.first_mode, 0, translation);
-  note(body, index - run.plan.first_mode, 1, rotation);
+  note(body, index - run.plan.first_mode, 0, 0, translation);
+  note(body, index - run.plan.first_mode, 1, 0, rotation);
   if (!nonzero) SBR_Warning("The mode shape for mode %d has only zero entries\n", number);
   return true;
 }
@@ -174,7 +176,7 @@ bool put_list_ids(Emission &run, const KindTexts &texts) noexcept {
 template <class Visit>
 bool put_list_values(Emission &run, int kind, const double *values, Visit visit) noexcept {
   const ModeList &list = run.lists[kind - 1];
-  if (!run.packed && !run.packed.allocate(6 * kPiece)) return run.no_memory();
+  if (!run.packed && !run.packed.allocate(std::int64_t{6} * kPiece)) return run.no_memory();
   for (int first = 0; first < list.kept; first += kPiece) {
     const int last = std::min(first + kPiece, list.kept);
     double *put = run.packed.data();
@@ -198,20 +200,14 @@ bool put_kind_mode(Emission &run, const KindTexts &texts, int index) noexcept {
   const int number = SBR_ModeNumber(&body, index);
   const double *values = whole_mode(body, number, texts.kind);
   if (values == nullptr || !put_mode_word(run, texts.kind, number)) return false;
-  double best = 0.0;
-  std::int32_t best_position = -1;
+  Largest von_mises;
   bool nonzero = false;
   const bool put = put_list_values(run, texts.kind, values, [&](std::int32_t position, const double *six) {
-    const double square = von_mises_squared(six);
-    if (square > best) {
-      best = square;
-      best_position = position;
-    }
+    von_mises.offer(von_mises_squared(six), position);
     nonzero = nonzero || any_nonzero(six);
   });
   if (!put) return false;
-  const std::int32_t id = best_position < 0 ? 0 : SBR_ModeNodeID(&body, texts.kind, best_position);
-  note(body, index - run.plan.first_mode, texts.slot, Largest{best, id});
+  note(body, index - run.plan.first_mode, texts.slot, texts.kind, von_mises);
   if (!nonzero) SBR_Warning(texts.zero_warning, number);
   return true;
 }

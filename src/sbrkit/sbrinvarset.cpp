@@ -13,8 +13,7 @@ constexpr const char *kUnit = "sbrinvar";
 constexpr double kTolerance = 1e-8;
 
 int report_unknown_mode(int number, int line = __builtin_LINE()) noexcept {
-  SBR_Error("Mode number %d does not exist.  Requested at line %d in file %s.\n", number,
-            line, kUnit);
+  SBR_Error("Mode number %d does not exist.  Requested at line %d in file %s.\n", number, line, kUnit);
   return 0;
 }
 
@@ -70,8 +69,7 @@ void check_symmetry(int row, int column, const double *v) noexcept {
       column, v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8]);
 }
 
-// ---- global mass properties
-// ------------------------------------------------------------------------------------------
+// ---- global mass properties ----------------------------------------------------------------------------------------
 
 // Warns once when the given center differs from the first moment over the mass.
 void check_center(const double *moment, const double *center) noexcept {

@@ -191,6 +191,7 @@ extern "C" void SBR_ScaleDatabase(SBR body) {
   const Factors by(body->units.scale);
   SBR_CleanModesInMemory(body);
   scale_nodes(body->nodes, by);
+  body->search.drop();
   for (int &mode : body->access.current_mode) mode = -1;
   scale_list(body->matrices.mass, by.inertia);
   scale_list(body->matrices.stiffness, by.stiffness);

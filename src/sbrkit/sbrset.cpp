@@ -111,6 +111,7 @@ int SBR_SetNodeCoordinates(SBR body, int id, double x, double y, double z) {
   node->x = x;
   node->y = y;
   node->z = z;
+  body->search.drop();
   sbr::set_block(*body, sbr::kNodalCoords);
   return 1;
 }

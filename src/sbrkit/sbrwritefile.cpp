@@ -12,8 +12,12 @@ namespace {
 
 constexpr const char *kUnit = "sbrwrite";
 
+// Writes of this size cost the system least per byte.
+constexpr std::int64_t kBufferBytes = 1 << 20;
+
 struct OutputFile {
   StreamChannel channel;
+  Array<char> buffer;      // of the stream
   bool removable = false;  // a regular file, not a device that happens to be writable
 };
 
@@ -48,6 +52,9 @@ bool open_output(OutputFile &file, const char *path) noexcept {
     SBR_Error("Unable to open %s for write. Please check write permissions.", path);
     return false;
   }
+  // Without the memory, the stream keeps the small buffer of its own.
+  if (file.buffer.allocate(kBufferBytes))
+    std::setvbuf(file.channel.stream, file.buffer.data(), _IOFBF, static_cast<std::size_t>(kBufferBytes));
   struct stat status {};
   file.removable = fstat(fileno(file.channel.stream), &status) == 0 && S_ISREG(status.st_mode);
   return true;

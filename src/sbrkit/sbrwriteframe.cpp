@@ -35,6 +35,7 @@ void SBR_ShiftLBRFtoCM(SBR body) {
     node.y -= c[1];
     node.z -= c[2];
   }
+  body->search.drop();
   SBR_Info("Shifting LBRF to CM at (%.3e,%.3e,%.3e)\n", c[0], c[1], c[2]);
   body->global.center[0] = 0.0;  // the other two components keep their values
   if (rigid_modes != 6) return;

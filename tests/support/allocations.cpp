@@ -30,9 +30,13 @@ bool FailingAllocation::happened() const { return failed; }
 }  // namespace sbrtest
 
 extern "C" {
+// Weak: a program may leave malloc alone.
+__attribute__((weak)) void *__real_malloc(std::size_t size);
 void *__real_calloc(std::size_t count, std::size_t size);
 void *__real_realloc(void *block, std::size_t size);
 void *__real__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t &);
+// The compiler may turn a realloc of a null pointer into a malloc.
+void *__wrap_malloc(std::size_t size) { return fails_now() ? nullptr : __real_malloc(size); }
 void *__wrap_calloc(std::size_t count, std::size_t size) { return fails_now() ? nullptr : __real_calloc(count, size); }
 void *__wrap_realloc(void *block, std::size_t size) { return fails_now() ? nullptr : __real_realloc(block, size); }
 void *__wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t &tag) {

@@ -1,6 +1,6 @@
-// Allocations that fail on demand: calloc, realloc and new(std::nothrow) of the library's objects. A program that uses
-// this says so to the linker, in its .libraries.cmake:
-//   set(libraries -Wl,--wrap=calloc -Wl,--wrap=realloc -Wl,--wrap=_ZnwmRKSt9nothrow_t)
+// Allocations that fail on demand: malloc, calloc, realloc and new(std::nothrow) of the library's objects. A program
+// that uses this says so to the linker, in its .libraries.cmake:
+//   set(libraries -Wl,--wrap=malloc -Wl,--wrap=calloc -Wl,--wrap=realloc -Wl,--wrap=_ZnwmRKSt9nothrow_t)
 #ifndef SBRKIT_TESTS_SUPPORT_ALLOCATIONS_H
 #define SBRKIT_TESTS_SUPPORT_ALLOCATIONS_H
 

@@ -21,8 +21,7 @@ namespace fs = std::filesystem;
 constexpr const char *kSuffix = ".MASTER";
 constexpr const char *kDataSuffix = ".DBALL";
 
-// ---- the database library
-// ----------------------------------------------------------------------------------------------
+// ---- the database library ------------------------------------------------------------------------------------------
 
 // The plug-in directory that belongs to this program: the installed one, or that of the build tree it stands in.
 fs::path plugin_directory() {
@@ -91,8 +90,7 @@ class ReadingRun {
   fs::path directory_;
 };
 
-// ---- bodies of a database
-// ----------------------------------------------------------------------------------------------
+// ---- bodies of a database ------------------------------------------------------------------------------------------
 
 // Ends the command when the file cannot be used. The reason has been reported.
 void require_usable(const std::string &store) {
@@ -149,8 +147,7 @@ Qualifiers describe(const fs::path &path, int index) {
   return qualifiers_of(text);
 }
 
-// ---- commands
-// ----------------------------------------------------------------------------------------------------------
+// ---- commands ------------------------------------------------------------------------------------------------------
 
 void put(const std::string &input, const std::string &store, const std::string &qualifiers,
          const WriteOptions &options) {

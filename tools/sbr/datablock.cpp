@@ -42,8 +42,7 @@ class Copy {
   void run();
 
  private:
-  // ---- fields
-  // --------------------------------------------------------------------------------------------------------
+  // ---- fields -------------------------------------------------------------------------------------------------------
   [[noreturn]] void damaged(const std::string &what) const {
     throw Failure(kUnreadable, "the data block is damaged: record " + std::to_string(number_) + ' ' + what);
   }
@@ -94,8 +93,7 @@ class Copy {
     return true;
   }
 
-  // ---- blocks
-  // --------------------------------------------------------------------------------------------------------
+  // ---- blocks ------------------------------------------------------------------------------------------------------
   void version();
   void content();
   void fields(int block);
@@ -316,8 +314,7 @@ void Copy::invariant_fields(int block) {
   }
 }
 
-// ---- loads, operators, monitor points
-// ----------------------------------------------------------------------------------
+// ---- loads, operators, monitor points ------------------------------------------------------------------------------
 
 void Copy::load_fields(int block) {
   std::int64_t modes = 0;

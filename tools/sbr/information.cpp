@@ -9,8 +9,7 @@
 namespace sbrtool {
 namespace {
 
-// ---- info
-// ------------------------------------------------------------------------------------------------------------
+// ---- info ----------------------------------------------------------------------------------------------------------
 
 constexpr std::array<const char *, 36> kBlockNames = {"Version code",
                                                       "Header",
@@ -194,6 +193,15 @@ void print_description(const Json &all) {
   std::string stored;
   for (const Json &invariant : all["invariants"]["in_record"])
     stored += (stored.empty() ? "" : ", ") + invariant.dump();
+  const auto values = [](const Json &list) {
+    std::string text;
+    for (const Json &value : list)
+      text += (text.empty() ? "" : ", ") + (value.is_null() ? std::string("nan") : brief(value.get<double>(), 8));
+    return text.empty() ? std::string("unknown") : text;
+  };
+  line("Invariant 1", all["mass"].is_null() ? "unknown" : brief(all["mass"].get<double>(), 10));
+  line("Invariant 2", values(all["invariants"]["2"]));
+  line("Invariant 7", values(all["invariants"]["7"]));
   line("Invariants stored", stored.empty() ? "none" : stored);
   std::cout << '\n';
   Table table({"block", "<name", "offset", "size"});
@@ -202,8 +210,7 @@ void print_description(const Json &all) {
   table.print();
 }
 
-// ---- modes
-// -----------------------------------------------------------------------------------------------------------
+// ---- modes ---------------------------------------------------------------------------------------------------------
 
 struct Eigen {
   double eigenvalue = 0.0;
@@ -251,8 +258,7 @@ void print_modes(SBR body) {
   table.print();
 }
 
-// ---- nodes, mode
-// -----------------------------------------------------------------------------------------------------
+// ---- nodes, mode ---------------------------------------------------------------------------------------------------
 
 std::vector<int> node_indices(SBR body, const std::vector<int> &ids) {
   std::vector<int> indices;

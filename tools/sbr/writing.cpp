@@ -112,8 +112,7 @@ void write_record(SBR body, const std::string &input, const std::string &output,
 
 }  // namespace sbrtool
 
-// ---- progress
-// --------------------------------------------------------------------------------------------------------
+// ---- progress ------------------------------------------------------------------------------------------------------
 
 // The program's own progress monitor takes the place of the library's silent one: a bar on a terminal, nothing else.
 namespace {

@@ -1,0 +1,1 @@
+set(libraries sbr_translators ZLIB::ZLIB)
