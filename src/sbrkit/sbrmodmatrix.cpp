@@ -1,6 +1,8 @@
 // Small matrices of rigid transformations. A vector moves as a row vector times R, a tensor as R^T T R.
 #include "sbrmod.h"
 
+#include <cstddef>
+
 namespace sbr {
 
 int transformation_sign(const double *R9) noexcept {
@@ -16,8 +18,8 @@ extern "C" {
 void Matrix_Multiply(const double *a9, const double *b9, double *c9) {
   if (a9 == nullptr || b9 == nullptr || c9 == nullptr) return;
   double product[9];
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j)
+  for (std::size_t i = 0; i < 3; ++i)
+    for (std::size_t j = 0; j < 3; ++j)
       product[3 * i + j] = a9[3 * i] * b9[j] + a9[3 * i + 1] * b9[3 + j] + a9[3 * i + 2] * b9[6 + j];
   for (int i = 0; i < 9; ++i) c9[i] = product[i];
 }
