@@ -20,8 +20,7 @@ namespace {
 
 constexpr int kNodes = 1'000'000;
 
-// ---- a record whose mode vectors are holes
-// ---------------------------------------------------------------------------
+// ---- a record whose mode vectors are holes -------------------------------------------------------------------------
 
 class Bytes {
  public:
@@ -121,8 +120,7 @@ void OpenRecord(benchmark::State &state) {
 }
 BENCHMARK(OpenRecord)->ArgName("modes")->Arg(2)->Arg(200)->Unit(benchmark::kMillisecond)->MinWarmUpTime(0.2);
 
-// ---- decoding
-// --------------------------------------------------------------------------------------------------------
+// ---- decoding ------------------------------------------------------------------------------------------------------
 
 constexpr std::int64_t kValues = 1 << 20;
 
@@ -236,8 +234,7 @@ void ElementCalls(benchmark::State &state) {
 }
 BENCHMARK(ElementCalls)->Name("xdr_library_double");
 
-// ---- the node table
-// --------------------------------------------------------------------------------------------------
+// ---- the node table ------------------------------------------------------------------------------------------------
 
 std::vector<int> node_ids(bool random_order) {
   std::vector<int> ids(kNodes);

@@ -12,8 +12,7 @@ constexpr const char *kMaster = ".MASTER";
 constexpr const char *kLasting = ".DBALL";
 constexpr const char *kScratch = ".DBSBR";
 
-// ---- qualifiers
-// ------------------------------------------------------------------------------------------------------
+// ---- qualifiers ----------------------------------------------------------------------------------------------------
 
 // Qualifiers that every data block has, with the values that stand where a command gives none.
 const Qualifiers &default_qualifiers() {
@@ -73,8 +72,7 @@ Qualifiers converted(const Terms &convert, const Qualifiers &qualifiers) {
   return result;
 }
 
-// ---- lists
-// -----------------------------------------------------------------------------------------------------------
+// ---- lists ---------------------------------------------------------------------------------------------------------
 
 struct Column {
   std::string heading;
@@ -115,8 +113,7 @@ std::string table(const std::vector<Column> &columns, std::size_t rows) {
   return text;
 }
 
-// ---- files
-// -----------------------------------------------------------------------------------------------------------
+// ---- files ---------------------------------------------------------------------------------------------------------
 
 // The base name of a ".MASTER" file.
 std::string base_of(const std::string &path) {
@@ -137,8 +134,7 @@ std::shared_ptr<DataFile> open_data(const std::string &base, DataFile::Access ac
 
 }  // namespace
 
-// ---- life
-// ------------------------------------------------------------------------------------------------------------
+// ---- life ----------------------------------------------------------------------------------------------------------
 
 std::unique_ptr<Database> Database::open(const std::string &base) {
   if (!file_exists(base + kMaster)) throw Failure{Status::not_opened};
@@ -179,8 +175,7 @@ void Database::close() {
   file_->commit();
 }
 
-// ---- commands
-// --------------------------------------------------------------------------------------------------------
+// ---- commands ------------------------------------------------------------------------------------------------------
 
 void Database::run(const Command &command) {
   if (command.verb == "assign")

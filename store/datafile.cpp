@@ -105,8 +105,7 @@ class Statement {
   std::unique_ptr<sqlite3_stmt, Finalize> statement_;
 };
 
-// ---- the file
-// --------------------------------------------------------------------------------------------------------
+// ---- the file ------------------------------------------------------------------------------------------------------
 
 void DataFile::Close::operator()(sqlite3 *connection) const noexcept { sqlite3_close_v2(connection); }
 
@@ -150,8 +149,7 @@ void DataFile::roll_back() noexcept {
     sqlite3_exec(connection_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
 }
 
-// ---- data blocks
-// -----------------------------------------------------------------------------------------------------
+// ---- data blocks ---------------------------------------------------------------------------------------------------
 
 Qualifiers DataFile::qualifiers_of(std::int64_t block) {
   Qualifiers qualifiers;
@@ -212,8 +210,7 @@ void DataFile::set_trailer(std::int64_t block, std::span<const std::int64_t, 7> 
   Statement(*this, "UPDATE block SET trailer = ? WHERE id = ?").bind(1, trailer).bind(2, block).step();
 }
 
-// ---- records and words
-// -----------------------------------------------------------------------------------------------
+// ---- records and words ---------------------------------------------------------------------------------------------
 
 void DataFile::add_record(std::int64_t block, const Record &record) {
   Statement(*this, "INSERT INTO record(block, number, first_word, words) VALUES (?, ?, ?, ?)")

@@ -83,8 +83,7 @@ using qsrv::Status;
 
 #define QSRV_ENTRY extern "C" __attribute__((visibility("default"))) void
 
-// ---- hooks
-// -----------------------------------------------------------------------------------------------------------
+// ---- hooks ---------------------------------------------------------------------------------------------------------
 
 // Called before the store is unloaded: an open database is left as it was when it was opened.
 QSRV_ENTRY Qsrv_22_2_terminate() {
@@ -92,8 +91,7 @@ QSRV_ENTRY Qsrv_22_2_terminate() {
   qsrv::booted = false;
 }
 
-// ---- the system and the database
-// -------------------------------------------------------------------------------------
+// ---- the system and the database -----------------------------------------------------------------------------------
 
 QSRV_ENTRY QS_GetSysBuf(int *maximum, int *second, int) {
   if (maximum != nullptr) *maximum = qsrv::kLargestRecordLength;
@@ -162,8 +160,7 @@ QSRV_ENTRY QS_GetDbdict(const char *command, char *buffer, int size, int *needed
   });
 }
 
-// ---- data blocks
-// -----------------------------------------------------------------------------------------------------
+// ---- data blocks ---------------------------------------------------------------------------------------------------
 
 QSRV_ENTRY QS_AllocDatablk(const char *command, int *unit, int *count, int *status) {
   int first = 0;
@@ -203,8 +200,7 @@ QSRV_ENTRY Ruvo_WriteTrailer(const int64_t *trailer7) {
   });
 }
 
-// ---- records
-// ---------------------------------------------------------------------------------------------------------
+// ---- records -------------------------------------------------------------------------------------------------------
 
 QSRV_ENTRY Ruvo_SkipRecord(int *status, int unit) {
   qsrv::set_status(status, [&] { qsrv::open_database().unit(unit).skip_record(); });

@@ -9,8 +9,7 @@ void Unit::require(Mode mode) const {
   if (mode_ != mode) throw Failure{Status::bad_unit};
 }
 
-// ---- opening and closing
-// -----------------------------------------------------------------------------------------------
+// ---- opening and closing -------------------------------------------------------------------------------------------
 
 void Unit::open_to_read() {
   if (mode_ == Mode::write) throw Failure{Status::bad_unit};
@@ -49,8 +48,7 @@ void Unit::set_trailer(std::span<const std::int64_t, 7> trailer) {
   file_->set_trailer(block_, trailer);
 }
 
-// ---- writing
-// ---------------------------------------------------------------------------------------------------------
+// ---- writing -------------------------------------------------------------------------------------------------------
 
 void Unit::store_piece() {
   file_->add_piece(block_, buffer_start_, buffer_);
@@ -77,8 +75,7 @@ void Unit::end_record() {
   record_ = Record{record_.number + 1, word_, 0};
 }
 
-// ---- reading
-// ---------------------------------------------------------------------------------------------------------
+// ---- reading -------------------------------------------------------------------------------------------------------
 
 // Copies words from the present position on, which all belong to the present record.
 void Unit::copy_words(std::span<std::int64_t> words) {

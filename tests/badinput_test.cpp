@@ -144,8 +144,7 @@ class BadInputTest : public LibraryTest {
   int opened = 0;
 };
 
-// ---- cut records
-// -----------------------------------------------------------------------------------------------------
+// ---- cut records ---------------------------------------------------------------------------------------------------
 
 class CutSampleTest : public BadInputTest, public ::testing::WithParamInterface<std::string> {};
 class CorruptSampleTest : public BadInputTest, public ::testing::WithParamInterface<std::string> {};
@@ -174,8 +173,7 @@ TEST_P(CutSampleTest, EveryCutOfTheFirstFourKilobytesAndFiveHundredBeyondIsAnswe
   EXPECT_LT(accepted, 100);
 }
 
-// ---- false counts
-// ----------------------------------------------------------------------------------------------------
+// ---- false counts --------------------------------------------------------------------------------------------------
 
 // The places of the words of a block that count something, from its start.
 std::vector<std::size_t> count_words(int block, bool xdr) {
@@ -258,8 +256,7 @@ TEST_F(BadInputTest, EveryCutOfASmallRecordIsAnswered) {
   EXPECT_GT(opened, 40000);
 }
 
-// ---- no records
-// ------------------------------------------------------------------------------------------------------
+// ---- no records ----------------------------------------------------------------------------------------------------
 
 TEST_F(BadInputTest, RandomBytesAreAnswered) {
   std::mt19937 random(4);

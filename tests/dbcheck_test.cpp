@@ -68,8 +68,7 @@ class Header {
   std::array<unsigned char, 1024> bytes_{};
 };
 
-// ---- the four forms
-// --------------------------------------------------------------------------------------------------
+// ---- the four forms ------------------------------------------------------------------------------------------------
 
 TEST(FileCheckHeader, TheOwnFormIsUsable) { EXPECT_EQ(Header(kOwn).decode(), FileCheck::usable); }
 
@@ -119,8 +118,7 @@ TEST(FileCheckHeader, BigEndianCharactersMayHaveBeenStoredAsNumbers) {
       FileCheck::other_platform);
 }
 
-// ---- codes of the own form
-// -------------------------------------------------------------------------------------------
+// ---- codes of the own form -----------------------------------------------------------------------------------------
 
 TEST(FileCheckHeader, OffsetsMustStandInTheirRanges) {
   struct Case {
@@ -184,8 +182,7 @@ TEST(FileCheckHeader, EveryDamagedByteLeavesACode) {
     }
 }
 
-// ---- the report
-// ------------------------------------------------------------------------------------------------------
+// ---- the report ----------------------------------------------------------------------------------------------------
 
 TEST(FileCheckHeader, TheReportTellsStampsNamesAndVersion) {
   for (const Machine machine : {kOwn, kBig64, kBig32, kLittle32}) {
@@ -227,8 +224,7 @@ TEST(FileCheckHeader, AnotherSetNameIsNoMaster) {
   EXPECT_STREQ(header.report.set_name, "DBALL   ");
 }
 
-// ---- files and messages
-// ----------------------------------------------------------------------------------------------
+// ---- files and messages --------------------------------------------------------------------------------------------
 
 class FileCheckTest : public LibraryTest {
  protected:

@@ -87,8 +87,7 @@ class DatabaseFrontTest : public LibraryTest {
   StandinState *standin = nullptr;
 };
 
-// ---- binding
-// ---------------------------------------------------------------------------------------------------------
+// ---- binding -------------------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseFrontTest, TheLibraryIsBoundOnce) {
   EXPECT_EQ(CDB_LoadLibrary(), 1);
@@ -223,8 +222,7 @@ TEST_F(DatabaseFrontTest, BlockOperationsWithoutALibraryFailSafely) {
   for (const Message &message : log.take()) EXPECT_EQ(message.severity, Severity::error);
 }
 
-// ---- the scratch database
-// --------------------------------------------------------------------------------------------
+// ---- the scratch database ------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseFrontTest, StartingTheBaseBringsUpAScratchDatabase) {
   ASSERT_EQ(CDB_LoadLibrary(), 1);
@@ -334,8 +332,7 @@ TEST_F(DatabaseFrontTest, WithoutAHomeDirectoryNothingStarts) {
       ::testing::ExitedWithCode(0), "");
 }
 
-// ---- starting to write
-// -----------------------------------------------------------------------------------------------
+// ---- starting to write ---------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseFrontTest, WritingToANewFileCreatesTheDatabase) {
   EXPECT_EQ(DB_StartWrite(in("wing.MASTER").c_str()), 1);
@@ -402,8 +399,7 @@ TEST_F(DatabaseFrontTest, PathsOfAnyLengthReachTheLibraryWhole) {
   EXPECT_EQ(calls()[1], "QS_DbaseNew(" + base + ",dbsetdel dball)");
 }
 
-// ---- data blocks
-// -----------------------------------------------------------------------------------------------------
+// ---- data blocks ---------------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseFrontTest, ABlockIsCreatedWithItsQualifiers) {
   start_base();
@@ -455,8 +451,7 @@ TEST_F(DatabaseFrontTest, ClosingKeepsTheBlockAndUnitZeroIsNothing) {
   EXPECT_THAT(calls(), ElementsAre("Ruvo_Close(7,1)"));
 }
 
-// ---- words
-// -----------------------------------------------------------------------------------------------------------
+// ---- words ---------------------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseFrontTest, ValuesAreWrittenAsWords) {
   start_base();
@@ -549,8 +544,7 @@ TEST_F(DatabaseFrontTest, PositionsAreSavedAndRestored) {
                                    "Ruvo_SkipRecord(9)", "Ruvo_WriteTrailer(9 2 3 18 2 11 22)"));
 }
 
-// ---- browsing
-// --------------------------------------------------------------------------------------------------------
+// ---- browsing ------------------------------------------------------------------------------------------------------
 
 class DatabaseBrowserTest : public DatabaseFrontTest {
  protected:
@@ -654,8 +648,7 @@ TEST_F(DatabaseBrowserTest, AQuoteInThePathIsDoubled) {
   EXPECT_THAT(calls()[0], HasSubstr("='it''s.MASTER')"));
 }
 
-// ---- opening a body
-// --------------------------------------------------------------------------------------------------
+// ---- opening a body ------------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseBrowserTest, OpeningABodyLocatesItByItsQualifiers) {
   int number = 0;

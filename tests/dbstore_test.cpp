@@ -83,8 +83,7 @@ class StoreTest : public LibraryTest {
   ScopedEnvironment home{"KTX_QSRVHOME_DIR", "/qsrv"};
 };
 
-// ---- files
-// -----------------------------------------------------------------------------------------------------------
+// ---- files ---------------------------------------------------------------------------------------------------------
 
 TEST_F(StoreTest, ADatabaseIsTwoFilesAndTheMasterPassesTheCheck) {
   ASSERT_EQ(put("selabel='wing'", {1}), 1);
@@ -171,8 +170,7 @@ TEST_F(StoreTest, AWriteProtectedDatabaseCanBeRead) {
   end_reading();
 }
 
-// ---- words
-// -----------------------------------------------------------------------------------------------------------
+// ---- words ---------------------------------------------------------------------------------------------------------
 
 TEST_F(StoreTest, WordsOfEveryKindComeBack) {
   const int ints[] = {1, -2, 2147483647};
@@ -288,8 +286,7 @@ TEST_F(StoreTest, UnitsThatAreNotOpenReadNothing) {
   }
 }
 
-// ---- scratch blocks
-// --------------------------------------------------------------------------------------------------
+// ---- scratch blocks ------------------------------------------------------------------------------------------------
 
 TEST_F(StoreTest, AScratchBlockIsWrittenAndReadAgain) {
   start_reading();
@@ -313,8 +310,7 @@ TEST_F(StoreTest, AScratchBlockIsWrittenAndReadAgain) {
   EXPECT_EQ(value, 7);
 }
 
-// ---- dictionary
-// ------------------------------------------------------------------------------------------------------
+// ---- dictionary ----------------------------------------------------------------------------------------------------
 
 TEST_F(StoreTest, BodiesAreListedInTheOrderOfTheirCreation) {
   ASSERT_EQ(put("projno=3,version=12,selabel='wing, left',peid=40", {1}), 1);
@@ -445,8 +441,7 @@ TEST_F(StoreTest, EntriesKeepToTheirOrderAndRoom) {
   EXPECT_TRUE(files().empty());
 }
 
-// ---- complete or not at all
-// ------------------------------------------------------------------------------------------
+// ---- complete or not at all ----------------------------------------------------------------------------------------
 
 TEST_F(StoreTest, ABlockThatWasNotClosedDoesNotLast) {
   ASSERT_EQ(put("selabel='kept'", {1}), 1);

@@ -53,8 +53,7 @@ std::string variable(const char *name) {
   return value != nullptr ? value : "";
 }
 
-// ---- the name
-// --------------------------------------------------------------------------------------------------------
+// ---- the name ------------------------------------------------------------------------------------------------------
 
 TEST(DynamicLibraryName, TheEndingCountsBehindTheLastSingleDot) {
   EXPECT_TRUE(ktx::has_library_suffix("plain.so"));
@@ -99,8 +98,7 @@ TEST(DynamicLibraryName, TheBaseNameHasNoDirectoryEndingAndLib) {
   EXPECT_EQ(ktx::base_name_of(".hidden"), ".hidden");
 }
 
-// ---- the search
-// ------------------------------------------------------------------------------------------------------
+// ---- the search ----------------------------------------------------------------------------------------------------
 
 TEST_F(DynamicLibraryTest, APlainNameIsFoundInTheCurrentDirectoryLast) {
   place("plain.so", "plain.so");
@@ -215,8 +213,7 @@ TEST_F(DynamicLibraryTest, VeryLongNamesAndListsAreSearchedSafely) {
   EXPECT_EQ(taken(ktxDynamicLibrary().full_name(std::string(100000, 'x').c_str())), "(null)");
 }
 
-// ---- reports
-// ---------------------------------------------------------------------------------------------------------
+// ---- reports -------------------------------------------------------------------------------------------------------
 
 TEST_F(DynamicLibraryTest, TheReportNamesAllNamesAndPlaces) {
   const ScopedEnvironment user("KTX_USER_PLUGIN_DIR", "/u");
@@ -304,8 +301,7 @@ TEST_F(DynamicLibraryTest, TheTraceTellsEveryStep) {
       ::testing::ExitedWithCode(0), "");
 }
 
-// ---- loading and hooks
-// -----------------------------------------------------------------------------------------------
+// ---- loading and hooks ---------------------------------------------------------------------------------------------
 
 TEST_F(DynamicLibraryTest, HooksAreCalledOnceForTwoObjects) {
   place("hooked.so", "hooked.so");
@@ -389,8 +385,7 @@ TEST_F(DynamicLibraryTest, LoadingAgainLetsTheFormerLibraryGo) {
   EXPECT_FALSE(library.is_loaded());
 }
 
-// ---- the search list
-// -------------------------------------------------------------------------------------------------
+// ---- the search list -----------------------------------------------------------------------------------------------
 
 TEST_F(DynamicLibraryTest, TheSearchListIsReplacedOrAppended) {
   ktxDynamicLibrary library;

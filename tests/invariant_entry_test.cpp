@@ -227,8 +227,7 @@ TEST_F(EntryTest, NullValuesAndNullBodiesAreRefused) {
   EXPECT_EQ(log.take(), std::vector<Message>(12, kNoBody));
 }
 
-// ---- global mass
-// -----------------------------------------------------------------------------------------------------
+// ---- global mass ---------------------------------------------------------------------------------------------------
 
 const Message kMassDiffers = warning("Global mass is inconsistent with INVAR1 setting or sum of nodal masses.");
 const Message kCenterDiffers = warning("Global center of mass is inconsistent with INVAR2 setting or nodal data.");

@@ -347,8 +347,7 @@ TEST_F(InvariantsTest, FewerModesThanACellWasMadeForStayWithinIt) {
   EXPECT_EQ(SBR_Invar9(body, 2, 0), nullptr);
 }
 
-// ---- drivers
-// ---------------------------------------------------------------------------------------------------------
+// ---- drivers -------------------------------------------------------------------------------------------------------
 
 bool filled(const SBR body, int invariant) {
   const sbr::Invariants &in = body->invariants;
@@ -446,8 +445,7 @@ TEST_F(InvariantsTest, ExistingBlocksAreSufficient) {
   EXPECT_EQ(log.take_complaints(), std::vector<Message>{kNoFullSet});
 }
 
-// ---- accumulation routines
-// -------------------------------------------------------------------------------------------
+// ---- accumulation routines -----------------------------------------------------------------------------------------
 
 TEST_F(InvariantsTest, TildeProductIsAddedElementByElement) {
   double T[9] = {1, 1, 1, 1, 1, 1, 1, 1, 1};

@@ -143,8 +143,7 @@ TEST_F(LayoutTest, OldMonitorPointsMoveTheBlocksBehindThem) {
   EXPECT_EQ(body->layout.block_offset[33], static_cast<std::int64_t>(record.offset(33)) - 2 * 8);
 }
 
-// ---- blocks that cannot be sized
-// -------------------------------------------------------------------------------------
+// ---- blocks that cannot be sized -----------------------------------------------------------------------------------
 
 struct SizingCase {
   int block;
@@ -253,8 +252,7 @@ TEST_F(LayoutTest, AWalkDoesNotGoBackwardOverNegativeCounts) {
   EXPECT_EQ(SBR_size_of_block(body, 34), 8);
 }
 
-// ---- versions
-// --------------------------------------------------------------------------------------------------------
+// ---- versions ------------------------------------------------------------------------------------------------------
 
 TEST_F(LayoutTest, TheVersionIsTheLowByteOfTheWord) {
   SBR body = expect_opened(two_nodes(0x13C));

@@ -44,8 +44,7 @@ class MatricesTest : public LibraryTest {
   }
 };
 
-// ---- eigenvalues
-// -----------------------------------------------------------------------------------------------------
+// ---- eigenvalues ---------------------------------------------------------------------------------------------------
 
 TEST_F(MatricesTest, EigenvaluesComeFromTheTableWhenThereIsOne) {
   SBR body = make(2);
@@ -200,8 +199,7 @@ TEST_F(MatricesTest, AModeBehindTheTableIsDerivedFromTheLists) {
   EXPECT_EQ(eigen(body, 13).eigenvalue, 4.0);
 }
 
-// ---- counts and sparse forms
-// -----------------------------------------------------------------------------------------
+// ---- counts and sparse forms ---------------------------------------------------------------------------------------
 
 TEST_F(MatricesTest, CountsWithoutListsAreTheModeCountExceptForDamping) {
   SBR body = make(3);
@@ -319,8 +317,7 @@ TEST_F(MatricesTest, DerivedMassesOfAHundredThousandModesTakeOnePass) {
   EXPECT_EQ(masses[kModes - 1], (1.0 + kModes) * 1e-16);
 }
 
-// ---- full and selected forms
-// -----------------------------------------------------------------------------------------
+// ---- full and selected forms ---------------------------------------------------------------------------------------
 
 TEST_F(MatricesTest, FullFormsAreSymmetricAndTheLastEntryWins) {
   SBR body = make(2);
@@ -416,8 +413,7 @@ TEST_F(MatricesTest, SelectedFormsPassOverEntriesOfNoMode) {
   EXPECT_THAT(data[1], ::testing::Each(0.0));
 }
 
-// ---- the flag, and null
-// ----------------------------------------------------------------------------------------------
+// ---- the flag, and null --------------------------------------------------------------------------------------------
 
 TEST_F(MatricesTest, TheNormalizationFlagIsStored) {
   SBR body = make(1);

@@ -74,8 +74,7 @@ class OrthonormalizationTest : public LibraryTest {
   }
 };
 
-// ---- preconditions
-// ---------------------------------------------------------------------------------------------------
+// ---- preconditions -------------------------------------------------------------------------------------------------
 
 TEST_F(OrthonormalizationTest, RefusesANullBody) {
   EXPECT_EQ(SBR_OrthoNormalize(nullptr), 0);
@@ -96,8 +95,7 @@ TEST_F(OrthonormalizationTest, FailsSilentlyWithoutModes) {
   EXPECT_FALSE(body->access.transformation);
 }
 
-// ---- orthogonal bodies
-// -----------------------------------------------------------------------------------------------
+// ---- orthogonal bodies ---------------------------------------------------------------------------------------------
 
 TEST_F(OrthonormalizationTest, UnitMassesGiveTheIdentityAndNoTemporaryFile) {
   SBR body = make_modal_body(2, 3);
@@ -211,8 +209,7 @@ TEST_F(OrthonormalizationTest, AllModesMayBeDropped) {
   EXPECT_EQ(SBR_OrthoNormalize(body), 0);
 }
 
-// ---- full matrices
-// ---------------------------------------------------------------------------------------------------
+// ---- full matrices -------------------------------------------------------------------------------------------------
 
 TEST_F(OrthonormalizationTest, FullMatricesGiveOrthonormalModes) {
   for (const int n : {1, 2, 3, 7, 12, 25}) {
@@ -390,8 +387,7 @@ TEST_F(OrthonormalizationTest, FrequenciesFollowTheUnits) {
   EXPECT_EQ(body->matrices.eigenvalues[0].frequency_rad, 100.0);
 }
 
-// ---- the printed table
-// -----------------------------------------------------------------------------------------------
+// ---- the printed table ---------------------------------------------------------------------------------------------
 
 TEST_F(OrthonormalizationTest, FewerThanSevenEigenvaluesUpToOneAreProbablyRigid) {
   const Values e{-2.0, -0.5, 0.25, 1.0, 4.0, kNan};
@@ -447,8 +443,7 @@ TEST_F(OrthonormalizationTest, WithSevenTheSeventhDecidesWhatIsSmall) {
   EXPECT_NE(found[5].text.find("(probable"), std::string::npos);
 }
 
-// ---- what goes along
-// -------------------------------------------------------------------------------------------------
+// ---- what goes along -----------------------------------------------------------------------------------------------
 
 TEST_F(OrthonormalizationTest, DampingIsDividedByItsTwoScales) {
   SBR body = make_modal_body(1, 3);
@@ -606,8 +601,7 @@ TEST_F(OrthonormalizationTest, MonitorPointsWithoutMatrixOrModesStay) {
   EXPECT_EQ(SBR_TransformMonitorPoints(nullptr, &twice), 0);
 }
 
-// ---- eigenvalue table and scales
-// -------------------------------------------------------------------------------------
+// ---- eigenvalue table and scales -----------------------------------------------------------------------------------
 
 TEST_F(OrthonormalizationTest, ExistingTableIsEnough) {
   SBR body = make_modal_body(1, 2);
@@ -685,8 +679,7 @@ TEST_F(OrthonormalizationTest, TableShorterThanTheModesScalesTheRestByOne) {
   EXPECT_EQ(SBR_OrthoNormalize(body), 1);
 }
 
-// ---- masses between groups of modes
-// ----------------------------------------------------------------------------------
+// ---- masses between groups of modes --------------------------------------------------------------------------------
 
 TEST_F(OrthonormalizationTest, MassesBetweenGroupsComeFromTheNodes) {
   SBR body = make_modal_body(3, 3);

@@ -64,8 +64,7 @@ class PrincipalAxes : public LibraryTest {
   const ScopedEnvironment with_mass{"KTX_MFORCE_NO_FEA_MASS", std::nullopt};
 };
 
-// ---- damping
-// ---------------------------------------------------------------------------------------------------------
+// ---- damping -------------------------------------------------------------------------------------------------------
 
 // A random symmetric damping matrix, entered as its upper triangle.
 Dense enter_damping(SBR body, const MassBody &mass) {
@@ -189,8 +188,7 @@ TEST_F(PrincipalAxes, DampingOfANullBodyIsRefused) {
   EXPECT_EQ(log.take(), std::vector<Message>{kNoBody});
 }
 
-// ---- damping of selected modes
-// ---------------------------------------------------------------------------------------
+// ---- damping of selected modes -------------------------------------------------------------------------------------
 
 struct Rows {
   explicit Rows(std::size_t n) : values(n, std::vector<double>(n, 99.0)) {
@@ -299,8 +297,7 @@ TEST_F(PrincipalAxes, SelectedDampingRefusesMissingArrays) {
   EXPECT_EQ(SBR_GenDampPrincipalAndSelected(body, rows.pointers.data(), 0, nullptr), 0);
 }
 
-// ---- preloads and loads
-// ----------------------------------------------------------------------------------------------
+// ---- preloads and loads --------------------------------------------------------------------------------------------
 
 std::vector<double> random_vector(int count) {
   std::mt19937 generator(9);
@@ -428,8 +425,7 @@ TEST_F(PrincipalAxes, LoadsOfANullBodyAreRefused) {
   EXPECT_EQ(log.take(), std::vector<Message>{kNoBody});
 }
 
-// ---- the form without nodal masses
-// -----------------------------------------------------------------------------------
+// ---- the form without nodal masses ---------------------------------------------------------------------------------
 
 // Solves A x = b for each column of b by elimination with exact pivots in long double.
 Dense solve(Dense A, Dense b) {

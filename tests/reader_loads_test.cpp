@@ -23,8 +23,7 @@ void expect_no_memory(const std::vector<Message> &messages) {
   EXPECT_TRUE(is_no_memory(messages[0], "sbrread"));
 }
 
-// ---- preload
-// ---------------------------------------------------------------------------------------------------------
+// ---- preload -------------------------------------------------------------------------------------------------------
 
 TEST_F(LoadReaderTest, ThePreloadHasAValuePerMode) {
   for (const std::uint32_t word : {41, 50, 0x33C}) {
@@ -51,8 +50,7 @@ TEST_F(LoadReaderTest, BrokenPreloadsAreRefused) {
   expect_refused(none, {error("Out of memory while reading Modal Preload Block")});
 }
 
-// ---- modal loads
-// -----------------------------------------------------------------------------------------------------
+// ---- modal loads ---------------------------------------------------------------------------------------------------
 
 TEST_F(LoadReaderTest, ModalLoadsHaveALabelAFlagAndAValuePerMode) {
   for (const std::uint32_t word : {40, 51, 0x13C}) {
@@ -93,8 +91,7 @@ TEST_F(LoadReaderTest, BrokenModalLoadsAreRefused) {
   expect_refused_when_cut(record, 27, 8 + 276 + 275, {problem});
 }
 
-// ---- nodal loads
-// -----------------------------------------------------------------------------------------------------
+// ---- nodal loads ---------------------------------------------------------------------------------------------------
 
 TEST_F(LoadReaderTest, NodalLoadsComeByCase) {
   for (const std::uint32_t word : {40, 51, 0x13C}) {
@@ -137,8 +134,7 @@ TEST_F(LoadReaderTest, ANegativeEntryCountIsAnEmptyCase) {
   EXPECT_EQ(SBR_GetModalLoadNodalCount(body, 0), 0);
 }
 
-// ---- matrix operators
-// ------------------------------------------------------------------------------------------------
+// ---- matrix operators ----------------------------------------------------------------------------------------------
 
 TEST_F(LoadReaderTest, MatrixOperatorsHaveRowsAndSubOperators) {
   for (const std::uint32_t word : {40, 51, 0x13C}) {
@@ -192,8 +188,7 @@ TEST_F(LoadReaderTest, CutMatrixOperatorsAreRefused) {
   expect_refused_when_cut(record, 33, 4 + 12 + 80 + 4 + 12 + 15, {problem});
 }
 
-// ---- monitor points
-// --------------------------------------------------------------------------------------------------
+// ---- monitor points ------------------------------------------------------------------------------------------------
 
 TEST_F(LoadReaderTest, MonitorPointsHaveTheOperatorsOfTheirFlags) {
   for (const std::uint32_t word : {40, 51, 0x13C}) {
@@ -268,8 +263,7 @@ TEST_F(LoadReaderTest, CutMonitorPointsAreRefused) {
   expect_refused_when_cut(record, 35, 4 + 88 + 15, {problem});
 }
 
-// ---- damaged media
-// ---------------------------------------------------------------------------------------------------
+// ---- damaged media -------------------------------------------------------------------------------------------------
 
 // A file in memory of which some bytes cannot be read.
 struct DamagedFile {

@@ -28,8 +28,7 @@ std::vector<double> part_of(SBR body, int number, int kind) {
   return values;
 }
 
-// ---- eigenvalues
-// -----------------------------------------------------------------------------------------------------
+// ---- eigenvalues ---------------------------------------------------------------------------------------------------
 
 TEST_F(ModeReaderTest, EigenvaluesAreReadInEveryEncoding) {
   for (const std::uint32_t word : {20, 31, 50, 0x13C, 0x33C}) {
@@ -81,8 +80,7 @@ TEST_F(ModeReaderTest, CutEigenvaluesAreRefused) {
   expect_refused_when_cut(record, 6, 4 + 87, {error("Problem reading Eigenvalue Data")});
 }
 
-// ---- mode shapes
-// -----------------------------------------------------------------------------------------------------
+// ---- mode shapes ---------------------------------------------------------------------------------------------------
 
 TEST_F(ModeReaderTest, ModeShapesStayOnDiskAndAreFoundByTheirNumbers) {
   for (const std::uint32_t word : {30, 31, 40, 41, 50, 51, 0x3C, 0x13C, 0x23C, 0x33C}) {
@@ -172,8 +170,7 @@ TEST_F(ModeReaderTest, FewerModeNodesThanNodesAreTheListOfTheModes) {
   EXPECT_EQ(SBR_NodeCount(body), 2);
 }
 
-// ---- the order of the nodes
-// ------------------------------------------------------------------------------------------
+// ---- the order of the nodes ----------------------------------------------------------------------------------------
 
 TEST_F(ModeReaderTest, TheNodeTableFollowsTheOrderOfTheModes) {
   RecordBuilder record(0x13C);
@@ -219,8 +216,7 @@ TEST_F(ModeReaderTest, ZeroAndUnknownIdsInTheModeBlockMoveNothing) {
   EXPECT_EQ(SBR_NodeID(body, 1), 20);
 }
 
-// ---- modal stress and strain
-// -----------------------------------------------------------------------------------------
+// ---- modal stress and strain ---------------------------------------------------------------------------------------
 
 TEST_F(ModeReaderTest, StressAndStrainHaveTheirOwnSparseLists) {
   for (const std::uint32_t word : {40, 41, 50, 51, 0x3C, 0x13C, 0x33C}) {
@@ -386,8 +382,7 @@ TEST_F(ModeReaderTest, MoreStressNodesThanNodesAreRefused) {
   expect_refused(record, {error("Problem when reading Modal Stress info")});
 }
 
-// ---- generalized matrices
-// --------------------------------------------------------------------------------------------
+// ---- generalized matrices ------------------------------------------------------------------------------------------
 
 struct MatrixCase {
   int block;
@@ -475,8 +470,7 @@ TEST_F(ModeReaderTest, ReadingAnAbsentMatrixSucceeds) {
   EXPECT_EQ(log.take(), std::vector<Message>{error("The database has not been initialized.")});
 }
 
-// ---- transformation
-// --------------------------------------------------------------------------------------------------
+// ---- transformation ------------------------------------------------------------------------------------------------
 
 TEST_F(ModeReaderTest, TheTransformationHasItsModesAndItsRows) {
   RecordBuilder record = two_nodes(0x33C);
@@ -505,8 +499,7 @@ TEST_F(ModeReaderTest, ABrokenTransformationIsRefused) {
   expect_refused_when_cut(record, 15, 4 + 8 + 31, {problem});
 }
 
-// ---- statistics, pre-stress, pre-strain
-// ------------------------------------------------------------------------------
+// ---- statistics, pre-stress, pre-strain ----------------------------------------------------------------------------
 
 TEST_F(ModeReaderTest, StatisticsHaveThirteenNodesAndValuesPerMode) {
   for (const std::uint32_t word : {40, 51, 0x13C}) {

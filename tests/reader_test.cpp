@@ -19,8 +19,7 @@ int registry_size() {
   return size;
 }
 
-// ---- sharing
-// ---------------------------------------------------------------------------------------------------------
+// ---- sharing -------------------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, OneNameGivesOneHandleThatIsReleasedByTheSecondDereference) {
   SBR body = open(two_nodes());
@@ -69,8 +68,7 @@ TEST_F(ReaderTest, ABodyFromAFileHasNoRoomOfItsOwn) {
   EXPECT_EQ(body->reference_count, 1);
 }
 
-// ---- files that are no records
-// ---------------------------------------------------------------------------------------
+// ---- files that are no records -------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, AMissingFileIsRefusedWithoutAMessage) {
   EXPECT_EQ(SBR_CreateFromSBR(scratch.file("absent").c_str()), nullptr);
@@ -120,8 +118,7 @@ TEST_F(ReaderTest, AFailedReadTakesTheBodyOffTheRegistryAndClosesTheFile) {
   EXPECT_EQ(open_files(), before);
 }
 
-// ---- the version word
-// ------------------------------------------------------------------------------------------------
+// ---- the version word ----------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, EveryVersionAndEncodingIsRecognized) {
   for (const std::uint32_t word : kAllWords) {
@@ -185,8 +182,7 @@ TEST_F(ReaderTest, ARecordWithoutBlocksIsAnEmptyBodyInSiUnits) {
   }
 }
 
-// ---- the call itself
-// -------------------------------------------------------------------------------------------------
+// ---- the call itself -----------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, ReadingWithoutAHandleOrAStreamFails) {
   EXPECT_EQ(SBR_ReadSBR(nullptr, nullptr, "name"), 0);
@@ -223,8 +219,7 @@ TEST_F(ReaderTest, AHandleCanBeReadASecondTimeFromAnotherFile) {
   EXPECT_EQ(SBR_NodeIndex(body, 20), 1);
 }
 
-// ---- header and units
-// ------------------------------------------------------------------------------------------------
+// ---- header and units ----------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, HeaderTextsLoseTheirTrailingBlanks) {
   for (const char fill : {' ', '\0'}) {
@@ -298,8 +293,7 @@ TEST_F(ReaderTest, CutGlobalPropertiesAreRefused) {
   expect_refused_when_cut(record, 5, 12 * 8, {error("Problem reading Global Body Properties")});
 }
 
-// ---- nodes
-// -----------------------------------------------------------------------------------------------------------
+// ---- nodes ---------------------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, NodesComeInTheOrderOfTheFile) {
   for (const std::uint32_t word : kAllWords) {
@@ -352,8 +346,7 @@ TEST_F(ReaderTest, ANodeCountBeyondTheFileIsAFailedRead) {
                           error("Problem reading Node Coordinates Data")});
 }
 
-// ---- nodal mass
-// ------------------------------------------------------------------------------------------------------
+// ---- nodal mass ----------------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, NodalMassesAreFoundByTheirNodes) {
   RecordBuilder record = two_nodes(0x13C);
@@ -400,8 +393,7 @@ TEST_F(ReaderTest, ACutMassBlockIsRefused) {
        error("Problem reading Nodal Mass information")});
 }
 
-// ---- nodal inertia
-// ---------------------------------------------------------------------------------------------------
+// ---- nodal inertia -------------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, NodalInertiasFillTheTensorOfTheirNode) {
   for (const std::uint32_t word : kAllWords) {
@@ -491,8 +483,7 @@ TEST_F(ReaderTest, ABlockWithoutInertiaEntriesIsAccepted) {
   expect_opened(record);
 }
 
-// ---- faces and interface nodes
-// ---------------------------------------------------------------------------------------
+// ---- faces and interface nodes -------------------------------------------------------------------------------------
 
 std::vector<int> face_list(SBR body) { return {body->faces.list.begin(), body->faces.list.end()}; }
 

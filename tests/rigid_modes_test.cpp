@@ -98,8 +98,7 @@ TEST_F(RigidCount, ANullBodyHasNone) {
   EXPECT_EQ(log.take(), std::vector<Message>{kNoBody});
 }
 
-// ---- participation
-// ---------------------------------------------------------------------------------------------------
+// ---- participation -------------------------------------------------------------------------------------------------
 
 class Participation : public LibraryTest {
  protected:

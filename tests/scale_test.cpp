@@ -56,8 +56,7 @@ class ScaleTest : public LibraryTest {
   SBR body = SBR_Create(10, kModes);
 };
 
-// ---- nodes and global properties
-// -------------------------------------------------------------------------------------
+// ---- nodes and global properties -----------------------------------------------------------------------------------
 
 TEST_F(ScaleTest, NodesHaveLengthsMassesAndInertias) {
   ASSERT_EQ(SBR_SetNodeCoordinates(body, 7, 1.0, -2.0, 3.0), 1);
@@ -89,8 +88,7 @@ TEST_F(ScaleTest, GlobalPropertiesFollow) {
   for (int i = 0; i < 9; ++i) EXPECT_THAT(body->global.inertia[i], CloseTo((1.0 + i) * M * L * L));
 }
 
-// ---- matrices and eigenvalues
-// ----------------------------------------------------------------------------------------
+// ---- matrices and eigenvalues --------------------------------------------------------------------------------------
 
 TEST_F(ScaleTest, GeneralizedMatricesFollow) {
   ASSERT_TRUE(body->matrices.mass.push_back({0, 1, 2.0}));
@@ -144,8 +142,7 @@ TEST_F(ScaleTest, AFrequencyFromTheListsIsTheSameMotionInOtherUnits) {
   EXPECT_DOUBLE_EQ(rad, 2.0);  // per millisecond
 }
 
-// ---- modal vectors
-// ---------------------------------------------------------------------------------------------------
+// ---- modal vectors -------------------------------------------------------------------------------------------------
 
 TEST_F(ScaleTest, AModalPreloadIsMadeOfModalForces) {
   set_rigid_modes(6);
@@ -204,8 +201,7 @@ TEST_F(ScaleTest, NodalLoadsFollowByPlainMultiplication) {
   }
 }
 
-// ---- invariants and statistics
-// ---------------------------------------------------------------------------------------
+// ---- invariants and statistics -------------------------------------------------------------------------------------
 
 TEST_F(ScaleTest, InvariantsFollowByTheirMoments) {
   sbr::Invariants &cells = body->invariants;
@@ -242,8 +238,7 @@ TEST_F(ScaleTest, OnlyTranslationsAndStressesOfTheStatisticsFollow) {
   }
 }
 
-// ---- monitor points
-// --------------------------------------------------------------------------------------------------
+// ---- monitor points ------------------------------------------------------------------------------------------------
 
 // The factors of the rows "3" and "4" of a displacement, velocity, acceleration and load operator; 1 is left alone.
 struct PointCase {
@@ -313,8 +308,7 @@ TEST_F(ScaleTest, ASignOfAComponentIsATranslationalRow) {
   EXPECT_THAT(body->monitor_points[0]->operators[0][kModes], CloseTo((1.5 + kModes) * F * L));
 }
 
-// ---- mode access
-// -----------------------------------------------------------------------------------------------------
+// ---- mode access ---------------------------------------------------------------------------------------------------
 
 TEST_F(ScaleTest, TheCacheAndTheCurrentModesAreForgotten) {
   ASSERT_EQ(SBR_AddNode(body, 7), 0);
@@ -357,8 +351,7 @@ TEST_F(ScaleTest, PreStressAndTransformationAndMatrixOperatorsAreLeftInMemoryAsT
   expect_scaled(body->access.transformation, 1.0, "transformation");
 }
 
-// ---- all together
-// ----------------------------------------------------------------------------------------------------
+// ---- all together --------------------------------------------------------------------------------------------------
 
 TEST_F(ScaleTest, ThereAndBackGivesTheSameValuesToRounding) {
   set_rigid_modes(6);
@@ -394,8 +387,7 @@ TEST_F(ScaleTest, TheLastRatiosMayBeAppliedByHand) {
   EXPECT_EQ(body->units.unit.length, 1.0);
 }
 
-// ---- a record on disk
-// ------------------------------------------------------------------------------------------------
+// ---- a record on disk ----------------------------------------------------------------------------------------------
 
 class ScaleRecordTest : public LibraryTest, public ::testing::WithParamInterface<const char *> {
  protected:

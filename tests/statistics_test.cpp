@@ -47,8 +47,7 @@ class StatisticsTest : public LibraryTest {
   }
 };
 
-// ---- figures
-// ---------------------------------------------------------------------------------------------------------
+// ---- figures -------------------------------------------------------------------------------------------------------
 
 TEST_F(StatisticsTest, TheLargestTranslationIsThatOfTheLongestVector) {
   SBR body = make({7, 5, 9});
@@ -157,8 +156,7 @@ TEST_F(StatisticsTest, StressNodesAreThoseOfTheStressList) {
   EXPECT_EQ(ask(SBR_GetMaxVonMisesStress, body, 1).id, 30);
 }
 
-// ---- the table
-// -------------------------------------------------------------------------------------------------------
+// ---- the table -----------------------------------------------------------------------------------------------------
 
 TEST_F(StatisticsTest, TheTableComesIntoBeingWithTheFirstRequest) {
   SBR body = make({4});
@@ -261,8 +259,7 @@ TEST_F(StatisticsTest, ANullBodyIsReportedExceptByTheQuestionForTheTable) {
   }
 }
 
-// ---- the block of a file
-// ---------------------------------------------------------------------------------------------
+// ---- the block of a file -------------------------------------------------------------------------------------------
 
 // How a record file spells numbers.
 struct Spelling {

@@ -39,8 +39,7 @@ std::string random_bytes(std::size_t count, unsigned seed) {
   return bytes;
 }
 
-// ---- texts and integers
-// ----------------------------------------------------------------------------------------------
+// ---- texts and integers --------------------------------------------------------------------------------------------
 
 TEST(StreamCodec, ANativeTextTakesOneByteACharacterAndAnXdrTextFour) {
   char text[10];
@@ -109,8 +108,7 @@ TEST(StreamCodec, ASinglePrecisionFileGivesDoubles) {
   }
 }
 
-// ---- block decoding against the element calls
-// ------------------------------------------------------------------------
+// ---- block decoding against the element calls ----------------------------------------------------------------------
 
 struct Outcome {
   bool ok;
@@ -277,8 +275,7 @@ TEST(StreamCodec, ScalarReadsGoOnWhereABlockReadStopped) {
   EXPECT_EQ(std::string(text, 2), "xy");
 }
 
-// ---- block encoding
-// --------------------------------------------------------------------------------------------------
+// ---- block encoding ------------------------------------------------------------------------------------------------
 
 std::string written(bool single, const std::function<bool(sbr::StreamChannel &)> &write) {
   ScratchDirectory scratch;
@@ -332,8 +329,7 @@ TEST(StreamCodec, AFullDeviceFailsTheBlockWriteAsItDoesTheElementCalls) {
   }
 }
 
-// ---- rows
-// ------------------------------------------------------------------------------------------------------------
+// ---- rows ----------------------------------------------------------------------------------------------------------
 
 TEST(StreamCodec, RowsComeFieldByFieldInEveryEncodingAndStopBehindTheRun) {
   constexpr int kRows = 3000;
@@ -389,8 +385,7 @@ TEST(StreamCodec, ARunOfNoRowsOrOfACorruptSizeHasNoFields) {
   EXPECT_TRUE(huge.integer(id));
 }
 
-// ---- public conversions
-// ----------------------------------------------------------------------------------------------
+// ---- public conversions --------------------------------------------------------------------------------------------
 
 TEST(StreamCodec, FloatsWidenInPlaceInOrder) {
   double buffer[5];
@@ -422,8 +417,7 @@ TEST(StreamCodec, ConversionsOfNothingTouchNothing) {
   EXPECT_EQ(real, 4.0);
 }
 
-// ---- fixed-width texts
-// -----------------------------------------------------------------------------------------------
+// ---- fixed-width texts ---------------------------------------------------------------------------------------------
 
 TEST(StreamCodec, TerminatingStripsTrailingBlanksOnly) {
   char text[8] = {' ', 'a', ' ', 'b', ' ', ' ', ' ', ' '};
@@ -454,8 +448,7 @@ TEST(StreamCodec, TerminatingAFieldOfOneOrNoCharacterIsSafe) {
   EXPECT_EQ(text[1], ' ');
 }
 
-// ---- positions
-// -------------------------------------------------------------------------------------------------------
+// ---- positions -----------------------------------------------------------------------------------------------------
 
 class PositionTest : public ::testing::Test {
  protected:

@@ -272,8 +272,7 @@ TEST_F(TransformModesTest, TheFileKeepsItsUnits) {
   }
 }
 
-// ---- progress
-// --------------------------------------------------------------------------------------------------------
+// ---- progress ------------------------------------------------------------------------------------------------------
 
 TEST_F(TransformModesTest, TheMonitorCountsOneTickPerModeAndPass) {
   SBR body = make_modal_body(50, 6);
@@ -316,8 +315,7 @@ TEST_F(TransformModesTest, TheVariableSilencesTheMonitor) {
   EXPECT_EQ(log.all().size(), 1u);
 }
 
-// ---- failures
-// --------------------------------------------------------------------------------------------------------
+// ---- failures ------------------------------------------------------------------------------------------------------
 
 TEST_F(TransformModesTest, ADirectoryThatCannotBeWrittenIsNamed) {
   for (const int full : {0, 1}) {
@@ -445,8 +443,7 @@ TEST_F(TransformModesTest, CachedPartsDoNotOutliveTheChange) {
   for (std::size_t i = 0; i < after.size(); ++i) EXPECT_EQ(after[i], 2.0 * before[i]);
 }
 
-// ---- the combination by itself
-// ---------------------------------------------------------------------------------------
+// ---- the combination by itself -------------------------------------------------------------------------------------
 
 TEST(ModeCombination, EveryShapeFollowsTheScalarRule) {
   for (const int sources : {1, 2, 5, 33}) {

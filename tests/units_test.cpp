@@ -19,8 +19,7 @@ class UnitsTest : public LibraryTest {
   SBR body = SBR_Create(10, 10);
 };
 
-// ---- tables and lookups
-// ----------------------------------------------------------------------------------------------
+// ---- tables and lookups --------------------------------------------------------------------------------------------
 
 TEST_F(UnitsTest, DividerIgnoresTheCaseOfALabel) {
   EXPECT_EQ(SBR_UnitsDivider("inch", sbr::length_table), 0.0254);
@@ -88,8 +87,7 @@ TEST_F(UnitsTest, DerivedMultipliersAgreeWithTheirDefinitions) {
   EXPECT_DOUBLE_EQ(SBR_UnitsDivider("MILE", sbr::length_table), 5280.0 * 0.3048);
 }
 
-// ---- labels of a body
-// ------------------------------------------------------------------------------------------------
+// ---- labels of a body ----------------------------------------------------------------------------------------------
 
 TEST_F(UnitsTest, ABodyWithoutUnitsHasSi) {
   char mass[16], length[16], time[16], force[16];
@@ -153,8 +151,7 @@ TEST_F(UnitsTest, ValuesOfANullBodyAreZero) {
   EXPECT_EQ(SBR_Force2Newton(nullptr, 5.0), 0.0);
 }
 
-// ---- conversion of values
-// --------------------------------------------------------------------------------------------
+// ---- conversion of values ------------------------------------------------------------------------------------------
 
 // The conversion written down step by step, each logarithm and each power anew.
 double power_by_squaring(int e) {
@@ -298,8 +295,7 @@ TEST_F(UnitsTest, ConversionOfWhatIsNotFiniteIsThePlainProduct) {
   EXPECT_TRUE(std::isnan(value));
 }
 
-// ---- the switch
-// ------------------------------------------------------------------------------------------------------
+// ---- the switch ----------------------------------------------------------------------------------------------------
 
 TEST_F(UnitsTest, FirstDefinitionOfUnitsScalesNothing) {
   ASSERT_EQ(SBR_AddNode(body, 1), 0);

@@ -61,8 +61,7 @@ class DatabaseWriteTest : public LibraryTest {
   ScopedEnvironment home{"KTX_QSRVHOME_DIR", "/qsrv"};
 };
 
-// ---- records in the open store
-// ---------------------------------------------------------------------------------------
+// ---- records in the open store -------------------------------------------------------------------------------------
 
 #ifdef SBRKIT_STORE_DIRECTORY
 
@@ -341,8 +340,7 @@ INSTANTIATE_TEST_SUITE_P(Options, SameContentTest,
 
 #endif
 
-// ---- calls
-// -----------------------------------------------------------------------------------------------------------
+// ---- calls ---------------------------------------------------------------------------------------------------------
 
 class DatabaseCallsTest : public DatabaseWriteTest {
  protected:

@@ -32,8 +32,7 @@
 #include <string_view>
 #include <utility>
 
-// ---- names and directories
-// -------------------------------------------------------------------------------------------
+// ---- names and directories -----------------------------------------------------------------------------------------
 
 namespace ktx {
 
@@ -106,8 +105,7 @@ inline bool is_file(const std::string &path) {
 
 }  // namespace ktx
 
-// ---- ktxLoader: one loaded library
-// -----------------------------------------------------------------------------------
+// ---- ktxLoader: one loaded library ---------------------------------------------------------------------------------
 
 // One registered library with a reference count. Building it loads the library and calls its initialize hook; its end
 // calls the terminate hook and closes the library.
@@ -264,8 +262,7 @@ inline void ktxLoader::unload(const std::shared_ptr<ktxLoader> &library) {
   if (state.registry.empty()) state.last_error.reset();
 }
 
-// ---- ktxDynamicLibrary: finding, loading and using a library
-// ---------------------------------------------------------
+// ---- ktxDynamicLibrary: finding, loading and using a library -------------------------------------------------------
 
 class ktxDynamicLibrary {
  public:
@@ -427,8 +424,7 @@ inline const char *ktxDynamicLibrary::search_list() {
 
 inline const char *ktxDynamicLibrary::error_text() { return ktx::process_state().last_error.get(); }
 
-// ---- the search
-// ------------------------------------------------------------------------------------------------------
+// ---- the search ----------------------------------------------------------------------------------------------------
 
 inline void ktxDynamicLibrary::clear_search() {
   name_ = user_dir_ = path_list_ = search_list_ = nullptr;

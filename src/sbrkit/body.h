@@ -15,8 +15,7 @@
 
 namespace sbr {
 
-// ---- node and mode tables: sbrdata
-// -----------------------------------------------------------------------------------
+// ---- node and mode tables: sbrdata ---------------------------------------------------------------------------------
 
 struct NodeRecord {
   std::int32_t id = 0;
@@ -52,8 +51,7 @@ struct ModeTable {
   Array<std::int32_t> mode_numbers;  // mode_capacity entries when built, mode_count when read
 };
 
-// ---- mode storage: sbrmodestore
-// --------------------------------------------------------------------------------------
+// ---- mode storage: sbrmodestore ------------------------------------------------------------------------------------
 
 // A run of adjacent values of one mode's record that waits to be written: unit sbrmodewrites.
 struct ModeRun {
@@ -81,8 +79,7 @@ struct ModeStore {
   PendingModeWrites pending[3];           // per kind, entered but not yet in the temporary file
 };
 
-// ---- mode access: sbrmodes
-// -------------------------------------------------------------------------------------------
+// ---- mode access: sbrmodes -----------------------------------------------------------------------------------------
 
 struct ModeAccess {
   int current_mode[3] = {-1, -1, -1};  // mode index held in current_record; mode_count for a pre-vector
@@ -92,8 +89,7 @@ struct ModeAccess {
   Array<std::int32_t> transformation_modes;
 };
 
-// ---- header texts and version: sbrset, sbrtoc
-// ------------------------------------------------------------------------
+// ---- header texts and version: sbrset, sbrtoc ----------------------------------------------------------------------
 
 struct HeaderTexts {
   char title[128] = {};
@@ -112,8 +108,7 @@ struct Layout {
   std::int32_t sized_modes = 0;  // the mode count that the sizing of a block read last
 };
 
-// ---- units: sbrunits
-// -------------------------------------------------------------------------------------------------
+// ---- units: sbrunits -----------------------------------------------------------------------------------------------
 
 struct UnitFactors {
   double force = 1.0;
@@ -131,8 +126,7 @@ struct UnitState {
   UnitFactors unit;   // the product of all changes since the data was stored
 };
 
-// ---- generalized matrices and eigenvalues: sbrmatrices
-// ---------------------------------------------------------------
+// ---- generalized matrices and eigenvalues: sbrmatrices -------------------------------------------------------------
 
 struct EigenRecord {
   std::int32_t mode = 0;
@@ -160,8 +154,7 @@ struct GeneralizedMatrices {
   int damping_on_principal_axes = 0;
 };
 
-// ---- faces and interface nodes: sbrset
-// -------------------------------------------------------------------------------
+// ---- faces and interface nodes: sbrset -----------------------------------------------------------------------------
 
 struct FaceList {
   int face_count = 0;
@@ -175,8 +168,7 @@ struct InterfaceNodes {
   int mapped = -1;            // length of `nodes` that `place` describes; -1 for none
 };
 
-// ---- global properties and inertia invariants: sbrinvar
-// --------------------------------------------------------------
+// ---- global properties and inertia invariants: sbrinvar ------------------------------------------------------------
 
 struct GlobalProperties {
   double mass = 0.0;
@@ -196,8 +188,7 @@ struct Invariants {
   Array<double> invar9;  // M x M cells of 9
 };
 
-// ---- loads: sbrloads
-// -------------------------------------------------------------------------------------------------
+// ---- loads: sbrloads -----------------------------------------------------------------------------------------------
 
 struct ModalLoad {
   char label[256] = {};
@@ -218,8 +209,7 @@ struct Loads {
   OwnedList<NodalLoadCase> nodal;
 };
 
-// ---- statistics, pre-stress, pre-strain: sbrstatistics, sbrset
-// -------------------------------------------------------
+// ---- statistics, pre-stress, pre-strain: sbrstatistics, sbrset -----------------------------------------------------
 
 struct ModalStatistics {
   std::int32_t node_ids[13];
@@ -231,8 +221,7 @@ struct PreVectors {
   Array<SixVector> strain;  // by kind position of kind 2
 };
 
-// ---- monitor points and matrix operators: sbrmonpnt, sbrmtxop
-// --------------------------------------------------------
+// ---- monitor points and matrix operators: sbrmonpnt, sbrmtxop ------------------------------------------------------
 
 struct MonitorPoint {
   int type = 0;
@@ -260,8 +249,7 @@ struct MatrixOperator {
   OwnedList<SubOperator> sub_operators;
 };
 
-// ---- surface state and free edges: sbrtools, sbrcoarse, sbrfreeedge
-// --------------------------------------------------
+// ---- surface state and free edges: sbrtools, sbrcoarse, sbrfreeedge ------------------------------------------------
 
 struct GeometryState {
   Array<std::int32_t> geometry_nodes;  // the keep list, while it lasts

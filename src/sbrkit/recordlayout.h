@@ -22,8 +22,7 @@
 
 namespace sbr {
 
-// ---- the table of blocks
-// ---------------------------------------------------------------------------------------------
+// ---- the table of blocks -------------------------------------------------------------------------------------------
 
 struct BlockEntry {
   const char *name;            // in reports; null for the old place of the monitor points
@@ -33,8 +32,7 @@ struct BlockEntry {
 // Indexed by the block.
 [[nodiscard]] const BlockEntry &block_entry(int block) noexcept;
 
-// ---- versions
-// --------------------------------------------------------------------------------------------------------
+// ---- versions ------------------------------------------------------------------------------------------------------
 
 constexpr std::uint32_t kXdrFlag = 0x100;
 constexpr std::uint32_t kSingleFlag = 0x200;
@@ -57,8 +55,7 @@ constexpr bool mode_word_present(int code, int kind) { return code != 10 && (kin
 // The word is the mode's number. In a version 20 file it is a filler.
 constexpr bool mode_word_is_number(int code, int kind) { return mode_word_present(code, kind) && code != 20; }
 
-// ---- sizes
-// -----------------------------------------------------------------------------------------------------------
+// ---- sizes ---------------------------------------------------------------------------------------------------------
 
 // Sums and products of counts that a file gives: they stop at the limits instead of overflowing.
 constexpr std::int64_t bounded_product(std::int64_t a, std::int64_t b) {
@@ -111,8 +108,7 @@ class FieldReader {
   StreamChannel &channel_;
 };
 
-// ---- header texts and units (blocks 1, 10)
-// ---------------------------------------------------------------------------
+// ---- header texts and units (blocks 1, 10) -------------------------------------------------------------------------
 
 constexpr int kHeaderChars = 544;
 constexpr int kUnitChars = 16;
@@ -138,8 +134,7 @@ bool transfer(Io &io, UnitLabels &labels) {
          io.chars(labels.time, kUnitChars) && io.chars(labels.force, kUnitChars);
 }
 
-// ---- nodes (block 3)
-// -------------------------------------------------------------------------------------------------
+// ---- nodes (block 3) -----------------------------------------------------------------------------------------------
 
 struct NodalCoordsHead {
   std::int32_t node_count = 0;
@@ -160,8 +155,7 @@ bool transfer(Io &io, NodeRow &row, std::int32_t dimension = 3) {
   return io.integer(row.id) && io.reals(row.xyz, dimension);
 }
 
-// ---- faces (blocks 4, 13)
-// --------------------------------------------------------------------------------------------
+// ---- faces (blocks 4, 13) ------------------------------------------------------------------------------------------
 
 struct ElementTopologyHead {
   std::int32_t face_count = 0;
@@ -195,8 +189,7 @@ bool transfer(Io &io, ElementFacesHead &head) {
          io.integer(head.list_length);
 }
 
-// ---- mass and global properties (blocks 5, 8, 9)
-// ---------------------------------------------------------------------
+// ---- mass and global properties (blocks 5, 8, 9) -------------------------------------------------------------------
 
 template <class Io>
 bool transfer(Io &io, GlobalProperties &global) {
@@ -243,8 +236,7 @@ bool transfer(Io &io, NodalInertiaRow &row) {
 // Where the entry (row, column), both counted from 0, lies in a SixVector.
 constexpr int kPackedPlace[3][3] = {{0, 3, 4}, {3, 1, 5}, {4, 5, 2}};
 
-// ---- eigenvalues and mode blocks (blocks 6, 7, 17, 28)
-// ---------------------------------------------------------------
+// ---- eigenvalues and mode blocks (blocks 6, 7, 17, 28) -------------------------------------------------------------
 
 template <class Io>
 bool transfer(Io &io, EigenRecord &record) {
@@ -262,8 +254,7 @@ bool transfer(Io &io, ModeBlockHead &head) {
   return io.integer(head.mode_count) && io.integer(head.node_count);
 }
 
-// ---- generalized matrices and transformation (blocks 11, 12, 14, 15)
-// -------------------------------------------------
+// ---- generalized matrices and transformation (blocks 11, 12, 14, 15) -----------------------------------------------
 
 struct SparseHead {
   std::int32_t entry_count = 0;
@@ -315,8 +306,7 @@ constexpr bool invariant_has_count(int block) {
          block == kInvariant9;
 }
 
-// ---- loads (blocks 26, 27, 34)
-// ---------------------------------------------------------------------------------------
+// ---- loads (blocks 26, 27, 34) -------------------------------------------------------------------------------------
 
 struct ModalPreloadHead {
   std::int32_t mode_count = 0;  // this many reals follow
@@ -357,8 +347,7 @@ bool transfer(Io &io, NodalLoadRow &row) {
   return io.integer(row.node) && io.integer(row.coordinate) && io.reals(&row.load, 1);
 }
 
-// ---- statistics, pre-stress and pre-strain (blocks 29, 30, 31)
-// -------------------------------------------------------
+// ---- statistics, pre-stress and pre-strain (blocks 29, 30, 31) -----------------------------------------------------
 
 constexpr int kStatisticsSlots = 13;
 template <class Io>
@@ -373,8 +362,7 @@ bool transfer(Io &io, SixVector &row) {
   return io.reals(row.data(), 6);
 }
 
-// ---- matrix operators (block 33)
-// -------------------------------------------------------------------------------------
+// ---- matrix operators (block 33) -----------------------------------------------------------------------------------
 
 // A CountHead of operators; each: a MatrixOperatorHead, row_count labels, a CountHead of sub-operators; each of those:
 // a SubOperatorHead, row_count x column_count reals.
@@ -399,8 +387,7 @@ bool transfer(Io &io, SubOperatorHead &head) {
   return io.integer(head.column_count) && io.chars(head.tag, kOperatorNameChars);
 }
 
-// ---- monitor points (blocks 32, 35)
-// ----------------------------------------------------------------------------------
+// ---- monitor points (blocks 32, 35) --------------------------------------------------------------------------------
 
 // A CountHead of points; each: a MonitorPointHead, then for each of the four flag bits that is set
 // monitor_operator_reals() reals.
@@ -426,8 +413,7 @@ constexpr std::int64_t monitor_operator_reals(int bit, std::int64_t rows, std::i
   return bit == 3 ? bounded_product(load_operators, one) : one;
 }
 
-// ---- row sizes
-// -------------------------------------------------------------------------------------------------------
+// ---- row sizes -----------------------------------------------------------------------------------------------------
 
 // The bytes of one record of fields in a file.
 template <class Record, class... Extra>

@@ -14,8 +14,7 @@ namespace {
 
 constexpr const char *kLibraryName = "Qsrv_22_2";
 
-// ---- state
-// -----------------------------------------------------------------------------------------------------------
+// ---- state ---------------------------------------------------------------------------------------------------------
 
 struct Entries {
   QS_GetSysBuf_entry *get_sys_buf = nullptr;
@@ -43,8 +42,7 @@ ktxDynamicLibrary *library = nullptr;
 bool loaded = false;
 Entries entries;
 
-// ---- looking up and calling
-// ------------------------------------------------------------------------------------------
+// ---- looking up and calling ----------------------------------------------------------------------------------------
 
 template <class Entry>
 void look_up(const char *name, Entry *&entry) noexcept {
@@ -125,8 +123,7 @@ void CDB_UnloadLibrary(void) {
   library = nullptr;
 }
 
-// ---- the system and the database
-// -------------------------------------------------------------------------------------
+// ---- the system and the database -----------------------------------------------------------------------------------
 
 int CDB_QS_GetSysBuf(int *maximum, int *second, int zero) {
   return call(entries.get_sys_buf, "QS_GetSysBuf", maximum, second, zero);
@@ -165,8 +162,7 @@ int CDB_QS_GetDbdict(const char *command, char *buffer, int size, int *needed, i
   return called;
 }
 
-// ---- data blocks
-// -----------------------------------------------------------------------------------------------------
+// ---- data blocks ---------------------------------------------------------------------------------------------------
 
 int CDB_QS_AllocDatablk(const char *command, int *unit, int *count, int *status) {
   return with_status(call(entries.alloc_datablk, "QS_AllocDatablk", command, unit, count, status), status);
@@ -184,8 +180,7 @@ int CDB_Ruvo_WriteTrailer(const int64_t *trailer7) {
   return call(entries.write_trailer, "Ruvo_WriteTrailer", trailer7);
 }
 
-// ---- records
-// ---------------------------------------------------------------------------------------------------------
+// ---- records -------------------------------------------------------------------------------------------------------
 
 int CDB_Ruvo_SkipRecord(int *status, int unit) {
   return with_status(call(entries.skip_record, "Ruvo_SkipRecord", status, unit), status);

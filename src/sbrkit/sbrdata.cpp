@@ -129,8 +129,7 @@ using sbr::node_count;
 
 extern "C" {
 
-// ---- lookups
-// ---------------------------------------------------------------------------------------------------------
+// ---- lookups -------------------------------------------------------------------------------------------------------
 
 int SBR_NodeIndex(SBR body, int id) {
   if (CheckSBR(body) == 0) return -1;
@@ -176,8 +175,7 @@ int SelectedModeIndex(int number, const int *numbers, int length) {
   return found == nullptr ? -1 : static_cast<int>(found - numbers);
 }
 
-// ---- growth
-// ----------------------------------------------------------------------------------------------------------
+// ---- growth --------------------------------------------------------------------------------------------------------
 
 int SBR_AddMode(SBR body, int number) {
   if (CheckSBR(body) == 0) return -1;
@@ -239,8 +237,7 @@ void SBR_SwapNodesByID(SBR body, int a, int b) {
     std::swap(body->nodes.nodes[static_cast<std::size_t>(first)], body->nodes.nodes[static_cast<std::size_t>(second)]);
 }
 
-// ---- what the tables hold
-// --------------------------------------------------------------------------------------------
+// ---- what the tables hold ------------------------------------------------------------------------------------------
 
 int SBR_NodeCount(SBR body) { return body != nullptr ? node_count(*body) : 0; }
 

@@ -19,14 +19,12 @@ constexpr int kWrite = 1;
 constexpr int kRewind = 10;
 constexpr int kCharactersPerWord = 4;
 
-// ---- counters
-// --------------------------------------------------------------------------------------------------------
+// ---- counters ------------------------------------------------------------------------------------------------------
 
 int scratch_count = 1000;  // data blocks that hold intermediate results
 int allocation_count = 0;  // logical numbers of opened bodies
 
-// ---- data blocks
-// -----------------------------------------------------------------------------------------------------
+// ---- data blocks ---------------------------------------------------------------------------------------------------
 
 // Creates a data block and opens it for writing. Its unit, or 0 with the message, whose %d is the status.
 int create_block(const Text &command, const char *message) noexcept {
@@ -56,8 +54,7 @@ int locate_body(const char *path, const Text &qualifiers, int number) noexcept {
   return status;
 }
 
-// ---- words
-// -----------------------------------------------------------------------------------------------------------
+// ---- words ---------------------------------------------------------------------------------------------------------
 
 std::int64_t words_of(std::int64_t characters) noexcept { return (characters - 1) / kCharactersPerWord + 1; }
 
@@ -152,8 +149,7 @@ int DB_CloseDatablk(int unit) { return unit == 0 ? 1 : CDB_Ruvo_Close(unit, 1); 
 
 int DB_WriteTrailer(const int64_t *trailer7) { return trailer7 == nullptr ? 0 : CDB_Ruvo_WriteTrailer(trailer7); }
 
-// ---- writing
-// ---------------------------------------------------------------------------------------------------------
+// ---- writing -------------------------------------------------------------------------------------------------------
 
 int DB_WriteINTs(db_block block, const int *data, int count) {
   if (is_nothing(data, count)) return 1;
@@ -187,8 +183,7 @@ int DB_WriteCHARs(db_block block, const char *data, int bytes) {
 
 int DB_WriteEOR(db_block block) { return CDB_Ruvo_Write(block.unit, nullptr, 0, 1); }
 
-// ---- reading
-// ---------------------------------------------------------------------------------------------------------
+// ---- reading -------------------------------------------------------------------------------------------------------
 
 int DB_ReadINTs(db_block block, int *data, int count) {
   if (is_nothing(data, count)) return 1;
@@ -232,8 +227,7 @@ int DB_SeekFWD(db_block block, int negative_count) {
   return 1;
 }
 
-// ---- positions
-// -------------------------------------------------------------------------------------------------------
+// ---- positions -----------------------------------------------------------------------------------------------------
 
 int DB_FSAVE(int64_t *position2, db_block block) {
   int first = 0;

@@ -19,8 +19,7 @@ constexpr std::int64_t kListSlack = 2;  // bytes that the list's buffer has beyo
 
 int browse_count = 0;  // the logical numbers used so far
 
-// ---- asking the database
-// -----------------------------------------------------------------------------------------------
+// ---- asking the database -------------------------------------------------------------------------------------------
 
 // Makes the bodies of the file known in the open database under the qualifier highqual = -number.
 int locate_bodies(const char *path, int number) noexcept {
@@ -63,8 +62,7 @@ int list_bodies(int number, Text &list) noexcept {
   return status;
 }
 
-// ---- reading the list
-// --------------------------------------------------------------------------------------------------
+// ---- reading the list ----------------------------------------------------------------------------------------------
 
 // The next line of the text that is not empty, taken off its front.
 std::string_view take_line(std::string_view &text) noexcept {

@@ -17,8 +17,7 @@
 namespace sbr {
 namespace {
 
-// ---- logical words
-// ---------------------------------------------------------------------------------------------------
+// ---- logical words -------------------------------------------------------------------------------------------------
 
 // Where a form keeps the value and the four characters of a word.
 struct WordForm {
@@ -80,8 +79,7 @@ class Words {
   const WordForm &form_;
 };
 
-// ---- the rules of a header
-// -------------------------------------------------------------------------------------------
+// ---- the rules of a header -----------------------------------------------------------------------------------------
 
 // The places of the header's three parts: stamp, set name, creation.
 bool offsets_fit(const Words &w) noexcept {
@@ -143,8 +141,7 @@ FileCheck foreign_code(const FileReport &report) noexcept {
   return report.file.word == 1 ? FileCheck::other_form_64 : FileCheck::other_form_32;
 }
 
-// ---- messages
-// --------------------------------------------------------------------------------------------------------
+// ---- messages ------------------------------------------------------------------------------------------------------
 
 void report_other_platform(const FileReport &report) noexcept {
   static const char *const word[] = {"32-bit", "64-bit"};

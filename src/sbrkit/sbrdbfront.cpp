@@ -24,8 +24,7 @@ constexpr const char *kUnit = "sbrdbfront";
 constexpr std::string_view kMasterSuffix = ".MASTER";
 constexpr int kNameSize = 8192;
 
-// ---- state of the database run
-// -----------------------------------------------------------------------------------------
+// ---- state of the database run -------------------------------------------------------------------------------------
 
 struct DatabaseRun {
   bool started = false;
@@ -41,8 +40,7 @@ DatabaseRun &run() noexcept {
   return state;
 }
 
-// ---- steps
-// -----------------------------------------------------------------------------------------------------------
+// ---- steps ---------------------------------------------------------------------------------------------------------
 
 // Takes the home directory from the environment and forms what depends on it.
 bool prepare_environment() noexcept {

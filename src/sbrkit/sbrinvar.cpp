@@ -77,8 +77,7 @@ std::span<double> invar9_cell(SbrBody &body, int j, int k) noexcept {
   return cell.span().subspan(9 * pair, 9);
 }
 
-// ---- sources
-// ---------------------------------------------------------------------------------------------------------
+// ---- sources -------------------------------------------------------------------------------------------------------
 
 bool fill_invar1(SbrBody &body) noexcept {
   if (body.invariants.invar1) return true;
@@ -174,8 +173,7 @@ bool fill_invar9(SbrBody &body) noexcept {
   return install(body.invariants.invar9, cell);
 }
 
-// ---- drivers
-// ---------------------------------------------------------------------------------------------------------
+// ---- drivers -------------------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -69,8 +69,7 @@ void check_symmetry(int row, int column, const double *v) noexcept {
       column, v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8]);
 }
 
-// ---- global mass properties
-// ------------------------------------------------------------------------------------------
+// ---- global mass properties ----------------------------------------------------------------------------------------
 
 // Warns once when the given center differs from the first moment over the mass.
 void check_center(const double *moment, const double *center) noexcept {

@@ -16,8 +16,7 @@ double substitute_mass(double stiffness) noexcept { return std::max(stiffness, 1
 
 namespace {
 
-// ---- one mode
-// --------------------------------------------------------------------------------------------------------
+// ---- one mode ------------------------------------------------------------------------------------------------------
 
 // What a walk over a list finds for one mode: it ends at the mode's entry, or at an entry off the diagonal.
 struct DiagonalValue {
@@ -74,8 +73,7 @@ int derive_from_lists(SbrBody &body, int index, const EigenOutputs &out) noexcep
   return 1;
 }
 
-// ---- all entries
-// -----------------------------------------------------------------------------------------------------
+// ---- all entries ---------------------------------------------------------------------------------------------------
 
 template <class Write>
 void write_list(const Array<SparseEntry> &list, Write write) noexcept {

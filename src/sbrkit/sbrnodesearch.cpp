@@ -96,8 +96,7 @@ int *hand_out(const Array<Found> &found, std::size_t how_many, int *count) noexc
 
 }  // namespace
 
-// ---- the index
-// -------------------------------------------------------------------------------------------------------
+// ---- the index -----------------------------------------------------------------------------------------------------
 
 void NodeSearchIndex::drop() noexcept {
   items_.release();

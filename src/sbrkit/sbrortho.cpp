@@ -17,8 +17,7 @@ void set_identity(double *matrix, int order) noexcept {
   for (std::size_t i = 0; i < n; ++i) matrix[i * n + i] = 1.0;
 }
 
-// ---- the eigenproblem
-// ------------------------------------------------------------------------------------------------
+// ---- the eigenproblem ----------------------------------------------------------------------------------------------
 
 // All memory of the eigenproblem, taken before anything of the body changes.
 struct EigenProblem {
@@ -206,8 +205,7 @@ bool solve_eigenproblem(SbrBody &body, SquareMatrix &T) noexcept {
   return true;
 }
 
-// ---- what goes along with the modes
-// ----------------------------------------------------------------------------------
+// ---- what goes along with the modes --------------------------------------------------------------------------------
 
 // Modes from the first infinite eigenvalue on are dropped; this is how many stay.
 int count_finite_modes(const SbrBody &body, int n) noexcept {
@@ -291,8 +289,7 @@ int carry_over(SbrBody &body, double *T, int n, int finite) noexcept {
   return 1;
 }
 
-// ---- generalized masses between two groups of modes
-// ------------------------------------------------------------------
+// ---- generalized masses between two groups of modes ----------------------------------------------------------------
 
 // Both halves of a mode shape, three values per node.
 struct ModeHalves {

@@ -20,8 +20,7 @@ namespace sbr {
 // A new body read from a file; null when the file cannot be opened or read.
 [[nodiscard]] SbrBody *open_body(const char *file_name) noexcept;
 
-// ---- the blocks
-// ------------------------------------------------------------------------------------------------------
+// ---- the blocks ----------------------------------------------------------------------------------------------------
 
 // What reading a block gave. A block that does not exist is complete.
 enum class Reading {
@@ -59,8 +58,7 @@ void read_units_block(SbrBody &body) noexcept;
 // Block 35, else block 32.
 [[nodiscard]] Reading read_monitor_points(SbrBody &body) noexcept;
 
-// ---- shared by the block readers
-// -------------------------------------------------------------------------------------
+// ---- shared by the block readers -----------------------------------------------------------------------------------
 
 // Reports an error.
 Reading failed(const char *message) noexcept;

@@ -8,8 +8,7 @@
 
 namespace sbr {
 
-// ---- units and header texts
-// ------------------------------------------------------------------------------------------
+// ---- units and header texts ----------------------------------------------------------------------------------------
 
 void read_units_block(SbrBody &body) noexcept {
   UnitState &units = body.units;
@@ -46,8 +45,7 @@ Reading read_header(SbrBody &body) noexcept {
   return Reading::complete;
 }
 
-// ---- nodes
-// -----------------------------------------------------------------------------------------------------------
+// ---- nodes ---------------------------------------------------------------------------------------------------------
 
 Reading read_nodal_coords(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem reading Node Coordinates Data";
@@ -82,8 +80,7 @@ Reading read_nodal_coords(SbrBody &body) noexcept {
   return Reading::complete;
 }
 
-// ---- mass and inertia
-// ------------------------------------------------------------------------------------------------
+// ---- mass and inertia ----------------------------------------------------------------------------------------------
 
 Reading read_global_block(SbrBody &body) noexcept {
   const PositionKeeper keeper(body.record);
@@ -189,8 +186,7 @@ Reading read_nodal_inertia_block(SbrBody &body) noexcept {
   return Reading::complete;
 }
 
-// ---- faces and interface nodes
-// ---------------------------------------------------------------------------------------
+// ---- faces and interface nodes -------------------------------------------------------------------------------------
 
 namespace {
 

@@ -11,8 +11,7 @@ constexpr const char *kUnit = "sbrread";
 
 }  // namespace
 
-// ---- loads
-// -----------------------------------------------------------------------------------------------------------
+// ---- loads ---------------------------------------------------------------------------------------------------------
 
 Reading read_preload(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Modal Preloads Block";
@@ -103,8 +102,7 @@ Reading read_nodal_loads(SbrBody &body) noexcept {
   return Reading::complete;
 }
 
-// ---- matrix operators
-// ------------------------------------------------------------------------------------------------
+// ---- matrix operators ----------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -177,8 +175,7 @@ Reading read_matrix_operators(SbrBody &body) noexcept {
   return Reading::complete;
 }
 
-// ---- monitor points
-// --------------------------------------------------------------------------------------------------
+// ---- monitor points ------------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -41,8 +41,7 @@ std::int64_t vector_bytes_of(SbrBody &body, std::int32_t nodes) noexcept {
 
 }  // namespace
 
-// ---- eigenvalues
-// -----------------------------------------------------------------------------------------------------
+// ---- eigenvalues ---------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -76,8 +75,7 @@ Reading read_eigenvalue_block(SbrBody &body) noexcept {
   return Reading::complete;
 }
 
-// ---- mode shapes
-// -----------------------------------------------------------------------------------------------------
+// ---- mode shapes ---------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -132,8 +130,7 @@ Reading read_mode_shapes(SbrBody &body) noexcept {
   return note_mode_shapes(body, head) ? Reading::complete : failed(kProblem);
 }
 
-// ---- modal stress and modal strain
-// -----------------------------------------------------------------------------------
+// ---- modal stress and modal strain ---------------------------------------------------------------------------------
 
 namespace {
 
@@ -240,8 +237,7 @@ Reading read_vectors(SbrBody &body, int kind, const VectorMessages &messages) no
 Reading read_modal_stress(SbrBody &body) noexcept { return read_vectors(body, 1, kStressMessages); }
 Reading read_modal_strain(SbrBody &body) noexcept { return read_vectors(body, 2, kStrainMessages); }
 
-// ---- generalized matrices
-// --------------------------------------------------------------------------------------------
+// ---- generalized matrices ------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -335,8 +331,7 @@ Reading read_transformation(SbrBody &body) noexcept {
   return ok ? Reading::complete : failed(kProblem);
 }
 
-// ---- statistics, pre-stress, pre-strain
-// ------------------------------------------------------------------------------
+// ---- statistics, pre-stress, pre-strain ----------------------------------------------------------------------------
 
 Reading read_statistics(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Modal Statistics Block";

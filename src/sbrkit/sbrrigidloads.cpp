@@ -30,8 +30,7 @@ void fetch_part(SbrBody &body, int position, int part, Array<double> &buffer) no
   if (SBR_Mode(&body, SBR_ModeNumber(&body, position), 0, buffer.data(), part) == 0) buffer.fill_zero();
 }
 
-// ---- with nodal masses
-// -----------------------------------------------------------------------------------------------
+// ---- with nodal masses ---------------------------------------------------------------------------------------------
 
 void project_modal_force_by_mass(SbrBody &body, Array<double> &f, int r) noexcept {
   Array<double> phi;
@@ -56,8 +55,7 @@ void project_modal_force_by_mass(SbrBody &body, Array<double> &f, int r) noexcep
   for (std::size_t c = 0; c < std::min<std::size_t>(6, f.size()); ++c) f[c] = cut_small(six[c]);
 }
 
-// ---- without nodal masses
-// --------------------------------------------------------------------------------------------
+// ---- without nodal masses ------------------------------------------------------------------------------------------
 
 void mirror_upper(SixRows &matrix) noexcept {
   for (int a = 0; a < 6; ++a)

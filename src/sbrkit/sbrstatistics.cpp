@@ -15,8 +15,7 @@ namespace {
 constexpr const char *kUnit = "sbrdata";
 constexpr int kFigures = 13;  // of which four are defined
 
-// ---- the table
-// -------------------------------------------------------------------------------------------------------
+// ---- the table -----------------------------------------------------------------------------------------------------
 
 // Reads the table from the statistics block, at which the record channel stands, and brings it to the body's units.
 int read_table(SbrBody &body) noexcept {
@@ -52,8 +51,7 @@ ModalStatistics *statistics_of(SbrBody &body, int index) noexcept {
   return &body.statistics[place];
 }
 
-// ---- the four figures
-// ------------------------------------------------------------------------------------------------
+// ---- the four figures ----------------------------------------------------------------------------------------------
 
 // A figure: its slot in the table, the mode data that it is made of, and its square at a node.
 struct Figure {

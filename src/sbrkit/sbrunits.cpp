@@ -8,8 +8,7 @@
 
 namespace sbr {
 
-// ---- tables
-// ----------------------------------------------------------------------------------------------------------
+// ---- tables --------------------------------------------------------------------------------------------------------
 
 const unit_entry mass_table[] = {{"MEGAGRAM", 1000.0},
                                  {"KILOGRAM", 1.0},
@@ -48,8 +47,7 @@ const unit_entry force_table[] = {{"KNEWTON", 1000.0},
 
 namespace {
 
-// ---- names
-// -----------------------------------------------------------------------------------------------------------
+// ---- names ---------------------------------------------------------------------------------------------------------
 
 // Upper case of the letters A to Z whatever the locale is: unit names are plain ASCII.
 char upper(char c) noexcept { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
@@ -88,8 +86,7 @@ bool take_labels(Labels &labels, const std::array<const char *, kQuantities> &gi
                      [](char *label) { return SBR_ConvertUnitsLabel(label) != 0; });
 }
 
-// ---- decimal exponents
-// -----------------------------------------------------------------------------------------------
+// ---- decimal exponents ---------------------------------------------------------------------------------------------
 
 constexpr int kLargestExponent = 650;     // above the sum of the exponents of any two finite numbers
 constexpr int kSmallestPlain = -290;      // below it, numbers near the denormal ones go to the logarithm
@@ -134,8 +131,7 @@ int decimal_exponent(double magnitude) noexcept {
 
 }  // namespace
 
-// ---- conversion
-// ------------------------------------------------------------------------------------------------------
+// ---- conversion ----------------------------------------------------------------------------------------------------
 
 DecimalFactor::DecimalFactor(double factor) noexcept
     : factor_(factor), mantissa_(factor), finite_(std::isfinite(factor)) {

@@ -36,8 +36,7 @@ void print_report(const std::string &file, std::vector<int> blocks) {
   if (std::fflush(stdout) != 0) throw Failure(kFailed, "cannot write to standard output");
 }
 
-// ---- transform
-// -------------------------------------------------------------------------------------------------------
+// ---- transform -----------------------------------------------------------------------------------------------------
 
 std::vector<double> numbers_of(const std::string &text, const std::string &option,
                                std::initializer_list<std::size_t> counts) {
@@ -111,8 +110,7 @@ void add_transform(CLI::App &app) {
   });
 }
 
-// ---- write, reduce, units
-// --------------------------------------------------------------------------------------------
+// ---- write, reduce, units ------------------------------------------------------------------------------------------
 
 void add_write(CLI::App &app) {
   CLI::App *command = app.add_subcommand("write", "Write a record anew: orthonormal modes, chosen blocks and layout");

@@ -64,6 +64,7 @@ void add_mass_commands(CLI::App &app, int &exit_code);         // mass, faces
 void add_changing_commands(CLI::App &app, int &exit_code);     // report, write, transform, reduce, units
 void add_checking_commands(CLI::App &app, int &exit_code);     // check, diff
 void add_import_commands(CLI::App &app, int &exit_code);       // import
+void add_database_commands(CLI::App &app, int &exit_code);     // db put, list, check, get
 
 // A number as the shortest text that reads back the same (up to 17 digits).
 std::string number(double value);

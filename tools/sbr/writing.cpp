@@ -96,20 +96,23 @@ std::string option_text(const WriteOptions &options) {
   return text;
 }
 
+void use_options(const WriteOptions &options) {
+  const std::string text = option_text(options);
+  if (!text.empty()) setenv(kVariable, text.c_str(), 1);
+}
+
 void write_record(SBR body, const std::string &input, const std::string &output, const WriteOptions &options) {
   std::error_code code;
   if (std::filesystem::is_directory(output, code)) throw Failure(kUsage, output + ": is a directory");
   if (!input.empty() && std::filesystem::equivalent(input, output, code))
     throw Failure(kUsage, output + ": is the input itself; write to another file");
-  const std::string text = option_text(options);
-  if (!text.empty()) setenv(kVariable, text.c_str(), 1);
+  use_options(options);
   if (SBR_write_SBR(body, output.c_str()) == 0) throw Failure(kFailed, output + ": the record was not written");
 }
 
 }  // namespace sbrtool
 
-// ---- progress
-// --------------------------------------------------------------------------------------------------------
+// ---- progress ------------------------------------------------------------------------------------------------------
 
 // The program's own progress monitor takes the place of the library's silent one: a bar on a terminal, nothing else.
 namespace {

@@ -32,6 +32,8 @@ struct WriteOptions {
 void add_write_options(CLI::App &command, WriteOptions &options);
 // The flags as the text of the option variable, behind what the variable holds already.
 std::string option_text(const WriteOptions &options);
+// Puts that text into the option variable, where the next write finds it.
+void use_options(const WriteOptions &options);
 // Writes the body under the options, or ends the command. `input` must not be the same file.
 void write_record(SBR body, const std::string &input, const std::string &output, const WriteOptions &options);
 
