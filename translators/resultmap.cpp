@@ -126,6 +126,19 @@ void ResultMap::check_pair(const Pair &pair, const Place &place) const {
 
 void ResultMap::mesh_done(const Place &place) {
   if (receiver_ != nullptr) return;
+  check_file_nodes(place);
+  for (std::size_t e = 0; e < element_seen_.size(); ++e)
+    if (element_seen_[e] == 0)
+      throw InputError(place,
+                       "element " + std::to_string(model_.deck.elements[e].id) + " of the deck is not in the file");
+  merge_pairs(place);
+  map_nodes(place);
+  raw_.assign(6 * file_nodes_.size(), 0.0);
+  stamp_.assign(file_nodes_.size(), 0);
+}
+
+// Each node of the file is there once, and lies where the deck has it, within the six digits of the file.
+void ResultMap::check_file_nodes(const Place &place) {
   std::sort(file_nodes_.begin(), file_nodes_.end(), [](const FileNode &a, const FileNode &b) { return a.id < b.id; });
   for (std::size_t i = 1; i < file_nodes_.size(); ++i)
     if (file_nodes_[i].id == file_nodes_[i - 1].id)
@@ -144,12 +157,10 @@ void ResultMap::mesh_done(const Place &place) {
       throw InputError({place.file, node.line},
                        "the mesh is not that of the deck: " + node_text(node.id) + " lies elsewhere there");
   }
-  for (std::size_t e = 0; e < element_seen_.size(); ++e)
-    if (element_seen_[e] == 0)
-      throw InputError(place,
-                       "element " + std::to_string(model_.deck.elements[e].id) + " of the deck is not in the file");
+}
 
-  // Elements that share both nodes of a pair share the pair; their normals add up.
+// Elements that share both nodes of a pair share the pair; their normals add up.
+void ResultMap::merge_pairs(const Place &place) {
   std::sort(pairs_.begin(), pairs_.end(), [](const Pair &a, const Pair &b) {
     return std::tie(a.body, a.bottom_id, a.top_id) < std::tie(b.body, b.bottom_id, b.top_id);
   });
@@ -162,14 +173,18 @@ void ResultMap::mesh_done(const Place &place) {
       pairs_[kept++] = pair;
   }
   pairs_.resize(kept);
-  std::vector<char> expanded(model_.nodes.size(), 0);
   for (Pair &pair : pairs_) {
     pair.bottom = file_position(pair.bottom_id);
     pair.top = file_position(pair.top_id);
     check_pair(pair, place);
     if (const double size = length(pair.normal); size > 0.0) pair.normal = (1.0 / size) * pair.normal;
-    expanded[pair.body] = 1;
   }
+}
+
+// A node that no pair stands for is its own in the file; so is a node of solids.
+void ResultMap::map_nodes(const Place &place) {
+  std::vector<char> expanded(model_.nodes.size(), 0);
+  for (const Pair &pair : pairs_) expanded[pair.body] = 1;
   direct_.assign(model_.nodes.size(), -1);
   for (std::size_t i = 0; i < model_.nodes.size(); ++i) {
     const BodyNode &node = model_.nodes[i];
@@ -179,8 +194,6 @@ void ResultMap::mesh_done(const Place &place) {
     }
     if (node.shell && expanded[i] == 0) missing_rotations_ = true;
   }
-  raw_.assign(6 * file_nodes_.size(), 0.0);
-  stamp_.assign(file_nodes_.size(), 0);
 }
 
 // ---- Values

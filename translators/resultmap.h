@@ -69,6 +69,9 @@ class ResultMap : private ResultHandler {
   void add_pairs(const DeckElement &element, std::span<const int> nodes);
   void check_pair(const Pair &pair, const Place &place) const;
   [[nodiscard]] int file_position(int id) const;
+  void check_file_nodes(const Place &place);
+  void merge_pairs(const Place &place);
+  void map_nodes(const Place &place);
   void begin_mode(const ResultSet &set, const Place &place);
   void check_complete(const Place &place) const;
   [[nodiscard]] bool wanted_node(std::size_t body) const;

@@ -242,18 +242,18 @@ std::vector<EigenRow> read_eigenvalues(const std::string &path) {
       continue;
     }
     const auto words = split_words(text);
-    const auto mode = words.empty() ? std::nullopt : to_int(words[0]);
-    if (!inside || (!mode && rows.empty())) continue;
+    const int mode = words.empty() ? 0 : to_int(words[0]).value_or(0);
+    if (!inside || (mode == 0 && rows.empty())) continue;
     if (words.empty()) {
       inside = false;
       continue;
     }
     const auto eigenvalue = words.size() == 5 ? to_double(words[1]) : std::nullopt;
     const auto hz = words.size() == 5 ? to_double(words[3]) : std::nullopt;
-    if (!mode || !eigenvalue || !hz) reader.fail("a row of the eigenvalue table with five numbers expected");
-    if (*mode != static_cast<int>(rows.size()) + 1)
-      reader.fail("mode " + std::to_string(rows.size() + 1) + " expected, found " + std::to_string(*mode));
-    rows.push_back({*mode, *eigenvalue, *hz, reader.line()});
+    if (mode == 0 || !eigenvalue || !hz) reader.fail("a row of the eigenvalue table with five numbers expected");
+    const int expected = static_cast<int>(rows.size()) + 1;
+    if (mode != expected) reader.fail("mode " + std::to_string(expected) + " expected, found " + std::to_string(mode));
+    rows.push_back({mode, *eigenvalue, *hz, reader.line()});
   }
   return rows;
 }
