@@ -1,5 +1,7 @@
 // Records of a real beam and a real connecting rod in every version, encoding and precision, against the figures of
 // the finite-element results that they were made from.
+#include "support/samples.h"
+
 #include <cmath>
 #include <cstring>
 #include <nlohmann/json.hpp>
@@ -12,19 +14,6 @@ namespace sbrtest {
 namespace {
 
 using nlohmann::json;
-
-const std::string kSamples = SBRKIT_TEST_DATA "/samples/";
-
-const json &expected_figures() {
-  static const json figures = json::parse(read_file(kSamples + "expected.json"));
-  return figures;
-}
-
-std::vector<std::string> sample_names() {
-  std::vector<std::string> names;
-  for (const auto &[name, figures] : expected_figures().items()) names.push_back(name);
-  return names;
-}
 
 class SampleTest : public LibraryTest, public ::testing::WithParamInterface<std::string> {
  protected:

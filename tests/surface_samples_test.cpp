@@ -7,24 +7,12 @@
 #include "support/files.h"
 #include "support/meshes.h"
 #include "support/messages.h"
+#include "support/samples.h"
 
 namespace sbrtest {
 namespace {
 
 using nlohmann::json;
-
-const std::string kSamples = SBRKIT_TEST_DATA "/samples/";
-
-const json &expected_figures() {
-  static const json figures = json::parse(read_file(kSamples + "expected.json"));
-  return figures;
-}
-
-std::vector<std::string> sample_names() {
-  std::vector<std::string> names;
-  for (const auto &[name, figures] : expected_figures().items()) names.push_back(name);
-  return names;
-}
 
 class SurfaceOfSampleTest : public LibraryTest, public ::testing::WithParamInterface<std::string> {
  protected:

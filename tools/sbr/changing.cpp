@@ -146,8 +146,7 @@ void add_reduce(CLI::App &app) {
       SBR_StripCommonFaces(body.get());
     }
     if (!job->options.coarsen.empty()) {
-      const bool short_form = std::count(job->options.coarsen.begin(), job->options.coarsen.end(), ',') < 2;
-      SBR_TrimGeometry(body.get(), (job->options.coarsen + (short_form ? ",0" : "") + ")").c_str());
+      SBR_TrimGeometry(body.get(), (full_coarsening(job->options.coarsen) + ")").c_str());
       job->options.coarsen.clear();
     }
     if (!*keep_nodes && SBR_DiscardUnreferencedNodes(body.get()) == 0)

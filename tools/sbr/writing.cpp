@@ -66,6 +66,10 @@ void add_write_options(CLI::App &command, WriteOptions &options) {
       ->group(group);
 }
 
+std::string full_coarsening(const std::string &text) {
+  return std::count(text.begin(), text.end(), ',') < 2 ? text + ",0" : text;
+}
+
 std::string option_text(const WriteOptions &options) {
   std::string text;
   if (const char *given = std::getenv(kVariable); given != nullptr) text = given;
@@ -79,8 +83,7 @@ std::string option_text(const WriteOptions &options) {
   if (!options.coarsen.empty()) {
     if (options.coarsen.find_first_not_of(" 0123456789.,preserve_str") != std::string::npos)
       throw Failure(kUsage, "--coarsen takes numbers, commas and preserve_str only");
-    const bool short_form = std::count(options.coarsen.begin(), options.coarsen.end(), ',') < 2;
-    add("coarsen(" + options.coarsen + (short_form ? ",0" : "") + ")");
+    add("coarsen(" + full_coarsening(options.coarsen) + ")");
   }
   if (options.sparse_stress) add("sparse_str");
   if (options.full_stress) add("full_str");

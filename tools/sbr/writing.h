@@ -30,6 +30,8 @@ struct WriteOptions {
 
 // The flags of a command that writes a record.
 void add_write_options(CLI::App &command, WriteOptions &options);
+// A coarsening RES,ANGLE[,...] with the co-linear flag that a short form leaves out.
+std::string full_coarsening(const std::string &text);
 // The flags as the text of the option variable, behind what the variable holds already.
 std::string option_text(const WriteOptions &options);
 // Puts that text into the option variable, where the next write finds it.
