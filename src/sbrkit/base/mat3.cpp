@@ -1,7 +1,7 @@
 // Small matrices of rigid transformations. A vector moves as a row vector times R, a tensor as R^T T R.
 #include <cstddef>
 
-#include "sbrmod.h"
+#include "frame/rigid_motion.h"
 
 namespace sbr {
 

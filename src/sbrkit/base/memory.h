@@ -1,6 +1,6 @@
 // Memory that reports failure by value: zeroing allocation, arrays that own what they hold, and no exceptions.
-#ifndef SBRKIT_MEMORY_H
-#define SBRKIT_MEMORY_H
+#ifndef SBRKIT_BASE_MEMORY_H
+#define SBRKIT_BASE_MEMORY_H
 
 #include <cstddef>
 #include <cstdint>

@@ -1,8 +1,9 @@
 // Messages: format a text and hand it to the host's handler. The three handler pointers are the unit's only state.
+#include "base/reports.h"
+
 #include <cstdarg>
 #include <cstdio>
 
-#include "reports.h"
 #include "sbrkit/sbrkit.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // Reports to the host: the messages that many units share. Text goes out through SBR_Error, SBR_Warning and SBR_Info.
-#ifndef SBRKIT_REPORTS_H
-#define SBRKIT_REPORTS_H
+#ifndef SBRKIT_BASE_REPORTS_H
+#define SBRKIT_BASE_REPORTS_H
 
 #include "sbrkit/sbrkit.h"
 

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "base/texts.h"
 #include "sbrkit/sbrkit.h"
-#include "texts.h"
 
 namespace {
 

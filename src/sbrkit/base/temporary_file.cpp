@@ -1,4 +1,4 @@
-#include "temporaryfile.h"
+#include "base/temporary_file.h"
 
 #include <fcntl.h>
 #include <sys/random.h>

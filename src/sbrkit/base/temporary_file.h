@@ -1,11 +1,11 @@
 // Temporary files: a name with the prefix "sbr_" in the directory of the environment variable TMP, else the system's;
 // created exclusively, readable and writable by the owner only.
-#ifndef SBRKIT_TEMPORARYFILE_H
-#define SBRKIT_TEMPORARYFILE_H
+#ifndef SBRKIT_BASE_TEMPORARY_FILE_H
+#define SBRKIT_BASE_TEMPORARY_FILE_H
 
 #include <cstdio>
 
-#include "memory.h"
+#include "base/memory.h"
 
 namespace sbr {
 

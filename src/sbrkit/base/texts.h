@@ -1,6 +1,6 @@
 // Texts in fixed fields: in with truncation, out with an end that is always there.
-#ifndef SBRKIT_TEXTS_H
-#define SBRKIT_TEXTS_H
+#ifndef SBRKIT_BASE_TEXTS_H
+#define SBRKIT_BASE_TEXTS_H
 
 #include <cstddef>
 #include <cstring>

@@ -1,5 +1,5 @@
 // The order of the blocks, and what is reported when one cannot be written.
-#include "sbremit.h"
+#include "blocks/emit.h"
 
 namespace sbr {
 namespace {

@@ -1,15 +1,15 @@
 // Emission of the blocks of a new record, in file order, through a sink. Working lists live for one call.
-#ifndef SBRKIT_SBREMIT_H
-#define SBRKIT_SBREMIT_H
+#ifndef SBRKIT_BLOCKS_EMIT_H
+#define SBRKIT_BLOCKS_EMIT_H
 
 #include <cstdlib>
 #include <memory>
 
-#include "body.h"
-#include "recordlayout.h"
-#include "reports.h"
-#include "sbrplan.h"
-#include "sbrsink.h"
+#include "base/reports.h"
+#include "body/body.h"
+#include "record/layout.h"
+#include "write/plan.h"
+#include "write/sink.h"
 
 namespace sbr {
 

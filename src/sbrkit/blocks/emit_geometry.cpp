@@ -2,8 +2,8 @@
 // units.
 #include <array>
 
-#include "sbrdata.h"
-#include "sbremit.h"
+#include "blocks/emit.h"
+#include "body/node_table.h"
 
 namespace sbr {
 namespace {

@@ -1,7 +1,7 @@
 // Emission of loads, matrix operators and monitor points.
 #include <cstring>
 
-#include "sbremit.h"
+#include "blocks/emit.h"
 
 namespace sbr {
 namespace {

@@ -1,5 +1,5 @@
 // Emission of eigenvalues, generalized matrices, mode transformation and inertia invariants.
-#include "sbremit.h"
+#include "blocks/emit.h"
 
 namespace sbr {
 namespace {

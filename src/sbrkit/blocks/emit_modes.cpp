@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "modestore.h"
-#include "sbrdata.h"
-#include "sbremit.h"
+#include "blocks/emit.h"
+#include "body/node_table.h"
+#include "modes/store.h"
 
 namespace sbr {
 namespace {

@@ -1,11 +1,11 @@
 // The content report: choice of the block, banner, and the blocks of texts, geometry and mass.
-#include "sbrcontents.h"
+#include "blocks/print.h"
 
 #include <span>
 
-#include "recordlayout.h"
-#include "reports.h"
-#include "sbrdata.h"
+#include "base/reports.h"
+#include "body/node_table.h"
+#include "record/layout.h"
 
 namespace sbr {
 namespace {

@@ -1,12 +1,12 @@
 // The content report: one block of a body as text. Working state of one call; nothing of the body is owned here.
-#ifndef SBRKIT_SBRCONTENTS_H
-#define SBRKIT_SBRCONTENTS_H
+#ifndef SBRKIT_BLOCKS_PRINT_H
+#define SBRKIT_BLOCKS_PRINT_H
 
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbr {
 

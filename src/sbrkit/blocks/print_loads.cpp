@@ -1,5 +1,5 @@
 // The content report's blocks of loads, matrix operators and monitor points.
-#include "sbrcontents.h"
+#include "blocks/print.h"
 
 namespace sbr {
 namespace {

@@ -1,5 +1,5 @@
 // The content report's blocks of generalized matrices, mode transformation and inertia invariants.
-#include "sbrcontents.h"
+#include "blocks/print.h"
 
 namespace sbr {
 namespace {

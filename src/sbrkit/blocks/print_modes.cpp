@@ -1,7 +1,7 @@
 // The content report's blocks of eigenvalues, mode data and statistics.
-#include "modestore.h"
-#include "sbrcontents.h"
-#include "sbrdata.h"
+#include "blocks/print.h"
+#include "body/node_table.h"
+#include "modes/store.h"
 
 namespace sbr {
 namespace {

@@ -1,17 +1,17 @@
 // The body handle: a record of small field groups. Each group is owned by one unit, named at its head; other units
 // reach into it through that unit's functions, or read it.
-#ifndef SBRKIT_BODY_H
-#define SBRKIT_BODY_H
+#ifndef SBRKIT_BODY_BODY_H
+#define SBRKIT_BODY_BODY_H
 
 #include <array>
 #include <cstdint>
 
-#include "blocks.h"
-#include "keytable.h"
-#include "memory.h"
-#include "nodesearch.h"
+#include "base/memory.h"
+#include "body/key_table.h"
+#include "body/node_search.h"
+#include "record/blocks.h"
+#include "record/channel.h"
 #include "sbrkit/sbrkit.h"
-#include "streamcodec.h"
 
 namespace sbr {
 

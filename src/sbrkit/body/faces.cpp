@@ -3,9 +3,9 @@
 #include <cstdarg>
 #include <limits>
 
-#include "body.h"
-#include "reports.h"
-#include "sbrdata.h"
+#include "base/reports.h"
+#include "body/body.h"
+#include "body/node_table.h"
 
 namespace sbr {
 namespace {

@@ -1,12 +1,12 @@
 // The flat face list of a body: how it is walked and how it is replaced. The list belongs to sbrset; the reductions of
 // the surface (sbrcoarse, sbrstrip, sbrsketch, sbrdiscard, sbrfreeedge) go through the functions here.
-#ifndef SBRKIT_FACELIST_H
-#define SBRKIT_FACELIST_H
+#ifndef SBRKIT_BODY_FACES_H
+#define SBRKIT_BODY_FACES_H
 
 #include <span>
 #include <utility>
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbr {
 

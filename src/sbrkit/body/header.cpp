@@ -1,10 +1,10 @@
 // Body construction: header texts, node coordinates, masses and inertias.
 #include <ctime>
 
-#include "body.h"
-#include "reports.h"
-#include "sbrdata.h"
-#include "texts.h"
+#include "base/reports.h"
+#include "base/texts.h"
+#include "body/body.h"
+#include "body/node_table.h"
 
 namespace sbr {
 namespace {

@@ -1,4 +1,4 @@
-#include "keytable.h"
+#include "body/key_table.h"
 
 #include <algorithm>
 #include <bit>

@@ -3,13 +3,13 @@
 // A table owns its keys. In the eyes of its users it is an array of (ID, position) in ascending signed ID order, in
 // which a new key goes behind its equals. Keys are appended and sorted when somebody wants the order; lookups of a
 // growing table go through a hash index, so that building a body of n nodes costs n, whatever the order of the IDs.
-#ifndef SBRKIT_KEYTABLE_H
-#define SBRKIT_KEYTABLE_H
+#ifndef SBRKIT_BODY_KEY_TABLE_H
+#define SBRKIT_BODY_KEY_TABLE_H
 
 #include <cstdint>
 #include <span>
 
-#include "memory.h"
+#include "base/memory.h"
 
 namespace sbr {
 

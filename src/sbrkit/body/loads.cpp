@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "body.h"
-#include "reports.h"
-#include "texts.h"
+#include "base/reports.h"
+#include "base/texts.h"
+#include "body/body.h"
 
 namespace sbr {
 namespace {

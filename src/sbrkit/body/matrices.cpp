@@ -1,5 +1,5 @@
 // Generalized matrices and eigenvalues: the read forms, and what stands in for a list or a table that is missing.
-#include "sbrmatrices.h"
+#include "body/matrices.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,10 +3,10 @@
 //
 // A list is symmetric by convention: one entry stands for (row, column) and (column, row). Entries are not merged; in
 // the full forms the last one written wins.
-#ifndef SBRKIT_SBRMATRICES_H
-#define SBRKIT_SBRMATRICES_H
+#ifndef SBRKIT_BODY_MATRICES_H
+#define SBRKIT_BODY_MATRICES_H
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbr {
 

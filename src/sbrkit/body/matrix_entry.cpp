@@ -1,8 +1,8 @@
 // Body construction: entries of the generalized matrices.
 #include <cmath>
 
-#include "body.h"
-#include "reports.h"
+#include "base/reports.h"
+#include "body/body.h"
 
 namespace sbr {
 namespace {

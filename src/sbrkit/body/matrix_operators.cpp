@@ -1,9 +1,9 @@
 // Matrix operators: named matrices in column blocks, with one label per row.
 #include <algorithm>
 
-#include "body.h"
-#include "reports.h"
-#include "texts.h"
+#include "base/reports.h"
+#include "base/texts.h"
+#include "body/body.h"
 
 namespace sbr {
 namespace {

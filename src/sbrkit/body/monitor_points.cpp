@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "body.h"
-#include "reports.h"
-#include "texts.h"
+#include "base/reports.h"
+#include "base/texts.h"
+#include "body/body.h"
 
 namespace sbr {
 namespace {

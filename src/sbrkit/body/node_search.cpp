@@ -4,9 +4,9 @@
 #include <limits>
 #include <span>
 
-#include "body.h"
-#include "reports.h"
-#include "sbrdata.h"
+#include "base/reports.h"
+#include "body/body.h"
+#include "body/node_table.h"
 
 namespace sbr {
 namespace {

@@ -1,11 +1,11 @@
 // Nearest nodes. The search index over a body's nodes is owned by the body, made when enough searches have come to pay
 // for it, and dropped by whoever moves, adds or removes nodes (SbrBody::search.drop()).
-#ifndef SBRKIT_NODESEARCH_H
-#define SBRKIT_NODESEARCH_H
+#ifndef SBRKIT_BODY_NODE_SEARCH_H
+#define SBRKIT_BODY_NODE_SEARCH_H
 
 #include <cstdint>
 
-#include "memory.h"
+#include "base/memory.h"
 
 struct SbrBody;
 

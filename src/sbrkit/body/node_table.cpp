@@ -1,11 +1,11 @@
 // Node and mode tables: from external numbers to positions and back, and their growth while a body is built.
-#include "sbrdata.h"
+#include "body/node_table.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <limits>
 
-#include "reports.h"
+#include "base/reports.h"
 
 namespace sbr {
 namespace {

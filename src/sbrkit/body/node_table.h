@@ -1,11 +1,11 @@
 // Node and mode tables. The unit owns SbrBody::nodes and SbrBody::mode_table; others add, look up and walk through the
 // operations here and the public ones (SBR_NodeIndex, SBR_LookupOrAddNode, ...).
-#ifndef SBRKIT_SBRDATA_H
-#define SBRKIT_SBRDATA_H
+#ifndef SBRKIT_BODY_NODE_TABLE_H
+#define SBRKIT_BODY_NODE_TABLE_H
 
 #include <span>
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbr {
 

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <new>
 
-#include "body.h"
-#include "reports.h"
+#include "base/reports.h"
+#include "body/body.h"
 
 namespace {
 

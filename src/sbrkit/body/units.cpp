@@ -1,5 +1,5 @@
 // Units: the tables of unit names, conversion of values, and the switch of a body to another unit system.
-#include "sbrunits.h"
+#include "body/units.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,9 +1,9 @@
 // Units. The unit owns SbrBody::units: the labels of a body's unit system, the ratios of its last change and the
 // product of all changes. It also owns the four fixed tables of unit names.
-#ifndef SBRKIT_SBRUNITS_H
-#define SBRKIT_SBRUNITS_H
+#ifndef SBRKIT_BODY_UNITS_H
+#define SBRKIT_BODY_UNITS_H
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbr {
 

@@ -1,11 +1,11 @@
 // The binding of the database library: it is loaded on demand, its entries are looked up by name, and each CDB_
 // operation hands its arguments to the entry of the same name.
-#include "sbrcdb.h"
+#include "database/binding.h"
 
 #include <limits>
 #include <new>
 
-#include "reports.h"
+#include "base/reports.h"
 #include "sbrkit/dynamic_library.hpp"
 #include "sbrkit/qsrv_entries.h"
 #include "sbrkit/sbrkit.h"

@@ -1,7 +1,7 @@
 // The binding of the database library. The unit owns the library object and the 19 entry pointers; everybody else calls
 // the CDB_ operations, which refuse with a report and a failing status when the entry is not bound.
-#ifndef SBRKIT_SBRCDB_H
-#define SBRKIT_SBRCDB_H
+#ifndef SBRKIT_DATABASE_BINDING_H
+#define SBRKIT_DATABASE_BINDING_H
 
 namespace sbr {
 

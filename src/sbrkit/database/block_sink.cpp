@@ -2,8 +2,8 @@
 // starts with the block's number; a closing record tells where the blocks and the modes stand.
 #include <algorithm>
 
-#include "reports.h"
-#include "sbrwrite.h"
+#include "base/reports.h"
+#include "write/pipeline.h"
 
 namespace sbr {
 namespace {

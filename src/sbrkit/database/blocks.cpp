@@ -1,8 +1,8 @@
 // The database front, data blocks: creating, opening and closing them, and the words of their records.
 #include <cstring>
 
-#include "reports.h"
-#include "sbrdbfront.h"
+#include "base/reports.h"
+#include "database/front.h"
 #include "sbrkit/sbrkit.h"
 
 namespace {

@@ -2,8 +2,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "reports.h"
-#include "sbrdbfront.h"
+#include "base/reports.h"
+#include "database/front.h"
 #include "sbrkit/sbrkit.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // The check of a ".MASTER" file. The header is read as logical words in each of the four forms that machines write; the
 // first form whose offsets fit is the file's.
-#include "sbrdbcheck.h"
+#include "database/check.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +11,7 @@
 #include <cstring>
 #include <memory>
 
-#include "sbrcdb.h"
+#include "database/binding.h"
 #include "sbrkit/sbrkit.h"
 
 namespace sbr {

@@ -1,6 +1,6 @@
 // The check of a ".MASTER" file by its time-stamp header. Decoding is pure: bytes in, a code and a report out.
-#ifndef SBRKIT_SBRDBCHECK_H
-#define SBRKIT_SBRDBCHECK_H
+#ifndef SBRKIT_DATABASE_CHECK_H
+#define SBRKIT_DATABASE_CHECK_H
 
 #include <array>
 #include <cstdint>

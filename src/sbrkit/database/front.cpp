@@ -1,5 +1,5 @@
 // The database front, start and end: a private scratch database for reading, or a database to write a body to.
-#include "sbrdbfront.h"
+#include "database/front.h"
 
 #include <unistd.h>
 
@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "reports.h"
-#include "sbrcdb.h"
+#include "base/reports.h"
+#include "database/binding.h"
 #include "sbrkit/sbrkit.h"
 
 namespace {

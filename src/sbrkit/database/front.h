@@ -1,11 +1,11 @@
 // The database front: starting and ending (sbrdbfront), data blocks and their records (sbrdbblocks), browsing
 // (sbrdbbrowse). The state of the database run is owned by sbrdbfront, each counter by the unit that raises it.
-#ifndef SBRKIT_SBRDBFRONT_H
-#define SBRKIT_SBRDBFRONT_H
+#ifndef SBRKIT_DATABASE_FRONT_H
+#define SBRKIT_DATABASE_FRONT_H
 
 #include <cstdint>
 
-#include "sbrdbtext.h"
+#include "database/text.h"
 
 namespace sbr {
 

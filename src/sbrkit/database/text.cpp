@@ -1,5 +1,5 @@
 // Texts of the database front.
-#include "sbrdbtext.h"
+#include "database/text.h"
 
 #include <cstdarg>
 #include <cstdio>

@@ -1,10 +1,10 @@
 // Texts of the database front: commands and names of any length, made without exceptions.
-#ifndef SBRKIT_SBRDBTEXT_H
-#define SBRKIT_SBRDBTEXT_H
+#ifndef SBRKIT_DATABASE_TEXT_H
+#define SBRKIT_DATABASE_TEXT_H
 
 #include <string_view>
 
-#include "memory.h"
+#include "base/memory.h"
 
 namespace sbr {
 

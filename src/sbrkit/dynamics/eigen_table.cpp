@@ -1,8 +1,8 @@
 // The eigenvalue table of orthogonal modes: made from diagonal matrices, scaled to unit masses, printed.
 #include <algorithm>
 
-#include "reports.h"
-#include "sbrortho.h"
+#include "base/reports.h"
+#include "dynamics/orthonormalize.h"
 
 namespace sbr {
 namespace {

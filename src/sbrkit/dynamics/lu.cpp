@@ -4,8 +4,8 @@
 #include <cmath>
 #include <utility>
 
-#include "memory.h"
-#include "reports.h"
+#include "base/memory.h"
+#include "base/reports.h"
 
 namespace sbr {
 namespace {

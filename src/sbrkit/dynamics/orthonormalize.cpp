@@ -1,10 +1,10 @@
 // Orthonormal modes: eigenproblem, order, Gram-Schmidt, eigenvalue table, and all that goes along with the modes.
-#include "sbrortho.h"
+#include "dynamics/orthonormalize.h"
 
 #include <algorithm>
 
-#include "modestore.h"
-#include "reports.h"
+#include "base/reports.h"
+#include "modes/store.h"
 
 namespace sbr {
 namespace {

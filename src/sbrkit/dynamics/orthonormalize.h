@@ -1,14 +1,14 @@
 // Orthonormalization: the eigenproblem K x = lambda M x over the modal coordinates, the eigenvalue table that follows
 // from it, and the transformation of everything modal. The unit owns nothing of its own in the body; it writes
 // ModeAccess::transformation and transformation_modes, the eigenvalue table, and the numbers of the modes.
-#ifndef SBRKIT_SBRORTHO_H
-#define SBRKIT_SBRORTHO_H
+#ifndef SBRKIT_DYNAMICS_ORTHONORMALIZE_H
+#define SBRKIT_DYNAMICS_ORTHONORMALIZE_H
 
 #include <cmath>
 #include <cstddef>
 
-#include "body.h"
-#include "sbrmatrices.h"
+#include "body/body.h"
+#include "body/matrices.h"
 
 namespace sbr {
 

@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "body.h"
-#include "reports.h"
-#include "sbrrigid.h"
+#include "base/reports.h"
+#include "body/body.h"
+#include "dynamics/rigid_modes.h"
 
 namespace sbr {
 namespace {

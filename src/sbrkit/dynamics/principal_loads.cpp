@@ -3,11 +3,11 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "body.h"
-#include "reports.h"
-#include "sbrdata.h"
-#include "sbrinvar.h"
-#include "sbrrigid.h"
+#include "base/reports.h"
+#include "body/body.h"
+#include "body/node_table.h"
+#include "dynamics/rigid_modes.h"
+#include "mass/invariants.h"
 
 namespace sbr {
 namespace {

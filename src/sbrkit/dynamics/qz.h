@@ -6,8 +6,8 @@
 //
 // The stages follow the EISPACK routines of the same purpose operation for operation, so that their results agree bit
 // for bit. Loops may be ordered for the cache where no element sees another sequence of operations.
-#ifndef SBRKIT_SBRQZ_H
-#define SBRKIT_SBRQZ_H
+#ifndef SBRKIT_DYNAMICS_QZ_H
+#define SBRKIT_DYNAMICS_QZ_H
 
 #include <cmath>
 #include <cstddef>

@@ -1,6 +1,6 @@
 // The first stage of QZ: A to upper Hessenberg, B to upper triangular form.
+#include "dynamics/qz.h"
 #include "sbrkit/sbrkit.h"
-#include "sbrqz.h"
 
 namespace sbr::qz {
 namespace {

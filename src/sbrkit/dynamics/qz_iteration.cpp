@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "dynamics/qz.h"
 #include "sbrkit/sbrkit.h"
-#include "sbrqz.h"
 
 namespace sbr::qz {
 namespace {

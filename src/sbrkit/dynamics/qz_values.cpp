@@ -1,7 +1,7 @@
 // The third stage of QZ: the 2 x 2 blocks of A with real eigenvalues become triangular, and the eigenvalues come out as
 // quotients (alfr + i alfi) / beta.
+#include "dynamics/qz.h"
 #include "sbrkit/sbrkit.h"
-#include "sbrqz.h"
 
 namespace sbr::qz {
 namespace {

@@ -2,8 +2,8 @@
 // original coordinates and scaled.
 #include <algorithm>
 
+#include "dynamics/qz.h"
 #include "sbrkit/sbrkit.h"
-#include "sbrqz.h"
 
 namespace sbr::qz {
 namespace {

@@ -1,13 +1,13 @@
 // Rigid-body modes: how many of the leading modes are rigid, and what they are in terms of the six rigid motions.
-#include "sbrrigid.h"
+#include "dynamics/rigid_modes.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
-#include "reports.h"
-#include "sbrdata.h"
-#include "sbrinvar.h"
+#include "base/reports.h"
+#include "body/node_table.h"
+#include "mass/invariants.h"
 
 namespace sbr {
 namespace {

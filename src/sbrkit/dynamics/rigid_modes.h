@@ -1,6 +1,6 @@
 // What the units of rigid-body modes and principal axes share.
-#ifndef SBRKIT_SBRRIGID_H
-#define SBRKIT_SBRRIGID_H
+#ifndef SBRKIT_DYNAMICS_RIGID_MODES_H
+#define SBRKIT_DYNAMICS_RIGID_MODES_H
 
 #include <cmath>
 

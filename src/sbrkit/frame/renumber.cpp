@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "body.h"
-#include "modestore.h"
-#include "sbrdata.h"
-#include "sbrmod.h"
+#include "body/body.h"
+#include "body/node_table.h"
+#include "frame/rigid_motion.h"
+#include "modes/store.h"
 
 namespace sbr {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "sbrunits.h"
+#include "body/units.h"
 
 namespace sbr {
 namespace {

@@ -1,12 +1,12 @@
 // Rigid transformations: a body translated, turned or mirrored with all that depends on its frame.
-#include "sbrmod.h"
+#include "frame/rigid_motion.h"
 
 #include <cmath>
 #include <cstdlib>
 
-#include "modestore.h"
-#include "reports.h"
-#include "sbrdata.h"
+#include "base/reports.h"
+#include "body/node_table.h"
+#include "modes/store.h"
 
 namespace sbr {
 namespace {

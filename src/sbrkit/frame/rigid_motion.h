@@ -1,9 +1,9 @@
 // Rigid transformations. The unit owns no data: it moves what other units hold, through their operations where a
 // quantity has any.
-#ifndef SBRKIT_SBRMOD_H
-#define SBRKIT_SBRMOD_H
+#ifndef SBRKIT_FRAME_RIGID_MOTION_H
+#define SBRKIT_FRAME_RIGID_MOTION_H
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbr {
 

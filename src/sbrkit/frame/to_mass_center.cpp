@@ -1,5 +1,5 @@
 // Moving the body's reference frame to its center of mass, as the writer does on request.
-#include "body.h"
+#include "body/body.h"
 
 namespace sbr {
 namespace {

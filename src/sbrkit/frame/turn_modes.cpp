@@ -1,10 +1,10 @@
 // What a rigid transformation does to one kind of mode data: modes stream through two part buffers into a new file.
 #include <algorithm>
 
-#include "moderewrite.h"
-#include "modestore.h"
-#include "reports.h"
-#include "sbrmod.h"
+#include "base/reports.h"
+#include "frame/rigid_motion.h"
+#include "modes/rewrite.h"
+#include "modes/store.h"
 
 namespace sbr {
 namespace {

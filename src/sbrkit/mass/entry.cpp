@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "reports.h"
-#include "sbrdata.h"
-#include "sbrinvar.h"
+#include "base/reports.h"
+#include "body/node_table.h"
+#include "mass/invariants.h"
 
 namespace sbr {
 namespace {

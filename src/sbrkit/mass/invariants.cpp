@@ -1,12 +1,12 @@
 // Inertia invariants: the sources of each cell, the accessors, and the drivers that make a whole set.
-#include "sbrinvar.h"
+#include "mass/invariants.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <initializer_list>
 
-#include "reports.h"
+#include "base/reports.h"
 
 namespace sbr {
 namespace {

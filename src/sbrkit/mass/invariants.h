@@ -9,13 +9,13 @@
 // A cell is one flat array; it is filled when it has memory. The cells of the modes have the shape of the mode count at
 // the time they were made. Rows are found by that shape, and every access stays inside the cell: what a cell has no
 // room for reads as 0.0.
-#ifndef SBRKIT_SBRINVAR_H
-#define SBRKIT_SBRINVAR_H
+#ifndef SBRKIT_MASS_INVARIANTS_H
+#define SBRKIT_MASS_INVARIANTS_H
 
 #include <cstdint>
 #include <span>
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbr {
 

@@ -2,8 +2,8 @@
 // other: that order decides the last bits.
 #include <algorithm>
 
-#include "sbrdata.h"
-#include "sbrinvar.h"
+#include "body/node_table.h"
+#include "mass/invariants.h"
 
 namespace sbr {
 namespace {

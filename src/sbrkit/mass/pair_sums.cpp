@@ -1,4 +1,4 @@
-#include "pairsums.h"
+#include "mass/pair_sums.h"
 
 #include <cstring>
 

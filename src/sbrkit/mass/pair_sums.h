@@ -3,8 +3,8 @@
 // For a row mode j and a column mode k the twelve sums of a pair are the nine values of sum m ~phi_j ~phi_k and the
 // three of sum m phi_j x phi_k. Column modes lie side by side in vector lanes, so that each pair still adds its nodes
 // one after the other in index order: the sums have the bits of the plain loop over the nodes.
-#ifndef SBRKIT_PAIRSUMS_H
-#define SBRKIT_PAIRSUMS_H
+#ifndef SBRKIT_MASS_PAIR_SUMS_H
+#define SBRKIT_MASS_PAIR_SUMS_H
 
 #include <cstddef>
 

@@ -5,10 +5,10 @@
 // count and not with nodes times modes; the more is held, the fewer times a mode is fetched.
 #include <algorithm>
 
-#include "modestore.h"
-#include "pairsums.h"
-#include "sbrdata.h"
-#include "sbrinvar.h"
+#include "body/node_table.h"
+#include "mass/invariants.h"
+#include "mass/pair_sums.h"
+#include "modes/store.h"
 
 namespace sbr {
 namespace {

@@ -1,7 +1,7 @@
 // Reading an invariant from its block of the record.
 #include <algorithm>
 
-#include "sbrinvar.h"
+#include "mass/invariants.h"
 
 namespace sbr {
 namespace {

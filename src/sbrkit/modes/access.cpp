@@ -1,9 +1,9 @@
 // Mode access: whole modes, parts and single nodes, from the cache or past it, through one record loader.
 #include <cstring>
 
-#include "body.h"
-#include "modestore.h"
-#include "sbrdata.h"
+#include "body/body.h"
+#include "body/node_table.h"
+#include "modes/store.h"
 
 namespace sbr {
 namespace {

@@ -1,4 +1,4 @@
-#include "modecombine.h"
+#include "modes/combine.h"
 
 #include <cstring>
 

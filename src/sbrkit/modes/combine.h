@@ -1,12 +1,12 @@
 // Linear combinations of modes over a strip of values, in a fixed order: every output starts at zero and gains
 // coefficient times source, sources ascending, coefficients of exactly zero left out, each product and each sum
 // rounded.
-#ifndef SBRKIT_MODECOMBINE_H
-#define SBRKIT_MODECOMBINE_H
+#ifndef SBRKIT_MODES_COMBINE_H
+#define SBRKIT_MODES_COMBINE_H
 
 #include <cstdint>
 
-#include "memory.h"
+#include "base/memory.h"
 
 namespace sbr {
 

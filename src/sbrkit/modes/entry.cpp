@@ -1,8 +1,8 @@
 // Body construction: mode data, pre-stress and pre-strain, node by node.
-#include "body.h"
-#include "modestore.h"
-#include "reports.h"
-#include "sbrdata.h"
+#include "base/reports.h"
+#include "body/body.h"
+#include "body/node_table.h"
+#include "modes/store.h"
 
 namespace sbr {
 namespace {

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "modestore.h"
+#include "modes/store.h"
 
 namespace sbr {
 namespace {

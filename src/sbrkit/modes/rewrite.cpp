@@ -1,7 +1,7 @@
-#include "moderewrite.h"
+#include "modes/rewrite.h"
 
-#include "modestore.h"
-#include "temporaryfile.h"
+#include "base/temporary_file.h"
+#include "modes/store.h"
 
 namespace sbr {
 

@@ -9,10 +9,10 @@
 //   if (!rewrite.install()) ...         the file is complete and swapped in
 //
 // The object owns the new file until install; when it goes before that, the file goes with it and the old store stays.
-#ifndef SBRKIT_MODEREWRITE_H
-#define SBRKIT_MODEREWRITE_H
+#ifndef SBRKIT_MODES_REWRITE_H
+#define SBRKIT_MODES_REWRITE_H
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbr {
 

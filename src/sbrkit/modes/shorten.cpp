@@ -1,10 +1,10 @@
 // Shortening: the mode data and the nodal loads of the nodes that stay.
-#include "sbrshorten.h"
+#include "modes/shorten.h"
 
 #include <algorithm>
 
-#include "modestore.h"
-#include "reports.h"
+#include "base/reports.h"
+#include "modes/store.h"
 
 namespace sbr {
 namespace {

@@ -1,11 +1,11 @@
 // Carries one kind of mode data over to a shorter list of nodes: first a new file beside the present store, then, when
 // the caller has all it needs, the exchange. Discarding prepares all kinds before it installs the first.
-#ifndef SBRKIT_SBRSHORTEN_H
-#define SBRKIT_SBRSHORTEN_H
+#ifndef SBRKIT_MODES_SHORTEN_H
+#define SBRKIT_MODES_SHORTEN_H
 
 #include <span>
 
-#include "moderewrite.h"
+#include "modes/rewrite.h"
 
 namespace sbr {
 

@@ -1,13 +1,13 @@
 // Modal statistics: per mode the largest translation, rotation, von Mises stress and von Mises strain, each with its
 // node. A figure that is not known is computed at the first request and kept.
-#include "sbrstatistics.h"
+#include "modes/statistics.h"
 
 #include <cmath>
 
-#include "body.h"
-#include "modestore.h"
-#include "reports.h"
-#include "streamcodec.h"
+#include "base/reports.h"
+#include "body/body.h"
+#include "modes/store.h"
+#include "record/channel.h"
 
 namespace sbr {
 namespace {

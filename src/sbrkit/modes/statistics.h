@@ -1,7 +1,7 @@
 // Modal statistics. The unit owns SbrBody::statistics. The squares of its figures at a node are here for the writer,
 // which gathers the same maxima while the mode data passes.
-#ifndef SBRKIT_SBRSTATISTICS_H
-#define SBRKIT_SBRSTATISTICS_H
+#ifndef SBRKIT_MODES_STATISTICS_H
+#define SBRKIT_MODES_STATISTICS_H
 
 namespace sbr {
 

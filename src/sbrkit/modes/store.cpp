@@ -1,12 +1,13 @@
 // Mode storage: temporary files reserved as a whole, and the bounded memory cache.
+#include "modes/store.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
-#include "modestore.h"
-#include "reports.h"
-#include "sbrdata.h"
-#include "temporaryfile.h"
+#include "base/reports.h"
+#include "base/temporary_file.h"
+#include "body/node_table.h"
 
 namespace sbr {
 namespace {

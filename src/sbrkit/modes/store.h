@@ -1,9 +1,9 @@
 // Where mode data lies: channels, record positions and the memory cache. The unit sbrmodestore owns SbrBody::store,
 // SbrBody::modes (after reading) and SbrBody::float_buffer.
-#ifndef SBRKIT_MODESTORE_H
-#define SBRKIT_MODESTORE_H
+#ifndef SBRKIT_MODES_STORE_H
+#define SBRKIT_MODES_STORE_H
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbr {
 

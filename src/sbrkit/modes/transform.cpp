@@ -3,10 +3,10 @@
 #include <cstdlib>
 #include <limits>
 
-#include "modecombine.h"
-#include "moderewrite.h"
-#include "modestore.h"
-#include "reports.h"
+#include "base/reports.h"
+#include "modes/combine.h"
+#include "modes/rewrite.h"
+#include "modes/store.h"
 
 namespace sbr {
 namespace {

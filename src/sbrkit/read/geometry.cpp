@@ -2,9 +2,9 @@
 #include <cstring>
 #include <limits>
 
-#include "sbrdata.h"
-#include "sbrread.h"
-#include "sbrtoc.h"
+#include "body/node_table.h"
+#include "read/reader.h"
+#include "record/toc.h"
 
 namespace sbr {
 

@@ -1,8 +1,8 @@
 // Reading modal preload, modal loads, nodal loads, matrix operators and monitor points.
 #include <cstring>
 
-#include "reports.h"
-#include "sbrread.h"
+#include "base/reports.h"
+#include "read/reader.h"
 
 namespace sbr {
 namespace {

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "modestore.h"
-#include "reports.h"
-#include "sbrdata.h"
-#include "sbrread.h"
-#include "sbrtoc.h"
+#include "base/reports.h"
+#include "body/node_table.h"
+#include "modes/store.h"
+#include "read/reader.h"
+#include "record/toc.h"
 
 namespace sbr {
 namespace {

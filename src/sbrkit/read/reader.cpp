@@ -1,9 +1,9 @@
 // Opening a record: sharing by file name, the encoding, the content summary, and the order in which blocks are read.
-#include "sbrread.h"
+#include "read/reader.h"
 
 #include <cstring>
 
-#include "sbrtoc.h"
+#include "record/toc.h"
 
 namespace sbr {
 namespace {

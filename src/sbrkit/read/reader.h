@@ -4,13 +4,13 @@
 // sbrread.cpp holds the order of the steps; the blocks are read in sbrreadgeometry.cpp (units, texts, nodes, faces,
 // mass), sbrreadmodes.cpp (eigenvalues, modes, matrices, statistics) and sbrreadloads.cpp (loads, operators, monitor
 // points).
-#ifndef SBRKIT_SBRREAD_H
-#define SBRKIT_SBRREAD_H
+#ifndef SBRKIT_READ_READER_H
+#define SBRKIT_READ_READER_H
 
 #include <cstdio>
 
-#include "body.h"
-#include "recordlayout.h"
+#include "body/body.h"
+#include "record/layout.h"
 
 namespace sbr {
 

@@ -1,5 +1,5 @@
 // The surface mesh of a record file: a body of its own, beside the one that SBR_CreateFromSBR gives for the same file.
-#include "sbrread.h"
+#include "read/reader.h"
 
 extern "C" SBR SBR_CreateFromSBR_SurfaceMesh(const char *file_name) {
   if (file_name == nullptr) return nullptr;

@@ -1,6 +1,6 @@
 // The blocks of a record: their indices and where the content summary notes them.
-#ifndef SBRKIT_BLOCKS_H
-#define SBRKIT_BLOCKS_H
+#ifndef SBRKIT_RECORD_BLOCKS_H
+#define SBRKIT_RECORD_BLOCKS_H
 
 namespace sbr {
 

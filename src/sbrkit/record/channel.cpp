@@ -1,4 +1,4 @@
-#include "streamcodec.h"
+#include "record/channel.h"
 
 #include <sys/stat.h>
 

@@ -2,8 +2,8 @@
 //
 // A StreamChannel describes one open file. The record channel of a body owns its stream and its XDR stream record;
 // the three mode channels of a body that was read alias them. A temporary channel owns its stream and its file.
-#ifndef SBRKIT_STREAMCODEC_H
-#define SBRKIT_STREAMCODEC_H
+#ifndef SBRKIT_RECORD_CHANNEL_H
+#define SBRKIT_RECORD_CHANNEL_H
 
 #include <rpc/rpc.h>
 
@@ -12,7 +12,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "memory.h"
+#include "base/memory.h"
 
 namespace sbr {
 

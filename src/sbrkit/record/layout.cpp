@@ -1,4 +1,4 @@
-#include "recordlayout.h"
+#include "record/layout.h"
 
 #include <array>
 

@@ -12,13 +12,13 @@
 //   bool reals(double *values, std::int64_t count)
 //
 // The header owns no data.
-#ifndef SBRKIT_RECORDLAYOUT_H
-#define SBRKIT_RECORDLAYOUT_H
+#ifndef SBRKIT_RECORD_LAYOUT_H
+#define SBRKIT_RECORD_LAYOUT_H
 
 #include <cstdint>
 #include <limits>
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbr {
 

@@ -1,9 +1,9 @@
-#include "sbrtoc.h"
+#include "record/toc.h"
 
 #include <algorithm>
 #include <limits>
 
-#include "recordlayout.h"
+#include "record/layout.h"
 
 namespace sbr {
 namespace {

@@ -1,8 +1,8 @@
 // Where the blocks of a record lie. The unit owns SbrBody::layout: version word, content summary and block offsets.
-#ifndef SBRKIT_SBRTOC_H
-#define SBRKIT_SBRTOC_H
+#ifndef SBRKIT_RECORD_TOC_H
+#define SBRKIT_RECORD_TOC_H
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbr {
 

@@ -1,6 +1,6 @@
 // Coarsening: wherever a node sits in a small and nearly flat neighbourhood, the faces around it become one polygon.
 // This unit reads the options and runs the reduction; sbrcoarse.h tells where its steps stand.
-#include "sbrcoarse.h"
+#include "surface/coarsen.h"
 
 #include <algorithm>
 #include <charconv>
@@ -8,8 +8,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "facelist.h"
-#include "reports.h"
+#include "base/reports.h"
+#include "body/faces.h"
 
 namespace sbr::coarse {
 

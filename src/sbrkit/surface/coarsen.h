@@ -3,12 +3,12 @@
 // finished polygons.
 //
 // A slot of either table can be empty: the item is then out of play. Here an empty slot is a cleared flag.
-#ifndef SBRKIT_SBRCOARSE_H
-#define SBRKIT_SBRCOARSE_H
+#ifndef SBRKIT_SURFACE_COARSEN_H
+#define SBRKIT_SURFACE_COARSEN_H
 
 #include <span>
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbr::coarse {
 

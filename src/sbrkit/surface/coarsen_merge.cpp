@@ -5,8 +5,8 @@
 #include <cmath>
 #include <limits>
 
-#include "reports.h"
-#include "sbrcoarse.h"
+#include "base/reports.h"
+#include "surface/coarsen.h"
 
 namespace sbr::coarse {
 namespace {

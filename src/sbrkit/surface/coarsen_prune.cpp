@@ -9,8 +9,8 @@
 // that repeats one node n times from costing n squared.
 #include <algorithm>
 
-#include "reports.h"
-#include "sbrcoarse.h"
+#include "base/reports.h"
+#include "surface/coarsen.h"
 
 namespace sbr::coarse {
 namespace {

@@ -4,9 +4,9 @@
 #include <climits>
 #include <cmath>
 
-#include "facelist.h"
-#include "reports.h"
-#include "sbrcoarse.h"
+#include "base/reports.h"
+#include "body/faces.h"
+#include "surface/coarsen.h"
 
 namespace sbr::coarse {
 namespace {

@@ -4,10 +4,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "facelist.h"
-#include "reports.h"
-#include "sbrdata.h"
-#include "sbrshorten.h"
+#include "base/reports.h"
+#include "body/faces.h"
+#include "body/node_table.h"
+#include "modes/shorten.h"
 
 namespace sbr {
 namespace {

@@ -2,7 +2,7 @@
 //
 // The sides of all faces are gathered by their lower end, where the uses of an edge meet; an edge with one use is free.
 // The few free edges are then walked as the classes of free_edges.hpp walk them.
-#include "sbrfreeedge.h"
+#include "surface/free_edges.h"
 
 #include <algorithm>
 

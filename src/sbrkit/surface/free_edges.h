@@ -1,9 +1,9 @@
 // The free edges of a flat face list on flat arrays: the same chains as the classes of free_edges.hpp give, without a
 // heap record for every edge.
-#ifndef SBRKIT_SBRFREEEDGE_H
-#define SBRKIT_SBRFREEEDGE_H
+#ifndef SBRKIT_SURFACE_FREE_EDGES_H
+#define SBRKIT_SURFACE_FREE_EDGES_H
 
-#include "facelist.h"
+#include "body/faces.h"
 
 namespace sbr {
 

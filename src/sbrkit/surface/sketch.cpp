@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <memory>
 
-#include "facelist.h"
-#include "reports.h"
+#include "base/reports.h"
+#include "body/faces.h"
 
 namespace sbr {
 namespace {

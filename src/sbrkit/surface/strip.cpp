@@ -2,8 +2,8 @@
 // wherever they start and whichever way they wind; pairs of opposite winding go.
 #include <algorithm>
 
-#include "facelist.h"
-#include "reports.h"
+#include "base/reports.h"
+#include "body/faces.h"
 
 namespace sbr {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <cstdio>
 
-#include "reports.h"
-#include "sbrwrite.h"
-#include "streamcodec.h"
+#include "base/reports.h"
+#include "record/channel.h"
+#include "write/pipeline.h"
 
 namespace sbr {
 namespace {

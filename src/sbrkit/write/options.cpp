@@ -1,5 +1,5 @@
 // The option vocabulary of a write, and how its values are taken from the text.
-#include "sbroptions.h"
+#include "write/options.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,8 +1,8 @@
 // The options of a write: what KTX_SBRWRITE_OPTIONS asks for, as plain data. The unit owns nothing beyond one call.
-#ifndef SBRKIT_SBROPTIONS_H
-#define SBRKIT_SBROPTIONS_H
+#ifndef SBRKIT_WRITE_OPTIONS_H
+#define SBRKIT_WRITE_OPTIONS_H
 
-#include "memory.h"
+#include "base/memory.h"
 
 namespace sbr {
 

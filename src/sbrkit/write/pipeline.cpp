@@ -1,5 +1,5 @@
 // The steps of a write, in their fixed order.
-#include "sbrwrite.h"
+#include "write/pipeline.h"
 
 #include <sys/stat.h>
 
@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "reports.h"
-#include "sbrdata.h"
-#include "sbremit.h"
+#include "base/reports.h"
+#include "blocks/emit.h"
+#include "body/node_table.h"
 
 namespace sbr {
 namespace {

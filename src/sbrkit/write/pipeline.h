@@ -1,11 +1,11 @@
 // The write pipeline: from a body and the options in the environment to a plan, a summary and emitted blocks. What the
 // target of a write differs in is data of a WriteTarget; opening before and closing after are the caller's.
-#ifndef SBRKIT_SBRWRITE_H
-#define SBRKIT_SBRWRITE_H
+#ifndef SBRKIT_WRITE_PIPELINE_H
+#define SBRKIT_WRITE_PIPELINE_H
 
-#include "body.h"
-#include "sbrplan.h"
-#include "sbrsink.h"
+#include "body/body.h"
+#include "write/plan.h"
+#include "write/sink.h"
 
 namespace sbr {
 

@@ -1,5 +1,5 @@
 // Forming the version word of a plan from the options.
-#include "sbrplan.h"
+#include "write/plan.h"
 
 #include "sbrkit/sbrkit.h"
 

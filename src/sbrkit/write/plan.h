@@ -1,13 +1,13 @@
 // The plan of a write: plain data that says what the new record holds and how it is laid out. The pipeline (sbrwrite)
 // makes it, the emission (sbremit) follows it.
-#ifndef SBRKIT_SBRPLAN_H
-#define SBRKIT_SBRPLAN_H
+#ifndef SBRKIT_WRITE_PLAN_H
+#define SBRKIT_WRITE_PLAN_H
 
 #include <cstdint>
 
-#include "blocks.h"
-#include "recordlayout.h"
-#include "sbroptions.h"
+#include "record/blocks.h"
+#include "record/layout.h"
+#include "write/options.h"
 
 namespace sbr {
 
