@@ -2,6 +2,7 @@
 #ifndef SBRKIT_BASE_MEMORY_H
 #define SBRKIT_BASE_MEMORY_H
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -112,8 +113,15 @@ class Array {
   [[nodiscard]] int count() const noexcept { return static_cast<int>(size_); }
   T *data() noexcept { return data_; }
   const T *data() const noexcept { return data_; }
-  T &operator[](std::size_t i) noexcept { return data_[i]; }
-  const T &operator[](std::size_t i) const noexcept { return data_[i]; }
+  // Any integer type is an index; it is the caller's to know that it lies within the size.
+  template <std::integral Index>
+  T &operator[](Index i) noexcept {
+    return data_[static_cast<std::size_t>(i)];
+  }
+  template <std::integral Index>
+  const T &operator[](Index i) const noexcept {
+    return data_[static_cast<std::size_t>(i)];
+  }
   T *begin() noexcept { return data_; }
   T *end() noexcept { return data_ + size_; }
   const T *begin() const noexcept { return data_; }
@@ -178,7 +186,10 @@ class OwnedList {
   explicit operator bool() const noexcept { return static_cast<bool>(places_); }
   [[nodiscard]] std::size_t size() const noexcept { return places_.size(); }
   [[nodiscard]] int count() const noexcept { return places_.count(); }
-  T *operator[](std::size_t i) const noexcept { return places_[i]; }
+  template <std::integral Index>
+  T *operator[](Index i) const noexcept {
+    return places_[i];
+  }
 
  private:
   Array<T *> places_;

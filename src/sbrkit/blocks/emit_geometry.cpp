@@ -87,12 +87,12 @@ bool emit_element_topology(Emission &run) noexcept {
                 static_cast<long>(nodes.size()));
       return false;
     }
-    ++sizes[static_cast<std::size_t>(group)];
+    ++sizes[group];
     return true;
   });
   if (!fits || !run.put(ElementTopologyHead{run.body.faces.face_count, kGroups})) return false;
   for (int group = 0; group < kGroups; ++group)
-    if (!run.put(FaceGroup{group, sizes[static_cast<std::size_t>(group)], group + kSmallestFace})) return false;
+    if (!run.put(FaceGroup{group, sizes[group], group + kSmallestFace})) return false;
   for (int group = 0; group < kGroups; ++group)
     if (!put_group_faces(run, group + kSmallestFace)) return false;
   return true;

@@ -42,7 +42,7 @@ bool put_matrix_operator(Emission &run, const MatrixOperator *matrix) noexcept {
   std::memcpy(head.name, matrix->name, sizeof head.name);
   if (!run.put(head)) return false;
   for (int row = 0; row < matrix->row_count; ++row)
-    if (!run.out.chars(matrix->row_labels[static_cast<std::size_t>(row)].data(), kRowLabelChars)) return false;
+    if (!run.out.chars(matrix->row_labels[row].data(), kRowLabelChars)) return false;
   if (!run.put(CountHead{matrix->sub_operators.count()})) return false;
   for (std::size_t i = 0; i < matrix->sub_operators.size(); ++i)
     if (!put_sub_operator(run, matrix->sub_operators[i], matrix->row_count)) return false;
@@ -116,7 +116,7 @@ bool emit_monitor_points(Emission &run) noexcept {
   SBR_Info("\nMonitor Point info:\n   Count: %ld", static_cast<long>(points.count()));
   if (!run.put(CountHead{points.count()})) return false;
   for (int i = 0; i < points.count(); ++i)
-    if (!put_monitor_point(run, points[static_cast<std::size_t>(i)], i)) return false;
+    if (!put_monitor_point(run, points[i], i)) return false;
   return true;
 }
 

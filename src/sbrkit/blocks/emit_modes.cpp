@@ -30,7 +30,7 @@ struct Largest {
 // Enters a figure of an exported mode in the statistics; the node ID is 0 when all values were zero.
 void note(SbrBody &body, int exported, int slot, int kind, const Largest &largest) noexcept {
   if (exported < 0 || exported >= body.statistics.count()) return;
-  ModalStatistics &figures = body.statistics[static_cast<std::size_t>(exported)];
+  ModalStatistics &figures = body.statistics[exported];
   const std::int32_t at = largest.position;
   figures.node_ids[slot] = at < 0 ? 0 : kind == 0 ? SBR_NodeID(&body, at) : SBR_ModeNodeID(&body, kind, at);
   figures.values[slot] = std::sqrt(largest.square);
@@ -133,7 +133,7 @@ bool form_sparse_list(Emission &run, const KindTexts &texts, ModeList &list) noe
     for (int m = run.plan.first_mode; m < run.plan.end_mode; ++m)
       if (!mark_nonzero(whole_mode(body, SBR_ModeNumber(&body, m), texts.kind), keep)) return false;
   for (int i = 0; i < keep.count(); ++i)
-    if (keep[static_cast<std::size_t>(i)] != 0) list.position[static_cast<std::size_t>(list.kept++)] = i;
+    if (keep[i] != 0) list.position[list.kept++] = i;
   return true;
 }
 
@@ -154,8 +154,7 @@ bool form_list(Emission &run, const KindTexts &texts) noexcept {
   } else {
     list.kept = length;
     for (int i = 0; i < length; ++i)
-      list.position[static_cast<std::size_t>(i)] =
-          expanded ? SBR_ModeNodeIndex(&body, texts.kind, SBR_NodeID(&body, i)) : i;
+      list.position[i] = expanded ? SBR_ModeNodeIndex(&body, texts.kind, SBR_NodeID(&body, i)) : i;
   }
   list.formed = true;
   return true;
@@ -165,7 +164,7 @@ bool put_list_ids(Emission &run, const KindTexts &texts) noexcept {
   const ModeList &list = run.lists[texts.kind - 1];
   const bool expanded = is_expanded(run, texts);
   for (int i = 0; i < list.kept; ++i) {
-    const std::int32_t position = list.position[static_cast<std::size_t>(i)];
+    const std::int32_t position = list.position[i];
     const int id = expanded ? SBR_NodeID(&run.body, i) : SBR_ModeNodeID(&run.body, texts.kind, position);
     if (!run.out.integer(id)) return false;
   }
@@ -181,7 +180,7 @@ bool put_list_values(Emission &run, int kind, const double *values, Visit visit)
     const int last = std::min(first + kPiece, list.kept);
     double *put = run.packed.data();
     for (int i = first; i < last; ++i, put += 6) {
-      const std::int32_t position = list.position[static_cast<std::size_t>(i)];
+      const std::int32_t position = list.position[i];
       if (position < 0) {
         std::fill_n(put, 6, 0.0);
         continue;
@@ -257,7 +256,7 @@ bool emit_pre_strain(Emission &run) noexcept { return emit_pre_vector(run, kStra
 bool emit_modal_statistics(Emission &run) noexcept {
   if (!run.put(CountHead{run.plan.exported_modes})) return false;
   for (int i = 0; i < run.plan.exported_modes; ++i)
-    if (i >= run.body.statistics.count() || !run.put(run.body.statistics[static_cast<std::size_t>(i)])) return false;
+    if (i >= run.body.statistics.count() || !run.put(run.body.statistics[i])) return false;
   return true;
 }
 

@@ -45,7 +45,7 @@ void put_matrix_operator(const Report &report, const MatrixOperator &matrix, int
   std::fprintf(report.out, "Size of row:          %d\n", matrix.row_count);
   std::fprintf(report.out, "Size of sub operator: %d\n", matrix.sub_operators.count());
   for (int row = 0; row < matrix.row_count && row < matrix.row_labels.count(); ++row) {
-    const char *label = matrix.row_labels[static_cast<std::size_t>(row)].data();
+    const char *label = matrix.row_labels[row].data();
     if (label[0] != '\0') std::fprintf(report.out, "Label of row %d:      %.80s\n", row + 1, label);
   }
   std::fprintf(report.out, "\n");
@@ -145,7 +145,7 @@ bool report_matrix_operators(const Report &report) noexcept {
   }
   std::fprintf(report.out, "Number of Matrix Operator: %d\n", operators.count());
   for (int i = 0; i < operators.count(); ++i) {
-    const MatrixOperator *matrix = operators[static_cast<std::size_t>(i)];
+    const MatrixOperator *matrix = operators[i];
     if (matrix != nullptr && matrix->row_count > 0 && matrix->sub_operators.count() > 0)
       put_matrix_operator(report, *matrix, i + 1);
   }
@@ -160,7 +160,7 @@ bool report_modal_load_nodal(const Report &report) noexcept {
   }
   std::fprintf(report.out, "Number of Modal Load Nodal: %d\n", cases.count());
   for (int i = 0; i < cases.count(); ++i) {
-    const NodalLoadCase *nodal = cases[static_cast<std::size_t>(i)];
+    const NodalLoadCase *nodal = cases[i];
     if (nodal != nullptr && !nodal->nodes.empty()) put_nodal_case(report, *nodal, i + 1);
   }
   return true;
@@ -174,7 +174,7 @@ bool report_monitor_points(const Report &report) noexcept {
   }
   std::fprintf(report.out, " Number of Monitor Points: %d\n ", points.count());
   for (int i = 0; i < points.count(); ++i) {
-    const MonitorPoint *point = points[static_cast<std::size_t>(i)];
+    const MonitorPoint *point = points[i];
     if (point != nullptr && !put_monitor_point(report, *point, i)) return false;
   }
   return true;

@@ -56,8 +56,8 @@ bool map_interface_nodes(SbrBody &body) noexcept {
   if (!list.place.resize(node_count(body))) return false;
   if (anew)
     for (int i = list.nodes.count(); i-- > 0;) {
-      const int node = list.nodes[static_cast<std::size_t>(i)];
-      if (node >= 0 && node < list.place.count()) list.place[static_cast<std::size_t>(node)] = i + 1;
+      const int node = list.nodes[i];
+      if (node >= 0 && node < list.place.count()) list.place[node] = i + 1;
     }
   list.mapped = list.nodes.count();
   return true;
@@ -122,7 +122,7 @@ int SBR_SetInterfaceNode(SBR body, int id) {
   if (index < 0) return 0;
   sbr::InterfaceNodes &list = body->interface_nodes;
   if (!sbr::map_interface_nodes(*body)) return sbr::report_no_memory(sbr::kUnit);
-  std::int32_t &place = list.place[static_cast<std::size_t>(index)];
+  std::int32_t &place = list.place[index];
   if (place > 0 && place <= list.nodes.count() && list.nodes[static_cast<std::size_t>(place) - 1] == index) return 1;
   if (!list.nodes.push_back(index)) return sbr::report_no_memory(sbr::kUnit);
   place = list.nodes.count();
@@ -134,14 +134,13 @@ int SBR_SetInterfaceNode(SBR body, int id) {
 int *SBR_InterfaceNodes(SBR body, int *count) {
   const int held = body != nullptr ? body->interface_nodes.nodes.count() : 0;
   if (count != nullptr) *count = held;
-  return sbr::copy_for_caller(held, [&](int i) { return body->interface_nodes.nodes[static_cast<std::size_t>(i)]; });
+  return sbr::copy_for_caller(held, [&](int i) { return body->interface_nodes.nodes[i]; });
 }
 
 int *SBR_InterfaceNodeIDs(SBR body, int *count) {
   const int held = body != nullptr ? body->interface_nodes.nodes.count() : 0;
   if (count != nullptr) *count = held;
-  return sbr::copy_for_caller(
-      held, [&](int i) { return SBR_NodeID(body, body->interface_nodes.nodes[static_cast<std::size_t>(i)]); });
+  return sbr::copy_for_caller(held, [&](int i) { return SBR_NodeID(body, body->interface_nodes.nodes[i]); });
 }
 
 }  // extern "C"

@@ -43,7 +43,7 @@ void store_header_text(char (&field)[Size], char *text, const char *too_big, con
 NodeRecord *node_to_set(SBR body, int id) noexcept {
   if (CheckSBR(body) == 0) return nullptr;
   const int index = SBR_LookupOrAddNode(body, id);
-  return index < 0 ? nullptr : &body->nodes.nodes[static_cast<std::size_t>(index)];
+  return index < 0 ? nullptr : &body->nodes.nodes[index];
 }
 
 // The six inertia values of a node, new or known; null after a report.

@@ -134,7 +134,7 @@ bool KeyTable::build_places() noexcept {
   if (!place_of_.allocate(static_cast<std::int64_t>(top) + 1)) return false;
   std::fill(place_of_.begin(), place_of_.end(), -1);
   for (std::size_t i = keys_.size(); i-- > 0;)
-    if (keys_[i].position >= 0) place_of_[static_cast<std::size_t>(keys_[i].position)] = static_cast<std::int32_t>(i);
+    if (keys_[i].position >= 0) place_of_[keys_[i].position] = static_cast<std::int32_t>(i);
   return true;
 }
 

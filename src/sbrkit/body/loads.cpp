@@ -30,12 +30,12 @@ bool within_memory(std::int64_t count, std::int64_t record_bytes) noexcept {
 
 ModalLoad *modal_case(SBR body, int load_case) noexcept {
   if (body == nullptr || load_case < 0 || load_case >= body->loads.modal.count()) return nullptr;
-  return body->loads.modal[static_cast<std::size_t>(load_case)];
+  return body->loads.modal[load_case];
 }
 
 NodalLoadCase *nodal_case(SBR body, int load_case) noexcept {
   if (body == nullptr || load_case < 0 || load_case >= body->loads.nodal.count()) return nullptr;
-  return body->loads.nodal[static_cast<std::size_t>(load_case)];
+  return body->loads.nodal[load_case];
 }
 
 // A new modal load case at the end of the list, with zeros for all modes and the default label.
@@ -79,7 +79,7 @@ int grow_nodal_cases(SbrBody &body, int load_case) noexcept {
 int store_at_mode(SbrBody &body, Array<double> &values, int mode, double value) noexcept {
   if (static_cast<std::size_t>(mode) >= values.size() && !values.resize(body.mode_table.mode_count))
     return report_no_memory(kUnit);
-  values[static_cast<std::size_t>(mode)] = value;
+  values[mode] = value;
   return 1;
 }
 

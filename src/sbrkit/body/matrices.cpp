@@ -9,7 +9,7 @@ namespace sbr {
 const EigenRecord *eigen_record(const SbrBody &body, int index) noexcept {
   const GeneralizedMatrices &matrices = body.matrices;
   const int reach = std::min(matrices.eigenvalue_count, matrices.eigenvalues.count());
-  return index >= 0 && index < reach ? &matrices.eigenvalues[static_cast<std::size_t>(index)] : nullptr;
+  return index >= 0 && index < reach ? &matrices.eigenvalues[index] : nullptr;
 }
 
 double substitute_mass(double stiffness) noexcept { return std::max(stiffness, 1.0) * 1e-16; }
@@ -141,7 +141,7 @@ auto into_selected(const SbrBody &body, double **rows, int n, const int *selecte
     const ModeTable &table = body.mode_table;
     const int reach = std::min(table.mode_count, table.mode_numbers.count());
     if (index < 0 || index >= reach || selected == nullptr) return -1;
-    return SelectedModeIndex(table.mode_numbers[static_cast<std::size_t>(index)], selected, n);
+    return SelectedModeIndex(table.mode_numbers[index], selected, n);
   };
   return [=](int, const SparseEntry &entry) {
     const int r = position(entry.row);

@@ -13,13 +13,13 @@ constexpr const char *kUnit = "sbrmtxop";
 // The record of an operator; null for a null handle and an index outside the list.
 MatrixOperator *operator_at(SBR body, int op) noexcept {
   if (body == nullptr || op < 0 || op >= body->matrix_operators.count()) return nullptr;
-  return body->matrix_operators[static_cast<std::size_t>(op)];
+  return body->matrix_operators[op];
 }
 
 SubOperator *sub_operator_at(SBR body, int op, int sub) noexcept {
   const MatrixOperator *record = operator_at(body, op);
   if (record == nullptr || sub < 0 || sub >= record->sub_operators.count()) return nullptr;
-  return record->sub_operators[static_cast<std::size_t>(sub)];
+  return record->sub_operators[sub];
 }
 
 int refuse_no_memory(int line = __builtin_LINE()) noexcept {
@@ -46,8 +46,7 @@ int SBR_SetMatrixOperatorInfo(SBR body, const char *name, const char **row_label
   // The labels come first: a size that cannot be had leaves the list as it was.
   sbr::Array<std::array<char, 80>> labels;
   if (rows < 0 || !labels.resize(rows)) return sbr::refuse_no_memory();
-  for (int i = 0; row_labels != nullptr && i < rows; ++i)
-    sbr::store_label(labels[static_cast<std::size_t>(i)], row_labels[i]);
+  for (int i = 0; row_labels != nullptr && i < rows; ++i) sbr::store_label(labels[i], row_labels[i]);
   if (!body->matrix_operators.add_place()) return sbr::refuse_no_memory();
   const int index = body->matrix_operators.count() - 1;
   sbr::MatrixOperator *record = body->matrix_operators.create(static_cast<std::size_t>(index));

@@ -16,7 +16,7 @@ constexpr int kLoadOperator = 4;
 // The record of a point; null for a null handle and an index outside the list.
 MonitorPoint *point_at(SBR body, int point) noexcept {
   if (body == nullptr || point < 0 || point >= body->monitor_points.count()) return nullptr;
-  return body->monitor_points[static_cast<std::size_t>(point)];
+  return body->monitor_points[point];
 }
 
 // The rows of an operator: as many as the component number has characters.

@@ -25,7 +25,7 @@ double squared_distance(const double *point, double x, double y, double z) noexc
 }
 
 double squared_distance(const SbrBody &body, const double *point, int node) noexcept {
-  const NodeRecord &record = body.nodes.nodes[static_cast<std::size_t>(node)];
+  const NodeRecord &record = body.nodes.nodes[node];
   return squared_distance(point, record.x, record.y, record.z);
 }
 
@@ -41,7 +41,7 @@ class Candidates {
   // The node index of a candidate; -1 for an interface node outside the table.
   [[nodiscard]] int node(int candidate) const noexcept {
     if (!only_interface_) return candidate;
-    const int node = interface_[static_cast<std::size_t>(candidate)];
+    const int node = interface_[candidate];
     return node >= 0 && node < nodes_ ? node : -1;
   }
 

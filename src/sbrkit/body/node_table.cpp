@@ -16,7 +16,7 @@ bool valid_kind(int kind) noexcept { return kind >= 0 && kind <= 2; }
 
 NodeRecord *node_at(SbrBody *body, int index) noexcept {
   if (body == nullptr || index < 0 || index >= node_count(*body)) return nullptr;
-  return &body->nodes.nodes[static_cast<std::size_t>(index)];
+  return &body->nodes.nodes[index];
 }
 
 // The node table's keys, built at the first lookup.
@@ -24,7 +24,7 @@ bool ensure_node_keys(SbrBody &body) noexcept {
   NodeTable &table = body.nodes;
   if (table.keys.present()) return true;
   const auto &nodes = table.nodes;
-  return table.keys.build(nodes.count(), [&](int i) { return nodes[static_cast<std::size_t>(i)].id; });
+  return table.keys.build(nodes.count(), [&](int i) { return nodes[i].id; });
 }
 
 bool ensure_kind_keys(SbrBody &body, int kind) noexcept {
@@ -41,7 +41,7 @@ int kind_node_index(const SbrBody &body, int kind, int position) noexcept {
   if (position < 0 || position >= list.count) return -1;
   if (kind == 0) return body.nodes.shape_list_present && position < node_count(body) ? position : -1;
   if (static_cast<std::size_t>(position) >= list.nodes.size()) return -1;
-  const int index = list.nodes[static_cast<std::size_t>(position)];
+  const int index = list.nodes[position];
   return index < node_count(body) ? index : -1;
 }
 
@@ -73,7 +73,7 @@ std::span<const NodeKey> sorted_keys(SbrBody &body, int kind) noexcept {
 double *node_inertia(SbrBody &body, int index) noexcept {
   const NodeRecord *node = node_at(&body, index);
   if (node == nullptr || node->inertia < 0) return nullptr;
-  return body.nodes.inertias[static_cast<std::size_t>(node->inertia)].data();
+  return body.nodes.inertias[node->inertia].data();
 }
 
 double *node_inertia_or_add(SbrBody &body, int index) noexcept {
@@ -84,7 +84,7 @@ double *node_inertia_or_add(SbrBody &body, int index) noexcept {
     if (!body.nodes.inertias.push_back(SixVector{})) return nullptr;
     node->inertia = place;
   }
-  return body.nodes.inertias[static_cast<std::size_t>(node->inertia)].data();
+  return body.nodes.inertias[node->inertia].data();
 }
 
 void set_node_id(SbrBody &body, int index, int id) noexcept {
@@ -94,9 +94,9 @@ void set_node_id(SbrBody &body, int index, int id) noexcept {
 bool copy_nodes(const SbrBody &body, std::span<const std::int32_t> keep, ReducedNodes &reduced) noexcept {
   if (!reduced.nodes.allocate(static_cast<std::int64_t>(keep.size()))) return false;
   for (std::size_t i = 0; i < keep.size(); ++i) {
-    NodeRecord node = body.nodes.nodes[static_cast<std::size_t>(keep[i])];
+    NodeRecord node = body.nodes.nodes[keep[i]];
     if (node.inertia >= 0) {
-      const SixVector &inertia = body.nodes.inertias[static_cast<std::size_t>(node.inertia)];
+      const SixVector &inertia = body.nodes.inertias[node.inertia];
       node.inertia = reduced.inertias.count();
       if (!reduced.inertias.push_back(inertia)) return false;
     }
@@ -157,7 +157,7 @@ int SBR_ModeIndex(SBR body, int number) {
   const sbr::ModeTable &table = body->mode_table;
   const int known = std::min(table.mode_count, table.mode_numbers.count());
   for (int i = 0; i < known; ++i)
-    if (table.mode_numbers[static_cast<std::size_t>(i)] == number) return i;
+    if (table.mode_numbers[i] == number) return i;
   return -1;
 }
 
@@ -165,7 +165,7 @@ int SBR_ModeNumber(SBR body, int index) {
   if (body == nullptr) return -1;
   const sbr::ModeTable &table = body->mode_table;
   if (index < 0 || index >= table.mode_count || index >= table.mode_numbers.count()) return -1;
-  return table.mode_numbers[static_cast<std::size_t>(index)];
+  return table.mode_numbers[index];
 }
 
 int SelectedModeIndex(int number, const int *numbers, int length) {
@@ -192,7 +192,7 @@ int SBR_AddMode(SBR body, int number) {
     return -1;
   }
   const int index = table.mode_count;
-  table.mode_numbers[static_cast<std::size_t>(index)] = number;
+  table.mode_numbers[index] = number;
   table.mode_count = index + 1;
   return index;
 }
@@ -233,8 +233,7 @@ void SBR_SwapNodesByID(SBR body, int a, int b) {
   const int second = SBR_NodeIndex(body, b);
   if (body != nullptr) body->search.drop();
   // The records change places; the keys keep their positions, so that a lookup of a now gives the place of b's record.
-  if (first >= 0 && second >= 0)
-    std::swap(body->nodes.nodes[static_cast<std::size_t>(first)], body->nodes.nodes[static_cast<std::size_t>(second)]);
+  if (first >= 0 && second >= 0) std::swap(body->nodes.nodes[first], body->nodes.nodes[second]);
 }
 
 // ---- what the tables hold ------------------------------------------------------------------------------------------

@@ -155,7 +155,7 @@ int DB_WriteINTs(db_block block, const int *data, int count) {
   if (is_nothing(data, count)) return 1;
   Array<std::int64_t> words;
   if (!words.allocate(count)) return sbr::report_no_memory(kUnit);
-  for (int i = 0; i < count; ++i) words[static_cast<std::size_t>(i)] = data[i];
+  for (int i = 0; i < count; ++i) words[i] = data[i];
   return write_words(block, words.data(), count);
 }
 
@@ -175,7 +175,7 @@ int DB_WriteCHARs(db_block block, const char *data, int bytes) {
   if (!words.allocate(words_of(bytes))) return sbr::report_no_memory(kUnit);
   for (int i = 0; i < bytes; ++i) {
     const auto character = static_cast<std::uint64_t>(static_cast<unsigned char>(data[i]));
-    auto &word = words[static_cast<std::size_t>(i / kCharactersPerWord)];
+    auto &word = words[i / kCharactersPerWord];
     word = static_cast<std::int64_t>(static_cast<std::uint64_t>(word) | character << 8 * (i % kCharactersPerWord));
   }
   return write_words(block, words.data(), words.count());
@@ -190,7 +190,7 @@ int DB_ReadINTs(db_block block, int *data, int count) {
   Array<std::int64_t> words;
   if (!words.allocate(count)) return sbr::report_no_memory(kUnit);
   const int result = read_words(block, words.data(), count);
-  for (int i = 0; i < count; ++i) data[i] = static_cast<int>(words[static_cast<std::size_t>(i)]);
+  for (int i = 0; i < count; ++i) data[i] = static_cast<int>(words[i]);
   return result;
 }
 
@@ -206,7 +206,7 @@ int DB_ReadCHARs(db_block block, char *data, int bytes) {
   if (!words.allocate(words_of(bytes))) return sbr::report_no_memory(kUnit);
   const int result = read_words(block, words.data(), words.count());
   for (int i = 0; i < bytes; ++i) {
-    const auto word = static_cast<std::uint64_t>(words[static_cast<std::size_t>(i / kCharactersPerWord)]);
+    const auto word = static_cast<std::uint64_t>(words[i / kCharactersPerWord]);
     data[i] = static_cast<char>(word >> 8 * (i % kCharactersPerWord));
   }
   return result;

@@ -122,7 +122,7 @@ void fill_report(const Words &w, std::int64_t file_size, FileReport &report) noe
   const std::int64_t set = w[8];
   const std::int64_t creation = w[10];
   report.file = number_form(w[creation + 15]);
-  for (int i = 0; i < 4; ++i) report.stamps[static_cast<std::size_t>(i)] = decimal_fields(w[stamp + 6 + i]);
+  for (int i = 0; i < 4; ++i) report.stamps[i] = decimal_fields(w[stamp + 6 + i]);
   report.machine = w[creation + 3];
   report.machine_detail = w[creation + 4];
   report.stamp_detail = w[stamp + 10];

@@ -80,7 +80,7 @@ bool database_file_name(const char *kind, Text &name, int &status) noexcept {
   if (!name.allocate(kNameSize + 1)) return sbr::report_no_memory(kUnit) != 0;
   CDB_QS_GetDbName(kind, name.data(), &length, &status);
   name[kNameSize] = '\0';
-  if (length >= 0 && length < kNameSize) name[static_cast<std::size_t>(length)] = '\0';
+  if (length >= 0 && length < kNameSize) name[length] = '\0';
   if (status != 0) name[0] = '\0';
   return true;
 }

@@ -89,7 +89,7 @@ int SBR_EnsureEigenTable(SBR body) {
   sbr::Array<std::int32_t> numbers_before;
   if (!table.allocate(n) || !numbers_before.allocate(n)) return sbr::report_no_memory(sbr::kUnit);
   const double ucf = SBR_UCF(body);
-  for (int i = 0; i < n; ++i) sbr::fill_row(*body, i, table[static_cast<std::size_t>(i)], ucf);
+  for (int i = 0; i < n; ++i) sbr::fill_row(*body, i, table[i], ucf);
   matrices.eigenvalues.swap(table);
   matrices.eigenvalue_count = n;
   sbr::renumber_modes_from_one(*body, numbers_before);

@@ -62,13 +62,13 @@ int SBR_LUPSolve(double **rows, int n, const int *permutation, double *b) {
   if (!sbr::rows_present(rows, n) || !sbr::is_index_list(permutation, n) || b == nullptr) return 0;
   for (int i = 0; i < n; ++i) {
     double sum = 0.0;
-    for (int j = 0; j < i; ++j) sum += rows[i][j] * y[static_cast<std::size_t>(j)];
-    y[static_cast<std::size_t>(i)] = b[permutation[i]] - sum;
+    for (int j = 0; j < i; ++j) sum += rows[i][j] * y[j];
+    y[i] = b[permutation[i]] - sum;
   }
   for (int i = n - 1; i >= 0; --i) {
     double sum = 0.0;
     for (int j = i + 1; j < n; ++j) sum += rows[i][j] * b[j];
-    b[i] = (y[static_cast<std::size_t>(i)] - sum) / rows[i][i];
+    b[i] = (y[i] - sum) / rows[i][i];
   }
   return 1;
 }

@@ -212,7 +212,7 @@ int count_finite_modes(const SbrBody &body, int n) noexcept {
   const Array<EigenRecord> &table = body.matrices.eigenvalues;
   const int reach = std::min(n, table.count());
   for (int i = 0; i < reach; ++i)
-    if (table[static_cast<std::size_t>(i)].eigenvalue == kInfiniteEigenvalue) return i;
+    if (table[i].eigenvalue == kInfiniteEigenvalue) return i;
   return n;
 }
 
@@ -243,8 +243,8 @@ bool transform_modal_vector(Array<double> &values, int start, const double *T, i
   if (!sums.allocate(n)) return report_no_memory(kUnit) != 0;
   for (int k = start; k < n; ++k) {
     const double *row = T + static_cast<std::ptrdiff_t>(k) * n;
-    const double old = values[static_cast<std::size_t>(k)];
-    for (int j = start; j < n; ++j) sums[static_cast<std::size_t>(j)] += old * row[j];
+    const double old = values[k];
+    for (int j = start; j < n; ++j) sums[j] += old * row[j];
   }
   std::copy(sums.begin() + start, sums.end(), values.begin() + start);
   return true;
@@ -255,7 +255,7 @@ bool transform_loads(SbrBody &body, const double *T, int n) noexcept {
   const int rigid = std::clamp(SBR_RigidBodyModeCount(&body), 0, n);
   bool good = true;
   for (int c = 0; c < SBR_GetModalLoadCaseCount(&body); ++c) {
-    ModalLoad *load = body.loads.modal[static_cast<std::size_t>(c)];
+    ModalLoad *load = body.loads.modal[c];
     if (load != nullptr && !transform_modal_vector(load->values, load->processed != 0 ? rigid : 0, T, n)) good = false;
   }
   if (!body.loads.preload.empty()) {
@@ -315,7 +315,7 @@ double generalized_mass_of(SbrBody &body, const ModeHalves &a, const ModeHalves 
     const std::ptrdiff_t at = 3 * static_cast<std::ptrdiff_t>(k);
     sum += SBR_NodalMass(&body, k) * dot(a.translations.data() + at, b.translations.data() + at);
     double inertia[9] = {};
-    if (body.nodes.nodes[static_cast<std::size_t>(k)].inertia < 0 || SBR_NodalInertia(&body, k, inertia) == 0) continue;
+    if (body.nodes.nodes[k].inertia < 0 || SBR_NodalInertia(&body, k, inertia) == 0) continue;
     const double *turn = a.rotations.data() + at;
     const double moment[3] = {dot(inertia, turn), dot(inertia + 3, turn), dot(inertia + 6, turn)};
     sum += dot(moment, b.rotations.data() + at);

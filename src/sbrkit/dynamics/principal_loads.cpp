@@ -44,7 +44,7 @@ void project_modal_force_by_mass(SbrBody &body, Array<double> &f, int r) noexcep
     fetch_part(body, i, 0, phi);
     const double *at = phi.data();
     for (const NodeRecord &node : body.nodes.nodes) {
-      const double s = f[static_cast<std::size_t>(i)] * node.mass / g;
+      const double s = f[i] * node.mass / g;
       const double place[3] = {node.x, node.y, node.z};
       for (int c = 0; c < 3; ++c) six[c] += s * at[c];
       incr_scalar_tilde_vec(six + 3, s, place, at);
@@ -163,8 +163,8 @@ void project_modal_force_by_fit(SbrBody &body, Array<double> &f, int r) noexcept
   for (int a = 0; a < 6; ++a)
     for (int b = 0; b < 6; ++b)
       for (int c = 0; c < 6; ++c)
-        for (int i = 0; i < count; ++i) R[a] += G[a][b] * A[b][c] * B[c][i] * f[static_cast<std::size_t>(i)] / g[i];
-  for (int j = 0; j < count; ++j) f[static_cast<std::size_t>(j)] = cut_small(R[j]);
+        for (int i = 0; i < count; ++i) R[a] += G[a][b] * A[b][c] * B[c][i] * f[i] / g[i];
+  for (int j = 0; j < count; ++j) f[j] = cut_small(R[j]);
 }
 
 using Projection = void (*)(SbrBody &, Array<double> &, int) noexcept;
@@ -175,7 +175,7 @@ void carry_preload(SbrBody &body, Projection project, int r) noexcept {
   project(body, preload, r);
   body.loads.preload_on_principal_axes = 1;
   for (int i = 0; i < std::min(r, preload.count()); ++i)
-    if (std::fabs(preload[static_cast<std::size_t>(i)]) > kSmallProjection)
+    if (std::fabs(preload[i]) > kSmallProjection)
       SBR_Warning("SBR contains a preload with a rigid body component which is being ignored");
 }
 

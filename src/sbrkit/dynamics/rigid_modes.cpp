@@ -90,7 +90,7 @@ int SBR_RigidModes2VENTA(SBR body, double **six_rows, int count) {
     return sbr::report_no_memory(sbr::kUnit);
   if (six_rows == nullptr || (count > 0 && std::any_of(six_rows, six_rows + 6, [](double *r) { return r == nullptr; })))
     return 0;
-  for (int k = 0; k < listed; ++k) masses[static_cast<std::size_t>(k)] = SBR_NodalMass(body, k);
+  for (int k = 0; k < listed; ++k) masses[k] = SBR_NodalMass(body, k);
   const auto nodes = body->nodes.nodes.span().first(std::min(body->nodes.nodes.size(), masses.size()));
   for (int i = 0; i < count; ++i) {
     double ratios[6] = {};

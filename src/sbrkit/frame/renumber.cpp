@@ -85,7 +85,7 @@ int SBR_RenumberInterfaceNodes(SBR body, int count, const int *ids) {
   if (count < 1) return 1;
   if (ids == nullptr) return 0;
   for (int i = 0; i < count; ++i) {
-    const int p = body->interface_nodes.nodes[static_cast<std::size_t>(i)];
+    const int p = body->interface_nodes.nodes[i];
     if (p < 0 || p >= sbr::node_count(*body)) continue;
     const int old_id = SBR_NodeID(body, p);
     const int q = SBR_NodeIndex(body, ids[i]);

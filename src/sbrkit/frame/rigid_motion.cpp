@@ -281,7 +281,7 @@ bool translate_invar7(SBR body) noexcept {
   if (cell.size() < 9) return true;
   if (body->global.mass != 0.0) {
     for (std::size_t i = 0; i < 9; ++i) cell[i] = body->global.inertia[i];
-    for (const int i : kOffDiagonal) cell[static_cast<std::size_t>(i)] = -cell[static_cast<std::size_t>(i)];
+    for (const int i : kOffDiagonal) cell[i] = -cell[i];
     return true;
   }
   if (!has_block(*body, kNodalMasses)) {

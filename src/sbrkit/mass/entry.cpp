@@ -39,7 +39,7 @@ int set_mode_vector(SBR body, Array<double> Invariants::*member, int block, int 
   // The cell has the modes that were known when it was made.
   const int modes = modes_of_cell(cell, 3);
   if (index >= modes) return report_unknown_mode(number);
-  for (int c = 0; c < 3; ++c) cell[static_cast<std::size_t>(c * std::int64_t{modes} + index)] = v3[c];
+  for (int c = 0; c < 3; ++c) cell[c * std::int64_t{modes} + index] = v3[c];
   set_block(*body, block);
   return 1;
 }

@@ -11,7 +11,7 @@ namespace {
 // The nodal inertia as a full matrix; false for a node that has none.
 bool inertia_matrix(const SbrBody &body, const NodeRecord &node, double *matrix) noexcept {
   if (node.inertia < 0 || static_cast<std::size_t>(node.inertia) >= body.nodes.inertias.size()) return false;
-  const SixVector &six = body.nodes.inertias[static_cast<std::size_t>(node.inertia)];
+  const SixVector &six = body.nodes.inertias[node.inertia];
   const double full[9] = {six[0], six[3], six[4], six[3], six[1], six[5], six[4], six[5], six[2]};
   std::copy_n(full, 9, matrix);
   return true;

@@ -53,7 +53,7 @@ class HeldModes {
     held_[at] = cached(index);
     if (held_[at] != nullptr) return;
     const int place = free_[free_.size() - 1];
-    Array<double> &buffer = *buffers_[static_cast<std::size_t>(place)];
+    Array<double> &buffer = *buffers_[place];
     if (SBR_Mode(&body_, SBR_ModeNumber(&body_, index), 0, buffer.data(), 0) == 0) buffer.fill_zero();
     held_[at] = cached(index);
     if (held_[at] != nullptr) return;  // the cache has taken its copy; the buffer is free again

@@ -20,7 +20,7 @@ bool seek_to_mode(SbrBody &body, int index, int kind, std::int64_t value_offset)
   StreamChannel &channel = body.modes[kind];
   if (channel.stream == nullptr || static_cast<std::size_t>(index) >= offsets.size()) return false;
   if (!flush_mode_writes(body, kind)) return false;
-  const std::int64_t place = offsets[static_cast<std::size_t>(index)] + value_offset * real_size(channel);
+  const std::int64_t place = offsets[index] + value_offset * real_size(channel);
   return FileSeek_Win32(channel.stream, place, 0) == 0;
 }
 
@@ -29,8 +29,7 @@ template <class Real>
 void copy_pre_vectors(const Array<SixVector> &vectors, int count, Real *out) noexcept {
   for (int p = 0; p < count; ++p)
     for (std::size_t c = 0; c < 6; ++c)
-      *out++ = static_cast<std::size_t>(p) < vectors.size() ? static_cast<Real>(vectors[static_cast<std::size_t>(p)][c])
-                                                            : Real{0};
+      *out++ = static_cast<std::size_t>(p) < vectors.size() ? static_cast<Real>(vectors[p][c]) : Real{0};
 }
 
 void scale_record(SbrBody &body, int kind, bool good, double *values, int count) noexcept {

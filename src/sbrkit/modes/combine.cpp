@@ -91,11 +91,11 @@ bool CombinationWeights::prepare(const double *matrix, int stride, int sources, 
   if (!values_.allocate(4 * static_cast<std::int64_t>(groups()) * sources) || !full_.allocate(groups())) return false;
   double *place = values_.data();
   for (int g = 0; g < groups(); ++g) {
-    full_[static_cast<std::size_t>(g)] = 1;
+    full_[g] = 1;
     for (int s = 0; s < sources; ++s) {
       for (int j = 4 * g; j < 4 * g + 4; ++j) {
         const double c = j < outputs ? matrix[static_cast<std::int64_t>(s) * stride + j] : 0.0;
-        if (c == 0.0) full_[static_cast<std::size_t>(g)] = 0;
+        if (c == 0.0) full_[g] = 0;
         *place++ = c;
       }
     }

@@ -23,7 +23,7 @@ class CombinationWeights {
     return values_.data() + static_cast<std::int64_t>(g) * 4 * sources_;
   }
   // Whether no coefficient of a group is zero.
-  [[nodiscard]] bool is_full(int g) const noexcept { return full_[static_cast<std::size_t>(g)] != 0; }
+  [[nodiscard]] bool is_full(int g) const noexcept { return full_[g] != 0; }
 
  private:
   int sources_ = 0;

@@ -78,7 +78,7 @@ int enter_pre_values(SBR body, int id, const double *six, const PreKind &pre) no
       return 0;
     }
   }
-  std::copy(six, six + 6, vectors[static_cast<std::size_t>(position)].begin());
+  std::copy(six, six + 6, vectors[position].begin());
   set_block(*body, pre.block);
   return 1;
 }

@@ -57,7 +57,7 @@ void report_failed_seek(SbrBody &body, int mode, int node_id, int dof) noexcept 
 // Seeks to the values' place in the file and writes them.
 bool put_in_file(SbrBody &body, const ModeValues &entry) noexcept {
   StreamChannel &channel = body.modes[entry.kind];
-  const std::int64_t place = body.store.offsets[entry.kind][static_cast<std::size_t>(entry.mode)] + 8 * entry.first;
+  const std::int64_t place = body.store.offsets[entry.kind][entry.mode] + 8 * entry.first;
   if (FileSeek_Win32(channel.stream, place, 0) != 0 || FileTell_Win32(channel.stream) != place) {
     report_failed_seek(body, entry.mode, entry.node_id, entry.dof);
     return false;

@@ -36,7 +36,7 @@ bool ModeRewrite::reserve_modes(int modes, std::int64_t values_per_mode) noexcep
 }
 
 bool ModeRewrite::put_at(int mode, std::int64_t first, const double *values, std::int64_t count) noexcept {
-  const std::int64_t place = offsets_[static_cast<std::size_t>(mode)] + first * real_size(channel_);
+  const std::int64_t place = offsets_[mode] + first * real_size(channel_);
   return FileSeek_Win32(channel_.stream, place, 0) == 0 && write_reals(channel_, values, count);
 }
 

@@ -132,8 +132,7 @@ void ModeShortening::install() noexcept {
 void ModeShortening::move_pre_vectors() noexcept {
   Array<SixVector> &rows = kind_ == 1 ? body_.pre.stress : body_.pre.strain;
   for (std::size_t k = 0; k < map_.size() && k < rows.size(); ++k)
-    if (map_[k] >= 0 && static_cast<std::size_t>(map_[k]) < rows.size())
-      rows[k] = rows[static_cast<std::size_t>(map_[k])];
+    if (map_[k] >= 0 && static_cast<std::size_t>(map_[k]) < rows.size()) rows[k] = rows[map_[k]];
 }
 
 }  // namespace sbr

@@ -90,7 +90,7 @@ const double *cached_part(const SbrBody &body, int mode_index, int kind, int par
   if (kind < 0 || kind > 2 || part < 0 || part > 1 || mode_index < 0) return nullptr;
   const auto &slots = body.store.memory[kind][part];
   if (static_cast<std::size_t>(mode_index) >= slots.size()) return nullptr;
-  const Array<double> *slot = slots[static_cast<std::size_t>(mode_index)];
+  const Array<double> *slot = slots[mode_index];
   // A list that has grown since the part was cached no longer matches it.
   if (slot == nullptr || slot->size() < 3 * static_cast<std::size_t>(body.nodes.kinds[kind].count)) return nullptr;
   return slot->data();
@@ -139,7 +139,7 @@ int SBR_ModetoMemory(SBR body, int number, int kind, const double *data, int par
   std::memcpy(copy.data(), data, copy.size() * sizeof(double));
   const int index = SBR_ModeIndex(body, number);
   if (index < 0) return 0;
-  const bool filled = slots[static_cast<std::size_t>(index)] != nullptr;
+  const bool filled = slots[index] != nullptr;
   sbr::Array<double> *slot = slots.create(static_cast<std::size_t>(index));
   if (slot == nullptr) {
     if (filled) store.memory_used -= 1;

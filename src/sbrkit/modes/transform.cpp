@@ -79,14 +79,13 @@ class SourceModes {
     for (int m = 0; m < task.old_count; ++m) {
       const int index = SBR_ModeIndex(&task.body, SBR_ModeNumber(&task.body, m));
       if (index < 0) return Outcome::unreadable;
-      indices_[static_cast<std::size_t>(m)] = index;
+      indices_[m] = index;
       static_cast<void>(mode_record_is_whole(task.body, index, task.kind));
     }
     return Outcome::done;
   }
   void read(const ModeTask &task, int m, std::int64_t first, double *out, std::int64_t count) const noexcept {
-    if (!read_stored_values(task.body, indices_[static_cast<std::size_t>(m)], task.kind, first, out, count))
-      std::fill_n(out, count, 0.0);
+    if (!read_stored_values(task.body, indices_[m], task.kind, first, out, count)) std::fill_n(out, count, 0.0);
   }
 
  private:
@@ -200,7 +199,7 @@ void transform_rows(std::span<double> rows, const double *matrix, Array<double> 
 }
 
 void transform_monitor_point(SbrBody &body, int point, const double *matrix, Array<double> &work) noexcept {
-  MonitorPoint &monitor = *body.monitor_points[static_cast<std::size_t>(point)];
+  MonitorPoint &monitor = *body.monitor_points[point];
   const auto rows = static_cast<std::size_t>(std::max(monitor.operator_rows, 0));
   for (int type = 1; type <= 4; ++type) {
     if (SBR_MonitorPointHasOperator(&body, point, type) == 0) continue;
@@ -235,8 +234,7 @@ int SBR_TransformMonitorPoints(SBR body, const double *matrix) {
   sbr::Array<double> work;
   if (!work.allocate(n)) return sbr::report_no_memory(sbr::kUnit);
   for (int p = 0; p < SBR_GetMonitorPointCount(body); ++p)
-    if (body->monitor_points[static_cast<std::size_t>(p)] != nullptr)
-      sbr::transform_monitor_point(*body, p, matrix, work);
+    if (body->monitor_points[p] != nullptr) sbr::transform_monitor_point(*body, p, matrix, work);
   return 1;
 }
 

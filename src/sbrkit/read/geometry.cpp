@@ -94,7 +94,7 @@ namespace {
 void take_nodal_mass(SbrBody &body, std::int32_t id, double mass) noexcept {
   const int index = SBR_NodeIndex(&body, id);
   if (index < 0) return;
-  NodeRecord &node = body.nodes.nodes[static_cast<std::size_t>(index)];
+  NodeRecord &node = body.nodes.nodes[index];
   if (node.mass != 0.0) SBR_Warning("Redefining mass of Node %d", id);
   node.mass = mass;
 }

@@ -20,7 +20,7 @@ int code_of(const SbrBody &body) noexcept { return version_code(body.layout.vers
 // The number of a mode that the mode data itself does not tell.
 std::int32_t number_by_place(const SbrBody &body, std::int32_t mode) noexcept {
   const Array<EigenRecord> &records = body.matrices.eigenvalues;
-  return static_cast<std::size_t>(mode) < records.size() ? records[static_cast<std::size_t>(mode)].mode : mode + 1;
+  return static_cast<std::size_t>(mode) < records.size() ? records[mode].mode : mode + 1;
 }
 
 // No file holds more modes than words. Checked before memory is taken for a table of modes.
@@ -31,7 +31,7 @@ bool modes_credible(StreamChannel &channel, std::int32_t modes) noexcept {
 // Notes where the vector at the present position lies and passes over it.
 void note_vector(SbrBody &body, int kind, std::int32_t mode, std::int64_t vector_bytes) noexcept {
   const std::int64_t here = FileTell_Win32(body.record.stream);
-  body.store.offsets[kind][static_cast<std::size_t>(mode)] = here;
+  body.store.offsets[kind][mode] = here;
   if (vector_bytes != 0) go_to(body.record, bounded_sum(here, vector_bytes));
 }
 
@@ -86,7 +86,7 @@ bool follow_mode_order(SbrBody &body, std::int32_t nodes) noexcept {
   for (std::int32_t i = 0; i < nodes; ++i) {
     std::int32_t id = 0;
     if (!ids.integer(id)) return false;
-    const std::int32_t present = body.nodes.nodes[static_cast<std::size_t>(i)].id;
+    const std::int32_t present = body.nodes.nodes[i].id;
     if (id != 0 && id != present) SBR_SwapNodesByID(&body, present, id);
   }
   return true;
@@ -99,7 +99,7 @@ bool note_mode_shapes(SbrBody &body, const ModeBlockHead &head) noexcept {
     std::int32_t number = 0;
     if (mode_word_present(code_of(body), 0) && !read_int(body.record, number)) return false;
     if (!mode_word_is_number(code_of(body), 0)) number = number_by_place(body, mode);
-    body.mode_table.mode_numbers[static_cast<std::size_t>(mode)] = number;
+    body.mode_table.mode_numbers[mode] = number;
     note_vector(body, 0, mode, vector_bytes);
   }
   return true;
@@ -174,8 +174,7 @@ Reading read_kind_nodes(SbrBody &body, int kind, const VectorMessages &messages)
     if (list.nodes[i] < 0) ++unknown;
   }
   if (unknown > 0) SBR_Warning(messages.unknown_nodes, unknown);
-  if (!list.keys.build(list.count, [&](int i) { return ids[static_cast<std::size_t>(i)]; }))
-    return static_cast<Reading>(report_no_memory(kUnit));
+  if (!list.keys.build(list.count, [&](int i) { return ids[i]; })) return static_cast<Reading>(report_no_memory(kUnit));
   return Reading::complete;
 }
 
@@ -292,7 +291,7 @@ Reading read_entries(SbrBody &body, const MatrixBlock &matrix, std::int32_t *sec
   for (std::int32_t i = 0; i < head.entry_count; ++i) {
     SparseRow row;
     if (!transfer(rows, row)) return failed(matrix.problem);
-    entries[static_cast<std::size_t>(i)] = {from_one(row.row), from_one(row.column), row.value};
+    entries[i] = {from_one(row.row), from_one(row.column), row.value};
   }
   return Reading::complete;
 }

@@ -46,6 +46,6 @@ constexpr std::array<BlockEntry, kBlockCount> kBlocks = {{
 
 }  // namespace
 
-const BlockEntry &block_entry(int block) noexcept { return kBlocks[static_cast<std::size_t>(block)]; }
+const BlockEntry &block_entry(int block) noexcept { return kBlocks[block]; }
 
 }  // namespace sbr

@@ -37,7 +37,7 @@ bool build_faces(Mesh &mesh, const SbrBody &body) noexcept {
     face.count = face.capacity = static_cast<std::int32_t>(walk.face().size());
     face.present = true;
     room = std::copy(walk.face().begin(), walk.face().end(), room);
-    mesh.merged_into[static_cast<std::size_t>(slot)] = slot;
+    mesh.merged_into[slot] = slot;
   }
   return true;
 }
@@ -86,7 +86,7 @@ bool fill_incidence(Mesh &mesh) noexcept {
     for (std::int32_t p = 0; p < face.count; ++p) {
       if (!known(face.nodes[p])) continue;
       Node &node = mesh.node(face.nodes[p]);
-      mesh.incidence[static_cast<std::size_t>(node.first + node.count++)] = slot;
+      mesh.incidence[node.first + node.count++] = slot;
     }
   }
   return true;

@@ -62,12 +62,12 @@ struct Mesh {
   std::uint32_t seen_mark = 0;
 
   [[nodiscard]] bool in_play(std::int32_t node) const noexcept {
-    return node >= 0 && static_cast<std::size_t>(node) < nodes.size() && nodes[static_cast<std::size_t>(node)].in_play;
+    return node >= 0 && static_cast<std::size_t>(node) < nodes.size() && nodes[node].in_play;
   }
-  [[nodiscard]] Face &face(std::int32_t slot) noexcept { return faces[static_cast<std::size_t>(slot)]; }
-  [[nodiscard]] const Face &face(std::int32_t slot) const noexcept { return faces[static_cast<std::size_t>(slot)]; }
-  [[nodiscard]] Node &node(std::int32_t index) noexcept { return nodes[static_cast<std::size_t>(index)]; }
-  [[nodiscard]] const Node &node(std::int32_t index) const noexcept { return nodes[static_cast<std::size_t>(index)]; }
+  [[nodiscard]] Face &face(std::int32_t slot) noexcept { return faces[slot]; }
+  [[nodiscard]] const Face &face(std::int32_t slot) const noexcept { return faces[slot]; }
+  [[nodiscard]] Node &node(std::int32_t index) noexcept { return nodes[index]; }
+  [[nodiscard]] const Node &node(std::int32_t index) const noexcept { return nodes[index]; }
   [[nodiscard]] std::span<std::int32_t> faces_of(std::int32_t index) noexcept {
     const Node &n = node(index);
     return {incidence.data() + n.first, static_cast<std::size_t>(n.count)};
@@ -98,8 +98,7 @@ void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept;
 void redirect_face_references(Mesh &mesh, std::int32_t node) noexcept;
 // The slot that a slot's faces have come to.
 [[nodiscard]] inline std::int32_t root_of(const Mesh &mesh, std::int32_t slot) noexcept {
-  while (mesh.merged_into[static_cast<std::size_t>(slot)] != slot)
-    slot = mesh.merged_into[static_cast<std::size_t>(slot)];
+  while (mesh.merged_into[slot] != slot) slot = mesh.merged_into[slot];
   return slot;
 }
 // Brings a node's face list up to date with the merges so far.

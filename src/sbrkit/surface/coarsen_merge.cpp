@@ -135,7 +135,7 @@ std::int32_t first_face(const Mesh &mesh, std::span<const std::int32_t> slots, s
   }
   const FanEnd *end = std::lower_bound(mesh.fan_ends.begin(), mesh.fan_ends.end(), FanEnd{vertex, 0}, by_vertex);
   for (; end != mesh.fan_ends.end() && end->vertex == vertex; ++end) {
-    const std::int32_t slot = slots[static_cast<std::size_t>(end->place)];
+    const std::int32_t slot = slots[end->place];
     if (mesh.face(slot).present && goes_on(mesh.face(slot), vertex)) return slot;
   }
   return -1;
@@ -341,7 +341,7 @@ void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept {
 // the faces that the attempt has reversed.
 bool merge_face_fan(Mesh &mesh, std::int32_t node, int k) noexcept {
   const std::span<const std::int32_t> slots = mesh.faces_of(node);
-  const std::int32_t start = slots[static_cast<std::size_t>(std::abs(k))];
+  const std::int32_t start = slots[std::abs(k)];
   if (k < 0) reverse(mesh.face(start));
   if (!walk_fan(mesh, slots, start)) return give_faces_back(mesh);
   if (string_together(mesh)) return true;
@@ -353,7 +353,7 @@ bool merge_face_fan(Mesh &mesh, std::int32_t node, int k) noexcept {
 // to come. The lists follow when their node's turn comes: see follow_redirections.
 void redirect_face_references(Mesh &mesh, std::int32_t node) noexcept {
   const std::span<const std::int32_t> slots = mesh.faces_of(node);
-  for (std::size_t m = 1; m < slots.size(); ++m) mesh.merged_into[static_cast<std::size_t>(slots[m])] = slots[0];
+  for (std::size_t m = 1; m < slots.size(); ++m) mesh.merged_into[slots[m]] = slots[0];
 }
 
 // A list that names a merged slot names the slot that took it over instead, in ascending order and without repeats.
@@ -365,8 +365,8 @@ void follow_redirections(Mesh &mesh, std::int32_t node) noexcept {
   for (std::int32_t &slot : slots) {
     const std::int32_t root = root_of(mesh, slot);
     for (std::int32_t at = slot; at != root;) {
-      const std::int32_t next = mesh.merged_into[static_cast<std::size_t>(at)];
-      mesh.merged_into[static_cast<std::size_t>(at)] = root;
+      const std::int32_t next = mesh.merged_into[at];
+      mesh.merged_into[at] = root;
       at = next;
     }
     changed = changed || root != slot;

@@ -35,7 +35,7 @@ struct Pruning {
   Array<std::int32_t> next_live;  // per position the first one from it on that may still be blanked; n behind the last
   std::int32_t tail = 0;          // from here on everything that may be blanked is blank
 
-  [[nodiscard]] bool is_blank(std::int32_t p) const noexcept { return blank[static_cast<std::size_t>(p)] != 0; }
+  [[nodiscard]] bool is_blank(std::int32_t p) const noexcept { return blank[p] != 0; }
 };
 
 bool prepare(Pruning &pruning) noexcept {
@@ -44,15 +44,13 @@ bool prepare(Pruning &pruning) noexcept {
   if (!pruning.occurrences.allocate(n) || !pruning.rank.allocate(n) || !pruning.blank.allocate(n) ||
       !pruning.next_live.allocate(static_cast<std::int64_t>(n) + 1))
     return false;
-  for (std::int32_t p = 0; p < n; ++p)
-    pruning.occurrences[static_cast<std::size_t>(p)] = {pruning.mesh.polygon[static_cast<std::size_t>(p)], p};
+  for (std::int32_t p = 0; p < n; ++p) pruning.occurrences[p] = {pruning.mesh.polygon[p], p};
   std::sort(pruning.occurrences.begin(), pruning.occurrences.end(), in_order);
-  for (std::int32_t i = 0; i < n; ++i)
-    pruning.rank[static_cast<std::size_t>(pruning.occurrences[static_cast<std::size_t>(i)].position)] = i;
-  pruning.next_live[static_cast<std::size_t>(n)] = n;
+  for (std::int32_t i = 0; i < n; ++i) pruning.rank[pruning.occurrences[i].position] = i;
+  pruning.next_live[n] = n;
   for (std::int32_t p = n - 1; p >= 0; --p) {
-    const bool may_go = pruning.mesh.in_play(pruning.mesh.polygon[static_cast<std::size_t>(p)]);
-    pruning.next_live[static_cast<std::size_t>(p)] = may_go ? p : p + 1;
+    const bool may_go = pruning.mesh.in_play(pruning.mesh.polygon[p]);
+    pruning.next_live[p] = may_go ? p : p + 1;
   }
   return true;
 }
@@ -61,10 +59,10 @@ bool prepare(Pruning &pruning) noexcept {
 std::int32_t find_live(Pruning &pruning, std::int32_t p) noexcept {
   Array<std::int32_t> &next = pruning.next_live;
   std::int32_t live = p;
-  while (next[static_cast<std::size_t>(live)] != live) live = next[static_cast<std::size_t>(live)];
+  while (next[live] != live) live = next[live];
   while (p != live) {
-    const std::int32_t step = next[static_cast<std::size_t>(p)];
-    next[static_cast<std::size_t>(p)] = live;
+    const std::int32_t step = next[p];
+    next[p] = live;
     p = step;
   }
   return live;
@@ -73,15 +71,15 @@ std::int32_t find_live(Pruning &pruning, std::int32_t p) noexcept {
 // Blanks the positions from begin up to, without, end whose node is in play.
 void blank_range(Pruning &pruning, std::int32_t begin, std::int32_t end) noexcept {
   for (std::int32_t p = find_live(pruning, begin); p < end; p = find_live(pruning, p)) {
-    pruning.blank[static_cast<std::size_t>(p)] = 1;
-    pruning.next_live[static_cast<std::size_t>(p)] = p + 1;
+    pruning.blank[p] = 1;
+    pruning.next_live[p] = p + 1;
   }
 }
 
 // The last position of a's node in (a, a + T) that is not blank; -1 when there is none.
 std::int32_t last_within_reach(const Pruning &pruning, std::int32_t a) noexcept {
-  const std::int32_t node = pruning.mesh.polygon[static_cast<std::size_t>(a)];
-  const Occurrence *own = pruning.occurrences.begin() + pruning.rank[static_cast<std::size_t>(a)];
+  const std::int32_t node = pruning.mesh.polygon[a];
+  const Occurrence *own = pruning.occurrences.begin() + pruning.rank[a];
   const Occurrence *end = std::lower_bound(own + 1, pruning.occurrences.end(),
                                            Occurrence{node, a + std::min(pruning.reach, pruning.n - a)}, in_order);
   for (const Occurrence *b = end - 1; b > own; --b)
@@ -91,9 +89,9 @@ std::int32_t last_within_reach(const Pruning &pruning, std::int32_t a) noexcept 
 
 // The first position of a's node behind a + n - T that is not blank; -1 when there is none.
 std::int32_t first_around_the_end(const Pruning &pruning, std::int32_t a) noexcept {
-  const std::int32_t node = pruning.mesh.polygon[static_cast<std::size_t>(a)];
+  const std::int32_t node = pruning.mesh.polygon[a];
   if (a >= pruning.reach - 1) return -1;  // a + n - T is the last position or lies behind it
-  const Occurrence *own = pruning.occurrences.begin() + pruning.rank[static_cast<std::size_t>(a)];
+  const Occurrence *own = pruning.occurrences.begin() + pruning.rank[a];
   const Occurrence *b = std::lower_bound(own + 1, pruning.occurrences.end(),
                                          Occurrence{node, a + pruning.n - pruning.reach + 1}, in_order);
   const bool may_go = pruning.mesh.in_play(node);
@@ -124,9 +122,9 @@ bool has_repeats(Mesh &mesh, std::int32_t count) noexcept {
     mesh.seen_mark = 1;
   }
   for (std::int32_t p = 0; p < count; ++p) {
-    const std::int32_t node = mesh.polygon[static_cast<std::size_t>(p)];
+    const std::int32_t node = mesh.polygon[p];
     if (node < 0 || static_cast<std::size_t>(node) >= mesh.seen.size()) return true;
-    std::uint32_t &mark = mesh.seen[static_cast<std::size_t>(node)];
+    std::uint32_t &mark = mesh.seen[node];
     if (mark == mesh.seen_mark) return true;
     mark = mesh.seen_mark;
   }
@@ -230,7 +228,7 @@ bool prune_polygon_loops(Mesh &mesh, bool rim_distinct) noexcept {
   blank_excursions(pruning);
   std::size_t kept = 0;
   for (std::int32_t p = 0; p < n; ++p)
-    if (!pruning.is_blank(p)) mesh.polygon[kept++] = mesh.polygon[static_cast<std::size_t>(p)];
+    if (!pruning.is_blank(p)) mesh.polygon[kept++] = mesh.polygon[p];
   (void)mesh.polygon.resize(static_cast<std::int64_t>(kept));
   return false;
 }

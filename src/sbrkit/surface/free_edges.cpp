@@ -129,7 +129,7 @@ class Rims {
 
   [[nodiscard]] bool make_chains(OwnedList<Array<std::int32_t>> &chains) noexcept {
     for (std::int32_t node = 0; node < ids_.count(); ++node) {
-      if (edge_count_[static_cast<std::size_t>(node)] == 0) continue;
+      if (edge_count_[node] == 0) continue;
       Array<std::int32_t> *chain = chains.add();
       if (chain == nullptr || !find_free_edge(node, *chain)) return false;
     }
@@ -144,8 +144,8 @@ class Rims {
   bool link_edges() noexcept {
     if (!first_.allocate(ids_.count() + 1) || !edge_count_.allocate(ids_.count())) return false;
     for (const Side &edge : edges_) {
-      edge_count_[static_cast<std::size_t>(node_of(edge.low))] += 1;
-      edge_count_[static_cast<std::size_t>(node_of(edge.high))] += 1;
+      edge_count_[node_of(edge.low)] += 1;
+      edge_count_[node_of(edge.high)] += 1;
     }
     for (std::size_t n = 0; n < ids_.size(); ++n) first_[n + 1] = first_[n] + edge_count_[n];
     edge_count_.fill_zero();
@@ -159,11 +159,10 @@ class Rims {
 
   // The node at the other end of the edge that leads to the lowest ID, which is eaten; -1 when no edge is left.
   std::int32_t connected_node(std::int32_t node) noexcept {
-    const std::int32_t own = ids_[static_cast<std::size_t>(node)];
+    const std::int32_t own = ids_[node];
     std::int64_t best = -1;
     std::int32_t other = 0;
-    for (std::uint32_t l = first_[static_cast<std::size_t>(node)]; l < first_[static_cast<std::size_t>(node) + 1];
-         ++l) {
+    for (std::uint32_t l = first_[node]; l < first_[static_cast<std::size_t>(node) + 1]; ++l) {
       const std::uint32_t edge = links_[l];
       if (eaten_[edge] != 0) continue;
       const std::int32_t end = edges_[edge].low != own ? edges_[edge].low : edges_[edge].high;
@@ -173,25 +172,25 @@ class Rims {
     }
     if (best < 0) return -1;
     const std::int32_t next = node_of(other);
-    eaten_[static_cast<std::size_t>(best)] = 1;
-    edge_count_[static_cast<std::size_t>(node)] -= 1;
-    edge_count_[static_cast<std::size_t>(next)] -= 1;
+    eaten_[best] = 1;
+    edge_count_[node] -= 1;
+    edge_count_[next] -= 1;
     return next;
   }
 
   // Appends the IDs on the way from a node, while exactly one edge leads on. Gives where the walk ends, -1 for nowhere.
   std::int32_t walk(std::int32_t start, Array<std::int32_t> &chain, bool &room) noexcept {
     std::int32_t next = connected_node(start);
-    while (room && next >= 0 && next != start && edge_count_[static_cast<std::size_t>(next)] == 1) {
-      room = chain.push_back(ids_[static_cast<std::size_t>(next)]);
+    while (room && next >= 0 && next != start && edge_count_[next] == 1) {
+      room = chain.push_back(ids_[next]);
       next = connected_node(next);
     }
-    if (next >= 0) room = room && chain.push_back(ids_[static_cast<std::size_t>(next)]);
+    if (next >= 0) room = room && chain.push_back(ids_[next]);
     return next;
   }
 
   bool find_free_edge(std::int32_t start, Array<std::int32_t> &chain) noexcept {
-    bool room = chain.push_back(ids_[static_cast<std::size_t>(start)]);
+    bool room = chain.push_back(ids_[start]);
     if (walk(start, chain, room) == start) return room;
     const std::size_t forward = chain.size();
     walk(start, chain, room);
@@ -225,7 +224,7 @@ namespace {
 // The chain at an index, or null.
 const sbr::Array<std::int32_t> *chain_at(const SbrBody &body, int chain) noexcept {
   if (chain < 0 || chain >= body.free_edges.count) return nullptr;
-  return body.free_edges.chains[static_cast<std::size_t>(chain)];
+  return body.free_edges.chains[chain];
 }
 
 }  // namespace

@@ -114,9 +114,7 @@ class Stripper {
     const bool forward = nodes.size() > 1 && nodes[1] > nodes[nodes.size() - 1];
     return {static_cast<std::int32_t>(nodes.size()), forward ? 1 : 0, nodes.data()};
   }
-  [[nodiscard]] const StripFace &face(const StripKey &key) const noexcept {
-    return faces_[static_cast<std::size_t>(key.face)];
-  }
+  [[nodiscard]] const StripFace &face(const StripKey &key) const noexcept { return faces_[key.face]; }
   [[nodiscard]] bool equal(std::size_t i, std::size_t j) const noexcept {
     return keys_[i].head == keys_[j].head && keys_[i].next == keys_[j].next && keys_[i].fourth == keys_[j].fourth &&
            compare_rest(face(keys_[i]), face(keys_[j])) == 0;

@@ -135,7 +135,7 @@ void limit_frequency_range(WriteRun &run) noexcept {
   const auto shift = static_cast<std::uint32_t>(SBR_ModeNumber(&body, plan.first_mode)) - 1U;
   const int numbered = std::min(modes, body.mode_table.mode_numbers.count());
   for (int i = 0; i < numbered; ++i) {
-    std::int32_t &number = body.mode_table.mode_numbers[static_cast<std::size_t>(i)];
+    std::int32_t &number = body.mode_table.mode_numbers[i];
     number = static_cast<std::int32_t>(static_cast<std::uint32_t>(number) - shift);
   }
   plan.exported_modes = plan.end_mode - plan.first_mode;
