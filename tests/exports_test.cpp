@@ -34,7 +34,7 @@ std::set<std::string> names_in(const char *path) {
 }
 
 TEST(Exports, TheLibraryShowsExactlyItsListedNames) {
-  EXPECT_EQ(exported_by_library(), names_in(SBRKIT_SOURCE_DIR "/src/sbrkit/exported_names.txt"));
+  EXPECT_EQ(exported_by_library(), names_in(SBRKIT_SOURCE_DIR "/src/sbrkit/api/exported_names.txt"));
 }
 
 }  // namespace

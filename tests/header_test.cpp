@@ -42,7 +42,7 @@ std::vector<fs::path> c_headers() {
 }
 
 std::set<std::string> exported_names() {
-  std::ifstream in(SBRKIT_SOURCE_DIR "/src/sbrkit/exported_names.txt");
+  std::ifstream in(SBRKIT_SOURCE_DIR "/src/sbrkit/api/exported_names.txt");
   return {std::istream_iterator<std::string>(in), {}};
 }
 

@@ -32,7 +32,8 @@ extern "C" {
 SBR_API int SBR_SetMonitorPointInfo(SBR body, int type, int result_type, int component, int load_operators,
                                     const double *location3, const char *name, const char *label);
 
-/** Enters an operator, in place of one that was there. Null body: silent but for the message of a bad index.
+/** Enters an operator, in place of one that was there, which goes even when the new one cannot be had. Null body:
+ *  silent but for the message of a bad index.
  *  @param body   the body
  *  @param point  the point
  *  @param type   1 to 4
