@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -110,6 +111,15 @@ TEST(PublicHeaders, CanBeReadAtASitting) {
 TEST(PublicHeaders, StartWithWhatTheyAreAbout) {
   for (const fs::path &header : c_headers())
     EXPECT_EQ(text_of(header).rfind("/** @file\n *  @brief ", 0), 0U) << header;
+}
+
+// The library's own headers take their guards from their rooms: "sbrkit" is none.
+TEST(PublicHeaders, HaveGuardsThatNoOtherHeaderHas) {
+  for (const fs::path &header : c_headers()) {
+    std::string guard = "SBRKIT_SBRKIT_" + header.stem().string() + "_H";
+    std::transform(guard.begin(), guard.end(), guard.begin(), [](unsigned char c) { return std::toupper(c); });
+    EXPECT_NE(text_of(header).find("\n#ifndef " + guard + "\n#define " + guard + "\n"), std::string::npos) << header;
+  }
 }
 
 TEST(PublicHeaders, AreAllIncludedByTheOneForEverything) {

@@ -4,8 +4,8 @@
  *  A record file is native or XDR encoded (RFC 4506), and holds its reals with 8 or 4 bytes. Memory always holds
  *  doubles. These are the pieces of that conversion that hosts may use themselves; none of them takes a body or sends a
  *  message. */
-#ifndef SBRKIT_CODECS_H
-#define SBRKIT_CODECS_H
+#ifndef SBRKIT_SBRKIT_CODECS_H
+#define SBRKIT_SBRKIT_CODECS_H
 
 #include "sbrkit/types.h"
 

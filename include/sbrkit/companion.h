@@ -3,8 +3,8 @@
  *
  *  The library has weak definitions of these. A host program that defines an operation of the same name, with C
  *  linkage, takes over, and the library calls the host's. */
-#ifndef SBRKIT_COMPANION_H
-#define SBRKIT_COMPANION_H
+#ifndef SBRKIT_SBRKIT_COMPANION_H
+#define SBRKIT_SBRKIT_COMPANION_H
 
 #include "sbrkit/types.h"
 

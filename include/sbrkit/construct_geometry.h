@@ -5,8 +5,8 @@
  *  order, and has it written by SBR_write_SBR(). A node that is not known is added by the call that mentions it; it
  *  stays when a later step of that call fails. Each setter that succeeds raises the block that its contract names, as
  *  SBR_Exists() shows. Numbers are stored as given, infinities and NaN included, in the body's units. */
-#ifndef SBRKIT_CONSTRUCT_GEOMETRY_H
-#define SBRKIT_CONSTRUCT_GEOMETRY_H
+#ifndef SBRKIT_SBRKIT_CONSTRUCT_GEOMETRY_H
+#define SBRKIT_SBRKIT_CONSTRUCT_GEOMETRY_H
 
 #include "sbrkit/types.h"
 

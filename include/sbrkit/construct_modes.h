@@ -20,8 +20,8 @@
  *    was;
  *  - a failed seek (`"Couldn't seek to mode %ld node %ld position in temporary file"`), the allocation message;
  *  - without a message: a failed write, and a body whose modes lie in the record file it was read from. */
-#ifndef SBRKIT_CONSTRUCT_MODES_H
-#define SBRKIT_CONSTRUCT_MODES_H
+#ifndef SBRKIT_SBRKIT_CONSTRUCT_MODES_H
+#define SBRKIT_SBRKIT_CONSTRUCT_MODES_H
 
 #include "sbrkit/types.h"
 

@@ -10,8 +10,8 @@
  *  trailer, end (DB_TermBase(), DB_TermWrite()). The environment variable `KTX_QSRVHOME_DIR` names the directory of the
  *  database system; without it a start reports `"Cannot get KTX_QSRVHOME_DIR."` and fails. The variable is looked up
  *  until it is first found. A failure that comes from the database library has a status, which the messages show. */
-#ifndef SBRKIT_DATABASE_H
-#define SBRKIT_DATABASE_H
+#ifndef SBRKIT_SBRKIT_DATABASE_H
+#define SBRKIT_SBRKIT_DATABASE_H
 
 #include "sbrkit/types.h"
 

@@ -9,8 +9,8 @@
  *  with `"The Qsrv library is not loaded, %s cannot be called."` or `"The Qsrv library has no entry %s."`, and gives 0;
  *  its status is then -1, and what it should have counted or measured is 0. Pointers are handed on as they are: none
  *  may be null but where the entry itself allows it. */
-#ifndef SBRKIT_DATABASE_BINDING_H
-#define SBRKIT_DATABASE_BINDING_H
+#ifndef SBRKIT_SBRKIT_DATABASE_BINDING_H
+#define SBRKIT_SBRKIT_DATABASE_BINDING_H
 
 #include "sbrkit/types.h"
 

@@ -9,8 +9,8 @@
  *  lacks the entry, which is reported, and for want of memory, with the allocation message: the database library tells
  *  no status there. Reading also fails on a status, as when the record has fewer words left; those are given, and zeros
  *  behind them. */
-#ifndef SBRKIT_DATABASE_RECORDS_H
-#define SBRKIT_DATABASE_RECORDS_H
+#ifndef SBRKIT_SBRKIT_DATABASE_RECORDS_H
+#define SBRKIT_SBRKIT_DATABASE_RECORDS_H
 
 #include "sbrkit/types.h"
 

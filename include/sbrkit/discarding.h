@@ -4,8 +4,8 @@
  *  A keep list holds the indices of the nodes that stay, ascending and without repeats. Faces, interface nodes and
  *  nodal loads are renumbered to it, and mode shapes, stresses, strains and pre-vectors rewritten for the nodes that
  *  stay, in new temporary files in the directory of `TMP`. Monitor points and matrix operators stay as they are. */
-#ifndef SBRKIT_DISCARDING_H
-#define SBRKIT_DISCARDING_H
+#ifndef SBRKIT_SBRKIT_DISCARDING_H
+#define SBRKIT_SBRKIT_DISCARDING_H
 
 #include "sbrkit/types.h"
 

@@ -12,8 +12,8 @@
  *  A handle that is not on the registry, because it never was or because the body is gone, is a stranger. Strangers are
  *  left alone here: they are looked up before anything is touched. All other operations trust a handle that is not
  *  null. */
-#ifndef SBRKIT_HANDLE_H
-#define SBRKIT_HANDLE_H
+#ifndef SBRKIT_SBRKIT_HANDLE_H
+#define SBRKIT_SBRKIT_HANDLE_H
 
 #include "sbrkit/types.h"
 

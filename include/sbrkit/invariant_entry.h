@@ -8,8 +8,8 @@
  *
  *  An unknown mode reports `"Mode number %d does not exist.  Requested at line %d in file %s.\n"`. All setters give 0
  *  for a null array and after the allocation message. Values are in the body's units. */
-#ifndef SBRKIT_INVARIANT_ENTRY_H
-#define SBRKIT_INVARIANT_ENTRY_H
+#ifndef SBRKIT_SBRKIT_INVARIANT_ENTRY_H
+#define SBRKIT_SBRKIT_INVARIANT_ENTRY_H
 
 #include "sbrkit/types.h"
 

@@ -26,8 +26,8 @@
  *  Mode arguments are indices, not numbers. Arrays are new, for SBR_FreeMemory(). A null result without a message means
  *  no modes, or an index out of range; memory that ran short is reported with the allocation message. A body without
  *  nodes cannot form the sums of 3, 4 and 8 and reports it so too; those of 5 and 9 it just cannot form. */
-#ifndef SBRKIT_INVARIANTS_H
-#define SBRKIT_INVARIANTS_H
+#ifndef SBRKIT_SBRKIT_INVARIANTS_H
+#define SBRKIT_SBRKIT_INVARIANTS_H
 
 #include "sbrkit/types.h"
 

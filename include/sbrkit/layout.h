@@ -23,8 +23,8 @@
  *  50 and 51 are the old ones: their encoding and precision follow from the code. From code 60 on flags above the low
  *  byte tell them: 0x100 XDR encoded, 0x200 reals of 4 bytes, 0x400 the faces are coarsened or sketched; 0x1000 marks a
  *  record in a database. */
-#ifndef SBRKIT_LAYOUT_H
-#define SBRKIT_LAYOUT_H
+#ifndef SBRKIT_SBRKIT_LAYOUT_H
+#define SBRKIT_SBRKIT_LAYOUT_H
 
 #include "sbrkit/types.h"
 

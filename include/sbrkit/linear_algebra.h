@@ -11,8 +11,8 @@
  *  element (i, j), counted from 0, stands at [i + j * nm], nm >= n. Element (n, 1), counted from 1, of b carries the
  *  tolerance of b from stage to stage when n is above 1. n below 1, nm below n and null arrays do nothing. No operation
  *  here takes a body. */
-#ifndef SBRKIT_LINEAR_ALGEBRA_H
-#define SBRKIT_LINEAR_ALGEBRA_H
+#ifndef SBRKIT_SBRKIT_LINEAR_ALGEBRA_H
+#define SBRKIT_SBRKIT_LINEAR_ALGEBRA_H
 
 #include "sbrkit/types.h"
 

@@ -12,8 +12,8 @@
  *  `"The load case index %d is illegal.\nThe load case index must be non-negative."`, and give 0 after the allocation
  *  message; a case index that no memory can hold gets that message too. Getters send no message; a case outside the
  *  list gives their failure result. */
-#ifndef SBRKIT_LOADS_H
-#define SBRKIT_LOADS_H
+#ifndef SBRKIT_SBRKIT_LOADS_H
+#define SBRKIT_SBRKIT_LOADS_H
 
 #include "sbrkit/types.h"
 

@@ -14,8 +14,8 @@
  *  coordinates, and the elastic modes follow from 6 on.
  *
  *  No operation here sends a message. The lists are entered in construct_modes.h. */
-#ifndef SBRKIT_MATRICES_H
-#define SBRKIT_MATRICES_H
+#ifndef SBRKIT_SBRKIT_MATRICES_H
+#define SBRKIT_SBRKIT_MATRICES_H
 
 #include "sbrkit/types.h"
 

@@ -7,8 +7,8 @@
  *
  *  A record has fields of 8 characters for a name or a tag and of 80 for a row label, which a text may fill whole.
  *  Getters send no message; an operator or block outside its list is a bad index. */
-#ifndef SBRKIT_MATRIX_OPERATORS_H
-#define SBRKIT_MATRIX_OPERATORS_H
+#ifndef SBRKIT_SBRKIT_MATRIX_OPERATORS_H
+#define SBRKIT_SBRKIT_MATRIX_OPERATORS_H
 
 #include "sbrkit/types.h"
 

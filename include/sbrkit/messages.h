@@ -4,8 +4,8 @@
  *  The library prints no diagnostic by itself. Every report is an error, a warning or an information, and goes to the
  *  handler that the host installed for its severity; without a handler it is dropped. A report stops nothing: results
  *  tell what came of an operation. Handlers belong to the process, not to a body. */
-#ifndef SBRKIT_MESSAGES_H
-#define SBRKIT_MESSAGES_H
+#ifndef SBRKIT_SBRKIT_MESSAGES_H
+#define SBRKIT_SBRKIT_MESSAGES_H
 
 #include "sbrkit/types.h"
 

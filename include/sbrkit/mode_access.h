@@ -21,8 +21,8 @@
  *
  *  When to take which: SBR_Mode() for a walk over nodes, SBR_ModeByRef() for one without a copy, SBR_ModeByNode() for
  *  many nodes of few modes, SBR_ModeByNodeWithoutCache() for single nodes of many modes. */
-#ifndef SBRKIT_MODE_ACCESS_H
-#define SBRKIT_MODE_ACCESS_H
+#ifndef SBRKIT_SBRKIT_MODE_ACCESS_H
+#define SBRKIT_SBRKIT_MODE_ACCESS_H
 
 #include "sbrkit/types.h"
 

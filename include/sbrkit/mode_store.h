@@ -16,8 +16,8 @@
  *  that kind, and so does a change of units. Arrays that a host may have a pointer to, from SBR_ModeByRef() or
  *  SBR_ModeFromMemoryByRef(), are put aside then, not freed: they stay readable until SBR_CleanModesInMemory(), though
  *  they show the old values. */
-#ifndef SBRKIT_MODE_STORE_H
-#define SBRKIT_MODE_STORE_H
+#ifndef SBRKIT_SBRKIT_MODE_STORE_H
+#define SBRKIT_SBRKIT_MODE_STORE_H
 
 #include "sbrkit/types.h"
 

@@ -10,8 +10,8 @@
  *
  *  Each kind of mode data (0 shape, 1 stress, 2 strain) has a list of the nodes that it is known at; kind 0 has them
  *  all. A place in such a list is a kind position. */
-#ifndef SBRKIT_MODE_TABLE_H
-#define SBRKIT_MODE_TABLE_H
+#ifndef SBRKIT_SBRKIT_MODE_TABLE_H
+#define SBRKIT_SBRKIT_MODE_TABLE_H
 
 #include "sbrkit/types.h"
 

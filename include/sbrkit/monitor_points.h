@@ -9,8 +9,8 @@
  *
  *  Points count from 0, in order of entry. Getters send no message; a point outside the list is a bad index. Operators
  *  are carried along by orthonormalization and by changes of units; locations are not stored in a record. */
-#ifndef SBRKIT_MONITOR_POINTS_H
-#define SBRKIT_MONITOR_POINTS_H
+#ifndef SBRKIT_SBRKIT_MONITOR_POINTS_H
+#define SBRKIT_SBRKIT_MONITOR_POINTS_H
 
 #include "sbrkit/types.h"
 

@@ -6,8 +6,8 @@
  *  first, SBR_ClosestNodesInNeighborhood() the last: on purpose. Points are 3 doubles in length units. After some
  *  searches over all nodes of a large body SBR_ClosestNode() makes an index over them, which moves and new nodes drop
  *  again. */
-#ifndef SBRKIT_NODE_SEARCH_H
-#define SBRKIT_NODE_SEARCH_H
+#ifndef SBRKIT_SBRKIT_NODE_SEARCH_H
+#define SBRKIT_SBRKIT_NODE_SEARCH_H
 
 #include "sbrkit/types.h"
 

@@ -9,8 +9,8 @@
  *  IDs are signed and need not be dense. Two nodes may have one ID, as a file may bring them: look-ups then give one of
  *  them. Looking an ID up costs about the same however large the table is. Coordinates are in length units of the body,
  *  masses in mass units, inertias in mass times length squared. */
-#ifndef SBRKIT_NODES_H
-#define SBRKIT_NODES_H
+#ifndef SBRKIT_SBRKIT_NODES_H
+#define SBRKIT_SBRKIT_NODES_H
 
 #include "sbrkit/types.h"
 

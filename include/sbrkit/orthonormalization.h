@@ -8,8 +8,8 @@
  *  Old modes i and new modes j meet in a matrix T, M x M doubles row by row: T(i, j) is the weight of old mode i in new
  *  mode j. Rewritten mode data lies in new temporary files, in the directory of `TMP`; the record that the body was
  *  read from is not touched. The marker 1.2345e20 stands for an eigenvalue that does not exist. */
-#ifndef SBRKIT_ORTHONORMALIZATION_H
-#define SBRKIT_ORTHONORMALIZATION_H
+#ifndef SBRKIT_SBRKIT_ORTHONORMALIZATION_H
+#define SBRKIT_SBRKIT_ORTHONORMALIZATION_H
 
 #include "sbrkit/types.h"
 

@@ -17,8 +17,8 @@
  *  - The commands are texts of the form "keyword item=value item=(list) ..."; docs/database.md lists those that are
  *    sent.
  *  - One thread at a time calls them, and one database is open at a time. */
-#ifndef SBRKIT_QSRV_ENTRIES_H
-#define SBRKIT_QSRV_ENTRIES_H
+#ifndef SBRKIT_SBRKIT_QSRV_ENTRIES_H
+#define SBRKIT_SBRKIT_QSRV_ENTRIES_H
 
 #include <stdint.h>
 

@@ -8,8 +8,8 @@
  *
  *  Files are not trusted: a count is held against what is left of the file before memory is taken for it. A file that
  *  ends early is refused or read as far as it goes, as the contracts say. */
-#ifndef SBRKIT_READ_H
-#define SBRKIT_READ_H
+#ifndef SBRKIT_SBRKIT_READ_H
+#define SBRKIT_SBRKIT_READ_H
 
 #include "sbrkit/types.h"
 

@@ -2,8 +2,8 @@
  *  @brief Renumbering of nodes, and a body in another frame and mode basis.
  *
  *  Node IDs change in place; indices, and with them faces, interface nodes and nodal loads, do not. */
-#ifndef SBRKIT_RENUMBERING_H
-#define SBRKIT_RENUMBERING_H
+#ifndef SBRKIT_SBRKIT_RENUMBERING_H
+#define SBRKIT_SBRKIT_RENUMBERING_H
 
 #include "sbrkit/types.h"
 

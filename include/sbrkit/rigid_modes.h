@@ -6,8 +6,8 @@
  *  loads) is carried, once, onto the six rigid coordinates: translations along x, y, z and rotations about x, y, z
  *  through the origin, which are called the principal axes here. A mark per list says that it stands there, and is
  *  stored in the record. */
-#ifndef SBRKIT_RIGID_MODES_H
-#define SBRKIT_RIGID_MODES_H
+#ifndef SBRKIT_SBRKIT_RIGID_MODES_H
+#define SBRKIT_SBRKIT_RIGID_MODES_H
 
 #include "sbrkit/types.h"
 

@@ -18,8 +18,8 @@
  *  and `"The normal of a mirror plane ..."`; `"The distance of a translation must be finite."`,
  *  `"The angle of a rotation must be finite."`. A failure later leaves done what was done. Mode data that cannot be
  *  rewritten is reported and stays as it was, while the rest goes on. */
-#ifndef SBRKIT_RIGID_MOTION_H
-#define SBRKIT_RIGID_MOTION_H
+#ifndef SBRKIT_SBRKIT_RIGID_MOTION_H
+#define SBRKIT_SBRKIT_RIGID_MOTION_H
 
 #include "sbrkit/types.h"
 

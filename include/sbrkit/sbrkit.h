@@ -57,8 +57,8 @@
  *  - **Threads.** One thread at a time per handle, and one at a time for what the process shares (registry, handlers,
  *    database, loader): nothing is locked, and even a look-up may change the handle, since it builds tables and
  *    caches. */
-#ifndef SBRKIT_SBRKIT_H
-#define SBRKIT_SBRKIT_H
+#ifndef SBRKIT_SBRKIT_SBRKIT_H
+#define SBRKIT_SBRKIT_SBRKIT_H
 
 #include "sbrkit/codecs.h"
 #include "sbrkit/companion.h"

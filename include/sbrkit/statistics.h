@@ -22,8 +22,8 @@
  *  that breaks off. Reported: the table cannot be had (the allocation message); the kind has no nodes (the allocation
  *  message too); the block has another count of modes, `"Inconsistent number of modes detected at line %d in file %s"`,
  *  once: the next request works the figures out. */
-#ifndef SBRKIT_STATISTICS_H
-#define SBRKIT_STATISTICS_H
+#ifndef SBRKIT_SBRKIT_STATISTICS_H
+#define SBRKIT_SBRKIT_STATISTICS_H
 
 #include "sbrkit/types.h"
 

@@ -5,8 +5,8 @@
  *  solid elements bring faces inside the body. The face list is flat: per face its vertex count and then that many node
  *  indices; coarsened faces have any number of vertices. A write runs these steps on request (write.h); nodes that no
  *  longer occur in a face leave the body by discarding (discarding.h). */
-#ifndef SBRKIT_SURFACE_H
-#define SBRKIT_SURFACE_H
+#ifndef SBRKIT_SBRKIT_SURFACE_H
+#define SBRKIT_SBRKIT_SURFACE_H
 
 #include "sbrkit/types.h"
 
@@ -17,12 +17,12 @@ extern "C" {
 /** Coarsens the faces: wherever a node sits in a small and nearly flat neighbourhood, the faces around it become one
  *  polygon, and the node leaves the surface (not the node table). Null body: reported.
  *
- *  Interface nodes always stay. A node goes when every vertex of its faces lies within resolution x diagonal of the box
- *  of all nodes, its faces are parallel to the first of them within the angle (flipped ones count as parallel), and
- *  they can be walked edge by edge. With the co-linear flag, vertices between two short sides that are within 10
- *  degrees of straight are dropped then. Tells `"Coarsening to resolution %d%%%% with face-angle %5.2lf deg"`, the
- *  nodes that stay, and `"\nFace reduction from %d to %d"`. Progress goes to SBR_TimeMonitor(). The faces count as
- *  coarsened afterwards.
+ *  Interface nodes always stay. A node goes when it has two faces or more, every vertex of its faces that may still go
+ *  lies within resolution x diagonal of the box of all nodes, its faces are parallel to the first of them within the
+ *  angle (flipped ones count as parallel), and they can be walked edge by edge. With the co-linear flag, vertices
+ *  between two short sides that are within 10 degrees of straight are dropped then. Tells
+ *  `"Coarsening to resolution %d%%%% with face-angle %5.2lf deg"`, the nodes that stay, and
+ *  `"\nFace reduction from %d to %d"`. Progress goes to SBR_TimeMonitor(). The faces count as coarsened afterwards.
  *
  *  A body without faces or nodes, or short memory for the tables, reports
  *  `"Problem encountered while trimming geometry\n"` and stays as it is.

@@ -1,7 +1,7 @@
 /** @file
  *  @brief System queries: local time, the operating system, processor time. */
-#ifndef SBRKIT_SYSTEM_H
-#define SBRKIT_SYSTEM_H
+#ifndef SBRKIT_SBRKIT_SYSTEM_H
+#define SBRKIT_SBRKIT_SYSTEM_H
 
 #include "sbrkit/types.h"
 

@@ -4,8 +4,8 @@
  *  Include sbrkit/sbrkit.h for the whole interface, or the header of an area for that area alone. Each stands by
  *  itself, in C99 and in C++. The conventions that all contracts rest on are on the main page of this reference, at the
  *  head of sbrkit.h. */
-#ifndef SBRKIT_TYPES_H
-#define SBRKIT_TYPES_H
+#ifndef SBRKIT_SBRKIT_TYPES_H
+#define SBRKIT_SBRKIT_TYPES_H
 
 #include <stdint.h>
 #include <stdio.h>

@@ -5,8 +5,8 @@
  *  with their multipliers). Empty labels stand for `"KILOGRAM"`, `"METER"`, `"SECOND"`, `"NEWTON"`. Everything that
  *  lives in memory is scaled when the units change; mode data on disk is not touched, but brought to the body's units
  *  each time it is read. No operation here sends a message. */
-#ifndef SBRKIT_UNITS_H
-#define SBRKIT_UNITS_H
+#ifndef SBRKIT_SBRKIT_UNITS_H
+#define SBRKIT_SBRKIT_UNITS_H
 
 #include "sbrkit/types.h"
 

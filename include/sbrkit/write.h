@@ -8,8 +8,8 @@
  *  succeeds or not.
  *
  *  Memory follows the node count: one mode passes through at a time. Long runs report to SBR_TimeMonitor(). */
-#ifndef SBRKIT_WRITE_H
-#define SBRKIT_WRITE_H
+#ifndef SBRKIT_SBRKIT_WRITE_H
+#define SBRKIT_SBRKIT_WRITE_H
 
 #include "sbrkit/types.h"
 
@@ -24,7 +24,8 @@ extern "C" {
  *  coarsening; then encoding and precision; orthonormalization, frequency range, invariants, discarding, units; then
  *  the blocks. A range that holds no mode, as with a highpass above the lowpass, is told in so many words and fails the
  *  write, unless the option "empty" leaves the modes out. Modes whose generalized mass is exactly 0 end the range.
- *  Reals of single precision are narrowed by the usual rounding. Monitor points keep all modes, whatever the range.
+ *  Loads and damping go to the principal axes, and nodes are discarded, only in a record that gets invariant 3. Reals
+ *  of single precision are narrowed by the usual rounding. Monitor points keep all modes, whatever the range.
  *  Deliberate difference: the mode shape transformation (block 15) is written with the row length that the matrix has
  *  in memory, also where dropped modes made it anew as an identity of lower order; reading such a matrix with the row
  *  length before would garble it.
