@@ -116,9 +116,11 @@ TEST(PublicHeaders, StartWithWhatTheyAreAbout) {
 // The library's own headers take their guards from their rooms: "sbrkit" is none.
 TEST(PublicHeaders, HaveGuardsThatNoOtherHeaderHas) {
   for (const fs::path &header : c_headers()) {
-    std::string guard = "SBRKIT_SBRKIT_" + header.stem().string() + "_H";
+    std::string guard = "SBRKIT_SBRKIT_" + header.stem().string() + "_H\n";
     std::transform(guard.begin(), guard.end(), guard.begin(), [](unsigned char c) { return std::toupper(c); });
-    EXPECT_NE(text_of(header).find("\n#ifndef " + guard + "\n#define " + guard + "\n"), std::string::npos) << header;
+    std::string opening("\n#ifndef ");
+    opening.append(guard).append("#define ").append(guard);
+    EXPECT_NE(text_of(header).find(opening), std::string::npos) << header;
   }
 }
 
