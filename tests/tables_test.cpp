@@ -29,7 +29,7 @@ TEST_F(TablesTest, NodesKeepTheirOrderOfAppearance) {
 TEST_F(TablesTest, ANegativeIdSortsBeforeAllPositiveOnes) {
   SBR body = SBR_Create(10, 2);
   for (const int id : {7, -4, 1}) SBR_AddNode(body, id);
-  const auto keys = sbr::sorted_keys(*body, 0);
+  const auto keys = sbr::sorted_keys(*body, sbr::Kind::shape);
   ASSERT_EQ(keys.size(), 3U);
   EXPECT_EQ(keys[0].id, -4);
   EXPECT_EQ(keys[0].position, 1);
@@ -54,9 +54,9 @@ TEST_F(TablesTest, LookupsFindEveryNodeOfALargeTableInAnyOrderOfArrival) {
 TEST_F(TablesTest, StressAndStrainListsPointAtTheirNodesAfterTheTableHasGrown) {
   SBR body = SBR_Create(10, 2);
   for (int id = 1; id <= 1000; ++id) SBR_AddNode(body, id);
-  ASSERT_EQ(sbr::kind_position_or_add(*body, 1, 700, SBR_NodeIndex(body, 700)), 0);
-  ASSERT_EQ(sbr::kind_position_or_add(*body, 1, 20, SBR_NodeIndex(body, 20)), 1);
-  ASSERT_EQ(sbr::kind_position_or_add(*body, 2, 999, SBR_NodeIndex(body, 999)), 0);
+  ASSERT_EQ(sbr::kind_position_or_add(*body, sbr::Kind::stress, 700, SBR_NodeIndex(body, 700)), 0);
+  ASSERT_EQ(sbr::kind_position_or_add(*body, sbr::Kind::stress, 20, SBR_NodeIndex(body, 20)), 1);
+  ASSERT_EQ(sbr::kind_position_or_add(*body, sbr::Kind::strain, 999, SBR_NodeIndex(body, 999)), 0);
   for (int id = 1001; id <= 3500; ++id) SBR_AddNode(body, id);
   EXPECT_EQ(SBR_ModeNodeID(body, 1, 0), 700);
   EXPECT_EQ(SBR_ModeNodeID(body, 1, 1), 20);
@@ -70,7 +70,7 @@ TEST_F(TablesTest, ADuplicateIdGetsAPlaceOfItsOwn) {
   SBR_AddNode(body, 4);
   EXPECT_EQ(SBR_AddNode(body, 4), 1);
   EXPECT_EQ(SBR_NodeCount(body), 2);
-  const auto keys = sbr::sorted_keys(*body, 0);
+  const auto keys = sbr::sorted_keys(*body, sbr::Kind::shape);
   EXPECT_EQ(keys[0].position, 0);
   EXPECT_EQ(keys[1].position, 1);
 }
@@ -95,7 +95,7 @@ TEST_F(TablesTest, AnEmptyKindListHasNoPositions) {
   SBR body = SBR_Create(10, 2);
   SBR_AddNode(body, 1);
   EXPECT_EQ(SBR_ModeNodeIndex(body, 1, 1), -1);
-  EXPECT_FALSE(body->nodes.kinds[1].keys.present());
+  EXPECT_FALSE(body->nodes.kinds[sbr::Kind::stress].keys.present());
   EXPECT_EQ(SBR_ModeNodeID(body, 1, 0), 0);
   EXPECT_EQ(SBR_ModeNodeCount(body, 3), 0);
   EXPECT_EQ(SBR_ModeNodeIndex(body, -1, 1), -1);

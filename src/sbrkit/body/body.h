@@ -9,8 +9,11 @@
 #include "base/memory.h"
 #include "body/key_table.h"
 #include "body/node_search.h"
-#include "record/blocks.h"
 #include "record/channel.h"
+#include "record/kinds.h"
+#include "record/layout.h"
+#include "record/rows.h"
+#include "record/toc.h"
 #include "sbrkit/sbrkit.h"
 
 namespace sbr {
@@ -26,8 +29,6 @@ struct NodeRecord {
   double mass = 0.0;
 };
 
-using SixVector = std::array<double, 6>;  // xx, yy, zz, xy, xz, yz
-
 // The node list of one kind of mode data. For kind 0 the list is the node table itself: the position of a node is its
 // index, `nodes` stays empty and the keys are those of the node table.
 struct KindNodes {
@@ -41,7 +42,7 @@ struct NodeTable {
   Array<NodeRecord> nodes;    // in order of first appearance, or of the file; size() is the node count
   Array<SixVector> inertias;  // nodal inertias, in no particular order
   KeyTable keys;              // ID -> node index, built at the first lookup
-  KindNodes kinds[3];
+  PerKind<KindNodes> kinds;
   bool shape_list_present = false;  // the kind 0 list exists (a body read without mode shapes has none)
 };
 
@@ -71,41 +72,22 @@ struct PendingModeWrites {
 };
 
 struct ModeStore {
-  Array<std::int64_t> offsets[3];  // per kind, where each mode's record starts in the kind's channel
+  PerKind<Array<std::int64_t>> offsets;  // per kind, where each mode's record starts in the kind's channel
   int keep_in_memory = 1;
   int memory_limit = 0;  // cache slots that may be filled; 0 until worked out
   int memory_used = 0;
-  OwnedList<Array<double>> memory[3][2];  // by kind and part: per mode index a cached part, or an empty place
-  PendingModeWrites pending[3];           // per kind, entered but not yet in the temporary file
+  PerKind<OwnedList<Array<double>>[2]> memory;  // by kind and part: per mode index a cached part, or an empty place
+  PerKind<PendingModeWrites> pending;           // per kind, entered but not yet in the temporary file
 };
 
 // ---- mode access: sbrmodes -----------------------------------------------------------------------------------------
 
 struct ModeAccess {
-  int current_mode[3] = {-1, -1, -1};  // mode index held in current_record; mode_count for a pre-vector
-  Array<double> current_record[3];
+  PerKind<int> current_mode{{-1, -1, -1}};  // mode index held in current_record; mode_count for a pre-vector
+  PerKind<Array<double>> current_record;
   Array<double> ref_buffer;
   Array<double> transformation;  // mode_count x mode_count, row by row, at the time it was made
   Array<std::int32_t> transformation_modes;
-};
-
-// ---- header texts and version: sbrset, sbrtoc ----------------------------------------------------------------------
-
-struct HeaderTexts {
-  char title[128] = {};
-  char date[32] = {};
-  char input_file_name[128] = {};
-  char input_file_type[16] = {};
-  char comment1[80] = {};
-  char comment2[80] = {};
-  char comment3[80] = {};
-};
-
-struct Layout {
-  std::uint32_t version = 31;  // low byte the version code, above it the flags
-  std::int64_t block_offset[kBlockCount] = {};
-  unsigned char content[kContentBytes] = {};
-  std::int32_t sized_modes = 0;  // the mode count that the sizing of a block read last
 };
 
 // ---- units: sbrunits -----------------------------------------------------------------------------------------------
@@ -127,15 +109,6 @@ struct UnitState {
 };
 
 // ---- generalized matrices and eigenvalues: sbrmatrices -------------------------------------------------------------
-
-struct EigenRecord {
-  std::int32_t mode = 0;
-  double eigenvalue = 0.0;
-  double frequency_hz = 0.0;
-  double frequency_rad = 0.0;
-  double generalized_mass = 0.0;
-  double generalized_stiffness = 0.0;
-};
 
 struct SparseEntry {
   std::int32_t row = 0;  // mode indices
@@ -169,12 +142,6 @@ struct InterfaceNodes {
 };
 
 // ---- global properties and inertia invariants: sbrinvar ------------------------------------------------------------
-
-struct GlobalProperties {
-  double mass = 0.0;
-  double center[3] = {};
-  double inertia[9] = {};  // positive products of inertia
-};
 
 // Filled cells have memory. The shapes follow from the mode count at the time a cell was made, kept in `modes`.
 struct Invariants {
@@ -210,11 +177,6 @@ struct Loads {
 };
 
 // ---- statistics, pre-stress, pre-strain: sbrstatistics, sbrset -----------------------------------------------------
-
-struct ModalStatistics {
-  std::int32_t node_ids[13];
-  double values[13];
-};
 
 struct PreVectors {
   Array<SixVector> stress;  // by kind position of kind 1
@@ -272,8 +234,8 @@ struct SbrBody {
   int reference_count = 1;
 
   sbr::Array<float> float_buffer;
-  sbr::StreamChannel record;    // the record file that the body was read from
-  sbr::StreamChannel modes[3];  // shape, stress, strain: alias of the record channel, or a temporary file
+  sbr::StreamChannel record;               // the record file that the body was read from
+  sbr::PerKind<sbr::StreamChannel> modes;  // shape, stress, strain: alias of the record channel, or a temporary file
 
   sbr::Layout layout;
   sbr::HeaderTexts header;
@@ -304,10 +266,11 @@ struct SbrBody {
 
 namespace sbr {
 
-// The content flag of a block (3 to 35). Reading it is SBR_Exists.
-inline bool has_block(const SbrBody &body, int block) {
-  const int byte = content_byte(block);
-  return byte < 0 ? block >= 0 && block < 3 : body.layout.content[byte] != 0;
+// Whether the body's record has a block.
+inline bool has_block(const SbrBody &body, int block) { return has_block(body.layout, block); }
+// Moves the record channel to a block. False, without a move, when the channel is closed or the block is not there.
+[[nodiscard]] inline bool go_to_block(SbrBody &body, int block) noexcept {
+  return go_to_block(body.record, body.layout, block);
 }
 inline void set_block(SbrBody &body, int block, bool exists = true) {
   const int byte = content_byte(block);
@@ -319,11 +282,6 @@ inline void forget_interface_places(SbrBody &body) noexcept {
   body.interface_nodes.place.release();
   body.interface_nodes.mapped = -1;
 }
-
-// The head of the registry, for the creators that look a body up by its file name. sbrcreate owns the list.
-[[nodiscard]] SbrBody *registry_head() noexcept;
-// A new body at the tail of the registry; null when memory is short.
-[[nodiscard]] SbrBody *new_body() noexcept;
 
 }  // namespace sbr
 

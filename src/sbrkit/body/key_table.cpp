@@ -99,7 +99,7 @@ std::int32_t KeyTable::find(std::int32_t id) noexcept {
   if (!sorted_) sort_keys();
   const NodeKey key{id, 0};
   const auto *found =
-      static_cast<const NodeKey *>(std::bsearch(&key, keys_.data(), keys_.size(), sizeof(NodeKey), By_Id));
+      static_cast<const NodeKey *>(std::bsearch(&key, keys_.data(), keys_.size(), sizeof(NodeKey), compare_ids));
   return found == nullptr ? -1 : found->position;
 }
 
@@ -170,12 +170,14 @@ void KeyTable::shift_ids(std::int32_t offset) noexcept {
   indexed_ = false;
 }
 
-}  // namespace sbr
-
-extern "C" int By_Id(const void *a, const void *b) {
+int compare_ids(const void *a, const void *b) noexcept {
   std::int32_t first = 0;
   std::int32_t second = 0;
   std::memcpy(&first, a, sizeof first);
   std::memcpy(&second, b, sizeof second);
   return first < second ? -1 : first > second ? 1 : 0;
 }
+
+}  // namespace sbr
+
+extern "C" int By_Id(const void *a, const void *b) { return sbr::compare_ids(a, b); }

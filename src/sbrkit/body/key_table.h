@@ -18,6 +18,9 @@ struct NodeKey {
   std::int32_t position;
 };
 
+// Orders by the first 32-bit member, signed: -1, 0 or 1.
+[[nodiscard]] int compare_ids(const void *a, const void *b) noexcept;
+
 class KeyTable {
  public:
   // A table is absent until it is built or a key is inserted.
