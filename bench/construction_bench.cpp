@@ -18,8 +18,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "body.h"
-#include "modestore.h"
+#include "body/body.h"
+#include "modes/store.h"
 
 namespace {
 

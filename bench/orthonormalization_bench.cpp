@@ -9,8 +9,8 @@
 #include <random>
 #include <vector>
 
-#include "body.h"
-#include "moderewrite.h"
+#include "body/body.h"
+#include "modes/rewrite.h"
 
 namespace {
 

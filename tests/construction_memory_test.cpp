@@ -2,7 +2,7 @@
 // memory; the body stays whole, and the same call succeeds when there is memory again.
 #include <functional>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/allocations.h"
 #include "support/messages.h"
 

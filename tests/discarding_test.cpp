@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/files.h"
 #include "support/meshes.h"
 #include "support/messages.h"

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/record_builder.h"

@@ -9,9 +9,9 @@
 #include <random>
 #include <tuple>
 
-#include "body.h"
-#include "modestore.h"
-#include "sbrdata.h"
+#include "body/body.h"
+#include "body/node_table.h"
+#include "modes/store.h"
 #include "support/files.h"
 #include "support/messages.h"
 

@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <vector>
 
-#include "body.h"
-#include "modestore.h"
+#include "body/body.h"
+#include "modes/store.h"
 #include "support/files.h"
 #include "support/messages.h"
 

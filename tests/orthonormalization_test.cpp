@@ -7,7 +7,7 @@
 #include <random>
 #include <string>
 
-#include "sbrortho.h"
+#include "dynamics/orthonormalize.h"
 #include "support/messages.h"
 #include "support/modal_body.h"
 

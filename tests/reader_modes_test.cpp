@@ -1,7 +1,7 @@
 // Reading eigenvalues, mode lists and positions, generalized matrices, transformation, statistics, pre-vectors.
 #include <cmath>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/record_test.h"
 
 namespace sbrtest {

@@ -1,9 +1,10 @@
 // Opening records: sharing by name, recognizing the encoding, header, units, nodes, mass, faces.
+#include "read/reader.h"
+
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "body.h"
-#include "sbrread.h"
+#include "body/body.h"
 #include "support/record_test.h"
 
 namespace sbrtest {

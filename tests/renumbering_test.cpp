@@ -3,8 +3,8 @@
 #include <climits>
 #include <vector>
 
-#include "body.h"
-#include "sbrdata.h"
+#include "body/body.h"
+#include "body/node_table.h"
 #include "support/messages.h"
 
 namespace sbrtest {

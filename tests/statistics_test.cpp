@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-#include "body.h"
-#include "sbrdata.h"
+#include "body/body.h"
+#include "body/node_table.h"
 #include "support/messages.h"
 
 namespace sbrtest {

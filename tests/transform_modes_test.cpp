@@ -9,8 +9,8 @@
 #include <random>
 #include <string>
 
-#include "modecombine.h"
-#include "modestore.h"
+#include "modes/combine.h"
+#include "modes/store.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/modal_body.h"

@@ -8,8 +8,8 @@
 #include <random>
 #include <vector>
 
-#include "body.h"
-#include "sbrmod.h"
+#include "body/body.h"
+#include "frame/rigid_motion.h"
 #include "support/files.h"
 #include "support/messages.h"
 

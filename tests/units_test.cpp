@@ -1,4 +1,6 @@
 // Unit tables, lookups and the conversion of values.
+#include "body/units.h"
+
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -6,8 +8,7 @@
 #include <limits>
 #include <random>
 
-#include "body.h"
-#include "sbrunits.h"
+#include "body/body.h"
 #include "support/messages.h"
 
 namespace sbrtest {

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/messages.h"

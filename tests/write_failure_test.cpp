@@ -5,11 +5,11 @@
 #include <csignal>
 #include <map>
 
-#include "sbrwrite.h"
 #include "support/allocations.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/messages.h"
+#include "write/pipeline.h"
 
 namespace sbrtest {
 namespace {
