@@ -58,11 +58,11 @@ for tests in OFF ON; do
   done
 done
 
-# As a part of a project in C, with nothing but the library.
+# As a part of another project, with nothing but the library.
 mkdir -p "$scratch/parent"
 cat >"$scratch/parent/CMakeLists.txt" <<'EOF'
 cmake_minimum_required(VERSION 3.25)
-project(parent LANGUAGES C)
+project(parent LANGUAGES ${LANGUAGES})
 add_subdirectory(${SBRKIT} sbrkit)
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/host.c "#include <sbrkit/sbrkit.h>\nint main(void) { return SBR_Create(1, 1) == 0; }\n")
 add_executable(host ${CMAKE_CURRENT_BINARY_DIR}/host.c)
@@ -71,7 +71,8 @@ if(TARGET sbr OR TARGET sbrkit_test_support)
   message(FATAL_ERROR "a part of another project brings its own tests or tools")
 endif()
 EOF
-source=$scratch/parent configures "as a part of a project in C" -DSBRKIT="$PWD"
+source=$scratch/parent configures "as a part of a project in C" -DSBRKIT="$PWD" -DLANGUAGES=C
+source=$scratch/parent configures "as a part of a project in C and C++" -DSBRKIT="$PWD" -DLANGUAGES="C;CXX"
 
 rm -rf "$scratch"
 echo "options: $passed passed, $failed failed"
