@@ -14,8 +14,14 @@
 //
 // The classes are defined in this header, and their state (registry, last error, search list) belongs to the program or
 // shared library that includes it. No lock guards it. Exhausted memory is a failed operation, never an exception.
+//
+// Needs C++20.
 #ifndef SBRKIT_DYNAMIC_LIBRARY_HPP
 #define SBRKIT_DYNAMIC_LIBRARY_HPP
+
+#if __cplusplus < 202002L
+#error "dynamic_library.hpp needs C++20 (-std=c++20)"
+#endif
 
 #include <dlfcn.h>
 #include <link.h>

@@ -9,6 +9,8 @@
 //
 // The C operations SBR_GetFreeEdgeCount, SBR_GetFreeEdgeSize and SBR_GetFreeEdge give the same chains of a body, as
 // node IDs. The classes throw std::bad_alloc when memory is short. One thread at a time.
+//
+// Needs C++20.
 #ifndef SBRKIT_FREE_EDGES_HPP
 #define SBRKIT_FREE_EDGES_HPP
 
