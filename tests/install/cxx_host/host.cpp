@@ -1,9 +1,9 @@
 // A host in C++: weighs a body, finds the rim of a square by the classes, and names a library.
-#include <sbrkit/dynamic_library.hpp>
-#include <sbrkit/free_edges.hpp>
 #include <sbrkit/sbrkit.h>
 
 #include <cstdio>
+#include <sbrkit/dynamic_library.hpp>
+#include <sbrkit/free_edges.hpp>
 
 int main() {
   SBR body = SBR_Create(2, 1);
