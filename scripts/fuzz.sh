@@ -48,7 +48,7 @@ for source in "$PWD"/fuzz/*_fuzz.cpp; do
   lengths=(-max_len=65536)
   [ "$name" != mesh_fuzz ] || lengths=(-max_len=2000)
   # In a directory of its own: what an input asks to be read is not the project's.
-  if (cd "$corpora" && exec "$program" "${lengths[@]}" -max_total_time="$seconds" -rss_limit_mb=1024 -timeout=5 -print_final_stats=1 \
+  if (cd "$corpora" && exec "$program" "${lengths[@]}" -max_total_time="$seconds" -rss_limit_mb=1024 -timeout=15 -print_final_stats=1 \
       -artifact_prefix="$failures/$name-" "$corpora/$name") >"$corpora/$name.log" 2>&1; then
     passed=$((passed + 1))
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$corpora/$name.log")
