@@ -1,4 +1,3 @@
-// Messages: format a text and hand it to the host's handler. The three handler pointers are the unit's only state.
 #include "base/reports.h"
 
 #include <cstdarg>
@@ -6,6 +5,7 @@
 
 #include "sbrkit/sbrkit.h"
 
+namespace sbr {
 namespace {
 
 constexpr int kTextSize = 1008;
@@ -22,6 +22,37 @@ int deliver(Handler handler, const char *format, std::va_list arguments) noexcep
 }
 
 }  // namespace
+
+void report_error(const char *format, ...) noexcept {
+  std::va_list arguments;
+  va_start(arguments, format);
+  (void)deliver(handlers_in_use.error, format, arguments);
+  va_end(arguments);
+}
+
+void report_warning(const char *format, ...) noexcept {
+  std::va_list arguments;
+  va_start(arguments, format);
+  (void)deliver(handlers_in_use.warning, format, arguments);
+  va_end(arguments);
+}
+
+void report_info(const char *format, ...) noexcept {
+  std::va_list arguments;
+  va_start(arguments, format);
+  (void)deliver(handlers_in_use.info, format, arguments);
+  va_end(arguments);
+}
+
+bool report_no_memory(const char *unit, int line) noexcept {
+  report_error("Failed to allocate memory at line %d in file %s.\n", line, unit);
+  return false;
+}
+
+}  // namespace sbr
+
+using sbr::deliver;
+using sbr::handlers_in_use;
 
 extern "C" {
 
@@ -55,12 +86,3 @@ int SetMessageHandlers(const message_handlers *handlers) {
 }
 
 }  // extern "C"
-
-namespace sbr {
-
-int report_no_memory(const char *unit, int line) noexcept {
-  SBR_Error("Failed to allocate memory at line %d in file %s.\n", line, unit);
-  return 0;
-}
-
-}  // namespace sbr

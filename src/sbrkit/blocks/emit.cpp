@@ -1,6 +1,8 @@
 // The order of the blocks, and what is reported when one cannot be written.
 #include "blocks/emit.h"
 
+#include "base/reports.h"
+
 namespace sbr {
 namespace {
 
@@ -59,7 +61,7 @@ bool emit_blocks(SbrBody &body, const WritePlan &plan, const Sink &out, const ch
   Emission run{body, plan, out, unit, {}, {}};
   for (const Step &step : kSteps) {
     if (!plan.has(step.block) || emit_block(run, step)) continue;
-    SBR_Error("%s", step.message);
+    report_error("%s", step.message);
     return false;
   }
   return true;

@@ -38,8 +38,8 @@ struct Emission {
   const WritePlan &plan;
   const Sink &out;
   const char *unit;
-  ModeList lists[2];     // stress, strain
-  Array<double> packed;  // scratch: the written entries of one mode, a piece at a time
+  PerKind<ModeList> lists;  // stress and strain have one
+  Array<double> packed;     // scratch: the written entries of one mode, a piece at a time
 
   // Puts one record of fields.
   template <class Record>

@@ -2,8 +2,10 @@
 // units.
 #include <array>
 
+#include "base/reports.h"
 #include "blocks/emit.h"
 #include "body/node_table.h"
+#include "body/units.h"
 
 namespace sbr {
 namespace {
@@ -11,8 +13,8 @@ namespace {
 // Warns of nodes at the origin. One is normal; more are a sign of coordinates that were never given.
 void warn_of_origin_nodes(const Array<std::int32_t> &ids) noexcept {
   if (ids.size() < 2) return;
-  SBR_Warning("Found %d node(s) with coordinates (0,0,0).  They are:", ids.count());
-  for (const std::int32_t id : ids) SBR_Warning("   %d", id);
+  report_warning("Found %d node(s) with coordinates (0,0,0).  They are:", ids.count());
+  for (const std::int32_t id : ids) report_warning("   %d", id);
 }
 
 // The element topology block sorts faces into groups by their node count: 2 to 13 nodes.
@@ -37,7 +39,7 @@ bool put_group_faces(Emission &run, int nodes_per_face) noexcept {
     if (static_cast<int>(nodes.size()) != nodes_per_face) return true;
     std::array<std::int32_t, kIgnoredFaceWords + kSmallestFace + kGroups> record{};
     std::size_t used = kIgnoredFaceWords;
-    for (const std::int32_t index : nodes) record[used++] = SBR_NodeID(&run.body, index);
+    for (const std::int32_t index : nodes) record[used++] = node_id(run.body, index);
     return run.out.ints(record.data(), static_cast<std::int64_t>(used));
   });
 }
@@ -56,7 +58,7 @@ bool walk_inertias(SbrBody &body, Visit visit) noexcept {
   const int nodes = node_count(body);
   for (int i = 0; i < nodes; ++i) {
     double matrix[9];
-    if (SBR_NodalInertia(&body, i, matrix) == 0) continue;
+    if (!nodal_inertia(body, i, matrix)) continue;
     for (const InertiaPlace &place : kInertiaPlaces)
       if (matrix[place.place] != 0.0 && !visit(i, place, matrix[place.place])) return false;
   }
@@ -67,7 +69,7 @@ bool walk_inertias(SbrBody &body, Visit visit) noexcept {
 
 bool emit_nodal_coordinates(Emission &run) noexcept {
   const Array<NodeRecord> &nodes = run.body.nodes.nodes;
-  SBR_Info("\nNode info:\n   Count: %ld", static_cast<long>(nodes.size()));
+  report_info("\nNode info:\n   Count: %ld", static_cast<long>(nodes.size()));
   if (!run.put(NodalCoordsHead{nodes.count(), 3})) return false;
   Array<std::int32_t> at_origin;
   for (const NodeRecord &node : nodes) {
@@ -83,8 +85,8 @@ bool emit_element_topology(Emission &run) noexcept {
   const bool fits = walk_faces(run.body.faces.list.span(), [&](std::span<const std::int32_t> nodes) {
     const auto group = static_cast<std::int64_t>(nodes.size()) - kSmallestFace;
     if (group < 0 || group >= kGroups) {
-      SBR_Error("A face of %ld nodes does not fit an element topology block, which holds faces of 2 to 13 nodes.",
-                static_cast<long>(nodes.size()));
+      report_error("A face of %ld nodes does not fit an element topology block, which holds faces of 2 to 13 nodes.",
+                   static_cast<long>(nodes.size()));
       return false;
     }
     ++sizes[group];
@@ -103,12 +105,12 @@ bool emit_global_properties(Emission &run) noexcept {
   if (SBR_TotalMassInertia(&run.body, &global.mass, global.inertia, global.center) == 0) return false;
   const double *center = global.center;
   const double *inertia = global.inertia;
-  SBR_Info("\nGlobal body properties:");
-  SBR_Info("Mass          : %lf\n", global.mass);
-  SBR_Info("Center of Mass: %lf %lf %lf", center[0], center[1], center[2]);
-  SBR_Info("Inertia Tensor: %lf %lf %lf", inertia[0], inertia[1], inertia[2]);
-  SBR_Info("                %lf %lf %lf", inertia[3], inertia[4], inertia[5]);
-  SBR_Info("                %lf %lf %lf", inertia[6], inertia[7], inertia[8]);
+  report_info("\nGlobal body properties:");
+  report_info("Mass          : %lf\n", global.mass);
+  report_info("Center of Mass: %lf %lf %lf", center[0], center[1], center[2]);
+  report_info("Inertia Tensor: %lf %lf %lf", inertia[0], inertia[1], inertia[2]);
+  report_info("                %lf %lf %lf", inertia[3], inertia[4], inertia[5]);
+  report_info("                %lf %lf %lf", inertia[6], inertia[7], inertia[8]);
   return run.put(global);
 }
 
@@ -121,31 +123,31 @@ bool emit_nodal_masses(Emission &run) noexcept {
     static_cast<void>(run.put(NodalMassRow{node.id, node.mass}));
     if (node.mass == 0.0) ++massless;
   }
-  if (massless > 0) SBR_Warning("Found %d massless node(s)", massless);
+  if (massless > 0) report_warning("Found %d massless node(s)", massless);
   return true;
 }
 
 bool emit_nodal_inertias(Emission &run) noexcept {
   int entries = 0;
   static_cast<void>(walk_inertias(run.body, [&](int, const InertiaPlace &, double) { return ++entries > 0; }));
-  SBR_Info("\nNodal inertia info:\n   Sparse matrix entries: %ld", static_cast<long>(entries));
+  report_info("\nNodal inertia info:\n   Sparse matrix entries: %ld", static_cast<long>(entries));
   if (!run.put(CountHead{entries})) return false;
   return walk_inertias(run.body, [&](int node, const InertiaPlace &place, double value) {
-    return run.put(NodalInertiaRow{SBR_NodeID(&run.body, node), place.row, place.column, value});
+    return run.put(NodalInertiaRow{node_id(run.body, node), place.row, place.column, value});
   });
 }
 
 bool emit_units(Emission &run) noexcept {
   UnitLabels labels;
-  SBR_Units(&run.body, labels.mass, labels.length, labels.time, labels.force);
-  SBR_Info("\nUnits:\n   Mass:   %.16s\n   Length: %.16s\n   Time:   %.16s\n   Force:  %.16s", labels.mass,
-           labels.length, labels.time, labels.force);
+  give_units(run.body, labels.mass, labels.length, labels.time, labels.force);
+  report_info("\nUnits:\n   Mass:   %.16s\n   Length: %.16s\n   Time:   %.16s\n   Force:  %.16s", labels.mass,
+              labels.length, labels.time, labels.force);
   return run.put(labels);
 }
 
 bool emit_element_faces(Emission &run) noexcept {
   const int faces = run.body.faces.face_count;
-  SBR_Info("\nNumber of Element Faces: %d", faces);
+  report_info("\nNumber of Element Faces: %d", faces);
   const Array<std::int32_t> &list = run.body.faces.list;
   if (list.empty()) return run.no_memory();
   const std::int64_t bytes = 4 * static_cast<std::int64_t>(list.size()) + 16;

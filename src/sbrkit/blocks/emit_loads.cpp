@@ -1,7 +1,11 @@
 // Emission of loads, matrix operators and monitor points.
 #include <cstring>
 
+#include "base/reports.h"
 #include "blocks/emit.h"
+#include "body/loads.h"
+#include "body/monitor_points.h"
+#include "body/node_table.h"
 
 namespace sbr {
 namespace {
@@ -66,9 +70,9 @@ bool put_monitor_point(Emission &run, const MonitorPoint *point, int index) noex
   std::memcpy(head.label, point->label, sizeof head.label);
   if (!run.put(head)) return false;
   for (int type = 1; type <= 4; ++type) {
-    if (SBR_MonitorPointHasOperator(&run.body, index, type) == 0) continue;
+    if (!monitor_point_has_operator(run.body, index, type)) continue;
     const std::int64_t values =
-        monitor_operator_reals(type - 1, point->operator_rows, point->load_operators, SBR_ModeCount(&run.body));
+        monitor_operator_reals(type - 1, point->operator_rows, point->load_operators, mode_count(run.body));
     const Array<double> &data = point->operators[type - 1];
     if (values > static_cast<std::int64_t>(data.size()) || !run.out.reals(data.data(), values)) return false;
   }
@@ -86,7 +90,7 @@ bool emit_modal_preload(Emission &run) noexcept {
 }
 
 bool emit_modal_loads(Emission &run) noexcept {
-  const int cases = SBR_GetModalLoadCaseCount(&run.body);
+  const int cases = load_case_count(run.body);
   if (!run.put(ModalLoadsHead{run.plan.exported_modes, cases})) return false;
   for (int load_case = 0; load_case < cases; ++load_case)
     if (!put_load_case(run, load_case)) return false;
@@ -95,7 +99,7 @@ bool emit_modal_loads(Emission &run) noexcept {
 
 bool emit_matrix_operators(Emission &run) noexcept {
   const OwnedList<MatrixOperator> &operators = run.body.matrix_operators;
-  SBR_Info("\nMatrix Operator Info:\n   Count: %ld", static_cast<long>(operators.count()));
+  report_info("\nMatrix Operator Info:\n   Count: %ld", static_cast<long>(operators.count()));
   if (!run.put(CountHead{operators.count()})) return false;
   for (std::size_t i = 0; i < operators.size(); ++i)
     if (!put_matrix_operator(run, operators[i])) return false;
@@ -104,7 +108,7 @@ bool emit_matrix_operators(Emission &run) noexcept {
 
 bool emit_modal_load_nodal(Emission &run) noexcept {
   const OwnedList<NodalLoadCase> &cases = run.body.loads.nodal;
-  SBR_Info("\nModal Load Nodal Info:\n   Count: %ld", static_cast<long>(cases.count()));
+  report_info("\nModal Load Nodal Info:\n   Count: %ld", static_cast<long>(cases.count()));
   if (!run.put(CountHead{cases.count()})) return false;
   for (std::size_t i = 0; i < cases.size(); ++i)
     if (!put_nodal_case(run, cases[i])) return false;
@@ -113,7 +117,7 @@ bool emit_modal_load_nodal(Emission &run) noexcept {
 
 bool emit_monitor_points(Emission &run) noexcept {
   const OwnedList<MonitorPoint> &points = run.body.monitor_points;
-  SBR_Info("\nMonitor Point info:\n   Count: %ld", static_cast<long>(points.count()));
+  report_info("\nMonitor Point info:\n   Count: %ld", static_cast<long>(points.count()));
   if (!run.put(CountHead{points.count()})) return false;
   for (int i = 0; i < points.count(); ++i)
     if (!put_monitor_point(run, points[i], i)) return false;

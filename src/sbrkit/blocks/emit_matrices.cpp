@@ -1,5 +1,8 @@
 // Emission of eigenvalues, generalized matrices, mode transformation and inertia invariants.
+#include "base/reports.h"
 #include "blocks/emit.h"
+#include "body/matrices.h"
+#include "body/node_table.h"
 
 namespace sbr {
 namespace {
@@ -27,8 +30,8 @@ bool emit_generalized(Emission &run, CountOf count_of, SparseForm sparse) noexce
   if (sparse(&body, triples.values.data(), triples.rows.data(), triples.columns.data()) == 0) return false;
   if (!run.put(SparseHead{count, run.plan.exported_modes})) return false;
   for (std::size_t i = 0; i < triples.rows.size(); ++i)
-    if (!run.put(SparseRow{SBR_ModeNumber(&body, triples.rows[i]), SBR_ModeNumber(&body, triples.columns[i]),
-                           triples.values[i], 1}))
+    if (!run.put(
+            SparseRow{mode_number(body, triples.rows[i]), mode_number(body, triples.columns[i]), triples.values[i], 1}))
       return false;
   return true;
 }
@@ -55,14 +58,14 @@ bool put_fixed(Emission &run, const Values &values, int count) noexcept {
 }  // namespace
 
 bool emit_eigenvalues(Emission &run) noexcept {
-  SBR_Info("\nEigenvalue info:\n   Modes: %ld", static_cast<long>(run.plan.exported_modes));
+  report_info("\nEigenvalue info:\n   Modes: %ld", static_cast<long>(run.plan.exported_modes));
   if (!run.put(CountHead{run.plan.exported_modes})) return false;
   for (int m = run.plan.first_mode; m < run.plan.end_mode; ++m) {
-    const int number = SBR_ModeNumber(&run.body, m);
+    const int number = mode_number(run.body, m);
     EigenRecord row;
     row.mode = number;
-    if (SBR_Eigenvalue(&run.body, number, &row.eigenvalue, &row.frequency_hz, &row.frequency_rad, &row.generalized_mass,
-                       &row.generalized_stiffness) == 0)
+    if (!eigen_values(run.body, m, &row.eigenvalue, &row.frequency_hz, &row.frequency_rad, &row.generalized_mass,
+                      &row.generalized_stiffness))
       return false;
     if (!run.put(row)) return false;
   }
@@ -79,11 +82,10 @@ bool emit_generalized_mass(Emission &run) noexcept {
 
 // Damping names its rows and columns by position, counted from 1.
 bool emit_generalized_damping(Emission &run) noexcept {
-  const int count = SBR_NumberOfGenDamp(&run.body);
+  const int count = damping_count(run.body);
   Triples triples;
   if (!allocate_triples(run, count, triples)) return false;
-  if (SBR_GenDampSparse(&run.body, triples.values.data(), triples.rows.data(), triples.columns.data()) == 0)
-    return false;
+  if (!sparse_damping(run.body, triples.values.data(), triples.rows.data(), triples.columns.data())) return false;
   if (!run.put(SparseHead{count, run.body.matrices.damping_on_principal_axes})) return false;
   for (std::size_t i = 0; i < triples.rows.size(); ++i) {
     // Entries of a foreign record may hold any word: the sum wraps instead of overflowing.

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/reports.h"
 #include "blocks/emit.h"
 #include "body/node_table.h"
+#include "modes/access.h"
 #include "modes/store.h"
 
 namespace sbr {
@@ -28,11 +30,11 @@ struct Largest {
 };
 
 // Enters a figure of an exported mode in the statistics; the node ID is 0 when all values were zero.
-void note(SbrBody &body, int exported, int slot, int kind, const Largest &largest) noexcept {
+void note(SbrBody &body, int exported, int slot, Kind kind, const Largest &largest) noexcept {
   if (exported < 0 || exported >= body.statistics.count()) return;
   ModalStatistics &figures = body.statistics[exported];
   const std::int32_t at = largest.position;
-  figures.node_ids[slot] = at < 0 ? 0 : kind == 0 ? SBR_NodeID(&body, at) : SBR_ModeNodeID(&body, kind, at);
+  figures.node_ids[slot] = at < 0 ? 0 : kind == Kind::shape ? node_id(body, at) : kind_node_id(body, kind, at);
   figures.values[slot] = std::sqrt(largest.square);
 }
 
@@ -41,7 +43,7 @@ bool any_nonzero(const double *six) noexcept {
 }
 
 // The word in front of a mode: none, zero or its number, by the layout.
-bool put_mode_word(Emission &run, int kind, int number) noexcept {
+bool put_mode_word(Emission &run, Kind kind, int number) noexcept {
   if (!run.out.mode(kind)) return false;
   if (has_no_mode_words(run.plan.word)) return true;
   return run.out.integer(has_zero_mode_words(run.plan.word) ? 0 : number);
@@ -59,11 +61,11 @@ double von_mises_squared(const double *v) noexcept {
 
 bool put_mode_shape(Emission &run, int index) noexcept {
   SbrBody &body = run.body;
-  const int number = SBR_ModeNumber(&body, index);
-  const double *shape = whole_mode(body, number, 0);
-  if (shape == nullptr || !put_mode_word(run, 0, number)) return false;
+  const int number = mode_number(body, index);
+  const double *shape = whole_mode(body, index, Kind::shape);
+  if (shape == nullptr || !put_mode_word(run, Kind::shape, number)) return false;
   const int nodes = node_count(body);
-  const int known = std::min(body.nodes.kinds[0].count, nodes);
+  const int known = std::min(body.nodes.kinds[Kind::shape].count, nodes);
   Largest translation;
   Largest rotation;
   bool nonzero = false;
@@ -83,9 +85,9 @@ bool put_mode_shape(Emission &run, int index) noexcept {
     for (int i = filled; i < last; ++i)
       if (!run.out.reals(kStill, 6)) return false;
   }
-  note(body, index - run.plan.first_mode, 0, 0, translation);
-  note(body, index - run.plan.first_mode, 1, 0, rotation);
-  if (!nonzero) SBR_Warning("The mode shape for mode %d has only zero entries\n", number);
+  note(body, index - run.plan.first_mode, 0, Kind::shape, translation);
+  note(body, index - run.plan.first_mode, 1, Kind::shape, rotation);
+  if (!nonzero) report_warning("The mode shape for mode %d has only zero entries\n", number);
   return true;
 }
 
@@ -93,7 +95,7 @@ bool put_mode_shape(Emission &run, int index) noexcept {
 
 // What the stress and the strain block differ in.
 struct KindTexts {
-  int kind;
+  Kind kind;
   int block;
   int pre_block;
   int slot;  // of the statistics
@@ -101,14 +103,14 @@ struct KindTexts {
   const char *zero_warning;
   const char *pre_info;
 };
-constexpr KindTexts kStressTexts{1,
+constexpr KindTexts kStressTexts{Kind::stress,
                                  kModalStress,
                                  kNodalPreStress,
                                  2,
                                  "\nStress Mode info:\n   Modes: %ld\n   Nodes: %ld",
                                  "The modal stresses for mode %d have only zero entries\n",
                                  "\nPre-Stress info:\n   Nodes: %ld"};
-constexpr KindTexts kStrainTexts{2,
+constexpr KindTexts kStrainTexts{Kind::strain,
                                  kModalStrain,
                                  kNodalPreStrain,
                                  3,
@@ -128,10 +130,10 @@ bool form_sparse_list(Emission &run, const KindTexts &texts, ModeList &list) noe
   SbrBody &body = run.body;
   Array<unsigned char> keep;
   if (!keep.allocate(body.nodes.kinds[texts.kind].count)) return run.no_memory();
-  if (run.plan.has(texts.pre_block) && !mark_nonzero(whole_mode(body, 0, texts.kind), keep)) return false;
+  if (run.plan.has(texts.pre_block) && !mark_nonzero(whole_mode(body, kPreVector, texts.kind), keep)) return false;
   if (run.plan.has(texts.block))
     for (int m = run.plan.first_mode; m < run.plan.end_mode; ++m)
-      if (!mark_nonzero(whole_mode(body, SBR_ModeNumber(&body, m), texts.kind), keep)) return false;
+      if (!mark_nonzero(whole_mode(body, m, texts.kind), keep)) return false;
   for (int i = 0; i < keep.count(); ++i)
     if (keep[i] != 0) list.position[list.kept++] = i;
   return true;
@@ -143,7 +145,7 @@ bool is_expanded(const Emission &run, const KindTexts &texts) noexcept {
 }
 
 bool form_list(Emission &run, const KindTexts &texts) noexcept {
-  ModeList &list = run.lists[texts.kind - 1];
+  ModeList &list = run.lists[texts.kind];
   if (list.formed) return true;
   SbrBody &body = run.body;
   const bool expanded = is_expanded(run, texts);
@@ -154,18 +156,18 @@ bool form_list(Emission &run, const KindTexts &texts) noexcept {
   } else {
     list.kept = length;
     for (int i = 0; i < length; ++i)
-      list.position[i] = expanded ? SBR_ModeNodeIndex(&body, texts.kind, SBR_NodeID(&body, i)) : i;
+      list.position[i] = expanded ? kind_position(body, texts.kind, node_id(body, i)) : i;
   }
   list.formed = true;
   return true;
 }
 
 bool put_list_ids(Emission &run, const KindTexts &texts) noexcept {
-  const ModeList &list = run.lists[texts.kind - 1];
+  const ModeList &list = run.lists[texts.kind];
   const bool expanded = is_expanded(run, texts);
   for (int i = 0; i < list.kept; ++i) {
     const std::int32_t position = list.position[i];
-    const int id = expanded ? SBR_NodeID(&run.body, i) : SBR_ModeNodeID(&run.body, texts.kind, position);
+    const int id = expanded ? node_id(run.body, i) : kind_node_id(run.body, texts.kind, position);
     if (!run.out.integer(id)) return false;
   }
   return true;
@@ -173,8 +175,8 @@ bool put_list_ids(Emission &run, const KindTexts &texts) noexcept {
 
 // Puts the six values of every written entry, and shows each entry with data to visit(position, six values).
 template <class Visit>
-bool put_list_values(Emission &run, int kind, const double *values, Visit visit) noexcept {
-  const ModeList &list = run.lists[kind - 1];
+bool put_list_values(Emission &run, Kind kind, const double *values, Visit visit) noexcept {
+  const ModeList &list = run.lists[kind];
   if (!run.packed && !run.packed.allocate(std::int64_t{6} * kPiece)) return run.no_memory();
   for (int first = 0; first < list.kept; first += kPiece) {
     const int last = std::min(first + kPiece, list.kept);
@@ -196,8 +198,8 @@ bool put_list_values(Emission &run, int kind, const double *values, Visit visit)
 
 bool put_kind_mode(Emission &run, const KindTexts &texts, int index) noexcept {
   SbrBody &body = run.body;
-  const int number = SBR_ModeNumber(&body, index);
-  const double *values = whole_mode(body, number, texts.kind);
+  const int number = mode_number(body, index);
+  const double *values = whole_mode(body, index, texts.kind);
   if (values == nullptr || !put_mode_word(run, texts.kind, number)) return false;
   Largest von_mises;
   bool nonzero = false;
@@ -207,14 +209,14 @@ bool put_kind_mode(Emission &run, const KindTexts &texts, int index) noexcept {
   });
   if (!put) return false;
   note(body, index - run.plan.first_mode, texts.slot, texts.kind, von_mises);
-  if (!nonzero) SBR_Warning(texts.zero_warning, number);
+  if (!nonzero) report_warning(texts.zero_warning, number);
   return true;
 }
 
 bool emit_kind(Emission &run, const KindTexts &texts) noexcept {
   if (!form_list(run, texts)) return false;
-  const int kept = run.lists[texts.kind - 1].kept;
-  SBR_Info(texts.info, static_cast<long>(run.plan.exported_modes), static_cast<long>(kept));
+  const int kept = run.lists[texts.kind].kept;
+  report_info(texts.info, static_cast<long>(run.plan.exported_modes), static_cast<long>(kept));
   if (!run.put(ModeBlockHead{run.plan.exported_modes, kept}) || !put_list_ids(run, texts)) return false;
   for (int m = run.plan.first_mode; m < run.plan.end_mode; ++m)
     if (!put_kind_mode(run, texts, m)) return false;
@@ -224,10 +226,10 @@ bool emit_kind(Emission &run, const KindTexts &texts) noexcept {
 // A pre-vector follows the list of its stress or strain block. A record without that block gets the list formed here.
 bool emit_pre_vector(Emission &run, const KindTexts &texts) noexcept {
   if (!form_list(run, texts)) return false;
-  const double *values = whole_mode(run.body, 0, texts.kind);
+  const double *values = whole_mode(run.body, kPreVector, texts.kind);
   if (values == nullptr) return false;
-  const int kept = run.lists[texts.kind - 1].kept;
-  SBR_Info(texts.pre_info, static_cast<long>(kept));
+  const int kept = run.lists[texts.kind].kept;
+  report_info(texts.pre_info, static_cast<long>(kept));
   return run.put(CountHead{kept}) &&
          put_list_values(run, texts.kind, values, [](std::int32_t, const double *) noexcept {});
 }
@@ -236,9 +238,9 @@ bool emit_pre_vector(Emission &run, const KindTexts &texts) noexcept {
 
 bool emit_mode_shapes(Emission &run) noexcept {
   const Array<NodeRecord> &nodes = run.body.nodes.nodes;
-  SBR_Info("\nTrans Mode info:\n   Modes: %ld\n   Nodes: %ld", static_cast<long>(run.plan.exported_modes),
-           static_cast<long>(nodes.size()));
-  SBR_Info("\nWriting Mode Shapes");
+  report_info("\nTrans Mode info:\n   Modes: %ld\n   Nodes: %ld", static_cast<long>(run.plan.exported_modes),
+              static_cast<long>(nodes.size()));
+  report_info("\nWriting Mode Shapes");
   if (!run.put(ModeBlockHead{run.plan.exported_modes, nodes.count()})) return false;
   for (const NodeRecord &node : nodes)
     if (!run.out.integer(node.id)) return false;

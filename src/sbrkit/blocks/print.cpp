@@ -4,7 +4,10 @@
 #include <span>
 
 #include "base/reports.h"
+#include "body/header.h"
 #include "body/node_table.h"
+#include "body/registry.h"
+#include "body/units.h"
 #include "record/layout.h"
 
 namespace sbr {
@@ -25,19 +28,16 @@ bool report_version(const Report &report) noexcept {
 }
 
 bool report_header(const Report &report) noexcept {
-  // Each with one byte more than its field, so that it ends with a zero whatever it holds.
-  char title[129] = {};
-  char date[33] = {};
-  char input_file_name[129] = {};
-  char input_file_type[17] = {};
-  char comments[3][81] = {};
-  SBR_Header(&report.body, title, date, input_file_name, input_file_type, comments[0], comments[1], comments[2]);
-  std::fprintf(report.out, "Title: %s\n", title);
-  std::fprintf(report.out, "Date: %s\n", date);
-  std::fprintf(report.out, "Input file name: %s\n", input_file_name);
-  std::fprintf(report.out, "Input file type: %s\n", input_file_type);
+  const HeaderTexts texts = header_texts(report.body);
+  std::fprintf(report.out, "Title: %s\n", texts.title);
+  std::fprintf(report.out, "Date: %s\n", texts.date);
+  std::fprintf(report.out, "Input file name: %s\n", texts.input_file_name);
+  // The one field that a record may fill to its last byte.
+  std::fprintf(report.out, "Input file type: %.*s\n", static_cast<int>(sizeof texts.input_file_type) - 1,
+               texts.input_file_type);
   std::fprintf(report.out, "Comments:\n");
-  for (const auto &comment : comments) std::fprintf(report.out, "  %s\n", comment);
+  for (const char *comment : {texts.comment1, texts.comment2, texts.comment3})
+    std::fprintf(report.out, "  %s\n", comment);
   std::fprintf(report.out, "\n");
   return true;
 }
@@ -49,16 +49,16 @@ bool report_content_summary(const Report &report) noexcept {
     if (name == nullptr) continue;
     char label[48];
     std::snprintf(label, sizeof label, "%s (%d)", name, block + 1);
-    std::fprintf(report.out, "%30s %s\n", label, yes_no(SBR_Exists(&report.body, block) != 0));
+    std::fprintf(report.out, "%30s %s\n", label, yes_no(has_block(report.body, block)));
   }
   std::fprintf(report.out, "\n");
   return true;
 }
 
 bool report_coordinates(const Report &report) noexcept {
-  for (const NodeKey &key : sorted_keys(report.body, 0)) {
+  for (const NodeKey &key : sorted_keys(report.body, Kind::shape)) {
     double xyz[3] = {};
-    SBR_NodeCoordinates(&report.body, key.position, xyz);
+    node_coordinates(report.body, key.position, xyz);
     std::fprintf(report.out, "%9d %20.10le %20.10le %20.10le \n", key.id, xyz[0], xyz[1], xyz[2]);
   }
   std::fprintf(report.out, "\n");
@@ -89,17 +89,17 @@ bool report_global_properties(const Report &report) noexcept {
 }
 
 bool report_masses(const Report &report) noexcept {
-  for (const NodeKey &key : sorted_keys(report.body, 0))
-    std::fprintf(report.out, "%9d\t%le\n", key.id, SBR_NodalMass(&report.body, key.position));
+  for (const NodeKey &key : sorted_keys(report.body, Kind::shape))
+    std::fprintf(report.out, "%9d\t%le\n", key.id, nodal_mass(report.body, key.position));
   std::fprintf(report.out, "\n");
   return true;
 }
 
 bool report_inertias(const Report &report) noexcept {
   bool any = false;
-  for (const NodeKey &key : sorted_keys(report.body, 0)) {
+  for (const NodeKey &key : sorted_keys(report.body, Kind::shape)) {
     double m[9];
-    if (SBR_NodalInertia(&report.body, key.position, m) == 0) continue;
+    if (!nodal_inertia(report.body, key.position, m)) continue;
     any = true;
     std::fprintf(report.out, "Inertia Tensor of Node %9d: % 17.10lf % 17.10lf % 17.10lf\n", key.id, m[0], m[1], m[2]);
     for (const double *row : {m + 3, m + 6})
@@ -116,7 +116,7 @@ bool report_units(const Report &report) noexcept {
   char length[17] = {};
   char time[17] = {};
   char force[17] = {};
-  SBR_Units(&report.body, mass, length, time, force);
+  give_units(report.body, mass, length, time, force);
   std::fprintf(report.out, "Units:\n");
   std::fprintf(report.out, "Mass Units    %s\n", mass);
   std::fprintf(report.out, "Length Units  %s\n", length);
@@ -134,7 +134,7 @@ bool report_faces(const Report &report) noexcept {
   for (int face = 1; face <= report.body.faces.face_count && at < list.size(); ++face) {
     std::fprintf(report.out, "%9d      ", face);
     for (std::int32_t left = list[at++]; left > 0 && at < list.size(); --left)
-      std::fprintf(report.out, "%9d", SBR_NodeID(&report.body, list[at++]));
+      std::fprintf(report.out, "%9d", node_id(report.body, list[at++]));
     std::fprintf(report.out, "\n");
   }
   std::fprintf(report.out, "\n");
@@ -142,9 +142,9 @@ bool report_faces(const Report &report) noexcept {
 }
 
 bool report_interface_nodes(const Report &report) noexcept {
-  int count = 0;
-  const ReportedInts ids(SBR_InterfaceNodeIDs(&report.body, &count));
-  for (int i = 0; ids != nullptr && i < count; ++i) std::fprintf(report.out, "%4d %9d \n", i + 1, ids.get()[i]);
+  int place = 0;
+  for (const std::int32_t node : report.body.interface_nodes.nodes)
+    std::fprintf(report.out, "%4d %9d \n", ++place, node_id(report.body, node));
   return true;
 }
 
@@ -203,7 +203,7 @@ void Report::banner() const noexcept {
 }
 
 bool Report::no_memory(int line) const noexcept {
-  report_no_memory("sbrtoc", line);
+  report_no_memory(unit_name::kContents, line);
   return false;
 }
 
@@ -212,9 +212,9 @@ bool Report::no_memory(int line) const noexcept {
 extern "C" {
 
 void SBR_Contents(SBR body, int block_number, FILE *stream) {
-  if (CheckSBR(body) == 0) return;
+  if (!sbr::require_body(body)) return;
   // Builds the keys that node listings walk.
-  static_cast<void>(SBR_NodeIndex(body, 1));
+  static_cast<void>(sbr::node_index(*body, 1));
   if (stream == nullptr) return;
   if (block_number >= 1 && block_number <= sbr::kBlockCount && sbr::kReports[block_number].print != nullptr) {
     const sbr::ReportStep &step = sbr::kReports[block_number];

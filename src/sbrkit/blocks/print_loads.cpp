@@ -1,5 +1,8 @@
 // The content report's blocks of loads, matrix operators and monitor points.
 #include "blocks/print.h"
+#include "body/loads.h"
+#include "body/monitor_points.h"
+#include "body/node_table.h"
 
 namespace sbr {
 namespace {
@@ -20,7 +23,7 @@ void put_load_case(const Report &report, int load_case) noexcept {
   const bool processed = SBR_ModalLoadProcessed(&body, load_case) != 0;
   std::fprintf(report.out, "\nCase: %s     (%s projected on principal axes)\n", label,
                processed ? "already" : "not yet");
-  for (int m = 0; m < count; ++m) std::fprintf(report.out, "%d % 17.10lf\n", SBR_ModeNumber(&body, m), values.get()[m]);
+  for (int m = 0; m < count; ++m) std::fprintf(report.out, "%d % 17.10lf\n", mode_number(body, m), values.get()[m]);
 }
 
 // ---- matrix operators -----------------------------------------------------------------------------------------------
@@ -62,7 +65,7 @@ void put_nodal_case(const Report &report, const NodalLoadCase &nodal, int place)
   std::fprintf(report.out, " node_id     coord         load       \n");
   std::fprintf(report.out, "~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~\n");
   for (std::size_t i = 0; i < nodal.nodes.size(); ++i)
-    std::fprintf(report.out, "%8d%8d    % 16.9e\n", SBR_NodeID(&report.body, nodal.nodes[i]), nodal.coordinates[i],
+    std::fprintf(report.out, "%8d%8d    % 16.9e\n", node_id(report.body, nodal.nodes[i]), nodal.coordinates[i],
                  nodal.loads[i]);
 }
 
@@ -96,7 +99,7 @@ bool put_operator_data(const Report &report, const Array<double> &data, int matr
 
 bool put_operator(const Report &report, const MonitorPoint &point, int type) noexcept {
   constexpr const char *kNames[] = {"Displacement", "Velocity", "Acceleration"};
-  const int modes = SBR_ModeCount(&report.body);
+  const int modes = mode_count(report.body);
   const int p = point.operator_rows;
   const int q = point.load_operators;
   if (p == 0 || modes == 0 || (type == 4 && q == 0)) return report.no_memory();
@@ -115,7 +118,7 @@ bool put_monitor_point(const Report &report, const MonitorPoint &point, int inde
   std::fprintf(report.out, "Result Type: %-8s\n ", result_name(point.result_type));
   std::fprintf(report.out, "Component: %-6d\n ", point.component);
   for (int type = 1; type <= 4; ++type)
-    if (SBR_MonitorPointHasOperator(&report.body, index, type) != 0 && !put_operator(report, point, type)) return false;
+    if (monitor_point_has_operator(report.body, index, type) && !put_operator(report, point, type)) return false;
   return true;
 }
 
@@ -126,12 +129,12 @@ bool report_preload(const Report &report) noexcept {
   const ReportedReals values(SBR_GetModalPreload(&report.body, &count));
   if (values == nullptr) std::fputs("\tNo Preload information.\n\n", report.out);
   for (int m = 0; values != nullptr && m < count; ++m)
-    std::fprintf(report.out, "\n%d % 17.10lf\n", SBR_ModeNumber(&report.body, m), values.get()[m]);
+    std::fprintf(report.out, "\n%d % 17.10lf\n", mode_number(report.body, m), values.get()[m]);
   return true;
 }
 
 bool report_modal_loads(const Report &report) noexcept {
-  const int cases = SBR_GetModalLoadCaseCount(&report.body);
+  const int cases = load_case_count(report.body);
   if (cases < 1) std::fputs("\tNo Modal Load information.\n\n", report.out);
   for (int load_case = 0; load_case < cases; ++load_case) put_load_case(report, load_case);
   return true;
@@ -139,7 +142,7 @@ bool report_modal_loads(const Report &report) noexcept {
 
 bool report_matrix_operators(const Report &report) noexcept {
   const OwnedList<MatrixOperator> &operators = report.body.matrix_operators;
-  if (SBR_Exists(&report.body, kMatrixOperator) == 0 || operators.count() < 1) {
+  if (!has_block(report.body, kMatrixOperator) || operators.count() < 1) {
     std::fputs("\tNo Matrix Operator Information.\n\n", report.out);
     return true;
   }
@@ -154,7 +157,7 @@ bool report_matrix_operators(const Report &report) noexcept {
 
 bool report_modal_load_nodal(const Report &report) noexcept {
   const OwnedList<NodalLoadCase> &cases = report.body.loads.nodal;
-  if (SBR_Exists(&report.body, kModalLoadNodal) == 0 || cases.count() < 1) {
+  if (!has_block(report.body, kModalLoadNodal) || cases.count() < 1) {
     std::fputs("\tNo Modal Load Nodal Information.\n\n", report.out);
     return true;
   }
@@ -168,7 +171,7 @@ bool report_modal_load_nodal(const Report &report) noexcept {
 
 bool report_monitor_points(const Report &report) noexcept {
   const OwnedList<MonitorPoint> &points = report.body.monitor_points;
-  if (SBR_Exists(&report.body, kMonitorPoints) == 0 || points.count() < 1) {
+  if (!has_block(report.body, kMonitorPoints) || points.count() < 1) {
     std::fputs("\tNo Monitor Point Information\n\n", report.out);
     return true;
   }

@@ -1,5 +1,7 @@
 // The content report's blocks of generalized matrices, mode transformation and inertia invariants.
 #include "blocks/print.h"
+#include "body/matrices.h"
+#include "body/node_table.h"
 
 namespace sbr {
 namespace {
@@ -32,8 +34,7 @@ bool put_generalized(const Report &report, CountOf count_of, SparseForm sparse, 
   if (!triples.allocate(count)) return report.no_memory();
   sparse(&body, triples.values.data(), triples.rows.data(), triples.columns.data());
   for (std::size_t i = 0; i < triples.rows.size(); ++i)
-    put_entry(report, SBR_ModeNumber(&body, triples.rows[i]), SBR_ModeNumber(&body, triples.columns[i]),
-              triples.values[i]);
+    put_entry(report, mode_number(body, triples.rows[i]), mode_number(body, triples.columns[i]), triples.values[i]);
   std::fputs("\n", report.out);
   return true;
 }
@@ -56,10 +57,10 @@ bool has_invariant(const SbrBody &body, int block, bool global_is_enough) noexce
 
 // One row per mode of the three components at stride M.
 void put_component_rows(const Report &report, const double *values) noexcept {
-  const int modes = SBR_ModeCount(&report.body);
+  const int modes = mode_count(report.body);
   for (int m = 0; m < modes; ++m) {
     const double *x = values + m;
-    std::fprintf(report.out, "%5d, %18.10le%18.10le%18.10le \n", SBR_ModeNumber(&report.body, m), x[0],
+    std::fprintf(report.out, "%5d, %18.10le%18.10le%18.10le \n", mode_number(report.body, m), x[0],
                  x[static_cast<std::ptrdiff_t>(modes)], x[2 * static_cast<std::ptrdiff_t>(modes)]);
   }
   std::fputs("\n", report.out);
@@ -95,7 +96,7 @@ bool report_generalized_mass(const Report &report) noexcept {
 
 bool report_generalized_damping(const Report &report) noexcept {
   SbrBody &body = report.body;
-  const int count = SBR_NumberOfGenDamp(&body);
+  const int count = damping_count(body);
   if (count < 1) {
     std::fputs("No generalized damping information in SBR.\n\n", report.out);
     return true;
@@ -103,7 +104,7 @@ bool report_generalized_damping(const Report &report) noexcept {
   Triples triples;
   if (!triples.allocate(count)) return report.no_memory();
   std::fputs(body.matrices.damping_on_principal_axes != 0 ? kOnPrincipalAxes : kOnModes, report.out);
-  SBR_GenDampSparse(&body, triples.values.data(), triples.rows.data(), triples.columns.data());
+  sparse_damping(body, triples.values.data(), triples.rows.data(), triples.columns.data());
   for (std::size_t i = 0; i < triples.rows.size(); ++i) {
     // Entries of a foreign record may hold any word: the sum wraps instead of overflowing.
     const auto one_based = [](int position) { return static_cast<int>(static_cast<unsigned>(position) + 1U); };
@@ -119,7 +120,7 @@ bool report_transformation(const Report &report) noexcept {
     std::fputs("\tNo Mode Shape Transformation, modes used as is.\n\n", report.out);
     return true;
   }
-  const std::int64_t modes = SBR_ModeCount(&body);
+  const std::int64_t modes = mode_count(body);
   Array<double> matrix;
   if (!matrix.allocate(modes * modes)) return report.no_memory();
   SBR_Transformation(&body, matrix.data());
@@ -159,9 +160,9 @@ bool report_invariant_4(const Report &report) noexcept {
 bool report_invariant_5(const Report &report) noexcept {
   SbrBody &body = report.body;
   const bool present = has_invariant(body, kInvariant5, false);
-  const int modes = SBR_ModeCount(&body);
+  const int modes = mode_count(body);
   for (int j = 0; j < modes; ++j) {
-    const int number = SBR_ModeNumber(&body, j);
+    const int number = mode_number(body, j);
     const ReportedReals row(present ? SBR_Invar5(&body, j) : nullptr);
     if (row == nullptr) {
       std::fprintf(report.out, "\tNo Invariant 5 information for mode %d.\n\n", number);
@@ -185,9 +186,9 @@ bool report_invariant_7(const Report &report) noexcept {
 bool report_invariant_8(const Report &report) noexcept {
   SbrBody &body = report.body;
   const bool present = has_invariant(body, kInvariant8, false);
-  const int modes = SBR_ModeCount(&body);
+  const int modes = mode_count(body);
   for (int j = 0; j < modes; ++j) {
-    const int number = SBR_ModeNumber(&body, j);
+    const int number = mode_number(body, j);
     const ReportedReals matrix(present ? SBR_Invar8(&body, j) : nullptr);
     if (matrix == nullptr) {
       std::fprintf(report.out, "\tNo Invariant 8 information for mode %d.\n\n", number);
@@ -203,7 +204,7 @@ bool report_invariant_8(const Report &report) noexcept {
 bool report_invariant_9(const Report &report) noexcept {
   SbrBody &body = report.body;
   const bool present = has_invariant(body, kInvariant9, false);
-  const int modes = SBR_ModeCount(&body);
+  const int modes = mode_count(body);
   for (int j = 0; j < modes; ++j)
     for (int k = 0; k < modes; ++k) {
       const ReportedReals matrix(present ? SBR_Invar9(&body, j, k) : nullptr);
@@ -211,7 +212,7 @@ bool report_invariant_9(const Report &report) noexcept {
         std::fprintf(report.out, "\tNo Invariant 9 information for mode pair (%d, %d).\n\n", k, j);
         continue;
       }
-      std::fprintf(report.out, "\nModes: %d %d\n", SBR_ModeNumber(&body, k), SBR_ModeNumber(&body, j));
+      std::fprintf(report.out, "\nModes: %d %d\n", mode_number(body, k), mode_number(body, j));
       put_matrix(report, matrix.get());
     }
   return true;

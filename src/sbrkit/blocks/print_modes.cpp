@@ -1,6 +1,9 @@
 // The content report's blocks of eigenvalues, mode data and statistics.
 #include "blocks/print.h"
+#include "body/matrices.h"
 #include "body/node_table.h"
+#include "body/units.h"
+#include "modes/access.h"
 #include "modes/store.h"
 
 namespace sbr {
@@ -23,7 +26,7 @@ void put_rule(std::FILE *out) noexcept {
 }
 
 // The rows of one vector of six values per node, in ascending order of the node IDs.
-void put_rows(const Report &report, int kind, const double *values, const char *format) noexcept {
+void put_rows(const Report &report, Kind kind, const double *values, const char *format) noexcept {
   const int count = report.body.nodes.kinds[kind].count;
   for (const NodeKey &key : sorted_keys(report.body, kind)) {
     if (key.position < 0 || key.position >= count) continue;
@@ -33,28 +36,28 @@ void put_rows(const Report &report, int kind, const double *values, const char *
 }
 
 struct VectorTexts {
-  int kind;
+  Kind kind;
   const char *count;
   const char *mode;
   const char *heading;
   const char *row;
 };
-constexpr VectorTexts kShapes{0, "Number of Mode Shapes %d\n\n",
+constexpr VectorTexts kShapes{Kind::shape, "Number of Mode Shapes %d\n\n",
                               "\nMODE NUMBER %d=================================\n\n", kShapeHeading, kShapeRow};
-constexpr VectorTexts kStresses{1, "Number of Stress Shapes %d\n\n",
+constexpr VectorTexts kStresses{Kind::stress, "Number of Stress Shapes %d\n\n",
                                 "\nSTRESS SHAPE NUMBER %d=================================\n\n", kStressHeading,
                                 kStressRow};
-constexpr VectorTexts kStrains{2, "Number of Strain Shapes %d\n\n",
+constexpr VectorTexts kStrains{Kind::strain, "Number of Strain Shapes %d\n\n",
                                "\nSTRAIN SHAPE NUMBER %d=================================\n\n", kStrainHeading,
                                kStressRow};
 
 bool put_modes(const Report &report, const VectorTexts &texts) noexcept {
-  const int modes = SBR_ModeCount(&report.body);
-  if (modes < 1 || SBR_ModeNodeCount(&report.body, texts.kind) < 1) return true;
+  const int modes = mode_count(report.body);
+  if (modes < 1 || kind_count(report.body, texts.kind) < 1) return true;
   std::fprintf(report.out, texts.count, modes);
   for (int m = 0; m < modes; ++m) {
-    const int number = SBR_ModeNumber(&report.body, m);
-    const double *values = whole_mode(report.body, number, texts.kind);
+    const int number = mode_number(report.body, m);
+    const double *values = whole_mode(report.body, m, texts.kind);
     if (values == nullptr) return report.no_memory();
     std::fprintf(report.out, texts.mode, number);
     std::fputs(texts.heading, report.out);
@@ -65,11 +68,11 @@ bool put_modes(const Report &report, const VectorTexts &texts) noexcept {
 }
 
 bool put_pre_vector(const Report &report, const VectorTexts &texts, int block, const char *nothing) noexcept {
-  if (SBR_Exists(&report.body, block) == 0) {
+  if (!has_block(report.body, block)) {
     std::fputs(nothing, report.out);
     return true;
   }
-  const double *values = whole_mode(report.body, 0, texts.kind);
+  const double *values = whole_mode(report.body, kPreVector, texts.kind);
   if (values == nullptr) return report.no_memory();
   std::fputs(texts.heading, report.out);
   put_rule(report.out);
@@ -90,13 +93,13 @@ void put_figure(const Report &report, const char *format, int number, Figure fig
 
 bool report_eigenvalues(const Report &report) noexcept {
   SbrBody &body = report.body;
-  const double factor = SBR_UCF(&body);
-  const int modes = SBR_ModeCount(&body);
+  const double factor = consistency_factor(body);
+  const int modes = mode_count(body);
   bool any = false;
   for (int m = 0; m < modes; ++m) {
-    const int number = SBR_ModeNumber(&body, m);
+    const int number = mode_number(body, m);
     double row[5] = {};
-    if (SBR_Eigenvalue(&body, number, &row[0], &row[1], &row[2], &row[3], &row[4]) == 0) continue;
+    if (!eigen_values(body, m, &row[0], &row[1], &row[2], &row[3], &row[4])) continue;
     if (!any) {
       std::fputs("                          Natural Freq.     Natural Freq.     Generalized       Generalized    \n",
                  report.out);
@@ -130,14 +133,14 @@ bool report_strain(const Report &report) noexcept {
 
 bool report_statistics(const Report &report) noexcept {
   SbrBody &body = report.body;
-  if (SBR_Exists(&body, kModalStatistics) == 0 && SBR_ModalStatisticsExist(&body) == 0) {
+  if (!has_block(body, kModalStatistics) && SBR_ModalStatisticsExist(&body) == 0) {
     std::fputs("\tNo Modal Statistic Information\n\n", report.out);
     return true;
   }
-  const int modes = SBR_ModeCount(&body);
+  const int modes = mode_count(body);
   std::fprintf(report.out, "Number of Modes %d\n\n", modes);
   for (int m = 0; m < modes; ++m) {
-    const int number = SBR_ModeNumber(&body, m);
+    const int number = mode_number(body, m);
     std::fprintf(report.out, kShapes.mode, number);
     put_figure(report, "Max. Trans. Magnitude:      Node ID = %d  Magnitude = %12.6e\n", number,
                SBR_GetMaxModeDisplacement);

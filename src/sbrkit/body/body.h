@@ -9,13 +9,16 @@
 #include "base/memory.h"
 #include "body/key_table.h"
 #include "body/node_search.h"
-#include "record/blocks.h"
 #include "record/channel.h"
+#include "record/kinds.h"
+#include "record/layout.h"
+#include "record/rows.h"
+#include "record/toc.h"
 #include "sbrkit/sbrkit.h"
 
 namespace sbr {
 
-// ---- node and mode tables: sbrdata ---------------------------------------------------------------------------------
+// ---- node and mode tables: body/node_table ---------------------------------------------------------------------------
 
 struct NodeRecord {
   std::int32_t id = 0;
@@ -25,8 +28,6 @@ struct NodeRecord {
   double z = 0.0;
   double mass = 0.0;
 };
-
-using SixVector = std::array<double, 6>;  // xx, yy, zz, xy, xz, yz
 
 // The node list of one kind of mode data. For kind 0 the list is the node table itself: the position of a node is its
 // index, `nodes` stays empty and the keys are those of the node table.
@@ -41,7 +42,7 @@ struct NodeTable {
   Array<NodeRecord> nodes;    // in order of first appearance, or of the file; size() is the node count
   Array<SixVector> inertias;  // nodal inertias, in no particular order
   KeyTable keys;              // ID -> node index, built at the first lookup
-  KindNodes kinds[3];
+  PerKind<KindNodes> kinds;
   bool shape_list_present = false;  // the kind 0 list exists (a body read without mode shapes has none)
 };
 
@@ -51,9 +52,9 @@ struct ModeTable {
   Array<std::int32_t> mode_numbers;  // mode_capacity entries when built, mode_count when read
 };
 
-// ---- mode storage: sbrmodestore ------------------------------------------------------------------------------------
+// ---- mode storage: modes/store, its waiting values modes/pending -----------------------------------------------------
 
-// A run of adjacent values of one mode's record that waits to be written: unit sbrmodewrites.
+// A run of adjacent values of one mode's record that waits to be written.
 struct ModeRun {
   std::int32_t mode;     // mode index
   std::int32_t node_id;  // the node that the run starts with, for the report of a failed seek
@@ -71,44 +72,25 @@ struct PendingModeWrites {
 };
 
 struct ModeStore {
-  Array<std::int64_t> offsets[3];  // per kind, where each mode's record starts in the kind's channel
+  PerKind<Array<std::int64_t>> offsets;  // per kind, where each mode's record starts in the kind's channel
   int keep_in_memory = 1;
   int memory_limit = 0;  // cache slots that may be filled; 0 until worked out
   int memory_used = 0;
-  OwnedList<Array<double>> memory[3][2];  // by kind and part: per mode index a cached part, or an empty place
-  PendingModeWrites pending[3];           // per kind, entered but not yet in the temporary file
+  PerKind<OwnedList<Array<double>>[2]> memory;  // by kind and part: per mode index a cached part, or an empty place
+  PerKind<PendingModeWrites> pending;           // per kind, entered but not yet in the temporary file
 };
 
-// ---- mode access: sbrmodes -----------------------------------------------------------------------------------------
+// ---- mode access: modes/access ---------------------------------------------------------------------------------------
 
 struct ModeAccess {
-  int current_mode[3] = {-1, -1, -1};  // mode index held in current_record; mode_count for a pre-vector
-  Array<double> current_record[3];
+  PerKind<int> current_mode{{-1, -1, -1}};  // mode index held in current_record; mode_count for a pre-vector
+  PerKind<Array<double>> current_record;
   Array<double> ref_buffer;
   Array<double> transformation;  // mode_count x mode_count, row by row, at the time it was made
   Array<std::int32_t> transformation_modes;
 };
 
-// ---- header texts and version: sbrset, sbrtoc ----------------------------------------------------------------------
-
-struct HeaderTexts {
-  char title[128] = {};
-  char date[32] = {};
-  char input_file_name[128] = {};
-  char input_file_type[16] = {};
-  char comment1[80] = {};
-  char comment2[80] = {};
-  char comment3[80] = {};
-};
-
-struct Layout {
-  std::uint32_t version = 31;  // low byte the version code, above it the flags
-  std::int64_t block_offset[kBlockCount] = {};
-  unsigned char content[kContentBytes] = {};
-  std::int32_t sized_modes = 0;  // the mode count that the sizing of a block read last
-};
-
-// ---- units: sbrunits -----------------------------------------------------------------------------------------------
+// ---- units: body/units; frame/switch_units changes them --------------------------------------------------------------
 
 struct UnitFactors {
   double force = 1.0;
@@ -126,16 +108,7 @@ struct UnitState {
   UnitFactors unit;   // the product of all changes since the data was stored
 };
 
-// ---- generalized matrices and eigenvalues: sbrmatrices -------------------------------------------------------------
-
-struct EigenRecord {
-  std::int32_t mode = 0;
-  double eigenvalue = 0.0;
-  double frequency_hz = 0.0;
-  double frequency_rad = 0.0;
-  double generalized_mass = 0.0;
-  double generalized_stiffness = 0.0;
-};
+// ---- generalized matrices and eigenvalues: body/matrices -------------------------------------------------------------
 
 struct SparseEntry {
   std::int32_t row = 0;  // mode indices
@@ -154,7 +127,7 @@ struct GeneralizedMatrices {
   int damping_on_principal_axes = 0;
 };
 
-// ---- faces and interface nodes: sbrset -----------------------------------------------------------------------------
+// ---- faces and interface nodes: body/faces ---------------------------------------------------------------------------
 
 struct FaceList {
   int face_count = 0;
@@ -168,13 +141,7 @@ struct InterfaceNodes {
   int mapped = -1;            // length of `nodes` that `place` describes; -1 for none
 };
 
-// ---- global properties and inertia invariants: sbrinvar ------------------------------------------------------------
-
-struct GlobalProperties {
-  double mass = 0.0;
-  double center[3] = {};
-  double inertia[9] = {};  // positive products of inertia
-};
+// ---- global properties and inertia invariants: mass/invariants -------------------------------------------------------
 
 // Filled cells have memory. The shapes follow from the mode count at the time a cell was made, kept in `modes`.
 struct Invariants {
@@ -188,7 +155,7 @@ struct Invariants {
   Array<double> invar9;  // M x M cells of 9
 };
 
-// ---- loads: sbrloads -----------------------------------------------------------------------------------------------
+// ---- loads: body/loads -----------------------------------------------------------------------------------------------
 
 struct ModalLoad {
   char label[256] = {};
@@ -209,19 +176,14 @@ struct Loads {
   OwnedList<NodalLoadCase> nodal;
 };
 
-// ---- statistics, pre-stress, pre-strain: sbrstatistics, sbrset -----------------------------------------------------
-
-struct ModalStatistics {
-  std::int32_t node_ids[13];
-  double values[13];
-};
+// ---- pre-stress and pre-strain: modes/entry --------------------------------------------------------------------------
 
 struct PreVectors {
   Array<SixVector> stress;  // by kind position of kind 1
   Array<SixVector> strain;  // by kind position of kind 2
 };
 
-// ---- monitor points and matrix operators: sbrmonpnt, sbrmtxop ------------------------------------------------------
+// ---- monitor points: body/monitor_points; matrix operators: body/matrix_operators ------------------------------------
 
 struct MonitorPoint {
   int type = 0;
@@ -249,7 +211,7 @@ struct MatrixOperator {
   OwnedList<SubOperator> sub_operators;
 };
 
-// ---- surface state and free edges: sbrtools, sbrcoarse, sbrfreeedge ------------------------------------------------
+// ---- surface state: surface/discard; free edges: surface/free_edges --------------------------------------------------
 
 struct GeometryState {
   Array<std::int32_t> geometry_nodes;  // the keep list, while it lasts
@@ -266,14 +228,15 @@ struct FreeEdges {
 
 }  // namespace sbr
 
-// One flexible body. Lives on the registry of sbrcreate from its creation to its release.
+// One flexible body. Lives on the registry (body/registry) from its creation to its release.
+// The record channel and its layout belong to read/reader, header texts to body/header, statistics to modes/statistics.
 struct SbrBody {
   SbrBody *next = nullptr;
   int reference_count = 1;
 
   sbr::Array<float> float_buffer;
-  sbr::StreamChannel record;    // the record file that the body was read from
-  sbr::StreamChannel modes[3];  // shape, stress, strain: alias of the record channel, or a temporary file
+  sbr::StreamChannel record;               // the record file that the body was read from
+  sbr::PerKind<sbr::StreamChannel> modes;  // shape, stress, strain: alias of the record channel, or a temporary file
 
   sbr::Layout layout;
   sbr::HeaderTexts header;
@@ -304,10 +267,11 @@ struct SbrBody {
 
 namespace sbr {
 
-// The content flag of a block (3 to 35). Reading it is SBR_Exists.
-inline bool has_block(const SbrBody &body, int block) {
-  const int byte = content_byte(block);
-  return byte < 0 ? block >= 0 && block < 3 : body.layout.content[byte] != 0;
+// Whether the body's record has a block.
+inline bool has_block(const SbrBody &body, int block) { return has_block(body.layout, block); }
+// Moves the record channel to a block. False, without a move, when the channel is closed or the block is not there.
+[[nodiscard]] inline bool go_to_block(SbrBody &body, int block) noexcept {
+  return go_to_block(body.record, body.layout, block);
 }
 inline void set_block(SbrBody &body, int block, bool exists = true) {
   const int byte = content_byte(block);
@@ -319,11 +283,6 @@ inline void forget_interface_places(SbrBody &body) noexcept {
   body.interface_nodes.place.release();
   body.interface_nodes.mapped = -1;
 }
-
-// The head of the registry, for the creators that look a body up by its file name. sbrcreate owns the list.
-[[nodiscard]] SbrBody *registry_head() noexcept;
-// A new body at the tail of the registry; null when memory is short.
-[[nodiscard]] SbrBody *new_body() noexcept;
 
 }  // namespace sbr
 

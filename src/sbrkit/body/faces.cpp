@@ -1,16 +1,17 @@
 // Body construction: faces and interface nodes.
+#include "body/faces.h"
+
 #include <algorithm>
 #include <cstdarg>
 #include <limits>
 
 #include "base/reports.h"
-#include "body/body.h"
 #include "body/node_table.h"
+#include "body/registry.h"
 
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrset";
 constexpr int kFirstListRoom = 100;
 constexpr int kFaceArguments = 256;
 
@@ -20,7 +21,7 @@ constexpr int kFaceArguments = 256;
 int keep_face_nodes(SbrBody &body, std::span<const int> ids, std::int32_t *start) noexcept {
   int kept = 0;
   for (std::size_t i = 0; i < ids.size(); ++i) {
-    const int index = SBR_LookupOrAddNode(&body, ids[i]);
+    const int index = lookup_or_add_node(body, ids[i]);
     if (index < 0) return -1;
     const bool last = i + 1 == ids.size();
     if (kept > 0 && (index == start[kept - 1] || (last && index == start[0]))) continue;
@@ -29,21 +30,21 @@ int keep_face_nodes(SbrBody &body, std::span<const int> ids, std::int32_t *start
   return kept;
 }
 
-int enter_face(SbrBody &body, std::span<const int> ids) noexcept {
+bool enter_face(SbrBody &body, std::span<const int> ids) noexcept {
   auto &list = body.faces.list;
   const std::size_t start = list.size();
   const std::size_t wanted = start + 1 + ids.size();
   if (wanted > static_cast<std::size_t>(std::numeric_limits<int>::max()) || !list.resize(static_cast<int>(wanted)))
-    return report_no_memory(kUnit);
+    return report_no_memory(unit_name::kConstruction);
   const int kept = keep_face_nodes(body, ids, list.data() + start + 1);
   const bool entered = kept >= 2;
   // Shrinking needs no memory.
   const std::size_t used = entered ? start + 1 + static_cast<std::size_t>(kept) : start;
-  if (!list.resize(static_cast<std::int64_t>(used)) || !entered) return 0;
+  if (!list.resize(static_cast<std::int64_t>(used)) || !entered) return false;
   list[start] = kept;
   body.faces.face_count += 1;
   set_block(body, kElementFaces);
-  return 1;
+  return true;
 }
 
 // The place map of the interface nodes: node index -> place in the list plus 1. Made anew when the list was changed by
@@ -80,18 +81,19 @@ extern "C" {
 // ---- faces ----------------------------------------------------------------------------------------------
 
 int SBR_SetFaceList(SBR body, int count, const int *ids) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   // The list comes into being with the first call, whatever becomes of the face.
-  if (!body->faces.list && !body->faces.list.reserve(sbr::kFirstListRoom)) return sbr::report_no_memory(sbr::kUnit);
+  if (!body->faces.list && !body->faces.list.reserve(sbr::kFirstListRoom))
+    return sbr::report_no_memory(sbr::unit_name::kConstruction);
   if (count < 1 || ids == nullptr) return 0;
   return sbr::enter_face(*body, {ids, static_cast<std::size_t>(count)});
 }
 
 int SBR_SetFace(SBR body, int count, ...) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   if (count > sbr::kFaceArguments) {
-    SBR_Error("Face too big: max size %ld, specified size %ld.", static_cast<long>(sbr::kFaceArguments),
-              static_cast<long>(count));
+    sbr::report_error("Face too big: max size %ld, specified size %ld.", static_cast<long>(sbr::kFaceArguments),
+                      static_cast<long>(count));
     return 0;
   }
   int ids[sbr::kFaceArguments] = {};
@@ -117,14 +119,14 @@ int SBR_ElementFaces(SBR body, int *list) {
 // ---- interface nodes ------------------------------------------------------------------------------------
 
 int SBR_SetInterfaceNode(SBR body, int id) {
-  if (CheckSBR(body) == 0) return 0;
-  const int index = SBR_NodeIndex(body, id);
+  if (!sbr::require_body(body)) return 0;
+  const int index = sbr::node_index(*body, id);
   if (index < 0) return 0;
   sbr::InterfaceNodes &list = body->interface_nodes;
-  if (!sbr::map_interface_nodes(*body)) return sbr::report_no_memory(sbr::kUnit);
+  if (!sbr::map_interface_nodes(*body)) return sbr::report_no_memory(sbr::unit_name::kConstruction);
   std::int32_t &place = list.place[index];
   if (place > 0 && place <= list.nodes.count() && list.nodes[static_cast<std::size_t>(place) - 1] == index) return 1;
-  if (!list.nodes.push_back(index)) return sbr::report_no_memory(sbr::kUnit);
+  if (!list.nodes.push_back(index)) return sbr::report_no_memory(sbr::unit_name::kConstruction);
   place = list.nodes.count();
   list.mapped = place;
   sbr::set_block(*body, sbr::kInterfaceNodes);
@@ -140,7 +142,7 @@ int *SBR_InterfaceNodes(SBR body, int *count) {
 int *SBR_InterfaceNodeIDs(SBR body, int *count) {
   const int held = body != nullptr ? body->interface_nodes.nodes.count() : 0;
   if (count != nullptr) *count = held;
-  return sbr::copy_for_caller(held, [&](int i) { return SBR_NodeID(body, body->interface_nodes.nodes[i]); });
+  return sbr::copy_for_caller(held, [&](int i) { return sbr::node_id(*body, body->interface_nodes.nodes[i]); });
 }
 
 }  // extern "C"

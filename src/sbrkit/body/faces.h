@@ -1,5 +1,5 @@
-// The flat face list of a body: how it is walked and how it is replaced. The list belongs to sbrset; the reductions of
-// the surface (sbrcoarse, sbrstrip, sbrsketch, sbrdiscard, sbrfreeedge) go through the functions here.
+// The flat face list of a body and its interface nodes. The unit owns SbrBody::faces and SbrBody::interface_nodes: it
+// enters faces; the reductions of the surface walk and replace the list through the functions here.
 #ifndef SBRKIT_BODY_FACES_H
 #define SBRKIT_BODY_FACES_H
 

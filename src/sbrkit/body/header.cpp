@@ -1,15 +1,15 @@
-// Body construction: header texts, node coordinates, masses and inertias.
+// Construction of a body: header texts, node coordinates, masses and inertias.
+#include "body/header.h"
+
 #include <ctime>
 
 #include "base/reports.h"
 #include "base/texts.h"
-#include "body/body.h"
 #include "body/node_table.h"
+#include "body/registry.h"
 
 namespace sbr {
 namespace {
-
-constexpr const char *kUnit = "sbrset";
 
 void blank_newlines(char *text) noexcept {
   for (; *text != '\0'; ++text)
@@ -32,31 +32,42 @@ void store_header_text(char (&field)[Size], char *text, const char *too_big, con
   constexpr long kLimit = static_cast<long>(Size) - 1;
   if (text != nullptr) {
     const auto length = static_cast<long>(std::strlen(text));
-    if (length > kLimit) SBR_Warning(too_big, kLimit, length);
+    if (length > kLimit) report_warning(too_big, kLimit, length);
     blank_newlines(text);
   }
   store_text(field, text);
-  SBR_Info(stored, field);
+  report_info(stored, field);
 }
 
 // The record of a node, new or known; null after a report.
-NodeRecord *node_to_set(SBR body, int id) noexcept {
-  if (CheckSBR(body) == 0) return nullptr;
-  const int index = SBR_LookupOrAddNode(body, id);
+NodeRecord *node_to_set(SbrBody *body, int id) noexcept {
+  if (!require_body(body)) return nullptr;
+  const int index = lookup_or_add_node(*body, id);
   return index < 0 ? nullptr : &body->nodes.nodes[index];
 }
 
 // The six inertia values of a node, new or known; null after a report.
-double *inertia_to_set(SBR body, int id) noexcept {
-  if (CheckSBR(body) == 0) return nullptr;
-  const int index = SBR_LookupOrAddNode(body, id);
+double *inertia_to_set(SbrBody *body, int id) noexcept {
+  if (!require_body(body)) return nullptr;
+  const int index = lookup_or_add_node(*body, id);
   if (index < 0) return nullptr;
   double *six = node_inertia_or_add(*body, index);
-  if (six == nullptr) report_no_memory(kUnit);
+  if (six == nullptr) report_no_memory(unit_name::kConstruction);
   return six;
 }
 
 }  // namespace
+
+HeaderTexts header_texts(const SbrBody &body) noexcept {
+  HeaderTexts texts = body.header;
+  for (char *text : {texts.title, texts.input_file_name}) text[sizeof texts.title - 1] = '\0';
+  texts.date[sizeof texts.date - 1] = '\0';
+  for (char *text : {texts.comment1, texts.comment2, texts.comment3}) text[sizeof texts.comment1 - 1] = '\0';
+  if (const std::size_t length = std::strlen(texts.date); length > 0 && texts.date[length - 1] == '\n')
+    texts.date[length - 1] = '\0';
+  return texts;
+}
+
 }  // namespace sbr
 
 extern "C" {
@@ -65,7 +76,7 @@ extern "C" {
 
 int SBR_SetHeader(SBR body, char *title, char *input_file_name, char *input_file_type, char *comment1, char *comment2,
                   char *comment3) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   sbr::HeaderTexts &header = body->header;
   sbr::store_date(header.date);
   sbr::store_header_text(header.title, title, "Title too big: max size %ld, specified size %ld.\nTruncating title.",
@@ -91,16 +102,14 @@ int SBR_SetHeader(SBR body, char *title, char *input_file_name, char *input_file
 void SBR_Header(SBR body, char *title, char *date, char *input_file_name, char *input_file_type, char *comment1,
                 char *comment2, char *comment3) {
   if (body == nullptr) return;
-  const sbr::HeaderTexts &header = body->header;
-  sbr::give_text(title, header.title);
-  sbr::give_text(date, header.date);
-  if (date != nullptr)
-    if (const std::size_t length = std::strlen(date); length > 0 && date[length - 1] == '\n') date[length - 1] = '\0';
-  sbr::give_text(input_file_name, header.input_file_name);
-  sbr::give_text(input_file_type, header.input_file_type);
-  sbr::give_text(comment1, header.comment1);
-  sbr::give_text(comment2, header.comment2);
-  sbr::give_text(comment3, header.comment3);
+  const sbr::HeaderTexts texts = sbr::header_texts(*body);
+  sbr::give_text(title, texts.title);
+  sbr::give_text(date, texts.date);
+  sbr::give_text(input_file_name, texts.input_file_name);
+  sbr::give_text(input_file_type, texts.input_file_type);
+  sbr::give_text(comment1, texts.comment1);
+  sbr::give_text(comment2, texts.comment2);
+  sbr::give_text(comment3, texts.comment3);
 }
 
 // ---- nodes ----------------------------------------------------------------------------------------------
@@ -142,15 +151,14 @@ int SBR_SetNodalInertia(SBR body, int id, double ixx, double iyy, double izz, do
 }
 
 int SBR_SetNodalInertiaEntry(SBR body, int id, int row, int column, double value) {
-  static constexpr int kPlace[3][3] = {{0, 3, 4}, {3, 1, 5}, {4, 5, 2}};
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   if (row < 1 || row > 3 || column < 1 || column > 3) {
-    SBR_Error("The inertia entry (%d, %d) is illegal.\nThe row and column must be 1 to 3.", row, column);
+    sbr::report_error("The inertia entry (%d, %d) is illegal.\nThe row and column must be 1 to 3.", row, column);
     return 0;
   }
   double *six = sbr::inertia_to_set(body, id);
   if (six == nullptr) return 0;
-  six[kPlace[row - 1][column - 1]] = value;
+  six[sbr::kPackedPlace[row - 1][column - 1]] = value;
   sbr::set_block(*body, sbr::kNodalInertias);
   return 1;
 }

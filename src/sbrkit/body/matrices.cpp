@@ -4,6 +4,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "body/node_table.h"
+#include "body/units.h"
+
 namespace sbr {
 
 const EigenRecord *eigen_record(const SbrBody &body, int index) noexcept {
@@ -62,7 +65,7 @@ int derive_from_lists(SbrBody &body, int index, const EigenOutputs &out) noexcep
   const double k = stiffness.value;
   const double m = mass.found ? mass.value : substitute_mass(k);
   const double eigenvalue = k / m;
-  const double w = SBR_UCF(&body) * k / m;
+  const double w = consistency_factor(body) * k / m;
   // A negative eigenvalue shows as a negative frequency.
   const double rad = eigenvalue >= 0.0 ? std::sqrt(w) : -std::sqrt(-w);
   give(out.stiffness, k);
@@ -141,7 +144,7 @@ auto into_selected(const SbrBody &body, double **rows, int n, const int *selecte
     const ModeTable &table = body.mode_table;
     const int reach = std::min(table.mode_count, table.mode_numbers.count());
     if (index < 0 || index >= reach || selected == nullptr) return -1;
-    return SelectedModeIndex(table.mode_numbers[index], selected, n);
+    return selected_position(table.mode_numbers[index], selected, n);
   };
   return [=](int, const SparseEntry &entry) {
     const int r = position(entry.row);
@@ -163,6 +166,60 @@ void zero_rows(double **rows, int n) noexcept {
 }
 
 }  // namespace
+
+bool eigen_values(SbrBody &body, int index, double *eigenvalue, double *hz, double *rad, double *mass,
+                  double *stiffness) noexcept {
+  if (index < 0 || index >= mode_count(body)) return false;
+  const EigenOutputs out{eigenvalue, hz, rad, mass, stiffness};
+  const EigenRecord *record = eigen_record(body, index);
+  return (record != nullptr ? give_record(*record, out) : derive_from_lists(body, index, out)) != 0;
+}
+
+int stiffness_count(const SbrBody &body) noexcept {
+  return body.matrices.stiffness ? body.matrices.stiffness.count() : mode_count(body);
+}
+
+int mass_count(const SbrBody &body) noexcept {
+  return body.matrices.mass ? body.matrices.mass.count() : mode_count(body);
+}
+
+int damping_count(const SbrBody &body) noexcept { return body.matrices.damping.count(); }
+
+void sparse_stiffness(const SbrBody &body, double *values, int *rows, int *columns) noexcept {
+  write_stiffness(body, into_sparse(values, rows, columns));
+}
+
+void sparse_mass(const SbrBody &body, double *values, int *rows, int *columns) noexcept {
+  write_mass(body, into_sparse(values, rows, columns));
+}
+
+bool sparse_damping(const SbrBody &body, double *values, int *rows, int *columns) noexcept {
+  if (!body.matrices.damping) return false;
+  write_list(body.matrices.damping, into_sparse(values, rows, columns));
+  return true;
+}
+
+bool full_stiffness(const SbrBody &body, double *matrix, int n) noexcept {
+  zero_full(matrix, n);
+  if (matrix == nullptr || stiffness_count(body) < 1) return false;
+  write_stiffness(body, into_full(matrix, n));
+  return true;
+}
+
+bool full_mass(const SbrBody &body, double *matrix, int n) noexcept {
+  zero_full(matrix, n);
+  if (matrix == nullptr || mass_count(body) < 1) return false;
+  write_mass(body, into_full(matrix, n));
+  return true;
+}
+
+bool full_damping(const SbrBody &body, double *matrix, int n) noexcept {
+  zero_full(matrix, n);
+  if (matrix == nullptr || damping_count(body) < 1) return false;
+  write_list(body.matrices.damping, into_full(matrix, n));
+  return true;
+}
+
 }  // namespace sbr
 
 using namespace sbr;
@@ -171,77 +228,57 @@ extern "C" {
 
 int SBR_Eigenvalue(SBR body, int number, double *eigenvalue, double *hz, double *rad, double *mass, double *stiffness) {
   if (body == nullptr) return 0;
-  const int index = SBR_ModeIndex(body, number);
-  if (index < 0) return 0;
-  const EigenOutputs out{eigenvalue, hz, rad, mass, stiffness};
-  const EigenRecord *record = eigen_record(*body, index);
-  return record != nullptr ? give_record(*record, out) : derive_from_lists(*body, index, out);
+  return eigen_values(*body, mode_index(*body, number), eigenvalue, hz, rad, mass, stiffness) ? 1 : 0;
 }
 
-int SBR_NumberOfGenStiff(SBR body) {
-  if (body == nullptr) return 0;
-  return body->matrices.stiffness ? body->matrices.stiffness.count() : body->mode_table.mode_count;
-}
+int SBR_NumberOfGenStiff(SBR body) { return body == nullptr ? 0 : stiffness_count(*body); }
 
-int SBR_NumberOfGenMass(SBR body) {
-  if (body == nullptr) return 0;
-  return body->matrices.mass ? body->matrices.mass.count() : body->mode_table.mode_count;
-}
+int SBR_NumberOfGenMass(SBR body) { return body == nullptr ? 0 : mass_count(*body); }
 
-int SBR_NumberOfGenDamp(SBR body) { return body == nullptr ? 0 : body->matrices.damping.count(); }
+int SBR_NumberOfGenDamp(SBR body) { return body == nullptr ? 0 : damping_count(*body); }
 
-int SBR_GenDampExist(SBR body) { return SBR_NumberOfGenDamp(body) > 0 ? 1 : 0; }
+int SBR_GenDampExist(SBR body) { return body != nullptr && damping_count(*body) > 0 ? 1 : 0; }
 
 int SBR_GenStiffSparse(SBR body, double *values, int *rows, int *columns) {
   if (body == nullptr) return 0;
-  write_stiffness(*body, into_sparse(values, rows, columns));
+  sparse_stiffness(*body, values, rows, columns);
   return 1;
 }
 
 int SBR_GenMassSparse(SBR body, double *values, int *rows, int *columns) {
   if (body == nullptr) return 0;
-  write_mass(*body, into_sparse(values, rows, columns));
+  sparse_mass(*body, values, rows, columns);
   return 1;
 }
 
 int SBR_GenDampSparse(SBR body, double *values, int *rows, int *columns) {
-  if (body == nullptr || !body->matrices.damping) return 0;
-  write_list(body->matrices.damping, into_sparse(values, rows, columns));
-  return 1;
+  return body != nullptr && sparse_damping(*body, values, rows, columns) ? 1 : 0;
 }
 
 int SBR_GenStiffFull(SBR body, double *matrix, int n) {
+  if (body != nullptr) return full_stiffness(*body, matrix, n) ? 1 : 0;
   zero_full(matrix, n);
-  if (matrix == nullptr || SBR_NumberOfGenStiff(body) < 1) return 0;
-  write_stiffness(*body, into_full(matrix, n));
-  return 1;
+  return 0;
 }
 
-int SBR_GenMassFull(SBR body, double *matrix, int n) {
-  if (body == nullptr) return 0;
-  zero_full(matrix, n);
-  if (matrix == nullptr || SBR_NumberOfGenMass(body) < 1) return 0;
-  write_mass(*body, into_full(matrix, n));
-  return 1;
-}
+int SBR_GenMassFull(SBR body, double *matrix, int n) { return body != nullptr && full_mass(*body, matrix, n) ? 1 : 0; }
 
 int SBR_GenDampFull(SBR body, double *matrix, int n) {
+  if (body != nullptr) return full_damping(*body, matrix, n) ? 1 : 0;
   zero_full(matrix, n);
-  if (matrix == nullptr || SBR_GenDampExist(body) == 0) return 0;
-  write_list(body->matrices.damping, into_full(matrix, n));
-  return 1;
+  return 0;
 }
 
 int SBR_GenStiffSelected(SBR body, double **rows, int n, const int *selected) {
   zero_rows(rows, n);
-  if (rows == nullptr || SBR_NumberOfGenStiff(body) < 1) return 0;
+  if (rows == nullptr || body == nullptr || stiffness_count(*body) < 1) return 0;
   write_stiffness(*body, into_selected(*body, rows, n, selected));
   return 1;
 }
 
 int SBR_GenMassSelected(SBR body, double **rows, int n, const int *selected) {
   zero_rows(rows, n);
-  if (rows == nullptr || SBR_NumberOfGenMass(body) < 1) return 0;
+  if (rows == nullptr || body == nullptr || mass_count(*body) < 1) return 0;
   write_mass(*body, into_selected(*body, rows, n, selected));
   return 1;
 }

@@ -3,12 +3,10 @@
 
 #include "base/reports.h"
 #include "base/texts.h"
-#include "body/body.h"
+#include "body/registry.h"
 
 namespace sbr {
 namespace {
-
-constexpr const char *kUnit = "sbrmtxop";
 
 // The record of an operator; null for a null handle and an index outside the list.
 MatrixOperator *operator_at(SBR body, int op) noexcept {
@@ -23,7 +21,7 @@ SubOperator *sub_operator_at(SBR body, int op, int sub) noexcept {
 }
 
 int refuse_no_memory(int line = __builtin_LINE()) noexcept {
-  report_no_memory(kUnit, line);
+  report_no_memory(unit_name::kMatrixOperators, line);
   return -1;
 }
 
@@ -42,7 +40,7 @@ extern "C" {
 // ---- setters --------------------------------------------------------------------------------------------
 
 int SBR_SetMatrixOperatorInfo(SBR body, const char *name, const char **row_labels, int rows) {
-  if (CheckSBR(body) == 0) return -1;
+  if (!sbr::require_body(body)) return -1;
   // The labels come first: a size that cannot be had leaves the list as it was.
   sbr::Array<std::array<char, 80>> labels;
   if (rows < 0 || !labels.resize(rows)) return sbr::refuse_no_memory();
@@ -61,7 +59,7 @@ int SBR_SetMatrixOperatorInfo(SBR body, const char *name, const char **row_label
 int SBR_SetMatrixOperatorData(SBR body, int op, const char *tag, int columns, const double *data) {
   sbr::MatrixOperator *record = operator_at(body, op);
   if (record == nullptr) {
-    SBR_Error("Invalid monitor point index: %d.\n", op);
+    sbr::report_error("Invalid monitor point index: %d.\n", op);
     return -1;
   }
   if (data == nullptr) return -1;
@@ -79,7 +77,7 @@ int SBR_SetMatrixOperatorData(SBR body, int op, const char *tag, int columns, co
 
 // ---- getters --------------------------------------------------------------------------------------------
 
-int SBR_GetMatrixOperatorCount(SBR body) { return CheckSBR(body) != 0 ? body->matrix_operators.count() : -1; }
+int SBR_GetMatrixOperatorCount(SBR body) { return sbr::require_body(body) ? body->matrix_operators.count() : -1; }
 
 int SBR_GetMatrixOperatorName(SBR body, int op, char *name) {
   const sbr::MatrixOperator *record = operator_at(body, op);

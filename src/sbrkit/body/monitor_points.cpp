@@ -1,20 +1,22 @@
 // Monitor points: named results of the finite-element model and the operators that recover them from modal coordinates.
+#include "body/monitor_points.h"
+
 #include <algorithm>
 #include <cstdio>
 
 #include "base/reports.h"
 #include "base/texts.h"
-#include "body/body.h"
+#include "body/node_table.h"
+#include "body/registry.h"
 
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrmonpnt";
 constexpr std::size_t kLabelCharacters = 56;
 constexpr int kLoadOperator = 4;
 
 // The record of a point; null for a null handle and an index outside the list.
-MonitorPoint *point_at(SBR body, int point) noexcept {
+MonitorPoint *point_at(const SbrBody *body, int point) noexcept {
   if (body == nullptr || point < 0 || point >= body->monitor_points.count()) return nullptr;
   return body->monitor_points[point];
 }
@@ -37,6 +39,12 @@ bool valid_type(int type) noexcept { return type >= 1 && type <= 4; }
 int flag_of(int type) noexcept { return 1 << (type - 1); }
 
 }  // namespace
+
+int monitor_point_has_operator(const SbrBody &body, int point, int type) noexcept {
+  const MonitorPoint *record = point_at(&body, point);
+  return record != nullptr && valid_type(type) ? record->flags & flag_of(type) : 0;
+}
+
 }  // namespace sbr
 
 using sbr::point_at;
@@ -47,15 +55,15 @@ extern "C" {
 
 int SBR_SetMonitorPointInfo(SBR body, int type, int result_type, int component, int load_operators,
                             const double *location3, const char *name, const char *label) {
-  if (CheckSBR(body) == 0) return -1;
+  if (!sbr::require_body(body)) return -1;
   if (!body->monitor_points.add_place()) {
-    sbr::report_no_memory(sbr::kUnit);
+    sbr::report_no_memory(sbr::unit_name::kMonitorPoints);
     return -1;
   }
   const int index = body->monitor_points.count() - 1;
   sbr::MonitorPoint *record = body->monitor_points.create(static_cast<std::size_t>(index));
   if (record == nullptr) {
-    sbr::report_no_memory(sbr::kUnit);
+    sbr::report_no_memory(sbr::unit_name::kMonitorPoints);
     return -1;
   }
   record->type = type;
@@ -73,19 +81,19 @@ int SBR_SetMonitorPointInfo(SBR body, int type, int result_type, int component, 
 int SBR_SetMonitorPointOperator(SBR body, int point, int type, const double *data) {
   sbr::MonitorPoint *record = point_at(body, point);
   if (record == nullptr) {
-    SBR_Error("Invalid monitor point index: %d.\n", point);
+    sbr::report_error("Invalid monitor point index: %d.\n", point);
     return -1;
   }
   if (!sbr::valid_type(type)) {
-    SBR_Error("Invalid operator type. Valid choices are: 1 for disp operator, 2 for load operator.\n");
+    sbr::report_error("Invalid operator type. Valid choices are: 1 for disp operator, 2 for load operator.\n");
     return -1;
   }
   if (data == nullptr) return -1;
   sbr::Array<double> &values = record->operators[type - 1];
   values.release();
   record->flags &= ~sbr::flag_of(type);
-  if (!values.allocate(sbr::operator_size(*record, type, SBR_ModeCount(body)))) {
-    sbr::report_no_memory(sbr::kUnit);
+  if (!values.allocate(sbr::operator_size(*record, type, sbr::mode_count(*body)))) {
+    sbr::report_no_memory(sbr::unit_name::kMonitorPoints);
     return -1;
   }
   std::copy(data, data + values.size(), values.data());
@@ -95,7 +103,7 @@ int SBR_SetMonitorPointOperator(SBR body, int point, int type, const double *dat
 
 // ---- getters --------------------------------------------------------------------------------------------
 
-int SBR_GetMonitorPointCount(SBR body) { return CheckSBR(body) != 0 ? body->monitor_points.count() : -1; }
+int SBR_GetMonitorPointCount(SBR body) { return sbr::require_body(body) ? body->monitor_points.count() : -1; }
 
 int SBR_GetMonitorPointType(SBR body, int point) {
   const sbr::MonitorPoint *record = point_at(body, point);
@@ -136,21 +144,20 @@ int SBR_GetMonitorPointOperatorSize(SBR body, int point, int *rows, int *columns
   const sbr::MonitorPoint *record = point_at(body, point);
   if (record == nullptr) return -1;
   if (rows != nullptr) *rows = record->operator_rows;
-  if (columns != nullptr) *columns = SBR_ModeCount(body);
+  if (columns != nullptr) *columns = sbr::mode_count(*body);
   return 0;
 }
 
 int SBR_MonitorPointHasOperator(SBR body, int point, int type) {
-  const sbr::MonitorPoint *record = point_at(body, point);
-  return record != nullptr && sbr::valid_type(type) ? record->flags & sbr::flag_of(type) : 0;
+  return body != nullptr ? sbr::monitor_point_has_operator(*body, point, type) : 0;
 }
 
 int SBR_GetMonitorPointOperator(SBR body, int point, int type, double *data) {
   const sbr::MonitorPoint *record = point_at(body, point);
-  if (data == nullptr || SBR_MonitorPointHasOperator(body, point, type) == 0) return -1;
+  if (record == nullptr || data == nullptr || sbr::monitor_point_has_operator(*body, point, type) == 0) return -1;
   const sbr::Array<double> &values = record->operators[type - 1];
   // The caller's array has the size of the present mode count, which may differ from that at the time of entry.
-  const std::int64_t size = sbr::operator_size(*record, type, SBR_ModeCount(body));
+  const std::int64_t size = sbr::operator_size(*record, type, sbr::mode_count(*body));
   std::copy(values.data(), values.data() + std::min(size, static_cast<std::int64_t>(values.size())), data);
   return 0;
 }

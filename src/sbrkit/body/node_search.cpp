@@ -5,13 +5,12 @@
 #include <span>
 
 #include "base/reports.h"
-#include "body/body.h"
 #include "body/node_table.h"
+#include "body/registry.h"
 
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrtools";
 constexpr std::size_t kLeaf = 12;
 // A walk over n nodes costs about a hundredth of building the index.
 constexpr int kWalksBeforeIndex = 24;
@@ -86,7 +85,7 @@ int *hand_out(const Array<Found> &found, std::size_t how_many, int *count) noexc
   Array<std::int32_t> nodes;
   if (how_many == 0) return nullptr;
   if (!nodes.allocate(static_cast<std::int64_t>(how_many))) {
-    report_no_memory(kUnit);
+    report_no_memory(unit_name::kTools);
     return nullptr;
   }
   for (std::size_t i = 0; i < how_many; ++i) nodes[i] = found[i].node;
@@ -184,7 +183,7 @@ int NodeSearchIndex::closest(const SbrBody &body, const double *point3) noexcept
 extern "C" {
 
 int SBR_ClosestNode(SBR body, const double *point3, int interface_only) {
-  if (CheckSBR(body) == 0 || point3 == nullptr) return -1;
+  if (!sbr::require_body(body) || point3 == nullptr) return -1;
   const bool interface_nodes = interface_only != 0 && !body->interface_nodes.nodes.empty();
   if (!interface_nodes)
     if (const int node = body->search.closest(*body, point3); node >= 0) return node;
@@ -195,11 +194,11 @@ int *SBR_ClosestNodes(SBR body, const double *point3, int how_many, int interfac
   int unused = 0;
   if (count == nullptr) count = &unused;
   *count = 0;
-  if (CheckSBR(body) == 0) return nullptr;
+  if (!sbr::require_body(body)) return nullptr;
   const sbr::Candidates candidates(*body, interface_only != 0);
   sbr::Array<sbr::Found> found;
   if (how_many < 0 || !found.reserve(std::min(how_many, candidates.count()) + 1)) {
-    sbr::report_no_memory(sbr::kUnit);
+    sbr::report_no_memory(sbr::unit_name::kTools);
     return nullptr;
   }
   if (point3 == nullptr || how_many == 0) return nullptr;
@@ -210,7 +209,7 @@ int *SBR_ClosestNodes(SBR body, const double *point3, int how_many, int interfac
     const double distance = sbr::squared_distance(*body, point3, node);
     ordered = ordered && !std::isnan(distance);
     if (!found.push_back({distance, c, node})) {
-      sbr::report_no_memory(sbr::kUnit);
+      sbr::report_no_memory(sbr::unit_name::kTools);
       return nullptr;
     }
   }
@@ -228,14 +227,15 @@ int *SBR_ClosestNodesInNeighborhood(SBR body, const double *point3, double radiu
   int unused = 0;
   if (count == nullptr) count = &unused;
   *count = 0;
-  if (CheckSBR(body) == 0 || point3 == nullptr) return nullptr;
+  if (!sbr::require_body(body) || point3 == nullptr) return nullptr;
   const sbr::Candidates candidates(*body, interface_only != 0);
   sbr::Array<sbr::Found> found;
   for (int c = 0; c < candidates.count(); ++c) {
     const int node = candidates.node(c);
     if (node < 0) continue;
     const double distance = sbr::squared_distance(*body, point3, node);
-    if (distance <= radius * radius && !found.push_back({distance, c, node})) sbr::report_no_memory(sbr::kUnit);
+    if (distance <= radius * radius && !found.push_back({distance, c, node}))
+      sbr::report_no_memory(sbr::unit_name::kTools);
   }
   std::sort(found.begin(), found.end(), sbr::nearer_then_later);
   return sbr::hand_out(found, found.size(), count);

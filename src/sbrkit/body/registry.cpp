@@ -1,12 +1,10 @@
-// Body handle and registry: creation, sharing by reference count, release.
-//
-// The registry is a singly linked list through SbrBody::next, in order of creation. A body is released by taking it off
-// the list first, so that no link ever dangles.
+// A body is released by taking it off the list first, so that no link ever dangles.
+#include "body/registry.h"
+
 #include <cstdlib>
 #include <new>
 
 #include "base/reports.h"
-#include "body/body.h"
 
 namespace {
 
@@ -29,6 +27,12 @@ SbrBody::~SbrBody() {
 
 namespace sbr {
 
+bool require_body(const SbrBody *body) noexcept {
+  if (body != nullptr) return true;
+  report_error("The database has not been initialized.");
+  return false;
+}
+
 SbrBody *registry_head() noexcept { return head; }
 
 SbrBody *new_body() noexcept {
@@ -40,6 +44,17 @@ SbrBody *new_body() noexcept {
   body->record.single_scratch = &body->float_buffer;
   for (StreamChannel &channel : body->modes) channel.single_scratch = &body->float_buffer;
   return body;
+}
+
+bool is_registered(const SbrBody *body) noexcept { return body != nullptr && link_to(body) != nullptr; }
+
+SbrBody *destroy_body(SbrBody *body) noexcept {
+  SbrBody **link = body != nullptr ? link_to(body) : nullptr;
+  if (link == nullptr) return nullptr;
+  SbrBody *next = body->next;
+  *link = next;
+  delete body;
+  return next;
 }
 
 }  // namespace sbr
@@ -54,37 +69,24 @@ SBR SBR_Create(int node_capacity, int mode_capacity) {
   return body;
 }
 
-int CheckSBR(SBR body) {
-  if (body != nullptr) return 1;
-  SBR_Error("The database has not been initialized.");
-  return 0;
-}
+int CheckSBR(SBR body) { return sbr::require_body(body) ? 1 : 0; }
 
-int SBR_IsValid(SBR body) { return body != nullptr && link_to(body) != nullptr ? 1 : 0; }
+int SBR_IsValid(SBR body) { return sbr::is_registered(body) ? 1 : 0; }
 
-SBR SBR_Destroy(SBR body) {
-  SbrBody **link = body != nullptr ? link_to(body) : nullptr;
-  if (link == nullptr) return nullptr;
-  SBR next = body->next;
-  *link = next;
-  delete body;
-  return next;
-}
+SBR SBR_Destroy(SBR body) { return sbr::destroy_body(body); }
 
-void SBR_UnLink(SBR body) {
-  if (SBR_IsValid(body) != 0) SBR_Destroy(body);
-}
+void SBR_UnLink(SBR body) { sbr::destroy_body(body); }
 
 void SBR_DeReference(SBR body) {
-  if (SBR_IsValid(body) == 0) return;
+  if (!sbr::is_registered(body)) return;
   if (body->reference_count == 1)
-    SBR_UnLink(body);
+    sbr::destroy_body(body);
   else
     body->reference_count -= 1;
 }
 
 int SBR_Terminate(void) {
-  while (head != nullptr) SBR_Destroy(head);
+  while (head != nullptr) sbr::destroy_body(head);
   return 0;
 }
 

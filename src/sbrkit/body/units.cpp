@@ -66,26 +66,6 @@ void give_label(const char (&label)[16], const char *when_empty, char *out) noex
   out[length] = '\0';
 }
 
-// The four quantities of a unit system, in the order of the labels: mass, length, time, force.
-constexpr int kQuantities = 4;
-const unit_entry *const tables[kQuantities] = {mass_table, length_table, time_table, force_table};
-
-struct Labels {
-  char text[kQuantities][16];
-};
-
-// Copies four labels, each cut to 15 characters, and asks the companion library about them. False at the first that
-// it refuses.
-bool take_labels(Labels &labels, const std::array<const char *, kQuantities> &given) noexcept {
-  for (int q = 0; q < kQuantities; ++q) {
-    if (given[q] == nullptr) return false;
-    std::strncpy(labels.text[q], given[q], sizeof labels.text[q]);
-    labels.text[q][sizeof labels.text[q] - 1] = '\0';
-  }
-  return std::all_of(std::begin(labels.text), std::end(labels.text),
-                     [](char *label) { return SBR_ConvertUnitsLabel(label) != 0; });
-}
-
 // ---- decimal exponents ---------------------------------------------------------------------------------------------
 
 constexpr int kLargestExponent = 650;     // above the sum of the exponents of any two finite numbers
@@ -153,13 +133,13 @@ double DecimalFactor::apply(double value) const noexcept {
   return std::fabs(power_of_ten(exponent + exponent_)) * (mantissa_ * value_mantissa);
 }
 
-}  // namespace sbr
+void convert_units(double *values, std::int64_t count, double factor) noexcept {
+  if (count > 0) DecimalFactor(factor).apply({values, static_cast<std::size_t>(count)});
+}
 
-using namespace sbr;
+// ---- labels --------------------------------------------------------------------------------------------------------
 
-extern "C" {
-
-double SBR_UnitsDivider(const char *label, const unit_entry *table) {
+double units_divider(const char *label, const unit_entry *table) noexcept {
   if (label == nullptr) return 0.0;
   if (*label == '\0') return 1.0;
   if (table == nullptr) return 0.0;
@@ -168,7 +148,7 @@ double SBR_UnitsDivider(const char *label, const unit_entry *table) {
   return 0.0;
 }
 
-const char *SBR_UnitsLabel(double multiplier, const unit_entry *table) {
+const char *units_label(double multiplier, const unit_entry *table) noexcept {
   if (table == nullptr) return nullptr;
   for (; table->name != nullptr; ++table) {
     const double m = table->multiplier;
@@ -177,92 +157,60 @@ const char *SBR_UnitsLabel(double multiplier, const unit_entry *table) {
   return nullptr;
 }
 
-void SBR_Units(SBR body, char *mass, char *length, char *time, char *force) {
-  if (body == nullptr) {
-    for (char *out : {mass, length, time, force})
-      if (out != nullptr) *out = '\0';
-    return;
-  }
-  const UnitState &units = body->units;
+void give_units(const SbrBody &body, char *mass, char *length, char *time, char *force) noexcept {
+  const UnitState &units = body.units;
   give_label(units.mass_units, "KILOGRAM", mass);
   give_label(units.length_units, "METER", length);
   give_label(units.time_units, "SECOND", time);
   give_label(units.force_units, "NEWTON", force);
 }
 
-double SBR_UCF(SBR body) {
-  if (body == nullptr) return 0.0;
-  const UnitState &units = body->units;
-  const double f = SBR_UnitsDivider(units.force_units, force_table);
-  const double t = SBR_UnitsDivider(units.time_units, time_table);
-  const double l = SBR_UnitsDivider(units.length_units, length_table);
-  const double m = SBR_UnitsDivider(units.mass_units, mass_table);
+double consistency_factor(const SbrBody &body) noexcept {
+  const UnitState &units = body.units;
+  const double f = units_divider(units.force_units, force_table);
+  const double t = units_divider(units.time_units, time_table);
+  const double l = units_divider(units.length_units, length_table);
+  const double m = units_divider(units.mass_units, mass_table);
   return f * t * t / (l * m);
 }
 
+}  // namespace sbr
+
+using namespace sbr;
+
+extern "C" {
+
+double SBR_UnitsDivider(const char *label, const unit_entry *table) { return units_divider(label, table); }
+
+const char *SBR_UnitsLabel(double multiplier, const unit_entry *table) { return units_label(multiplier, table); }
+
+void SBR_Units(SBR body, char *mass, char *length, char *time, char *force) {
+  if (body != nullptr) return give_units(*body, mass, length, time, force);
+  for (char *out : {mass, length, time, force})
+    if (out != nullptr) *out = '\0';
+}
+
+double SBR_UCF(SBR body) { return body == nullptr ? 0.0 : consistency_factor(*body); }
+
 double SBR_Mass2Kilogram(SBR body, double value) {
-  return body == nullptr ? 0.0 : value * SBR_UnitsDivider(body->units.mass_units, mass_table);
+  return body == nullptr ? 0.0 : value * units_divider(body->units.mass_units, mass_table);
 }
 
 double SBR_Length2Meter(SBR body, double value) {
-  return body == nullptr ? 0.0 : value * SBR_UnitsDivider(body->units.length_units, length_table);
+  return body == nullptr ? 0.0 : value * units_divider(body->units.length_units, length_table);
 }
 
 double SBR_Time2Second(SBR body, double value) {
-  return body == nullptr ? 0.0 : value * SBR_UnitsDivider(body->units.time_units, time_table);
+  return body == nullptr ? 0.0 : value * units_divider(body->units.time_units, time_table);
 }
 
 double SBR_Force2Newton(SBR body, double value) {
-  return body == nullptr ? 0.0 : value * SBR_UnitsDivider(body->units.force_units, force_table);
+  return body == nullptr ? 0.0 : value * units_divider(body->units.force_units, force_table);
 }
 
 double *SBR_Convert_Units(double *values, int n, double factor) {
-  if (values == nullptr || n < 1) return values;
-  DecimalFactor(factor).apply({values, static_cast<std::size_t>(n)});
+  if (values != nullptr) convert_units(values, n, factor);
   return values;
-}
-
-int SBR_SetUnits(SBR body, const char *mass, const char *length, const char *time, const char *force) {
-  if (body == nullptr) return 0;
-  Labels fresh;
-  if (!take_labels(fresh, {mass, length, time, force})) return 0;
-
-  UnitState &units = body->units;
-  char *const held[] = {units.mass_units, units.length_units, units.time_units, units.force_units};
-  const auto store_labels = [&] {
-    for (int q = 0; q < kQuantities; ++q) std::memcpy(held[q], fresh.text[q], sizeof fresh.text[q]);
-  };
-  if (std::all_of(std::begin(held), std::end(held), [](const char *label) { return *label == '\0'; })) {
-    store_labels();
-    units.scale = units.unit = UnitFactors{};
-    return 1;
-  }
-  const auto unchanged = [&](int q) { return std::strncmp(held[q], fresh.text[q], sizeof fresh.text[q]) == 0; };
-  if (unchanged(0) && unchanged(1) && unchanged(2) && unchanged(3)) return 1;
-
-  double ratio[kQuantities];
-  for (int q = 0; q < kQuantities; ++q) {
-    const double before = SBR_UnitsDivider(held[q], tables[q]);
-    const double after = SBR_UnitsDivider(fresh.text[q], tables[q]);
-    if (before == 0.0 || after == 0.0) return 0;
-    ratio[q] = before / after;
-  }
-  store_labels();
-  units.scale = {.force = ratio[3], .length = ratio[1], .mass = ratio[0], .time = ratio[2]};
-  units.unit.force *= units.scale.force;
-  units.unit.length *= units.scale.length;
-  units.unit.mass *= units.scale.mass;
-  units.unit.time *= units.scale.time;
-  SBR_ScaleDatabase(body);
-  return 1;
-}
-
-int SBR_SetUnitsByMultiplierOnSI(SBR body, double mass, double length, double time, double force) {
-  const char *labels[] = {SBR_UnitsLabel(mass, mass_table), SBR_UnitsLabel(length, length_table),
-                          SBR_UnitsLabel(time, time_table), SBR_UnitsLabel(force, force_table)};
-  for (const char *label : labels)
-    if (label == nullptr) return 0;
-  return SBR_SetUnits(body, labels[0], labels[1], labels[2], labels[3]);
 }
 
 }  // extern "C"

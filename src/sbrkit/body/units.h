@@ -30,6 +30,20 @@ class DecimalFactor {
   bool finite_;
 };
 
+// Brings values to other units by one factor, as DecimalFactor does.
+void convert_units(double *values, std::int64_t count, double factor) noexcept;
+
+// The multiplier of a unit name: 1 for an empty one, 0 for one that the table does not have.
+[[nodiscard]] double units_divider(const char *label, const unit_entry *table) noexcept;
+// The first name of a table whose multiplier is the given one; null when there is none.
+[[nodiscard]] const char *units_label(double multiplier, const unit_entry *table) noexcept;
+// The labels of the body's units, each 16 characters with its end; any place may be null. Without labels the body is in
+// kilogram, meter, second and newton.
+void give_units(const SbrBody &body, char *mass, char *length, char *time, char *force) noexcept;
+// Force times time squared over length times mass, in SI: 1 in a consistent system of units. It stands between
+// stiffness over mass and the square of a frequency.
+[[nodiscard]] double consistency_factor(const SbrBody &body) noexcept;
+
 }  // namespace sbr
 
 #endif

@@ -75,8 +75,8 @@ void look_up_all() noexcept {
 template <class Entry, class... Arguments>
 int call(Entry *entry, const char *name, Arguments... arguments) noexcept {
   if (entry == nullptr) {
-    SBR_Error(loaded ? "The Qsrv library has no entry %s." : "The Qsrv library is not loaded, %s cannot be called.",
-              name);
+    sbr::report_error(
+        loaded ? "The Qsrv library has no entry %s." : "The Qsrv library is not loaded, %s cannot be called.", name);
     return 0;
   }
   entry(arguments...);
@@ -107,7 +107,7 @@ extern "C" {
 int CDB_LoadLibrary(void) {
   if (loaded) return 1;
   if (library == nullptr) library = new (std::nothrow) ktxDynamicLibrary();
-  if (library == nullptr) return sbr::report_no_memory("sbrcdb");
+  if (library == nullptr) return sbr::report_no_memory(sbr::unit_name::kDatabaseBinding);
   if (!library->load(kLibraryName)) return 0;
   look_up_all();
   loaded = true;

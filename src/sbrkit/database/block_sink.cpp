@@ -3,15 +3,15 @@
 #include <algorithm>
 
 #include "base/reports.h"
+#include "body/node_table.h"
+#include "body/registry.h"
 #include "write/pipeline.h"
 
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrwritedb";
 constexpr int kPositions = 100;
 constexpr int kModeKinds = 3;
-constexpr int kModeBlocks[kModeKinds] = {kModeShapes, kModalStress, kModalStrain};
 
 struct Position {
   std::int64_t words[2] = {};
@@ -19,8 +19,8 @@ struct Position {
 
 struct DataBlock {
   db_block block{};
-  Position table[kPositions];         // by block number; the closing record has number 0
-  Array<Position> modes[kModeKinds];  // where each exported mode starts, by kind
+  Position table[kPositions];      // by block number; the closing record has number 0
+  PerKind<Array<Position>> modes;  // where each exported mode starts, by kind
 };
 
 DataBlock &block_of(void *target) noexcept { return *static_cast<DataBlock *>(target); }
@@ -53,19 +53,19 @@ bool begin_record(DataBlock &data, int number) noexcept {
 bool begin_block(void *target, int block) noexcept { return begin_record(block_of(target), block + 1); }
 bool end_block(void *target) noexcept { return DB_WriteEOR(block_of(target).block) != 0; }
 
-bool mark_mode(void *target, int kind) noexcept {
+bool mark_mode(void *target, Kind kind) noexcept {
   DataBlock &data = block_of(target);
   Position here;
   if (DB_FSAVE(here.words, data.block) == 0) return false;
   if (data.modes[kind].push_back(here)) return true;
-  report_no_memory(kUnit);
+  report_no_memory(sbr::unit_name::kDatabaseWriting);
   return false;
 }
 
 // The store has words of its own: no encoding, and reals are doubles whatever the word says.
 bool prepare(void * /*target*/, SbrBody & /*body*/, std::uint32_t word) noexcept {
   if (!means_xdr(word)) return true;
-  SBR_Error("QS DB file don't support XDR encording");
+  sbr::report_error("QS DB file don't support XDR encording");
   return false;
 }
 
@@ -76,9 +76,9 @@ bool put_positions(const DataBlock &data, const Position *positions, std::int64_
 // The closing record: the position table, and the list of each kind of modes that was written.
 bool close_record(DataBlock &data, const WritePlan &plan) noexcept {
   if (!begin_record(data, 0) || !put_positions(data, data.table, kPositions)) return false;
-  for (int kind = 0; kind < kModeKinds; ++kind) {
-    if (!plan.has(kModeBlocks[kind]) || plan.exported_modes < 1) continue;
-    if (!data.modes[kind].resize(plan.exported_modes)) return report_no_memory(kUnit) != 0;
+  for (const Kind kind : kKinds) {
+    if (!plan.has(kKindFacts[kind].block) || plan.exported_modes < 1) continue;
+    if (!data.modes[kind].resize(plan.exported_modes)) return report_no_memory(sbr::unit_name::kDatabaseWriting) != 0;
     if (!put_positions(data, data.modes[kind].data(), plan.exported_modes)) return false;
   }
   const int end_mark[2] = {-1, 0};
@@ -87,7 +87,7 @@ bool close_record(DataBlock &data, const WritePlan &plan) noexcept {
 
 // Closes the data block with its trailer and ends the run of the database.
 int finish(SBR body, const DataBlock &data, const WritePlan &plan) noexcept {
-  const std::int64_t nodes = SBR_NodeCount(body);
+  const std::int64_t nodes = node_count(*body);
   const Position &closing = data.table[0];
   const std::int64_t trailer[7] = {data.block.unit,  plan.exported_modes, nodes, 6 * nodes, 2,
                                    closing.words[0], closing.words[1]};
@@ -101,19 +101,19 @@ int finish(SBR body, const DataBlock &data, const WritePlan &plan) noexcept {
 extern "C" {
 
 int SBR_write_DB(SBR body, const char *path, const char *qualifiers) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   if (path == nullptr) path = "";
   if (sbr::is_own_source(*body, path)) return 0;
   sbr::DataBlock data;
   if (DB_StartWrite(path) != 0) data.block.unit = DB_CreateSBRblk(qualifiers);
   if (data.block.unit == 0) {
-    SBR_Error("Unable to open %s for write. Please check the name and qualifier.", path);
+    sbr::report_error("Unable to open %s for write. Please check the name and qualifier.", path);
     return 0;
   }
   const sbr::WriteTarget target{
       {&data, sbr::put_ints, sbr::put_chars, sbr::put_reals, sbr::begin_block, sbr::end_block, sbr::mark_mode},
       sbr::kDatabaseVersion,
-      sbr::kUnit,
+      sbr::unit_name::kDatabaseWriting,
       sbr::prepare};
   sbr::WritePlan plan;
   if (!sbr::run_write_pipeline(*body, target, plan) || !sbr::close_record(data, plan)) return 0;

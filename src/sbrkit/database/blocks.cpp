@@ -13,7 +13,6 @@ using sbr::Text;
 using sbr::text_of;
 using sbr::view_of;
 
-constexpr const char *kUnit = "sbrdbblocks";
 constexpr int kRead = 0;
 constexpr int kWrite = 1;
 constexpr int kRewind = 10;
@@ -33,7 +32,7 @@ int create_block(const Text &command, const char *message) noexcept {
   int status = 0;
   CDB_QS_CreateDatablk(text_of(command), &unit, &count, &status);
   if (status != 0) {
-    SBR_Error(message, status);
+    sbr::report_error(message, status);
     return 0;
   }
   return CDB_Ruvo_Open(unit, 0, kWrite) != 0 ? unit : 0;
@@ -46,7 +45,7 @@ int locate_body(const char *path, const Text &qualifiers, int number) noexcept {
   if (!sbr::replace_commas(where, view_of(qualifiers), " and ") ||
       !print(command, "dblocate logical=dbalc%d datablk=(sbrdb) where(%s) convert(highqual=%d)", number, text_of(where),
              number)) {
-    sbr::report_no_memory(kUnit);
+    sbr::report_no_memory(sbr::unit_name::kDatabaseBlocks);
     return 1;
   }
   int status = sbr::assign("dbalc", number, path);
@@ -81,7 +80,7 @@ int assign(const char *logical, int number, const char *path) noexcept {
   Text command;
   if (!double_quotes(quoted, path != nullptr ? path : "") ||
       !print(command, "assign %s%d='%s'", logical, number, text_of(quoted))) {
-    report_no_memory(kUnit);
+    sbr::report_no_memory(sbr::unit_name::kDatabaseBlocks);
     return 1;
   }
   int status = 0;
@@ -98,14 +97,15 @@ int DB_CreateSBRblk(const char *qualifiers) {
   Text command;
   if (!sbr::replace_commas(list, qualifiers != nullptr ? qualifiers : "", ";") ||
       !print(command, "dbcreate datablk=(sbrdb) quals(%s)", text_of(list)))
-    return sbr::report_no_memory(kUnit);
+    return sbr::report_no_memory(sbr::unit_name::kDatabaseBlocks);
   return create_block(command, "Cannot create sbr datablock, %d.");
 }
 
 int DB_OpenScratch(int *number) {
   const int scratch = ++scratch_count;
   Text command;
-  if (!print(command, "dbcreate datablk=(sbrtmp) quals(highqual=%d)", scratch)) return sbr::report_no_memory(kUnit);
+  if (!print(command, "dbcreate datablk=(sbrtmp) quals(highqual=%d)", scratch))
+    return sbr::report_no_memory(sbr::unit_name::kDatabaseBlocks);
   if (number != nullptr) *number = scratch;
   return create_block(command, "Cannot open temporary datablock, %d.");
 }
@@ -120,7 +120,7 @@ int DB_OpenDatablk(const char *path, int index, int *number) {
   const std::int64_t bodies = sbr::browse(path, index, qualifiers);
   if (bodies == 0 || bodies == sbr::kUnusableFile) return 0;
   if (index < 1 || index > bodies) {
-    SBR_Error(index < 1 ? "The index is too small, %d." : "The index is too big, %d.", index);
+    sbr::report_error(index < 1 ? "The index is too small, %d." : "The index is too big, %d.", index);
     return 0;
   }
   if (qualifiers.empty()) return 0;
@@ -132,14 +132,14 @@ int DB_OpenDatablk(const char *path, int index, int *number) {
   int status = locate_body(path, qualifiers, allocation);
   Text command;
   if (!print(command, "datablk=(sbrdb) where(projno=* and version=* and highqual=%d and wildcard=true)", allocation))
-    return sbr::report_no_memory(kUnit);
+    return sbr::report_no_memory(sbr::unit_name::kDatabaseBlocks);
   if (status == 0) CDB_QS_AllocDatablk(text_of(command), &unit, &count, &status);
   if (status != 0) {
-    SBR_Error("Cannot open the datablock, %d.", status);
+    sbr::report_error("Cannot open the datablock, %d.", status);
     return 0;
   }
   if (count != 1) {
-    SBR_Error("%d datablocks are assigned.", count);
+    sbr::report_error("%d datablocks are assigned.", count);
     return 0;
   }
   return CDB_Ruvo_Open(unit, 0, kRead) != 0 ? unit : 0;
@@ -154,7 +154,7 @@ int DB_WriteTrailer(const int64_t *trailer7) { return trailer7 == nullptr ? 0 : 
 int DB_WriteINTs(db_block block, const int *data, int count) {
   if (is_nothing(data, count)) return 1;
   Array<std::int64_t> words;
-  if (!words.allocate(count)) return sbr::report_no_memory(kUnit);
+  if (!words.allocate(count)) return sbr::report_no_memory(sbr::unit_name::kDatabaseBlocks);
   for (int i = 0; i < count; ++i) words[i] = data[i];
   return write_words(block, words.data(), count);
 }
@@ -172,7 +172,7 @@ int DB_WriteDOUBLEs(db_block block, const double *data, int count) {
 int DB_WriteCHARs(db_block block, const char *data, int bytes) {
   if (is_nothing(data, bytes)) return 1;
   Array<std::int64_t> words;
-  if (!words.allocate(words_of(bytes))) return sbr::report_no_memory(kUnit);
+  if (!words.allocate(words_of(bytes))) return sbr::report_no_memory(sbr::unit_name::kDatabaseBlocks);
   for (int i = 0; i < bytes; ++i) {
     const auto character = static_cast<std::uint64_t>(static_cast<unsigned char>(data[i]));
     auto &word = words[i / kCharactersPerWord];
@@ -188,7 +188,7 @@ int DB_WriteEOR(db_block block) { return CDB_Ruvo_Write(block.unit, nullptr, 0, 
 int DB_ReadINTs(db_block block, int *data, int count) {
   if (is_nothing(data, count)) return 1;
   Array<std::int64_t> words;
-  if (!words.allocate(count)) return sbr::report_no_memory(kUnit);
+  if (!words.allocate(count)) return sbr::report_no_memory(sbr::unit_name::kDatabaseBlocks);
   const int result = read_words(block, words.data(), count);
   for (int i = 0; i < count; ++i) data[i] = static_cast<int>(words[i]);
   return result;
@@ -203,7 +203,7 @@ int DB_ReadMODE(db_block block, double *data, int count) { return DB_ReadDOUBLEs
 int DB_ReadCHARs(db_block block, char *data, int bytes) {
   if (is_nothing(data, bytes)) return 1;
   Array<std::int64_t> words;
-  if (!words.allocate(words_of(bytes))) return sbr::report_no_memory(kUnit);
+  if (!words.allocate(words_of(bytes))) return sbr::report_no_memory(sbr::unit_name::kDatabaseBlocks);
   const int result = read_words(block, words.data(), words.count());
   for (int i = 0; i < bytes; ++i) {
     const auto word = static_cast<std::uint64_t>(words[i / kCharactersPerWord]);

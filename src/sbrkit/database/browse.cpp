@@ -14,7 +14,6 @@ using sbr::Text;
 using sbr::text_of;
 using sbr::view_of;
 
-constexpr const char *kUnit = "sbrdbbrowse";
 constexpr std::int64_t kListSlack = 2;  // bytes that the list's buffer has beyond the length given
 
 int browse_count = 0;  // the logical numbers used so far
@@ -30,7 +29,7 @@ int locate_bodies(const char *path, int number) noexcept {
              "dblocate logical=dbbrw%d datablk=(sbrdb) where(projno=* and version=*) "
              "convert(projno=projno;version=version;highqual=%d)",
              number, -number)) {
-    sbr::report_no_memory(kUnit);
+    sbr::report_no_memory(sbr::unit_name::kDatabaseBrowse);
     return 1;
   }
   CDB_QS_DbCommand(text_of(command), &status);
@@ -44,7 +43,7 @@ int list_bodies(int number, Text &list) noexcept {
              "dbdict datablk(sbrdb) where(highqual=%d) "
              "select(selabel,projno='projno',version='version',peid,desiter,stepcur)",
              -number)) {
-    sbr::report_no_memory(kUnit);
+    sbr::report_no_memory(sbr::unit_name::kDatabaseBrowse);
     return 1;
   }
   char one = 0;
@@ -54,7 +53,7 @@ int list_bodies(int number, Text &list) noexcept {
   if (needed <= 0) return 1;
   const std::int64_t size = needed + kListSlack;
   if (size > INT32_MAX || !list.allocate(size + 1)) {
-    sbr::report_no_memory(kUnit);
+    sbr::report_no_memory(sbr::unit_name::kDatabaseBrowse);
     return 1;
   }
   status = 0;
@@ -139,7 +138,7 @@ std::int64_t browse(const char *path, int index, Text &qualifiers) noexcept {
   for (int i = 0; i <= index; ++i) line = take_line(text);
   if (!describe(header, line, qualifiers)) {
     qualifiers.release();
-    report_no_memory(kUnit);
+    sbr::report_no_memory(sbr::unit_name::kDatabaseBrowse);
   }
   return bodies;
 }

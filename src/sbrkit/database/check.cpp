@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 
+#include "base/reports.h"
 #include "database/binding.h"
 #include "sbrkit/sbrkit.h"
 
@@ -147,15 +148,16 @@ void report_other_platform(const FileReport &report) noexcept {
   static const char *const word[] = {"32-bit", "64-bit"};
   static const char *const endian[] = {"big-endian", "little-endian"};
   static const char *const format[] = {"IEEE", "CRAY", "IBM", "VAX"};
-  SBR_Error("%s\n%s\nCurrent Platform: %s/%s/%s \nQS DB file      : %s/%s/%s.  ",
-            "The specified QS DB file is valid but its numeric format ", "is not compatible with this platform.",
-            word[report.platform.word], endian[report.platform.endian], format[report.platform.format],
-            word[report.file.word], endian[report.file.endian], format[report.file.format]);
+  sbr::report_error("%s\n%s\nCurrent Platform: %s/%s/%s \nQS DB file      : %s/%s/%s.  ",
+                    "The specified QS DB file is valid but its numeric format ",
+                    "is not compatible with this platform.", word[report.platform.word], endian[report.platform.endian],
+                    format[report.platform.format], word[report.file.word], endian[report.file.endian],
+                    format[report.file.format]);
 }
 
 void report_bad_header(const char *reason) noexcept {
-  SBR_Error("%s\n%s\n%s", "The specified QS DB file exists.", "However, the timestamp header could not be validated.",
-            reason);
+  sbr::report_error("%s\n%s\n%s", "The specified QS DB file exists.",
+                    "However, the timestamp header could not be validated.", reason);
 }
 
 }  // namespace
@@ -212,7 +214,7 @@ int DB_CheckDBset(const char *path) {
     case FileCheck::usable:
       break;
     case FileCheck::unknown_error:
-      SBR_Error("An unknown error was encountered while opening QS DB file %s.", shown);
+      sbr::report_error("An unknown error was encountered while opening QS DB file %s.", shown);
       break;
     case FileCheck::other_platform:
     case FileCheck::other_form_64:
@@ -220,22 +222,22 @@ int DB_CheckDBset(const char *path) {
       sbr::report_other_platform(report);
       break;
     case FileCheck::not_found:
-      SBR_Error("The QS DB file %s could not be found.", shown);
+      sbr::report_error("The QS DB file %s could not be found.", shown);
       break;
     case FileCheck::no_access:
-      SBR_Warning("QS DB file %s could be read-only.", shown);
+      sbr::report_warning("QS DB file %s could be read-only.", shown);
       return 0;
     case FileCheck::not_regular:
-      SBR_Error("Specified QS DB file %s not a normal/regular file.", shown);
+      sbr::report_error("Specified QS DB file %s not a normal/regular file.", shown);
       break;
     case FileCheck::not_opened:
-      SBR_Error("Unable to open the QS DB file %s.", shown);
+      sbr::report_error("Unable to open the QS DB file %s.", shown);
       break;
     case FileCheck::too_short:
-      SBR_Error("QS DB file %s is too short.", shown);
+      sbr::report_error("QS DB file %s is too short.", shown);
       break;
     case FileCheck::not_read:
-      SBR_Error("Read failed for the QS DB file %s.", shown);
+      sbr::report_error("Read failed for the QS DB file %s.", shown);
       break;
     case FileCheck::bad_offsets:
       sbr::report_bad_header("Reason: Timestamp signature offset is invalid.");
@@ -250,7 +252,7 @@ int DB_CheckDBset(const char *path) {
       sbr::report_bad_header("Reason: DBset record length (BUFFSIZE) is out of range.");
       break;
     default:
-      SBR_Error("Unknown Error code?");
+      sbr::report_error("Unknown Error code?");
       break;
   }
   return static_cast<int>(code);

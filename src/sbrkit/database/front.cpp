@@ -20,7 +20,6 @@ using sbr::Text;
 using sbr::text_of;
 using sbr::view_of;
 
-constexpr const char *kUnit = "sbrdbfront";
 constexpr std::string_view kMasterSuffix = ".MASTER";
 constexpr int kNameSize = 8192;
 
@@ -48,16 +47,16 @@ bool prepare_environment() noexcept {
   if (state.home.empty()) {
     const char *home = std::getenv("KTX_QSRVHOME_DIR");
     if (home == nullptr) {
-      SBR_Error("Cannot get KTX_QSRVHOME_DIR.");
+      sbr::report_error("Cannot get KTX_QSRVHOME_DIR.");
       return false;
     }
-    if (!print(state.home, "%s", home)) return sbr::report_no_memory(kUnit) != 0;
+    if (!print(state.home, "%s", home)) return sbr::report_no_memory(sbr::unit_name::kDatabaseFront) != 0;
   }
   const char *home = text_of(state.home);
   Text assignments;
   if (!print(state.message_file, "%s/analysis.msg", home) || !print(state.sss_dir, "%s/SSS", home) ||
       !print(assignments, "%s/dbcomkey.asg", home) || setenv("QSBASGFILE", assignments.data(), 1) != 0)
-    return sbr::report_no_memory(kUnit) != 0;
+    return sbr::report_no_memory(sbr::unit_name::kDatabaseFront) != 0;
   return true;
 }
 
@@ -77,7 +76,7 @@ int load_definitions() noexcept {
 bool database_file_name(const char *kind, Text &name, int &status) noexcept {
   int length = kNameSize;
   status = 0;
-  if (!name.allocate(kNameSize + 1)) return sbr::report_no_memory(kUnit) != 0;
+  if (!name.allocate(kNameSize + 1)) return sbr::report_no_memory(sbr::unit_name::kDatabaseFront) != 0;
   CDB_QS_GetDbName(kind, name.data(), &length, &status);
   name[kNameSize] = '\0';
   if (length >= 0 && length < kNameSize) name[length] = '\0';
@@ -111,7 +110,7 @@ int create_scratch_base() noexcept {
   if (status != 0) return status;
   if (!current_directory(name) || !append(name, view_of(tail))) {
     name.release();
-    sbr::report_no_memory(kUnit);
+    sbr::report_no_memory(sbr::unit_name::kDatabaseFront);
     return sbr::kEntryMissing;
   }
   cut_tail(name);
@@ -143,7 +142,7 @@ bool close_database() noexcept {
   const int called = CDB_QS_DbaseCls(&status);
   delete_print_file(print_file);
   if (status == 0) return true;
-  if (called != 0) SBR_Error("Cannot close the database, %d.", status);
+  if (called != 0) sbr::report_error("Cannot close the database, %d.", status);
   return false;
 }
 
@@ -201,17 +200,18 @@ int DB_TermBase(void) {
 int DB_StartWrite(const char *path) {
   DatabaseRun &state = run();
   if (CDB_LoadLibrary() == 0) {
-    SBR_Error("Fail to load Qsrv library.");
+    sbr::report_error("Fail to load Qsrv library.");
     return 0;
   }
   const std::string_view file = path != nullptr ? path : "";
   const std::size_t suffix = file.rfind(kMasterSuffix);
   if (suffix == std::string_view::npos) {
-    SBR_Error("The database file name %s does not contain %s.", path != nullptr ? path : "", kMasterSuffix.data());
+    sbr::report_error("The database file name %s does not contain %s.", path != nullptr ? path : "",
+                      kMasterSuffix.data());
     return 0;
   }
   Text base;
-  if (!append(base, file.substr(0, suffix))) return sbr::report_no_memory(kUnit);
+  if (!append(base, file.substr(0, suffix))) return sbr::report_no_memory(sbr::unit_name::kDatabaseFront);
   if (!prepare_environment()) return 0;
 
   int status = boot();
@@ -219,7 +219,7 @@ int DB_StartWrite(const char *path) {
   if (status == kCheckFailed) return 0;
   if (status == 0) status = load_definitions();
   if (status != 0) {
-    SBR_Error("Cannot open the database, %d.", status);
+    sbr::report_error("Cannot open the database, %d.", status);
     return 0;
   }
   state.started = true;

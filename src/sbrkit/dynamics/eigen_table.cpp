@@ -2,41 +2,42 @@
 #include <algorithm>
 
 #include "base/reports.h"
+#include "body/matrices.h"
+#include "body/node_table.h"
+#include "body/registry.h"
+#include "body/units.h"
 #include "dynamics/orthonormalize.h"
 
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrwrite";
-
 // One line of the printed table.
 void print_eigenvalue(int position, double e, bool is_small, double ucf) noexcept {
   if (e == kInfiniteEigenvalue) {
-    SBR_Info(" %3d : Infinity.  Possible mass singularity.  Ignored.", position);
+    report_info(" %3d : Infinity.  Possible mass singularity.  Ignored.", position);
   } else if (!(e >= 0.0)) {
     if (e < -1.0 || !is_small)
-      SBR_Info(" %3d : %20.14e  Sqrt undefined.  Possible problem with input data.", position, e);
+      report_info(" %3d : %20.14e  Sqrt undefined.  Possible problem with input data.", position, e);
     else
-      SBR_Info(" %3d : %20.14e  Sqrt undefined.     (probable rigid body mode)", position, e);
+      report_info(" %3d : %20.14e  Sqrt undefined.     (probable rigid body mode)", position, e);
   } else {
     const double hertz = std::sqrt(e * ucf) / kTwoPi;
     if (e > 1.0 || !is_small)
-      SBR_Info(" %3d : %20.14e  %20.14e", position, e, hertz);
+      report_info(" %3d : %20.14e  %20.14e", position, e, hertz);
     else
-      SBR_Info(" %3d : %20.14e  %20.14e (probable rigid body mode)", position, e, hertz);
+      report_info(" %3d : %20.14e  %20.14e (probable rigid body mode)", position, e, hertz);
   }
 }
 
 // A row from the diagonal matrices. A mode without mass has no eigenvalue.
 void fill_row(SbrBody &body, int index, EigenRecord &row, double ucf) noexcept {
-  if (SBR_Eigenvalue(&body, SBR_ModeNumber(&body, index), nullptr, nullptr, nullptr, &row.generalized_mass,
-                     &row.generalized_stiffness) == 0)
-    SBR_Error("Attempting to look at eigenvalues of non-orthogonal data");
+  if (!eigen_values(body, index, nullptr, nullptr, nullptr, &row.generalized_mass, &row.generalized_stiffness))
+    report_error("Attempting to look at eigenvalues of non-orthogonal data");
   if (std::fabs(row.generalized_mass) > 1e-15) {
     set_eigenvalue(row, row.generalized_stiffness / row.generalized_mass, ucf);
     if (!modes_need_work(body)) row.generalized_mass = 1.0;
   } else {
-    SBR_Warning("Mode %d is not physically meaningful.\nIt is associated with a zero generalized mass\n", index + 1);
+    report_warning("Mode %d is not physically meaningful.\nIt is associated with a zero generalized mass\n", index + 1);
     set_eigenvalue(row, kInfiniteEigenvalue, ucf);
   }
 }
@@ -54,9 +55,9 @@ double normalize_row(EigenRecord &row) noexcept {
 }  // namespace
 
 void print_eigenvalues(const double *eigenvalues, int count, double ucf) noexcept {
-  SBR_Info("%49s", "");
-  SBR_Info("  Real Eigenvalues and Natural Frequencies [Hz] :");
-  SBR_Info("  ===============================================");
+  report_info("%49s", "");
+  report_info("  Real Eigenvalues and Natural Frequencies [Hz] :");
+  report_info("  ===============================================");
   for (int i = 0; i < count; ++i) {
     const double e = eigenvalues[i];
     const bool is_small = count < 7 || !(std::fabs(e) > eigenvalues[6] / 1000.0);
@@ -69,7 +70,7 @@ void renumber_modes_from_one(SbrBody &body, Array<std::int32_t> &numbers_before)
   Array<std::int32_t> &numbers = body.mode_table.mode_numbers;
   for (int i = 0; i < table.count(); ++i) {
     const auto place = static_cast<std::size_t>(i);
-    numbers_before[place] = SBR_ModeNumber(&body, i);
+    numbers_before[place] = mode_number(body, i);
     if (place < numbers.size()) numbers[place] = i + 1;
     table[place].mode = i + 1;
   }
@@ -81,14 +82,14 @@ void renumber_modes_from_one(SbrBody &body, Array<std::int32_t> &numbers_before)
 extern "C" {
 
 int SBR_EnsureEigenTable(SBR body) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   sbr::GeneralizedMatrices &matrices = body->matrices;
   if (matrices.eigenvalues) return 1;
-  const int n = SBR_ModeCount(body);
+  const int n = sbr::mode_count(*body);
   sbr::Array<sbr::EigenRecord> table;
   sbr::Array<std::int32_t> numbers_before;
-  if (!table.allocate(n) || !numbers_before.allocate(n)) return sbr::report_no_memory(sbr::kUnit);
-  const double ucf = SBR_UCF(body);
+  if (!table.allocate(n) || !numbers_before.allocate(n)) return sbr::report_no_memory(sbr::unit_name::kWriting);
+  const double ucf = sbr::consistency_factor(*body);
   for (int i = 0; i < n; ++i) sbr::fill_row(*body, i, table[i], ucf);
   matrices.eigenvalues.swap(table);
   matrices.eigenvalue_count = n;
@@ -100,10 +101,10 @@ int SBR_EnsureEigenTable(SBR body) {
 
 int SBR_MassNormalizationScales(SBR body, double **scale) {
   if (scale != nullptr) *scale = nullptr;
-  if (CheckSBR(body) == 0 || scale == nullptr) return 0;
-  const int n = SBR_ModeCount(body);
+  if (!sbr::require_body(body) || scale == nullptr) return 0;
+  const int n = sbr::mode_count(*body);
   sbr::Array<double> scales;
-  if (!scales.allocate(n)) return sbr::report_no_memory(sbr::kUnit);
+  if (!scales.allocate(n)) return sbr::report_no_memory(sbr::unit_name::kWriting);
   std::fill(scales.begin(), scales.end(), 1.0);
   sbr::Array<sbr::EigenRecord> &table = body->matrices.eigenvalues;
   for (std::size_t i = 0; i < std::min(table.size(), scales.size()); ++i) scales[i] = sbr::normalize_row(table[i]);

@@ -6,11 +6,10 @@
 
 #include "base/memory.h"
 #include "base/reports.h"
+#include "sbrkit/sbrkit.h"
 
 namespace sbr {
 namespace {
-
-constexpr const char *kUnit = "sbrtools";
 
 bool rows_present(double *const *rows, int n) noexcept {
   return rows != nullptr && std::none_of(rows, rows + std::max(n, 0), [](const double *row) { return row == nullptr; });
@@ -58,7 +57,7 @@ int SBR_LUPDecomposition(double **rows, int n, int *permutation) {
 
 int SBR_LUPSolve(double **rows, int n, const int *permutation, double *b) {
   sbr::Array<double> y;
-  if (!y.allocate(n)) return sbr::report_no_memory(sbr::kUnit);
+  if (!y.allocate(n)) return sbr::report_no_memory(sbr::unit_name::kTools);
   if (!sbr::rows_present(rows, n) || !sbr::is_index_list(permutation, n) || b == nullptr) return 0;
   for (int i = 0; i < n; ++i) {
     double sum = 0.0;
@@ -76,7 +75,7 @@ int SBR_LUPSolve(double **rows, int n, const int *permutation, double *b) {
 int SBR_LUPInvert(double **rows, int n, const int *permutation) {
   sbr::Array<double> x;
   sbr::Array<double> inverse;
-  if (!x.allocate(n) || !inverse.allocate(std::int64_t{n} * n)) return sbr::report_no_memory(sbr::kUnit);
+  if (!x.allocate(n) || !inverse.allocate(std::int64_t{n} * n)) return sbr::report_no_memory(sbr::unit_name::kTools);
   if (!sbr::rows_present(rows, n)) return 0;
   const auto size = static_cast<std::size_t>(n);
   for (std::size_t j = 0; j < size; ++j) {

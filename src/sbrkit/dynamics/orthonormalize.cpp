@@ -4,12 +4,19 @@
 #include <algorithm>
 
 #include "base/reports.h"
+#include "body/loads.h"
+#include "body/matrices.h"
+#include "body/monitor_points.h"
+#include "body/node_table.h"
+#include "body/registry.h"
+#include "body/units.h"
+#include "dynamics/rigid_modes.h"
+#include "modes/access.h"
 #include "modes/store.h"
+#include "modes/transform.h"
 
 namespace sbr {
 namespace {
-
-constexpr const char *kUnit = "sbrwrite";
 
 void set_identity(double *matrix, int order) noexcept {
   const auto n = static_cast<std::size_t>(order);
@@ -52,13 +59,13 @@ void run_qz(EigenProblem &p, SquareMatrix &T) noexcept {
   double *a = p.stiffness.data();
   double *b = p.mass.data();
   double *z = p.vectors.data();
-  SBR_Info("  (Finding upper Hessenberg and upper triangular forms)");
+  report_info("  (Finding upper Hessenberg and upper triangular forms)");
   SBR_QZHESS(&p.n, &p.n, a, b, &with_vectors, z);
-  SBR_Info("  (Converting upper Hessenberg form to quasi-upper triangular)");
+  report_info("  (Converting upper Hessenberg form to quasi-upper triangular)");
   SBR_QZITT(&p.n, &p.n, a, b, &eps1, &with_vectors, z, &ierr);
-  SBR_Info("  (Calculating Eigenvalues)");
+  report_info("  (Calculating Eigenvalues)");
   SBR_QZVALL(&p.n, &p.n, a, b, p.alfr.data(), p.alfi.data(), p.beta.data(), &with_vectors, z);
-  SBR_Info("  (Calculating Eigenvectors)");
+  report_info("  (Calculating Eigenvectors)");
   SBR_QZVECC(&p.n, &p.n, a, b, p.alfr.data(), p.alfi.data(), p.beta.data(), z);
   for (int i = 0; i < p.n; ++i)
     for (int j = 0; j < p.n; ++j) T.row(i)[j] = p.vectors.row(j)[i];
@@ -69,7 +76,7 @@ void take_real_eigenvalues(EigenProblem &p) noexcept {
   for (int i = 0; i < p.n; ++i) {
     const auto k = static_cast<std::size_t>(i);
     if (p.alfi[k] == 0.0 && p.beta[k] == 0.0) {
-      SBR_Warning(
+      report_warning(
           "Mode %d is not physically meaningful\n"
           "It contains an infinite eigenvalue.  Ignoring this mode.\n",
           i + 1);
@@ -77,7 +84,7 @@ void take_real_eigenvalues(EigenProblem &p) noexcept {
       continue;
     }
     if (p.alfi[k] != 0.0)
-      SBR_Warning(
+      report_warning(
           "Flexible component is not physically meaningful\n"
           "It contains an eigenvalue with a nonzero imaginary part, %lf\n"
           "This imaginary part is being ignored.  Please verify that this is acceptable.",
@@ -185,21 +192,21 @@ void install_table(SbrBody &body, EigenProblem &p, const SquareMatrix &T) noexce
 // Solves the eigenproblem of the generalized matrices into T and the eigenvalue table. False when memory is short,
 // before anything has changed.
 bool solve_eigenproblem(SbrBody &body, SquareMatrix &T) noexcept {
-  SBR_Info("\nSolving Generalized Eigenvalue Problem to orthogonalize mode shapes.");
+  report_info("\nSolving Generalized Eigenvalue Problem to orthogonalize mode shapes.");
   EigenProblem p;
-  if (!p.allocate(T.order())) return report_no_memory(kUnit) != 0;
-  p.ucf = SBR_UCF(&body);
-  SBR_GenStiffFull(&body, p.stiffness.data(), p.n);
-  SBR_GenMassFull(&body, p.mass.data(), p.n);
+  if (!p.allocate(T.order())) return report_no_memory(unit_name::kWriting) != 0;
+  p.ucf = consistency_factor(body);
+  full_stiffness(body, p.stiffness.data(), p.n);
+  full_mass(body, p.mass.data(), p.n);
   run_qz(p, T);
   take_real_eigenvalues(p);
   sort_eigenpairs(p, T);
   print_eigenvalues(p.alfr.data(), p.n, p.ucf);
   // The solver has used both matrices up. They are read again before the table they may stem from is replaced.
-  SBR_GenMassFull(&body, p.mass.data(), p.n);
-  SBR_GenStiffFull(&body, p.stiffness.data(), p.n);
+  full_mass(body, p.mass.data(), p.n);
+  full_stiffness(body, p.stiffness.data(), p.n);
   body.matrices.mass.release();
-  SBR_Info("\n  Applying Gram-Schmidt to eigenvectors \n ");
+  report_info("\n  Applying Gram-Schmidt to eigenvectors \n ");
   orthonormalize_columns(p, T);
   install_table(body, p, T);
   return true;
@@ -236,11 +243,11 @@ void scale_damping(SbrBody &body, int n, const double *scale) noexcept {
 bool transform_modal_vector(Array<double> &values, int start, const double *T, int n) noexcept {
   // A vector that was entered before all modes were there is no load on these modes: the body is inconsistent.
   if (values.size() < static_cast<std::size_t>(n)) {
-    SBR_Error("Failed to transform modal loads following orthonormalization.\n");
+    report_error("Failed to transform modal loads following orthonormalization.\n");
     return false;
   }
   Array<double> sums;
-  if (!sums.allocate(n)) return report_no_memory(kUnit) != 0;
+  if (!sums.allocate(n)) return report_no_memory(unit_name::kWriting) != 0;
   for (int k = start; k < n; ++k) {
     const double *row = T + static_cast<std::ptrdiff_t>(k) * n;
     const double old = values[k];
@@ -252,25 +259,25 @@ bool transform_modal_vector(Array<double> &values, int start, const double *T, i
 
 // All load cases and the preload. False when one of them could not be transformed; the others are all the same.
 bool transform_loads(SbrBody &body, const double *T, int n) noexcept {
-  const int rigid = std::clamp(SBR_RigidBodyModeCount(&body), 0, n);
+  const int rigid = std::clamp(rigid_mode_count(body), 0, n);
   bool good = true;
-  for (int c = 0; c < SBR_GetModalLoadCaseCount(&body); ++c) {
+  for (int c = 0; c < load_case_count(body); ++c) {
     ModalLoad *load = body.loads.modal[c];
     if (load != nullptr && !transform_modal_vector(load->values, load->processed != 0 ? rigid : 0, T, n)) good = false;
   }
   if (!body.loads.preload.empty()) {
-    const int start = SBR_ModalPreloadProcessed(&body) != 0 ? rigid : 0;
+    const int start = preload_processed(body) != 0 ? rigid : 0;
     if (!transform_modal_vector(body.loads.preload, start, T, n)) good = false;
   }
   return good;
 }
 
 bool transform_mode_data(SbrBody &body, const double *T, int new_count) noexcept {
-  for (int kind = 0; kind <= 2; ++kind) {
-    if (kind != 0 && SBR_ModeExist(&body, kind) == 0) continue;
-    if (SBR_TransformModes(&body, kind, new_count, T) == 0) return false;
+  for (const Kind kind : kKinds) {
+    if (kind != Kind::shape && !has_block(body, kind_block(kind))) continue;
+    if (!transform_modes(body, kind, new_count, T)) return false;
   }
-  if (SBR_GetMonitorPointCount(&body) > 0) SBR_TransformMonitorPoints(&body, T);
+  if (monitor_point_count(body) > 0) transform_monitor_points(body, T);
   return true;
 }
 
@@ -278,12 +285,12 @@ bool transform_mode_data(SbrBody &body, const double *T, int new_count) noexcept
 int carry_over(SbrBody &body, double *T, int n, int finite) noexcept {
   double *scale = nullptr;
   if (SBR_MassNormalizationScales(&body, &scale) == 0) {
-    SBR_Error("Failed to mass normalize the eigen vectors\n");
+    report_error("Failed to mass normalize the eigen vectors\n");
     return 0;
   }
   scale_columns(T, n, scale);
   scale_damping(body, n, scale);
-  SBR_FreeMemory(scale);
+  std::free(scale);
   if (!transform_loads(body, T, n) || !transform_mode_data(body, T, finite)) return 0;
   body.mode_table.mode_count = finite;
   return 1;
@@ -301,8 +308,8 @@ struct ModeHalves {
            rotations.allocate(3 * static_cast<std::int64_t>(nodes));
   }
   [[nodiscard]] bool read(SbrBody &body, int number) noexcept {
-    return SBR_Mode(&body, number, 0, translations.data(), 0) != 0 &&
-           SBR_Mode(&body, number, 0, rotations.data(), 1) != 0;
+    return mode_part(body, mode_index(body, number), Kind::shape, 0, translations.data()) &&
+           mode_part(body, mode_index(body, number), Kind::shape, 1, rotations.data());
   }
 };
 
@@ -313,9 +320,9 @@ double generalized_mass_of(SbrBody &body, const ModeHalves &a, const ModeHalves 
   double sum = 0.0;
   for (int k = 0; k < nodes; ++k) {
     const std::ptrdiff_t at = 3 * static_cast<std::ptrdiff_t>(k);
-    sum += SBR_NodalMass(&body, k) * dot(a.translations.data() + at, b.translations.data() + at);
+    sum += nodal_mass(body, k) * dot(a.translations.data() + at, b.translations.data() + at);
     double inertia[9] = {};
-    if (body.nodes.nodes[k].inertia < 0 || SBR_NodalInertia(&body, k, inertia) == 0) continue;
+    if (body.nodes.nodes[k].inertia < 0 || !nodal_inertia(body, k, inertia)) continue;
     const double *turn = a.rotations.data() + at;
     const double moment[3] = {dot(inertia, turn), dot(inertia + 3, turn), dot(inertia + 6, turn)};
     sum += dot(moment, b.rotations.data() + at);
@@ -324,11 +331,11 @@ double generalized_mass_of(SbrBody &body, const ModeHalves &a, const ModeHalves 
 }
 
 void add_masses_between(SbrBody &body, int first_count, int extra_count) noexcept {
-  const int nodes = std::min(body.nodes.nodes.count(), SBR_ModeNodeCount(&body, 0));
+  const int nodes = std::min(body.nodes.nodes.count(), kind_count(body, Kind::shape));
   ModeHalves first;
   ModeHalves extra;
-  if (!first.allocate(SBR_ModeNodeCount(&body, 0)) || !extra.allocate(SBR_ModeNodeCount(&body, 0))) {
-    report_no_memory(kUnit);
+  if (!first.allocate(kind_count(body, Kind::shape)) || !extra.allocate(kind_count(body, Kind::shape))) {
+    report_no_memory(unit_name::kWriting);
     return;
   }
   for (int i = 1; i <= first_count; ++i) {
@@ -340,7 +347,7 @@ void add_masses_between(SbrBody &body, int first_count, int extra_count) noexcep
       good = SBR_SetGeneralizedMass(&body, i, j, value) != 0 && SBR_SetGeneralizedMass(&body, j, i, value) != 0;
     }
     if (!good) {
-      SBR_Error("Failed to extract mode information for SBR.\n");
+      report_error("Failed to extract mode information for SBR.\n");
       return;
     }
   }
@@ -352,13 +359,13 @@ void add_masses_between(SbrBody &body, int first_count, int extra_count) noexcep
 extern "C" {
 
 int SBR_OrthoNormalize(SBR body) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   sbr::Array<double> &transformation = body->access.transformation;
   if (!sbr::modes_need_work(*body) && transformation) return 1;
-  const int n = SBR_ModeCount(body);
+  const int n = sbr::mode_count(*body);
   if (n < 1) return 0;
   sbr::SquareMatrix T;
-  if (!T.allocate(n)) return sbr::report_no_memory(sbr::kUnit);
+  if (!T.allocate(n)) return sbr::report_no_memory(sbr::unit_name::kWriting);
   if (body->matrices.modes_not_orthogonal == 0)
     sbr::set_identity(T.data(), n);
   else if (!sbr::solve_eigenproblem(*body, T))
@@ -373,9 +380,9 @@ int SBR_OrthoNormalize(SBR body) {
 }
 
 void SBR_AnsysAddGenMass(SBR body, int first_count, int extra_count) {
-  if (CheckSBR(body) == 0) return;
-  if (static_cast<std::int64_t>(first_count) + extra_count != SBR_ModeCount(body)) {
-    SBR_Error("Mode count mismatch while generating additional generalized masses.");
+  if (!sbr::require_body(body)) return;
+  if (static_cast<std::int64_t>(first_count) + extra_count != sbr::mode_count(*body)) {
+    sbr::report_error("Mode count mismatch while generating additional generalized masses.");
     return;
   }
   if (first_count >= 1 && extra_count >= 1) sbr::add_masses_between(*body, first_count, extra_count);

@@ -4,12 +4,14 @@
 
 #include "base/reports.h"
 #include "body/body.h"
+#include "body/matrices.h"
+#include "body/node_table.h"
+#include "body/registry.h"
 #include "dynamics/rigid_modes.h"
 
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrtools";
 constexpr int kMostOrder = 1'000'000'000;  // far above any matrix that fits in memory, and its square fits 64 bits
 
 // A square matrix, row by row.
@@ -75,26 +77,26 @@ bool has_off_diagonal(const Array<SparseEntry> &list) noexcept {
 int selected_place(SbrBody &body, std::int64_t row, int shift, int count, const int *selected) noexcept {
   if (row < 6) return static_cast<int>(row);
   const std::int64_t index = row - shift;
-  if (index < 0 || index >= SBR_ModeCount(&body)) return -1;
-  const int position = SelectedModeIndex(SBR_ModeNumber(&body, static_cast<int>(index)), selected, count);
+  if (index < 0 || index >= mode_count(body)) return -1;
+  const int position = SelectedModeIndex(mode_number(body, static_cast<int>(index)), selected, count);
   return position < 0 ? -1 : 6 + position;
 }
 
 void warn_of_rigid_selection(SbrBody &body, int count, const int *selected, int rigid_modes) noexcept {
   for (int p = 0; p < count; ++p)
-    if (const int index = SBR_ModeIndex(&body, selected[p]); index >= 0 && index < rigid_modes)
-      SBR_Warning("Ignoring damping on requested mode %d because it is a rigid body mode.\n", selected[p]);
+    if (const int index = mode_index(body, selected[p]); index >= 0 && index < rigid_modes)
+      report_warning("Ignoring damping on requested mode %d because it is a rigid body mode.\n", selected[p]);
 }
 
 // Writes the damping list into the rows, symmetrically.
 int place_entries(SbrBody &body, double **rows, int count, const int *selected, int shift,
                   std::int64_t offset) noexcept {
-  const int entries = SBR_NumberOfGenDamp(&body);
+  const int entries = damping_count(body);
   Array<double> values;
   Array<int> row_of;
   Array<int> column_of;
   if (!values.allocate(entries) || !row_of.allocate(entries) || !column_of.allocate(entries)) return 0;
-  if (SBR_GenDampSparse(&body, values.data(), row_of.data(), column_of.data()) == 0) return 0;
+  if (!sparse_damping(body, values.data(), row_of.data(), column_of.data())) return 0;
   for (std::size_t e = 0; e < values.size(); ++e) {
     const int row = selected_place(body, row_of[e] + offset, shift, count, selected);
     const int column = selected_place(body, column_of[e] + offset, shift, count, selected);
@@ -111,20 +113,21 @@ int place_entries(SbrBody &body, double **rows, int count, const int *selected, 
 extern "C" {
 
 int SBR_DampingOnPrincipalAxes(SBR body) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   sbr::GeneralizedMatrices &matrices = body->matrices;
   if (matrices.damping.empty() || matrices.damping_on_principal_axes != 0) return 1;
-  const int modes = SBR_ModeCount(body);
-  const int r = SBR_RigidBodyModeCount(body);
+  const int modes = sbr::mode_count(*body);
+  const int r = sbr::rigid_mode_count(*body);
   sbr::SquareMatrix D;
   sbr::SquareMatrix P;
   sbr::Participation A;
-  if (!D.allocate(modes) || !P.allocate(modes - r + 6) || !A.allocate(r)) return sbr::report_no_memory(sbr::kUnit);
-  if (SBR_GenDampFull(body, D.values.data(), modes) == 0) return sbr::report_no_memory(sbr::kUnit);
+  if (!D.allocate(modes) || !P.allocate(modes - r + 6) || !A.allocate(r))
+    return sbr::report_no_memory(sbr::unit_name::kTools);
+  if (!sbr::full_damping(*body, D.values.data(), modes)) return sbr::report_no_memory(sbr::unit_name::kTools);
   if (SBR_RigidModes2VENTA(body, A.rows, r) == 0) return 0;
   sbr::project_damping(D, A, r, P);
   sbr::Array<sbr::SparseEntry> list;
-  if (!sbr::list_entries(P, list)) return sbr::report_no_memory(sbr::kUnit);
+  if (!sbr::list_entries(P, list)) return sbr::report_no_memory(sbr::unit_name::kTools);
   matrices.damping.swap(list);
   matrices.damping_on_principal_axes = 1;
   return 1;
@@ -134,12 +137,12 @@ int SBR_GenDampPrincipalAndSelected(SBR body, double **rows, int s, const int *s
   if (rows == nullptr || s < 0 || s > sbr::kMostOrder || (s > 0 && selected == nullptr)) return 0;
   if (std::any_of(rows, rows + s + 6, [](const double *row) { return row == nullptr; })) return 0;
   for (int i = 0; i < s + 6; ++i) std::fill_n(rows[i], s + 6, 0.0);
-  if (CheckSBR(body) == 0 || body->matrices.damping.empty()) return 0;
-  const int r = SBR_RigidBodyModeCount(body);
+  if (!sbr::require_body(body) || body->matrices.damping.empty()) return 0;
+  const int r = sbr::rigid_mode_count(*body);
   if (body->matrices.damping_on_principal_axes == 0 && SBR_DampingOnPrincipalAxes(body) == 0) return 0;
   const bool diagonal = !sbr::has_off_diagonal(body->matrices.stiffness) && !sbr::has_off_diagonal(body->matrices.mass);
   if (!diagonal)
-    SBR_Warning(
+    sbr::report_warning(
         "Stiffness or mass matrix has off-diagonal terms then the damping matrix will assume the first 6 modes are "
         "rigid body modes.");
   sbr::warn_of_rigid_selection(*body, s, selected, r);

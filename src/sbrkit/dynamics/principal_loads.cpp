@@ -5,14 +5,15 @@
 
 #include "base/reports.h"
 #include "body/body.h"
+#include "body/matrices.h"
 #include "body/node_table.h"
+#include "body/registry.h"
 #include "dynamics/rigid_modes.h"
 #include "mass/invariants.h"
+#include "modes/access.h"
 
 namespace sbr {
 namespace {
-
-constexpr const char *kUnit = "sbrtools";
 
 using SixRows = double[6][6];
 
@@ -21,13 +22,13 @@ int rigid_entries(const Array<double> &f, int r) noexcept { return std::min({r, 
 
 double generalized_mass_at(SbrBody &body, int position) noexcept {
   double mass = 0.0;
-  (void)SBR_Eigenvalue(&body, SBR_ModeNumber(&body, position), nullptr, nullptr, nullptr, &mass, nullptr);
+  (void)eigen_values(body, position, nullptr, nullptr, nullptr, &mass, nullptr);
   return mass;
 }
 
 // One part of the mode at a position; zeros when there is no such mode.
 void fetch_part(SbrBody &body, int position, int part, Array<double> &buffer) noexcept {
-  if (SBR_Mode(&body, SBR_ModeNumber(&body, position), 0, buffer.data(), part) == 0) buffer.fill_zero();
+  if (!mode_part(body, position, Kind::shape, part, buffer.data())) buffer.fill_zero();
 }
 
 // ---- with nodal masses ---------------------------------------------------------------------------------------------
@@ -35,7 +36,7 @@ void fetch_part(SbrBody &body, int position, int part, Array<double> &buffer) no
 void project_modal_force_by_mass(SbrBody &body, Array<double> &f, int r) noexcept {
   Array<double> phi;
   if (!allocate_mode_buffer(body, phi)) {
-    report_no_memory(kUnit);
+    report_no_memory(unit_name::kTools);
     return;
   }
   double six[6] = {};  // force, then moment
@@ -128,11 +129,11 @@ bool invert(SixRows &A) noexcept {
   double *rows[6] = {A[0], A[1], A[2], A[3], A[4], A[5]};
   int permutation[6] = {};
   if (SBR_LUPDecomposition(rows, 6, permutation) == 0) {
-    SBR_Error("LU Decomposition failed.\n");
+    report_error("LU Decomposition failed.\n");
     return false;
   }
   if (SBR_LUPInvert(rows, 6, permutation) == 0) {
-    SBR_Error("Failed in invert matrix.\n");
+    report_error("Failed in invert matrix.\n");
     return false;
   }
   return true;
@@ -143,7 +144,7 @@ void project_modal_force_by_fit(SbrBody &body, Array<double> &f, int r) noexcept
   Array<double> translations;
   Array<double> rotations;
   if (node_count(body) > 0 && (!allocate_mode_buffer(body, translations) || !allocate_mode_buffer(body, rotations))) {
-    report_no_memory(kUnit);
+    report_no_memory(unit_name::kTools);
     return;
   }
   SixRows G = {};
@@ -176,7 +177,7 @@ void carry_preload(SbrBody &body, Projection project, int r) noexcept {
   body.loads.preload_on_principal_axes = 1;
   for (int i = 0; i < std::min(r, preload.count()); ++i)
     if (std::fabs(preload[i]) > kSmallProjection)
-      SBR_Warning("SBR contains a preload with a rigid body component which is being ignored");
+      report_warning("SBR contains a preload with a rigid body component which is being ignored");
 }
 
 }  // namespace
@@ -185,14 +186,14 @@ void carry_preload(SbrBody &body, Projection project, int r) noexcept {
 extern "C" {
 
 void SBR_RigidBodyForcesOnPrincipalAxes(SBR body) {
-  if (CheckSBR(body) == 0) return;
-  const int r = SBR_RigidBodyModeCount(body);
-  const bool by_fit = std::getenv("KTX_MFORCE_NO_FEA_MASS") != nullptr || SBR_Exists(body, sbr::kNodalMasses) == 0;
+  if (!sbr::require_body(body)) return;
+  const int r = sbr::rigid_mode_count(*body);
+  const bool by_fit = std::getenv("KTX_MFORCE_NO_FEA_MASS") != nullptr || !sbr::has_block(*body, sbr::kNodalMasses);
   const sbr::Projection project = by_fit ? sbr::project_modal_force_by_fit : sbr::project_modal_force_by_mass;
   sbr::carry_preload(*body, project, r);
   if (body->loads.modal.size() == 0) return;
   if (r < 6)
-    SBR_Warning("SBR only contains %d rigid body modes.\n  The resultant load vector will be mishandled.\n", r);
+    sbr::report_warning("SBR only contains %d rigid body modes.\n  The resultant load vector will be mishandled.\n", r);
   for (std::size_t i = 0; i < body->loads.modal.size(); ++i) {
     sbr::ModalLoad *load = body->loads.modal[i];
     if (load == nullptr || load->processed != 0) continue;

@@ -6,17 +6,18 @@
 #include <cstdlib>
 
 #include "base/reports.h"
+#include "body/matrices.h"
 #include "body/node_table.h"
+#include "body/registry.h"
 #include "mass/invariants.h"
+#include "modes/access.h"
 
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrtools";
-
 // The signed frequency in hertz of the mode at a position of the mode table; false when it is not known.
 bool frequency_at(SbrBody &body, int position, double &hz) noexcept {
-  return SBR_Eigenvalue(&body, SBR_ModeNumber(&body, position), nullptr, &hz, nullptr, nullptr, nullptr) != 0;
+  return eigen_values(body, position, nullptr, &hz, nullptr, nullptr, nullptr);
 }
 
 // With elastic modes behind them, rigid modes are those of the first six below a threshold.
@@ -70,31 +71,33 @@ void project_on_rigid_motions(std::span<const NodeRecord> nodes, const double *m
 }
 
 }  // namespace
+
+int rigid_mode_count(SbrBody &body) noexcept {
+  const int modes = mode_count(body);
+  if (modes < 2) return 0;
+  return modes >= 7 ? count_below_threshold(body) : count_before_gap(body, modes);
+}
+
 }  // namespace sbr
 
 extern "C" {
 
-int SBR_RigidBodyModeCount(SBR body) {
-  if (CheckSBR(body) == 0) return 0;
-  const int modes = SBR_ModeCount(body);
-  if (modes < 2) return 0;
-  return modes >= 7 ? sbr::count_below_threshold(*body) : sbr::count_before_gap(*body, modes);
-}
+int SBR_RigidBodyModeCount(SBR body) { return sbr::require_body(body) ? sbr::rigid_mode_count(*body) : 0; }
 
 int SBR_RigidModes2VENTA(SBR body, double **six_rows, int count) {
-  if (CheckSBR(body) == 0) return 0;
-  const int listed = SBR_ModeNodeCount(body, 0);
+  if (!sbr::require_body(body)) return 0;
+  const int listed = sbr::kind_count(*body, sbr::Kind::shape);
   sbr::Array<double> masses;
   sbr::Array<double> phi;
   if (body->mode_table.mode_count < 1 || !masses.allocate(listed) || !sbr::allocate_mode_buffer(*body, phi))
-    return sbr::report_no_memory(sbr::kUnit);
+    return sbr::report_no_memory(sbr::unit_name::kTools);
   if (six_rows == nullptr || (count > 0 && std::any_of(six_rows, six_rows + 6, [](double *r) { return r == nullptr; })))
     return 0;
-  for (int k = 0; k < listed; ++k) masses[k] = SBR_NodalMass(body, k);
+  for (int k = 0; k < listed; ++k) masses[k] = sbr::nodal_mass(*body, k);
   const auto nodes = body->nodes.nodes.span().first(std::min(body->nodes.nodes.size(), masses.size()));
   for (int i = 0; i < count; ++i) {
     double ratios[6] = {};
-    if (SBR_Mode(body, SBR_ModeNumber(body, i), 0, phi.data(), 0) != 0)
+    if (sbr::mode_part(*body, i, sbr::Kind::shape, 0, phi.data()))
       sbr::project_on_rigid_motions(nodes, masses.data(), phi.data(), ratios);
     for (int c = 0; c < 6; ++c) six_rows[c][i] = sbr::cut_small(ratios[c]);
   }

@@ -1,11 +1,13 @@
-// Rescaling of everything of a body that lives in memory by the ratios of the last change of units. Mode data on disk
-// is left alone: it is brought to the body's units each time it is read.
+#include "frame/rescale.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 
 #include "body/units.h"
+#include "dynamics/rigid_modes.h"
+#include "modes/store.h"
 
 namespace sbr {
 namespace {
@@ -69,7 +71,7 @@ void scale_modal_vector(Array<double> &values, int forces, const Factors &by) no
 void scale_modal_loads(SbrBody &body, const Factors &by) noexcept {
   Loads &loads = body.loads;
   if (!loads.preload && loads.modal.size() == 0) return;
-  const int forces = std::min(SBR_RigidBodyModeCount(&body), 3);
+  const int forces = std::min(rigid_mode_count(body), 3);
   scale_modal_vector(loads.preload, loads.preload_on_principal_axes != 0 ? forces : 0, by);
   for (std::size_t i = 0; i < loads.modal.size(); ++i) {
     ModalLoad *load = loads.modal[i];
@@ -78,9 +80,9 @@ void scale_modal_loads(SbrBody &body, const Factors &by) noexcept {
 }
 
 void scale_global_properties(GlobalProperties &global, const Factors &by) noexcept {
-  SBR_Convert_Units(&global.mass, 1, by.M);
-  SBR_Convert_Units(global.center, 3, by.L);
-  SBR_Convert_Units(global.inertia, 9, by.inertia);
+  convert_units(&global.mass, 1, by.M);
+  convert_units(global.center, 3, by.L);
+  convert_units(global.inertia, 9, by.inertia);
 }
 
 void scale_eigenvalues(Array<EigenRecord> &table, const Factors &by) noexcept {
@@ -183,24 +185,26 @@ void scale_nodal_loads(OwnedList<NodalLoadCase> &cases, const Factors &by) noexc
 }
 
 }  // namespace
+void rescale(SbrBody &body) noexcept {
+  const Factors by(body.units.scale);
+  clean_mode_memory(body);
+  scale_nodes(body.nodes, by);
+  body.search.drop();
+  for (int &mode : body.access.current_mode) mode = -1;
+  scale_list(body.matrices.mass, by.inertia);
+  scale_list(body.matrices.stiffness, by.stiffness);
+  scale_damping(body.matrices, by);
+  scale_modal_loads(body, by);
+  scale_global_properties(body.global, by);
+  scale_eigenvalues(body.matrices.eigenvalues, by);
+  scale_invariants(body.invariants, by);
+  scale_statistics(body.statistics, by);
+  scale_monitor_points(body, by);
+  scale_nodal_loads(body.loads.nodal, by);
+}
+
 }  // namespace sbr
 
 extern "C" void SBR_ScaleDatabase(SBR body) {
-  using namespace sbr;
-  if (body == nullptr) return;
-  const Factors by(body->units.scale);
-  SBR_CleanModesInMemory(body);
-  scale_nodes(body->nodes, by);
-  body->search.drop();
-  for (int &mode : body->access.current_mode) mode = -1;
-  scale_list(body->matrices.mass, by.inertia);
-  scale_list(body->matrices.stiffness, by.stiffness);
-  scale_damping(body->matrices, by);
-  scale_modal_loads(*body, by);
-  scale_global_properties(body->global, by);
-  scale_eigenvalues(body->matrices.eigenvalues, by);
-  scale_invariants(body->invariants, by);
-  scale_statistics(body->statistics, by);
-  scale_monitor_points(*body, by);
-  scale_nodal_loads(body->loads.nodal, by);
+  if (body != nullptr) sbr::rescale(*body);
 }

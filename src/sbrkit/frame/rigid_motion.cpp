@@ -4,14 +4,16 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "base/mat3.h"
 #include "base/reports.h"
 #include "body/node_table.h"
+#include "body/registry.h"
+#include "modes/access.h"
 #include "modes/store.h"
 
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrmod";
 constexpr int kOffDiagonal[6] = {1, 2, 3, 5, 6, 7};
 
 // The axis frame R = M1 M2 M3 M4 M5 that applies M3 about (or across) an axis. The axis has a length.
@@ -27,10 +29,10 @@ void frame_about_axis(const double *axis3, const double *middle9, double *R9) no
   const double M2[9] = {c2, 0.0, -s2, 0.0, 1.0, 0.0, s2, 0.0, c2};
   const double M4[9] = {c2, 0.0, s2, 0.0, 1.0, 0.0, -s2, 0.0, c2};
   const double M5[9] = {c1, s1, 0.0, -s1, c1, 0.0, 0.0, 0.0, 1.0};
-  Matrix_Multiply(M1, M2, R9);
-  Matrix_Multiply(R9, middle9, R9);
-  Matrix_Multiply(R9, M4, R9);
-  Matrix_Multiply(R9, M5, R9);
+  multiply(M1, M2, R9);
+  multiply(R9, middle9, R9);
+  multiply(R9, M4, R9);
+  multiply(R9, M5, R9);
 }
 
 double length_of(const double *v3) noexcept { return std::sqrt(v3[0] * v3[0] + v3[1] * v3[1] + v3[2] * v3[2]); }
@@ -41,7 +43,7 @@ bool usable_direction(const double *v3, const char *what) noexcept {
     const double length = length_of(v3);
     if (std::isfinite(length) && length > 0.0) return true;
   }
-  SBR_Error("The %s must be a finite vector other than zero.", what);
+  report_error("The %s must be a finite vector other than zero.", what);
   return false;
 }
 
@@ -54,7 +56,7 @@ bool finite_values(const double *values, int count) noexcept {
 void transform_nodes(SbrBody &body, const double *R9) noexcept {
   for (NodeRecord &node : body.nodes.nodes) {
     double at[3] = {node.x, node.y, node.z};
-    Vector_Transform(at, R9, 1);
+    turn_vector(at, R9, 1);
     node.x = at[0];
     node.y = at[1];
     node.z = at[2];
@@ -67,8 +69,8 @@ void transform_inertias(SbrBody &body, const double *R9) noexcept {
     double *six = node_inertia(body, i);
     if (six == nullptr) continue;
     double T[9];
-    SBR_NodalInertia(&body, i, T);
-    Tensor_Transform(T, R9, 1);
+    nodal_inertia(body, i, T);
+    turn_tensor(T, R9, 1);
     six[0] = T[0];
     six[1] = T[4];
     six[2] = T[8];
@@ -86,9 +88,9 @@ void take_mode(const double *rows, int modes, int j, double *v3) noexcept {
 void transform_invar2(SBR body, const double *R9) noexcept {
   double *v = SBR_Invar2(body);
   if (v == nullptr) return;
-  Vector_Transform(v, R9, 1);
+  turn_vector(v, R9, 1);
   SBR_SetInvar2(body, v);
-  SBR_FreeMemory(v);
+  std::free(v);
 }
 
 void transform_invar3(SBR body, const double *R9, int modes) noexcept {
@@ -97,10 +99,10 @@ void transform_invar3(SBR body, const double *R9, int modes) noexcept {
   for (int j = 0; j < modes; ++j) {
     double v[3];
     take_mode(rows, modes, j, v);
-    Vector_Transform(v, R9, 1);
-    SBR_SetInvar3(body, SBR_ModeNumber(body, j), v);
+    turn_vector(v, R9, 1);
+    SBR_SetInvar3(body, mode_number(*body, j), v);
   }
-  SBR_FreeMemory(rows);
+  std::free(rows);
 }
 
 void transform_invar4(SBR body, const double *R9, int sign, int modes) noexcept {
@@ -109,10 +111,10 @@ void transform_invar4(SBR body, const double *R9, int sign, int modes) noexcept 
   for (int j = 0; j < modes; ++j) {
     double v[3];
     take_mode(rows, modes, j, v);
-    Vector_Transform(v, R9, sign);
-    SBR_SetInvar4(body, SBR_ModeNumber(body, j), v);
+    turn_vector(v, R9, sign);
+    SBR_SetInvar4(body, mode_number(*body, j), v);
   }
-  SBR_FreeMemory(rows);
+  std::free(rows);
 }
 
 // All rows are taken before the first is stored: storing a pair writes its mirror too, and each pair turns once.
@@ -121,56 +123,55 @@ void transform_invar5(SBR body, const double *R9, int sign, int modes) noexcept 
   Array<double> all;
   if (modes < 1) return;
   if (!all.allocate(static_cast<std::int64_t>(row) * modes)) {
-    report_no_memory(kUnit);
+    report_no_memory(unit_name::kMotion);
     return;
   }
   for (int j = 0; j < modes; ++j) {
     double *rows = SBR_Invar5(body, j);
     if (rows == nullptr) return;
     std::copy(rows, rows + row, all.begin() + static_cast<std::size_t>(j) * row);
-    SBR_FreeMemory(rows);
+    std::free(rows);
   }
   for (int j = 0; j < modes; ++j)
     for (int k = 0; k < modes; ++k) {
       double v[3];
       take_mode(all.begin() + static_cast<std::size_t>(j) * row, modes, k, v);
-      Vector_Transform(v, R9, sign);
-      SBR_SetInvar5(body, SBR_ModeNumber(body, j), SBR_ModeNumber(body, k), v);
+      turn_vector(v, R9, sign);
+      SBR_SetInvar5(body, mode_number(*body, j), mode_number(*body, k), v);
     }
 }
 
 void transform_cells(Array<double> &cells, const double *R9) noexcept {
-  for (std::size_t i = 0; i + 9 <= cells.size(); i += 9) Tensor_Transform(cells.begin() + i, R9, 1);
+  for (std::size_t i = 0; i + 9 <= cells.size(); i += 9) turn_tensor(cells.begin() + i, R9, 1);
 }
 
 // Invariant 4 afresh from the nodes and modes as they stand now. False after a report.
 bool recompute_invar4(SBR body, int modes) noexcept {
   double *former = SBR_Invar4(body);
   const bool filled = former != nullptr;
-  SBR_FreeMemory(former);
+  std::free(former);
   if (!has_block(*body, kNodalMasses)) {
-    SBR_Error("Can not Compute Invar4 because Nodal Mass information is not presented.");
+    report_error("Can not Compute Invar4 because Nodal Mass information is not presented.");
     return false;
   }
   if (!filled) return false;
-  const int nodes = SBR_ModeNodeCount(body, 0);
+  const int nodes = kind_count(*body, Kind::shape);
   Array<double> part;
-  if (!part.allocate(3 * static_cast<std::int64_t>(nodes))) return report_no_memory(kUnit) != 0;
+  if (!part.allocate(3 * static_cast<std::int64_t>(nodes))) return report_no_memory(unit_name::kMotion) != 0;
   Array<double> &cell = body->invariants.invar4;
   for (int j = 0; j < modes; ++j) {
-    const int number = SBR_ModeNumber(body, j);
     double v[3] = {0.0, 0.0, 0.0};
-    if (SBR_Mode(body, number, 0, part.data(), 0) == 0) return false;
+    if (!mode_part(*body, j, Kind::shape, 0, part.data())) return false;
     for (int i = 0; i < nodes; ++i) {
-      double mass = 0.0;
+      const double mass = nodal_mass(*body, i);
       double at[3];
-      SBR_NodalMassAndGeometry(body, i, &mass, at);
+      node_coordinates(*body, i, at);
       incr_scalar_tilde_vec(v, mass, at, part.data() + 3 * static_cast<std::ptrdiff_t>(i));
     }
-    if (SBR_Mode(body, number, 0, part.data(), 1) == 0) return false;
+    if (!mode_part(*body, j, Kind::shape, 1, part.data())) return false;
     for (int i = 0; i < nodes; ++i) {
       double I[9];
-      if (SBR_NodalInertia(body, i, I) == 0) continue;
+      if (!nodal_inertia(*body, i, I)) continue;
       const double *t = part.data() + 3 * static_cast<std::ptrdiff_t>(i);
       v[0] += I[0] * t[0] + I[3] * t[1] + I[6] * t[2];
       v[1] += I[1] * t[0] + I[4] * t[1] + I[7] * t[2];
@@ -187,13 +188,13 @@ bool recompute_invar4(SBR body, int modes) noexcept {
 // Everything that depends on the frame goes through R. Failures of the mode data are reported there and stop nothing.
 int transform_body(SBR body, const double *R9) noexcept {
   const int sign = transformation_sign(R9);
-  const int modes = SBR_ModeCount(body);
+  const int modes = mode_count(*body);
   transform_nodes(*body, R9);
   if (has_block(*body, kNodalInertias)) transform_inertias(*body, R9);
-  Vector_Transform(body->global.center, R9, 1);
-  if (body->global.mass != 0.0) Tensor_Transform(body->global.inertia, R9, 1);
-  transform_mode(*body, R9, 0);
-  if (has_block(*body, kModalStress)) transform_mode(*body, R9, 1);
+  turn_vector(body->global.center, R9, 1);
+  if (body->global.mass != 0.0) turn_tensor(body->global.inertia, R9, 1);
+  transform_mode(*body, R9, Kind::shape);
+  if (has_block(*body, kModalStress)) transform_mode(*body, R9, Kind::stress);
   if (has_block(*body, kInvariant2)) transform_invar2(body, R9);
   if (has_block(*body, kInvariant3)) transform_invar3(body, R9, modes);
   if (has_block(*body, kInvariant4)) {
@@ -204,18 +205,18 @@ int transform_body(SBR body, const double *R9) noexcept {
   }
   if (has_block(*body, kInvariant5)) transform_invar5(body, R9, sign, modes);
   if (has_block(*body, kInvariant7)) {
-    SBR_FreeMemory(SBR_Invar7(body));
+    std::free(SBR_Invar7(body));
     transform_cells(body->invariants.invar7, R9);
   }
   if (has_block(*body, kInvariant8)) {
-    SBR_FreeMemory(SBR_Invar8(body, 0));
+    std::free(SBR_Invar8(body, 0));
     transform_cells(body->invariants.invar8, R9);
   }
   if (has_block(*body, kInvariant9)) {
-    SBR_FreeMemory(SBR_Invar9(body, 0, 0));
+    std::free(SBR_Invar9(body, 0, 0));
     transform_cells(body->invariants.invar9, R9);
   }
-  if (has_block(*body, kModalStrain)) transform_mode(*body, R9, 2);
+  if (has_block(*body, kModalStrain)) transform_mode(*body, R9, Kind::strain);
   return 1;
 }
 
@@ -230,7 +231,7 @@ void add_parallel_axis(double *I9, double sign, double m, const double *at) noex
 }
 
 bool translate_invar2(SBR body) noexcept {
-  SBR_FreeMemory(SBR_Invar2(body));
+  std::free(SBR_Invar2(body));
   Array<double> &cell = body->invariants.invar2;
   if (cell.size() < 3) return true;
   const double mass = body->global.mass;
@@ -239,7 +240,7 @@ bool translate_invar2(SBR body) noexcept {
     return true;
   }
   if (!has_block(*body, kNodalMasses)) {
-    SBR_Error("Can not Compute Invar2.\n");
+    report_error("Can not Compute Invar2.\n");
     return false;
   }
   cell.fill_zero();
@@ -257,7 +258,7 @@ bool translate_invar4(SBR body, const double *d3, int modes) noexcept {
     return true;
   }
   if (!has_block(*body, kInvariant3)) {
-    SBR_Error("Can not compute Invar4. \nInvar3 or Nodal Mass inforamtion is needed to compute Invar4.");
+    report_error("Can not compute Invar4. \nInvar3 or Nodal Mass inforamtion is needed to compute Invar4.");
     return false;
   }
   double *third = SBR_Invar3(body);
@@ -268,15 +269,15 @@ bool translate_invar4(SBR body, const double *d3, int modes) noexcept {
     take_mode(third, modes, j, v3);
     take_mode(fourth, modes, j, v4);
     incr_scalar_tilde_vec(v4, 1.0, d3, v3);
-    SBR_SetInvar4(body, SBR_ModeNumber(body, j), v4);
+    SBR_SetInvar4(body, mode_number(*body, j), v4);
   }
-  SBR_FreeMemory(third);
-  SBR_FreeMemory(fourth);
+  std::free(third);
+  std::free(fourth);
   return true;
 }
 
 bool translate_invar7(SBR body) noexcept {
-  SBR_FreeMemory(SBR_Invar7(body));
+  std::free(SBR_Invar7(body));
   Array<double> &cell = body->invariants.invar7;
   if (cell.size() < 9) return true;
   if (body->global.mass != 0.0) {
@@ -285,7 +286,7 @@ bool translate_invar7(SBR body) noexcept {
     return true;
   }
   if (!has_block(*body, kNodalMasses)) {
-    SBR_Error("Can not Compute Invar7.\n");
+    report_error("Can not Compute Invar7.\n");
     return false;
   }
   cell.fill_zero();
@@ -293,9 +294,10 @@ bool translate_invar7(SBR body) noexcept {
     double mass = 0.0;
     double at[3];
     double I[9];
-    SBR_NodalMassAndGeometry(body, i, &mass, at);
+    mass = nodal_mass(*body, i);
+    node_coordinates(*body, i, at);
     incr_scalar_tilde_tilde(cell.data(), -mass, at, at);
-    if (SBR_NodalInertia(body, i, I) != 0)
+    if (nodal_inertia(*body, i, I))
       for (std::size_t k = 0; k < 9; ++k) cell[k] += I[k];
   }
   return true;
@@ -303,10 +305,10 @@ bool translate_invar7(SBR body) noexcept {
 
 bool translate_invar8(SBR body, const double *d3, int modes) noexcept {
   if (!has_block(*body, kInvariant3)) {
-    SBR_Error("Can not compute Invar8. \nInvar3 is needed to compute Invar8.");
+    report_error("Can not compute Invar8. \nInvar3 is needed to compute Invar8.");
     return false;
   }
-  SBR_FreeMemory(SBR_Invar8(body, 0));
+  std::free(SBR_Invar8(body, 0));
   double *third = SBR_Invar3(body);
   Array<double> &cell = body->invariants.invar8;
   for (int j = 0; third != nullptr && j < modes; ++j) {
@@ -316,7 +318,7 @@ bool translate_invar8(SBR body, const double *d3, int modes) noexcept {
     take_mode(third, modes, j, v);
     incr_scalar_tilde_tilde(cell.begin() + at, 1.0, d3, v);
   }
-  SBR_FreeMemory(third);
+  std::free(third);
   return true;
 }
 
@@ -326,15 +328,15 @@ bool translate_invar8(SBR body, const double *d3, int modes) noexcept {
 extern "C" {
 
 int SBR_Translate(SBR body, const double *direction3, double distance) {
-  if (CheckSBR(body) == 0 || !sbr::usable_direction(direction3, "direction of a translation")) return 0;
+  if (!sbr::require_body(body) || !sbr::usable_direction(direction3, "direction of a translation")) return 0;
   const double length = sbr::length_of(direction3);
   double d[3];
   for (int c = 0; c < 3; ++c) d[c] = direction3[c] * distance / length;
   if (!sbr::finite_values(d, 3)) {
-    SBR_Error("The distance of a translation must be finite.");
+    sbr::report_error("The distance of a translation must be finite.");
     return 0;
   }
-  const int modes = SBR_ModeCount(body);
+  const int modes = sbr::mode_count(*body);
   SBR_CalculateGlobalMassFromNodeMass(body);
   sbr::GlobalProperties &global = body->global;
   if (global.mass != 0.0) {
@@ -342,7 +344,7 @@ int SBR_Translate(SBR body, const double *direction3, double distance) {
     double moved[3] = {global.center[0] + d[0], global.center[1] + d[1], global.center[2] + d[2]};
     sbr::add_parallel_axis(global.inertia, 1.0, global.mass, moved);
   }
-  Move_Vector(global.center, d);
+  sbr::move_vector(global.center, d);
   for (sbr::NodeRecord &node : body->nodes.nodes) {
     node.x += d[0];
     node.y += d[1];
@@ -357,9 +359,9 @@ int SBR_Translate(SBR body, const double *direction3, double distance) {
 }
 
 int SBR_Rotate_Origin(SBR body, const double *axis3, double angle_degrees, double *R9) {
-  if (CheckSBR(body) == 0 || !sbr::usable_direction(axis3, "axis of a rotation")) return 0;
+  if (!sbr::require_body(body) || !sbr::usable_direction(axis3, "axis of a rotation")) return 0;
   if (!std::isfinite(angle_degrees)) {
-    SBR_Error("The angle of a rotation must be finite.");
+    sbr::report_error("The angle of a rotation must be finite.");
     return 0;
   }
   const double t = angle_degrees / 180.0 * 3.141592653589793;
@@ -371,7 +373,7 @@ int SBR_Rotate_Origin(SBR body, const double *axis3, double angle_degrees, doubl
 }
 
 int SBR_Rotate(SBR body, const double *axis3, const double *point3, double angle_degrees) {
-  if (CheckSBR(body) == 0 || point3 == nullptr || !sbr::finite_values(point3, 3)) return 0;
+  if (!sbr::require_body(body) || point3 == nullptr || !sbr::finite_values(point3, 3)) return 0;
   double R[9];
   const int turned = SBR_Rotate_Origin(body, axis3, -angle_degrees, R);
   if (turned == 0) return 0;
@@ -380,14 +382,14 @@ int SBR_Rotate(SBR body, const double *axis3, const double *point3, double angle
   double q[3];
   for (int c = 0; c < 3; ++c) q[c] = point3[c] - along * axis3[c] / length;
   double turned_q[3] = {q[0], q[1], q[2]};
-  Vector_Transform(turned_q, R, 1);
+  sbr::turn_vector(turned_q, R, 1);
   const double d[3] = {q[0] - turned_q[0], q[1] - turned_q[1], q[2] - turned_q[2]};
   const double squared = d[0] * d[0] + d[1] * d[1] + d[2] * d[2];
   return squared > 1e-14 ? SBR_Translate(body, d, std::sqrt(squared)) : 1;
 }
 
 int SBR_Mirror_Origin(SBR body, const double *normal3) {
-  if (CheckSBR(body) == 0 || !sbr::usable_direction(normal3, "normal of a mirror plane")) return 0;
+  if (!sbr::require_body(body) || !sbr::usable_direction(normal3, "normal of a mirror plane")) return 0;
   const double middle[9] = {-1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
   double R[9];
   sbr::frame_about_axis(normal3, middle, R);
@@ -395,7 +397,7 @@ int SBR_Mirror_Origin(SBR body, const double *normal3) {
 }
 
 int SBR_Mirror(SBR body, const double *normal3, const double *point3) {
-  if (CheckSBR(body) == 0 || point3 == nullptr || !sbr::finite_values(point3, 3)) return 0;
+  if (!sbr::require_body(body) || point3 == nullptr || !sbr::finite_values(point3, 3)) return 0;
   if (SBR_Mirror_Origin(body, normal3) == 0) return 0;
   const double dot = normal3[0] * point3[0] + normal3[1] * point3[1] + normal3[2] * point3[2];
   const double t = 2.0 * dot / sbr::length_of(normal3);

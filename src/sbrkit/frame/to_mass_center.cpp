@@ -1,5 +1,8 @@
 // Moving the body's reference frame to its center of mass, as the writer does on request.
+#include "base/reports.h"
 #include "body/body.h"
+#include "body/registry.h"
+#include "dynamics/rigid_modes.h"
 
 namespace sbr {
 namespace {
@@ -18,8 +21,8 @@ void move_moments(Array<double> &load, const double *c) noexcept {
 extern "C" {
 
 void SBR_ShiftLBRFtoCM(SBR body) {
-  if (CheckSBR(body) == 0) return;
-  const int rigid_modes = SBR_RigidBodyModeCount(body);
+  if (!sbr::require_body(body)) return;
+  const int rigid_modes = sbr::rigid_mode_count(*body);
   double mass = 0.0;
   double moment[3] = {};
   for (const sbr::NodeRecord &node : body->nodes.nodes) {
@@ -36,7 +39,7 @@ void SBR_ShiftLBRFtoCM(SBR body) {
     node.z -= c[2];
   }
   body->search.drop();
-  SBR_Info("Shifting LBRF to CM at (%.3e,%.3e,%.3e)\n", c[0], c[1], c[2]);
+  sbr::report_info("Shifting LBRF to CM at (%.3e,%.3e,%.3e)\n", c[0], c[1], c[2]);
   body->global.center[0] = 0.0;  // the other two components keep their values
   if (rigid_modes != 6) return;
   if (body->loads.preload_on_principal_axes != 0) sbr::move_moments(body->loads.preload, c);

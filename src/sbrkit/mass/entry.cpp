@@ -4,16 +4,17 @@
 
 #include "base/reports.h"
 #include "body/node_table.h"
+#include "body/registry.h"
 #include "mass/invariants.h"
 
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrinvar";
 constexpr double kTolerance = 1e-8;
 
 int report_unknown_mode(int number, int line = __builtin_LINE()) noexcept {
-  SBR_Error("Mode number %d does not exist.  Requested at line %d in file %s.\n", number, line, kUnit);
+  report_error("Mode number %d does not exist.  Requested at line %d in file %s.\n", number, line,
+               unit_name::kInvariants);
   return 0;
 }
 
@@ -25,13 +26,13 @@ double relative(double difference, double value) noexcept {
 // Makes a cell of zeros at the first entry.
 bool ready(Array<double> &cell, std::int64_t size) noexcept {
   if (cell || cell.allocate(size)) return true;
-  return report_no_memory(kUnit) != 0;
+  return report_no_memory(unit_name::kInvariants) != 0;
 }
 
 // Enters a mode's vector in a cell of 3 x M values.
 int set_mode_vector(SBR body, Array<double> Invariants::*member, int block, int number, const double *v3) noexcept {
-  if (CheckSBR(body) == 0) return 0;
-  const int index = SBR_ModeIndex(body, number);
+  if (!require_body(body)) return 0;
+  const int index = mode_index(*body, number);
   if (index < 0) return report_unknown_mode(number);
   if (v3 == nullptr) return 0;
   Array<double> &cell = body->invariants.*member;
@@ -51,9 +52,9 @@ struct ModePair {
 
 // The indices of two mode numbers, row first; false after a report.
 bool find_modes(SBR body, int row, int column, ModePair &pair) noexcept {
-  pair.row = SBR_ModeIndex(body, row);
+  pair.row = mode_index(*body, row);
   if (pair.row < 0) return report_unknown_mode(row) != 0;
-  pair.column = SBR_ModeIndex(body, column);
+  pair.column = mode_index(*body, column);
   return pair.column >= 0 || report_unknown_mode(column) != 0;
 }
 
@@ -64,7 +65,7 @@ void check_symmetry(int row, int column, const double *v) noexcept {
     return relative(v[pair[0]] - v[pair[1]], v[pair[0]]) > kTolerance;
   });
   if (symmetric) return;
-  SBR_Warning(
+  report_warning(
       "I9(%d, %d) is not symmetric.\n   %14.8e %14.8e %14.8e\n   %14.8e %14.8e %14.8e\n   %14.8e %14.8e %14.8e\n", row,
       column, v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8]);
 }
@@ -75,7 +76,7 @@ void check_symmetry(int row, int column, const double *v) noexcept {
 void check_center(const double *moment, const double *center) noexcept {
   for (int c = 0; c < 3; ++c)
     if (relative(center[c] - moment[c], center[c]) > kTolerance) {
-      SBR_Warning("Global center of mass is inconsistent with INVAR2 setting or nodal data.");
+      report_warning("Global center of mass is inconsistent with INVAR2 setting or nodal data.");
       return;
     }
 }
@@ -85,7 +86,7 @@ void check_inertia(const double *tensor, const double *inertia) noexcept {
   for (int p = 0; p < 9; ++p) {
     const double given = p % 4 == 0 ? inertia[p] : -inertia[p];
     if (relative(given - tensor[p], given) > kTolerance) {
-      SBR_Warning("Global mass inertia is inconsistent with INVAR7 setting or nodal data.");
+      report_warning("Global mass inertia is inconsistent with INVAR7 setting or nodal data.");
       return;
     }
   }
@@ -95,7 +96,7 @@ void check_inertia(const double *tensor, const double *inertia) noexcept {
 void check_global_mass(SbrBody &body, double mass, const double *center, const double *inertia) noexcept {
   const double m = SBR_Invar1(&body);
   if (relative(m - mass, m) > kTolerance)
-    SBR_Warning("Global mass is inconsistent with INVAR1 setting or sum of nodal masses.");
+    report_warning("Global mass is inconsistent with INVAR1 setting or sum of nodal masses.");
   if (fill_invar2(body)) {
     double moment[3] = {};
     std::copy_n(body.invariants.invar2.data(), 3, moment);
@@ -103,7 +104,7 @@ void check_global_mass(SbrBody &body, double mass, const double *center, const d
     if (divisor != 0.0)
       for (double &component : moment) component /= divisor;
     else
-      SBR_Info("Global mass is being set to zero.");
+      report_info("Global mass is being set to zero.");
     check_center(moment, center);
   }
   if (fill_invar7(body)) check_inertia(body.invariants.invar7.data(), inertia);
@@ -115,9 +116,9 @@ void check_global_mass(SbrBody &body, double mass, const double *center, const d
 extern "C" {
 
 int SBR_SetInvar1(SBR body, double value) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   if (value <= 0.0) {
-    SBR_Error("Inertia Invariant 1 must be greater than zero");
+    sbr::report_error("Inertia Invariant 1 must be greater than zero");
     return 0;
   }
   if (!sbr::ready(body->invariants.invar1, 1)) return 0;
@@ -127,7 +128,7 @@ int SBR_SetInvar1(SBR body, double value) {
 }
 
 int SBR_SetInvar2(SBR body, const double *v3) {
-  if (CheckSBR(body) == 0 || v3 == nullptr || !sbr::ready(body->invariants.invar2, 3)) return 0;
+  if (!sbr::require_body(body) || v3 == nullptr || !sbr::ready(body->invariants.invar2, 3)) return 0;
   std::copy_n(v3, 3, body->invariants.invar2.data());
   sbr::set_block(*body, sbr::kInvariant2);
   return 1;
@@ -143,10 +144,10 @@ int SBR_SetInvar4(SBR body, int number, const double *v3) {
 
 int SBR_SetInvar5(SBR body, int row, int column, const double *v3) {
   sbr::ModePair pair{};
-  if (CheckSBR(body) == 0 || !sbr::find_modes(body, row, column, pair) || v3 == nullptr) return 0;
+  if (!sbr::require_body(body) || !sbr::find_modes(body, row, column, pair) || v3 == nullptr) return 0;
   if (!sbr::ready(body->invariants.invar5, sbr::pair_cell_size(3, body->mode_table.mode_count))) return 0;
   if (row == column && std::any_of(v3, v3 + 3, [](double v) { return std::fabs(v) > sbr::kTolerance; }))
-    SBR_Warning("I5(%d, %d) is not zero.\n   (%14.8e, %14.8e, %14.8e)", row, column, v3[0], v3[1], v3[2]);
+    sbr::report_warning("I5(%d, %d) is not zero.\n   (%14.8e, %14.8e, %14.8e)", row, column, v3[0], v3[1], v3[2]);
   const std::span<double> values = sbr::invar5_row(*body, pair.row);
   const std::span<double> mirror = sbr::invar5_row(*body, pair.column);
   if (values.empty()) return sbr::report_unknown_mode(row);
@@ -161,23 +162,23 @@ int SBR_SetInvar5(SBR body, int row, int column, const double *v3) {
 }
 
 int SBR_SetInvar6(SBR body, const double *diagonal) {
-  if (CheckSBR(body) == 0) return 0;
-  const int modes = SBR_ModeCount(body);
+  if (!sbr::require_body(body)) return 0;
+  const int modes = sbr::mode_count(*body);
   if (modes < 1) return 1;
   if (diagonal == nullptr) return 0;
   for (int i = 0; i < modes; ++i) {
     if (!(diagonal[i] == 1.0)) {
-      SBR_Error("Inertia Invariant 6 must be an identity matrix.");
+      sbr::report_error("Inertia Invariant 6 must be an identity matrix.");
       return 0;
     }
-    const int number = SBR_ModeNumber(body, i);
+    const int number = sbr::mode_number(*body, i);
     if (SBR_SetGeneralizedMass(body, number, number, diagonal[i]) == 0) return 0;
   }
   return 1;
 }
 
 int SBR_SetInvar7(SBR body, const double *six) {
-  if (CheckSBR(body) == 0 || six == nullptr || !sbr::ready(body->invariants.invar7, 9)) return 0;
+  if (!sbr::require_body(body) || six == nullptr || !sbr::ready(body->invariants.invar7, 9)) return 0;
   const double matrix[9] = {six[0], six[3], six[4], six[3], six[1], six[5], six[4], six[5], six[2]};
   std::copy_n(matrix, 9, body->invariants.invar7.data());
   sbr::set_block(*body, sbr::kInvariant7);
@@ -185,8 +186,8 @@ int SBR_SetInvar7(SBR body, const double *six) {
 }
 
 int SBR_SetInvar8(SBR body, int number, const double *nine) {
-  if (CheckSBR(body) == 0) return 0;
-  const int index = SBR_ModeIndex(body, number);
+  if (!sbr::require_body(body)) return 0;
+  const int index = sbr::mode_index(*body, number);
   if (index < 0) return sbr::report_unknown_mode(number);
   if (nine == nullptr || !sbr::ready(body->invariants.invar8, 9 * std::int64_t{body->mode_table.mode_count})) return 0;
   const std::span<double> values = sbr::invar8_row(*body, index);
@@ -198,7 +199,7 @@ int SBR_SetInvar8(SBR body, int number, const double *nine) {
 
 int SBR_SetInvar9(SBR body, int row, int column, const double *nine) {
   sbr::ModePair pair{};
-  if (CheckSBR(body) == 0 || !sbr::find_modes(body, row, column, pair) || nine == nullptr) return 0;
+  if (!sbr::require_body(body) || !sbr::find_modes(body, row, column, pair) || nine == nullptr) return 0;
   if (!sbr::ready(body->invariants.invar9, sbr::pair_cell_size(9, body->mode_table.mode_count))) return 0;
   if (row == column) sbr::check_symmetry(row, column, nine);
   const std::span<double> values = sbr::invar9_cell(*body, pair.row, pair.column);
@@ -214,7 +215,7 @@ int SBR_SetInvar9(SBR body, int row, int column, const double *nine) {
 }
 
 int SBR_SetGlobalMass(SBR body, double mass, const double *center3, const double *inertia9) {
-  if (CheckSBR(body) == 0 || center3 == nullptr || inertia9 == nullptr) return 0;
+  if (!sbr::require_body(body) || center3 == nullptr || inertia9 == nullptr) return 0;
   sbr::check_global_mass(*body, mass, center3, inertia9);
   body->global.mass = mass;
   std::copy_n(center3, 3, body->global.center);
@@ -232,7 +233,7 @@ int SBR_TotalMassInertia(SBR body, double *mass, double *inertia9, double *cente
 }
 
 int SBR_CalculateGlobalMassFromNodeMass(SBR body) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   sbr::GlobalProperties &global = body->global;
   global.mass = SBR_Invar1(body);
   if (sbr::fill_invar2(*body))

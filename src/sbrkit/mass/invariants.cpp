@@ -7,11 +7,13 @@
 #include <initializer_list>
 
 #include "base/reports.h"
+#include "body/matrices.h"
+#include "body/node_table.h"
+#include "body/registry.h"
 
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrinvar";
 // Above this mode count a cell of pairs has no size that fits a signed 64-bit number of bytes.
 constexpr int kMostModes = 300'000'000;
 
@@ -26,7 +28,7 @@ void negate_products(const double *from, double *to) noexcept {
 double *copy_out(std::span<const double> cell, std::int64_t count) noexcept {
   auto *copy = static_cast<double *>(allocate_zeroed(static_cast<std::size_t>(count), sizeof(double)));
   if (copy == nullptr) {
-    report_no_memory(kUnit);
+    report_no_memory(unit_name::kInvariants);
     return nullptr;
   }
   const std::size_t held = std::min(cell.size(), static_cast<std::size_t>(count));
@@ -82,7 +84,7 @@ std::span<double> invar9_cell(SbrBody &body, int j, int k) noexcept {
 bool fill_invar1(SbrBody &body) noexcept {
   if (body.invariants.invar1) return true;
   Array<double> cell;
-  if (!cell.allocate(1)) return report_no_memory(kUnit) != 0;
+  if (!cell.allocate(1)) return report_no_memory(unit_name::kInvariants) != 0;
   if (!read_invariant_block(body, kInvariant1, 1, cell)) {
     if (nodal_data_present(body))
       sum_invar1(body, cell);
@@ -95,7 +97,7 @@ bool fill_invar1(SbrBody &body) noexcept {
 bool fill_invar2(SbrBody &body) noexcept {
   if (body.invariants.invar2) return true;
   Array<double> cell;
-  if (!cell.allocate(3)) return report_no_memory(kUnit) != 0;
+  if (!cell.allocate(3)) return report_no_memory(unit_name::kInvariants) != 0;
   if (!read_invariant_block(body, kInvariant2, 3, cell)) {
     if (nodal_data_present(body))
       sum_invar2(body, cell);
@@ -107,33 +109,33 @@ bool fill_invar2(SbrBody &body) noexcept {
 
 bool fill_invar3(SbrBody &body) noexcept {
   if (body.invariants.invar3) return true;
-  const std::int64_t size = 3 * std::int64_t{SBR_ModeCount(&body)};
+  const std::int64_t size = 3 * std::int64_t{mode_count(body)};
   if (size < 1) return false;
   Array<double> cell;
-  if (!cell.allocate(size)) return report_no_memory(kUnit) != 0;
+  if (!cell.allocate(size)) return report_no_memory(unit_name::kInvariants) != 0;
   if (!read_invariant_block(body, kInvariant3, size, cell) && nodal_data_present(body) && !sum_invar3(body, cell))
-    return report_no_memory(kUnit) != 0;
+    return report_no_memory(unit_name::kInvariants) != 0;
   return install(body.invariants.invar3, cell);
 }
 
 bool fill_invar4(SbrBody &body) noexcept {
   if (body.invariants.invar4) return true;
-  const std::int64_t size = 3 * std::int64_t{SBR_ModeCount(&body)};
+  const std::int64_t size = 3 * std::int64_t{mode_count(body)};
   if (size < 1) return false;
   Array<double> cell;
-  if (!cell.allocate(size)) return report_no_memory(kUnit) != 0;
+  if (!cell.allocate(size)) return report_no_memory(unit_name::kInvariants) != 0;
   if (!read_invariant_block(body, kInvariant4, size, cell) && nodal_data_present(body) && !sum_invar4(body, cell))
-    return report_no_memory(kUnit) != 0;
+    return report_no_memory(unit_name::kInvariants) != 0;
   return install(body.invariants.invar4, cell);
 }
 
 bool fill_invar5(SbrBody &body) noexcept {
   if (body.invariants.invar5) return true;
-  const int modes = SBR_ModeCount(&body);
+  const int modes = mode_count(body);
   if (modes < 1) return false;
-  if (SBR_goto_block(&body, kInvariant5) == 0) return compute_modal_pair_invariants(body);
+  if (!go_to_block(body, kInvariant5)) return compute_modal_pair_invariants(body);
   Array<double> cell;
-  if (!cell.allocate(pair_cell_size(3, modes))) return report_no_memory(kUnit) != 0;
+  if (!cell.allocate(pair_cell_size(3, modes))) return report_no_memory(unit_name::kInvariants) != 0;
   if (!read_invariant_block(body, kInvariant5, 3 * std::int64_t{modes}, cell)) return false;
   return install(body.invariants.invar5, cell);
 }
@@ -141,7 +143,7 @@ bool fill_invar5(SbrBody &body) noexcept {
 bool fill_invar7(SbrBody &body) noexcept {
   if (body.invariants.invar7) return true;
   Array<double> cell;
-  if (!cell.allocate(9)) return report_no_memory(kUnit) != 0;
+  if (!cell.allocate(9)) return report_no_memory(unit_name::kInvariants) != 0;
   if (!read_invariant_block(body, kInvariant7, 9, cell)) {
     if (nodal_data_present(body))
       sum_invar7(body, cell);
@@ -153,22 +155,23 @@ bool fill_invar7(SbrBody &body) noexcept {
 
 bool fill_invar8(SbrBody &body) noexcept {
   if (body.invariants.invar8) return true;
-  const std::int64_t size = 9 * std::int64_t{SBR_ModeCount(&body)};
+  const std::int64_t size = 9 * std::int64_t{mode_count(body)};
   if (size < 1) return false;
   Array<double> cell;
-  if (!cell.allocate(size)) return report_no_memory(kUnit) != 0;
+  if (!cell.allocate(size)) return report_no_memory(unit_name::kInvariants) != 0;
   // The nodes serve even without nodal masses: every term is zero then.
-  if (!read_invariant_block(body, kInvariant8, 9, cell) && !sum_invar8(body, cell)) return report_no_memory(kUnit) != 0;
+  if (!read_invariant_block(body, kInvariant8, 9, cell) && !sum_invar8(body, cell))
+    return report_no_memory(unit_name::kInvariants) != 0;
   return install(body.invariants.invar8, cell);
 }
 
 bool fill_invar9(SbrBody &body) noexcept {
   if (body.invariants.invar9) return true;
-  const int modes = SBR_ModeCount(&body);
+  const int modes = mode_count(body);
   if (modes < 1) return false;
-  if (SBR_goto_block(&body, kInvariant9) == 0) return compute_modal_pair_invariants(body);
+  if (!go_to_block(body, kInvariant9)) return compute_modal_pair_invariants(body);
   Array<double> cell;
-  if (!cell.allocate(pair_cell_size(9, modes))) return report_no_memory(kUnit) != 0;
+  if (!cell.allocate(pair_cell_size(9, modes))) return report_no_memory(unit_name::kInvariants) != 0;
   if (!read_invariant_block(body, kInvariant9, 9, cell)) return false;
   return install(body.invariants.invar9, cell);
 }
@@ -189,87 +192,91 @@ bool set_is_sufficient(const SbrBody &body, std::initializer_list<const Array<do
 }
 
 void report_insufficient(const char *which) noexcept {
-  SBR_Error(
+  report_error(
       "There is insufficient mass data to compute a %s set of mass invariants.\n"
       "Some or all mass invariants will be set to zero.",
       which);
 }
 
 // Requests an invariant for the sake of its cell.
-void request(double *copy) noexcept { SBR_FreeMemory(copy); }
+void request(double *copy) noexcept { std::free(copy); }
 
 }  // namespace
 }  // namespace sbr
 
+using sbr::full_mass;
+using sbr::mode_count;
+using sbr::require_body;
+
 extern "C" {
 
 double SBR_Invar1(SBR body) {
-  if (CheckSBR(body) == 0 || !sbr::fill_invar1(*body)) return 0.0;
+  if (!require_body(body) || !sbr::fill_invar1(*body)) return 0.0;
   return body->invariants.invar1[0];
 }
 
 double *SBR_Invar2(SBR body) {
-  if (CheckSBR(body) == 0 || !sbr::fill_invar2(*body)) return nullptr;
+  if (!require_body(body) || !sbr::fill_invar2(*body)) return nullptr;
   return sbr::copy_out(body->invariants.invar2.span(), 3);
 }
 
 double *SBR_Invar3(SBR body) {
-  if (CheckSBR(body) == 0) return nullptr;
-  const int modes = SBR_ModeCount(body);
+  if (!require_body(body)) return nullptr;
+  const int modes = mode_count(*body);
   if (modes < 1 || !sbr::fill_invar3(*body)) return nullptr;
   return sbr::copy_out(body->invariants.invar3.span(), 3 * std::int64_t{modes});
 }
 
 double *SBR_Invar4(SBR body) {
-  if (CheckSBR(body) == 0) return nullptr;
-  const int modes = SBR_ModeCount(body);
+  if (!require_body(body)) return nullptr;
+  const int modes = mode_count(*body);
   if (modes < 1 || !sbr::fill_invar4(*body)) return nullptr;
   return sbr::copy_out(body->invariants.invar4.span(), 3 * std::int64_t{modes});
 }
 
 double *SBR_Invar5(SBR body, int j) {
-  if (CheckSBR(body) == 0) return nullptr;
-  const int modes = SBR_ModeCount(body);
+  if (!require_body(body)) return nullptr;
+  const int modes = mode_count(*body);
   if (j < 0 || j >= modes || !sbr::fill_invar5(*body)) return nullptr;
   return sbr::copy_out(sbr::invar5_row(*body, j), 3 * std::int64_t{modes});
 }
 
 double *SBR_Invar6(SBR body) {
-  if (CheckSBR(body) == 0) return nullptr;
-  const int modes = SBR_ModeCount(body);
+  if (!require_body(body)) return nullptr;
+  const int modes = mode_count(*body);
   if (modes < 1) return nullptr;
   double *matrix = sbr::copy_out({}, sbr::pair_cell_size(1, modes));
-  if (matrix != nullptr) SBR_GenMassFull(body, matrix, modes);
+  if (matrix != nullptr) full_mass(*body, matrix, modes);
   return matrix;
 }
 
 double *SBR_Invar7(SBR body) {
-  if (CheckSBR(body) == 0 || !sbr::fill_invar7(*body)) return nullptr;
+  if (!require_body(body) || !sbr::fill_invar7(*body)) return nullptr;
   return sbr::copy_out(body->invariants.invar7.span(), 9);
 }
 
 double *SBR_Invar8(SBR body, int j) {
-  if (CheckSBR(body) == 0) return nullptr;
-  if (j < 0 || j >= SBR_ModeCount(body) || !sbr::fill_invar8(*body)) return nullptr;
+  if (!require_body(body)) return nullptr;
+  if (j < 0 || j >= mode_count(*body) || !sbr::fill_invar8(*body)) return nullptr;
   return sbr::copy_out(sbr::invar8_row(*body, j), 9);
 }
 
 double *SBR_Invar9(SBR body, int j, int k) {
-  if (CheckSBR(body) == 0) return nullptr;
-  const int modes = SBR_ModeCount(body);
+  if (!require_body(body)) return nullptr;
+  const int modes = mode_count(*body);
   if (j < 0 || j >= modes || k < 0 || k >= modes || !sbr::fill_invar9(*body)) return nullptr;
   return sbr::copy_out(sbr::invar9_cell(*body, j, k), 9);
 }
 
 void SBR_FastComputeInvars(SBR body) {
   using namespace sbr;
-  if (CheckSBR(body) == 0) return;
+  if (!require_body(body)) return;
   const Invariants &in = body->invariants;
   if (!set_is_sufficient(*body, {&in.invar1, &in.invar2, &in.invar3, &in.invar4, &in.invar7, &in.invar8},
                          {kInvariant1, kInvariant2, kInvariant3, kInvariant4, kInvariant7, kInvariant8},
                          NodalRule::needs_modes))
     report_insufficient("partial");
-  SBR_Info("Computing fast set of invariants");
+  report_info("Computing fast set of invariants");
   SBR_Invar1(body);
   request(SBR_Invar2(body));
   request(SBR_Invar3(body));
@@ -281,14 +288,14 @@ void SBR_FastComputeInvars(SBR body) {
 
 void SBR_FullComputeInvars(SBR body) {
   using namespace sbr;
-  if (CheckSBR(body) == 0) return;
+  if (!require_body(body)) return;
   const Invariants &in = body->invariants;
   if (!set_is_sufficient(
           *body, {&in.invar1, &in.invar2, &in.invar3, &in.invar4, &in.invar5, &in.invar7, &in.invar8, &in.invar9},
           {kInvariant1, kInvariant2, kInvariant3, kInvariant4, kInvariant5, kInvariant7, kInvariant8, kInvariant9},
           NodalRule::needs_modes))
     report_insufficient("full");
-  SBR_Info("Computing *all* invariants");
+  report_info("Computing *all* invariants");
   SBR_Invar1(body);
   request(SBR_Invar2(body));
   request(SBR_Invar3(body));
@@ -302,12 +309,12 @@ void SBR_FullComputeInvars(SBR body) {
 
 void SBR_RigidComputeInvars(SBR body) {
   using namespace sbr;
-  if (CheckSBR(body) == 0) return;
+  if (!require_body(body)) return;
   const Invariants &in = body->invariants;
   if (!set_is_sufficient(*body, {&in.invar1, &in.invar2, &in.invar7}, {kInvariant1, kInvariant2, kInvariant7},
                          NodalRule::any_mode_count))
     report_insufficient("full");
-  SBR_Info("Computing *rigid* invariants");
+  report_info("Computing *rigid* invariants");
   SBR_Invar1(body);
   request(SBR_Invar2(body));
   request(SBR_Invar3(body));

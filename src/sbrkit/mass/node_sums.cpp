@@ -4,6 +4,7 @@
 
 #include "body/node_table.h"
 #include "mass/invariants.h"
+#include "modes/access.h"
 
 namespace sbr {
 namespace {
@@ -19,7 +20,7 @@ bool inertia_matrix(const SbrBody &body, const NodeRecord &node, double *matrix)
 
 // One part of the mode at a mode index, three values per node; the buffer stays as it was when there is no such mode.
 void fetch_part(SbrBody &body, int index, int part, Array<double> &buffer) noexcept {
-  (void)SBR_Mode(&body, SBR_ModeNumber(&body, index), 0, buffer.data(), part);
+  (void)mode_part(body, index, Kind::shape, part, buffer.data());
 }
 
 // Adds the nodal inertias times the rotations of a mode.
@@ -39,7 +40,7 @@ void add_inertia_terms(const SbrBody &body, const double *theta, double *sum) no
 
 bool allocate_mode_buffer(const SbrBody &body, Array<double> &buffer) noexcept {
   // A mode delivers as many nodes as its own list has; the sums run over the node table.
-  return buffer.allocate(3 * std::int64_t{std::max(node_count(body), body.nodes.kinds[0].count)});
+  return buffer.allocate(3 * std::int64_t{std::max(node_count(body), body.nodes.kinds[Kind::shape].count)});
 }
 
 void sum_invar1(const SbrBody &body, Array<double> &cell) noexcept {

@@ -8,6 +8,7 @@
 #include "body/node_table.h"
 #include "mass/invariants.h"
 #include "mass/pair_sums.h"
+#include "modes/access.h"
 #include "modes/store.h"
 
 namespace sbr {
@@ -54,7 +55,7 @@ class HeldModes {
     if (held_[at] != nullptr) return;
     const int place = free_[free_.size() - 1];
     Array<double> &buffer = *buffers_[place];
-    if (SBR_Mode(&body_, SBR_ModeNumber(&body_, index), 0, buffer.data(), 0) == 0) buffer.fill_zero();
+    if (!mode_part(body_, index, Kind::shape, 0, buffer.data())) buffer.fill_zero();
     held_[at] = cached(index);
     if (held_[at] != nullptr) return;  // the cache has taken its copy; the buffer is free again
     held_[at] = buffer.data();
@@ -71,8 +72,8 @@ class HeldModes {
 
  private:
   [[nodiscard]] const double *cached(int index) const noexcept {
-    if (body_.store.keep_in_memory == 0 || body_.nodes.kinds[0].count < node_count(body_)) return nullptr;
-    return cached_part(body_, SBR_ModeIndex(&body_, SBR_ModeNumber(&body_, index)), 0, 0);
+    if (body_.store.keep_in_memory == 0 || body_.nodes.kinds[Kind::shape].count < node_count(body_)) return nullptr;
+    return cached_part(body_, index, Kind::shape, 0);
   }
 
   // While the cache is on it has the memory limit to itself and half of it comes on top for modes that it does not
@@ -80,7 +81,7 @@ class HeldModes {
   [[nodiscard]] int buffer_limit() noexcept {
     const bool caching = body_.store.keep_in_memory != 0;
     const int before = body_.store.memory_limit;
-    if (before == 0) SBR_InitializeModeMemory(&body_);
+    if (before == 0) size_mode_memory(body_);
     const int slots = body_.store.memory_limit;
     if (!caching) body_.store.memory_limit = before;
     return std::max(kFewestBuffers, caching ? slots / 2 : slots);
@@ -213,7 +214,7 @@ bool sum_all_pairs(SbrBody &body, int modes, Array<double> &invar5, Array<double
 }  // namespace
 
 bool compute_modal_pair_invariants(SbrBody &body) noexcept {
-  const int modes = SBR_ModeCount(&body);
+  const int modes = mode_count(body);
   if (modes < 1) return false;
   Array<double> invar5;
   Array<double> invar9;

@@ -1,6 +1,9 @@
 // Reading an invariant from its block of the record.
 #include <algorithm>
 
+#include "base/reports.h"
+#include "body/node_table.h"
+#include "body/units.h"
 #include "mass/invariants.h"
 
 namespace sbr {
@@ -25,14 +28,14 @@ double block_factor(const SbrBody &body, int block) noexcept {
 bool pass_mode_count(SbrBody &body) noexcept {
   std::int32_t nm = 0;
   if (!read_int(body.record, nm)) return false;
-  if (nm != SBR_ModeCount(&body)) SBR_Error("nm!=ModeCount at line %d in file %s", __LINE__, "sbrinvar");
+  if (nm != mode_count(body)) report_error("nm!=ModeCount at line %d in file %s", __LINE__, "sbrinvar");
   return true;
 }
 
 }  // namespace
 
 bool read_invariant_block(SbrBody &body, int block, std::int64_t run, Array<double> &cell) noexcept {
-  if (SBR_goto_block(&body, block) == 0) return false;
+  if (!go_to_block(body, block)) return false;
   if (block_has_mode_count(block) && !pass_mode_count(body)) return true;
   const double factor = block_factor(body, block);
   const auto size = static_cast<std::int64_t>(cell.size());
@@ -42,7 +45,7 @@ bool read_invariant_block(SbrBody &body, int block, std::int64_t run, Array<doub
       std::fill_n(values, run, 0.0);
       break;
     }
-    SBR_Convert_Units(values, static_cast<int>(run), factor);
+    convert_units(values, static_cast<int>(run), factor);
   }
   return true;
 }

@@ -2,6 +2,7 @@
 #include "base/reports.h"
 #include "body/body.h"
 #include "body/node_table.h"
+#include "body/registry.h"
 #include "modes/store.h"
 
 namespace sbr {
@@ -9,31 +10,31 @@ namespace {
 
 constexpr int kPreVectorStep = 1000;
 
-constexpr const char *kKindNames[3] = {"mode shape", "modal stress", "modal strain"};
-
-int report_no_room(int kind, int id) noexcept {
-  SBR_Error(
+int report_no_room(Kind kind, int id) noexcept {
+  report_error(
       "Insufficient room for node %d in temporary %s file.  \n"
       "Specify larger number of nodes in SBR_Create.\n",
-      id, kKindNames[kind]);
+      id, kKindFacts[kind].name);
   return 0;
 }
 
 int report_illegal_kind(int kind) noexcept {
-  SBR_Error("The kind of mode data %d is illegal.\nThe kind must be 0 to 2.", kind);
+  report_error("The kind of mode data %d is illegal.\nThe kind must be 0 to 2.", kind);
   return 0;
 }
 
 // Enters values of a node (all six with dof 0, else the one of that dof) into a mode, adding mode and node as needed.
-int enter_values(SbrBody &body, int number, int id, int kind, int dof, const double *values) noexcept {
-  if (kind < 0 || kind > 2) return report_illegal_kind(kind);
-  const int mode = SBR_LookupOrAddMode(&body, number);
+int enter_values(SbrBody &body, int number, int id, int kind_number, int dof, const double *values) noexcept {
+  const auto which = kind_of(kind_number);
+  if (!which) return report_illegal_kind(kind_number);
+  const Kind kind = *which;
+  const int mode = lookup_or_add_mode(body, number);
   if (mode < 0 || open_temporary_mode_file(body, kind) == 0) return 0;
   // The modes of a record file are not written to: that write fails, and a failed write has no message.
   if (body.modes[kind].is_temporary == 0) return 0;
-  const int index = SBR_LookupOrAddNode(&body, id);
+  const int index = lookup_or_add_node(body, id);
   if (index < 0) return 0;
-  int position = kind == 0 ? index : SBR_ModeNodeIndex(&body, kind, id);
+  int position = kind == Kind::shape ? index : kind_position(body, kind, id);
   const bool listed = position >= 0;
   if (!listed) position = body.nodes.kinds[kind].count;
 
@@ -52,21 +53,21 @@ int enter_values(SbrBody &body, int number, int id, int kind, int dof, const dou
 
 // What differs between pre-stress and pre-strain.
 struct PreKind {
-  int kind;
+  Kind kind;
   Array<SixVector> PreVectors::*vectors;
   int block;
   const char *no_memory;
 };
 
-constexpr PreKind kPreStress{1, &PreVectors::stress, kNodalPreStress,
+constexpr PreKind kPreStress{Kind::stress, &PreVectors::stress, kNodalPreStress,
                              "Failed to allocate memory for Pre-Stress at line %d in file %s.\n"};
-constexpr PreKind kPreStrain{2, &PreVectors::strain, kNodalPreStrain,
+constexpr PreKind kPreStrain{Kind::strain, &PreVectors::strain, kNodalPreStrain,
                              "Failed to allocate memory for Pre-Strain at line %d in file %s.\n"};
 
 // Stores the six values of a node in a pre-vector; the vector and the modes of its kind share one node list.
-int enter_pre_values(SBR body, int id, const double *six, const PreKind &pre) noexcept {
-  if (CheckSBR(body) == 0 || six == nullptr) return 0;
-  const int index = SBR_LookupOrAddNode(body, id);
+int enter_pre_values(SbrBody *body, int id, const double *six, const PreKind &pre) noexcept {
+  if (!require_body(body) || six == nullptr) return 0;
+  const int index = lookup_or_add_node(*body, id);
   if (index < 0) return 0;
   const int position = kind_position_or_add(*body, pre.kind, id, index);
   if (position < 0) return 0;
@@ -74,13 +75,21 @@ int enter_pre_values(SBR body, int id, const double *six, const PreKind &pre) no
   if (position >= vectors.count()) {
     const std::int64_t missing = static_cast<std::int64_t>(position) - vectors.count();
     if (!vectors.resize(vectors.count() + (missing / kPreVectorStep + 1) * kPreVectorStep)) {
-      SBR_Error(pre.no_memory, __LINE__, "sbrset");
+      report_error(pre.no_memory, __LINE__, "sbrset");
       return 0;
     }
   }
   std::copy(six, six + 6, vectors[position].begin());
   set_block(*body, pre.block);
   return 1;
+}
+
+// All six values of a node; number 0 of stress and strain means the pre-vector.
+int enter_six(SbrBody *body, int number, int id, int kind, const double *six) noexcept {
+  if (!require_body(body) || six == nullptr) return 0;
+  if (number == 0 && kind == number_of(Kind::stress)) return enter_pre_values(body, id, six, kPreStress);
+  if (number == 0 && kind != number_of(Kind::shape)) return enter_pre_values(body, id, six, kPreStrain);
+  return enter_values(*body, number, id, kind, 0, six);
 }
 
 }  // namespace
@@ -91,20 +100,17 @@ extern "C" {
 int SBR_SetMode(SBR body, int number, int id, int kind, double v1, double v2, double v3, double v4, double v5,
                 double v6) {
   const double six[6] = {v1, v2, v3, v4, v5, v6};
-  return SBR_SetModeVec(body, number, id, kind, six);
+  return sbr::enter_six(body, number, id, kind, six);
 }
 
 int SBR_SetModeVec(SBR body, int number, int id, int kind, const double *six) {
-  if (CheckSBR(body) == 0 || six == nullptr) return 0;
-  if (number == 0 && kind == 1) return SBR_SetPreStressVec(body, id, six);
-  if (number == 0 && kind != 0) return SBR_SetPreStrainVec(body, id, six);
-  return sbr::enter_values(*body, number, id, kind, 0, six);
+  return sbr::enter_six(body, number, id, kind, six);
 }
 
 int SBR_SetModeEntry(SBR body, int number, int id, int kind, int position, double value) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   if (position < 0 || position > 5) {
-    SBR_Error("The value position %d is illegal.\nThe value position must be 0 to 5.", position);
+    sbr::report_error("The value position %d is illegal.\nThe value position must be 0 to 5.", position);
     return 0;
   }
   return sbr::enter_values(*body, number, id, kind, position + 1, &value);

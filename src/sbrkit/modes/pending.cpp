@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/reports.h"
+#include "body/node_table.h"
 #include "modes/store.h"
 
 namespace sbr {
@@ -33,7 +35,7 @@ bool make_runs(PendingModeWrites &pending, int mode_capacity) noexcept {
 }
 
 // The bytes of a mode's record: up to the next record, or to the end of the file. 0 for a record that the file lacks.
-std::int64_t record_bytes(const SbrBody &body, int kind, int mode) noexcept {
+std::int64_t record_bytes(const SbrBody &body, Kind kind, int mode) noexcept {
   const auto &offsets = body.store.offsets[kind];
   const auto at = static_cast<std::size_t>(mode);
   if (mode < 0 || at >= offsets.size()) return 0;
@@ -46,19 +48,19 @@ std::int64_t record_bytes(const SbrBody &body, int kind, int mode) noexcept {
 }
 
 void report_failed_seek(SbrBody &body, int mode, int node_id, int dof) noexcept {
-  const long number = SBR_ModeNumber(&body, mode);
+  const long number = mode_number(body, mode);
   if (dof == 0)
-    SBR_Error("Couldn't seek to mode %ld node %ld position in temporary file", number, static_cast<long>(node_id));
+    report_error("Couldn't seek to mode %ld node %ld position in temporary file", number, static_cast<long>(node_id));
   else
-    SBR_Error("Couldn't seek to mode %ld node %ld dof %ld position in temporary file", number,
-              static_cast<long>(node_id), static_cast<long>(dof));
+    report_error("Couldn't seek to mode %ld node %ld dof %ld position in temporary file", number,
+                 static_cast<long>(node_id), static_cast<long>(dof));
 }
 
 // Seeks to the values' place in the file and writes them.
 bool put_in_file(SbrBody &body, const ModeValues &entry) noexcept {
   StreamChannel &channel = body.modes[entry.kind];
   const std::int64_t place = body.store.offsets[entry.kind][entry.mode] + 8 * entry.first;
-  if (FileSeek_Win32(channel.stream, place, 0) != 0 || FileTell_Win32(channel.stream) != place) {
+  if (!seek_stream(channel.stream, place) || tell_stream(channel.stream) != place) {
     report_failed_seek(body, entry.mode, entry.node_id, entry.dof);
     return false;
   }
@@ -70,7 +72,7 @@ double *run_values(PendingModeWrites &pending, const ModeRun &run) noexcept {
 }
 
 // Writes a run that waits. A run that cannot be written goes on waiting.
-bool put_run(SbrBody &body, int kind, ModeRun &run) noexcept {
+bool put_run(SbrBody &body, Kind kind, ModeRun &run) noexcept {
   PendingModeWrites &pending = body.store.pending[kind];
   if (run.count == 0) return true;
   if (!put_in_file(body, {kind, run.mode, run.node_id, run.dof, run.first, run.count, run_values(pending, run)}))
@@ -125,7 +127,7 @@ bool write_mode_values(SbrBody &body, const ModeValues &entry) noexcept {
   return true;
 }
 
-bool flush_mode_writes(SbrBody &body, int kind) noexcept {
+bool flush_mode_writes(SbrBody &body, Kind kind) noexcept {
   PendingModeWrites &pending = body.store.pending[kind];
   if (pending.waiting == 0) return true;
   // A channel that was given to a record file in the meantime takes nothing.
@@ -138,7 +140,7 @@ bool flush_mode_writes(SbrBody &body, int kind) noexcept {
   return std::fflush(body.modes[kind].stream) == 0 && good;
 }
 
-void forget_mode_writes(SbrBody &body, int kind) noexcept {
+void forget_mode_writes(SbrBody &body, Kind kind) noexcept {
   PendingModeWrites &pending = body.store.pending[kind];
   pending.runs.release();
   pending.values.release();

@@ -20,7 +20,7 @@ bool ModeRewrite::open() noexcept {
 }
 
 bool ModeRewrite::begin_mode() noexcept {
-  const std::int64_t place = FileTell_Win32(channel_.stream);
+  const std::int64_t place = tell_stream(channel_.stream);
   return place >= 0 && offsets_.push_back(place);
 }
 
@@ -37,7 +37,7 @@ bool ModeRewrite::reserve_modes(int modes, std::int64_t values_per_mode) noexcep
 
 bool ModeRewrite::put_at(int mode, std::int64_t first, const double *values, std::int64_t count) noexcept {
   const std::int64_t place = offsets_[mode] + first * real_size(channel_);
-  return FileSeek_Win32(channel_.stream, place, 0) == 0 && write_reals(channel_, values, count);
+  return seek_stream(channel_.stream, place) && write_reals(channel_, values, count);
 }
 
 // What the disk could not take shows at the latest here.

@@ -18,7 +18,7 @@ namespace sbr {
 
 class ModeRewrite {
  public:
-  ModeRewrite(SbrBody &body, int kind) noexcept : body_(body), kind_(kind) {}
+  ModeRewrite(SbrBody &body, Kind kind) noexcept : body_(body), kind_(kind) {}
   ~ModeRewrite();
   ModeRewrite(const ModeRewrite &) = delete;
   ModeRewrite &operator=(const ModeRewrite &) = delete;
@@ -43,7 +43,7 @@ class ModeRewrite {
 
  private:
   SbrBody &body_;
-  int kind_;
+  Kind kind_;
   StreamChannel channel_;
   Array<std::int64_t> offsets_;
 };

@@ -4,32 +4,32 @@
 #include <algorithm>
 
 #include "base/reports.h"
+#include "body/node_table.h"
+#include "body/registry.h"
+#include "modes/access.h"
 #include "modes/store.h"
 
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrtools";
-constexpr const char *kKindNames[3] = {"Shape", "Stress", "Strain"};
-
 // Modes go past the memory cache while this lives.
 class WithoutModeCache {
  public:
-  explicit WithoutModeCache(SbrBody &body) noexcept : body_(body) {
-    SBR_GetKeepModesInMemory(&body_, &kept_);
-    SBR_SetKeepModesInMemory(&body_, 0);
+  explicit WithoutModeCache(SbrBody &body) noexcept : body_(body), kept_(body.store.keep_in_memory) {
+    keep_modes_in_memory(body_, 0);
   }
-  ~WithoutModeCache() { SBR_SetKeepModesInMemory(&body_, kept_); }
+  ~WithoutModeCache() { keep_modes_in_memory(body_, kept_); }
   WithoutModeCache(const WithoutModeCache &) = delete;
   WithoutModeCache &operator=(const WithoutModeCache &) = delete;
 
  private:
   SbrBody &body_;
-  int kept_ = 0;
+  int kept_;
 };
 
-bool has_pre_vectors(const SbrBody &body, int kind) noexcept {
-  return (kind == 1 && has_block(body, kNodalPreStress)) || (kind == 2 && has_block(body, kNodalPreStrain));
+bool has_pre_vectors(const SbrBody &body, Kind kind) noexcept {
+  return (kind == Kind::stress && has_block(body, kNodalPreStress)) ||
+         (kind == Kind::strain && has_block(body, kNodalPreStrain));
 }
 
 // Where a node index stands first in the keep list; -1 when it is not kept.
@@ -66,30 +66,30 @@ void compact_case(NodalLoadCase &load_case, std::span<const std::int32_t> keep, 
 
 bool ModeShortening::prepare(std::span<const std::int32_t> keep) noexcept {
   const WithoutModeCache past_the_cache(body_);
-  if (!rewrite_.name()) return report_no_memory(kUnit) != 0;
+  if (!rewrite_.name()) return report_no_memory(unit_name::kTools) != 0;
   if (!rewrite_.open()) {
-    SBR_Error(
+    report_error(
         "Unable to open %s for write.  Specify different temporary file directory by\n"
         "setting the %s environment variable",
         rewrite_.path(), "TMP");
     return false;
   }
-  SBR_Info(" Shortened %s mode file: %s\n", kKindNames[kind_], rewrite_.path());
-  const std::int64_t nodes = SBR_ModeNodeCount(&body_, kind_);
+  report_info(" Shortened %s mode file: %s\n", kKindFacts[kind_].short_name, rewrite_.path());
+  const std::int64_t nodes = kind_count(body_, kind_);
   const auto kept = static_cast<std::int64_t>(keep.size());
   if (!map_.allocate(kept) || !row_.allocate(6 * kept) ||
       (nodes > 0 && (!parts_[0].allocate(3 * nodes) || !parts_[1].allocate(3 * nodes))))
-    return report_no_memory(kUnit) != 0;
-  if (SBR_ModeCount(&body_) < 1) {
-    SBR_Warning("No Mode Shape Data found in this SBR file. \n");
+    return report_no_memory(unit_name::kTools) != 0;
+  if (mode_count(body_) < 1) {
+    report_warning("No Mode Shape Data found in this SBR file. \n");
     return false;
   }
   for (std::size_t k = 0; k < keep.size(); ++k) {
-    const int position = SBR_ModeNodeIndex(&body_, kind_, SBR_NodeID(&body_, keep[k]));
+    const int position = kind_position(body_, kind_, node_id(body_, keep[k]));
     map_[k] = position < nodes ? position : -1;
   }
   if (write_modes()) return true;
-  SBR_Error(
+  report_error(
       "Insufficient disk space for file %s.  Specify different temporary\n"
       "file directory by setting the %s environment variable",
       rewrite_.path(), "TMP");
@@ -97,18 +97,20 @@ bool ModeShortening::prepare(std::span<const std::int32_t> keep) noexcept {
 }
 
 bool ModeShortening::write_modes() noexcept {
-  const int modes = SBR_ModeCount(&body_);
+  const int modes = mode_count(body_);
   for (int m = 0; m < modes; ++m)
-    if (!write_mode(SBR_ModeNumber(&body_, m))) return false;
+    if (!write_mode(m)) return false;
   return rewrite_.complete();
 }
 
 // The file keeps the units of the record, so that reading can bring it to those of the body.
-bool ModeShortening::write_mode(int number) noexcept {
+bool ModeShortening::write_mode(int mode) noexcept {
   for (int part = 0; part < 2; ++part)
-    if (!parts_[part] || SBR_Mode(&body_, number, kind_, parts_[part].data(), part) == 0) return false;
-  const double first_factor = kind_ == 0 ? 1.0 / shape_scale(body_) : kind_ == 1 ? 1.0 / stress_scale(body_) : 1.0;
-  const double second_factor = kind_ == 1 ? first_factor : 1.0;
+    if (!parts_[part] || !mode_part(body_, mode, kind_, part, parts_[part].data())) return false;
+  const double first_factor = kind_ == Kind::shape    ? 1.0 / shape_scale(body_)
+                              : kind_ == Kind::stress ? 1.0 / stress_scale(body_)
+                                                      : 1.0;
+  const double second_factor = kind_ == Kind::stress ? first_factor : 1.0;
   std::int64_t values = 0;
   double *out = row_.data();
   for (const std::int32_t position : map_) {
@@ -130,9 +132,15 @@ void ModeShortening::install() noexcept {
 // Rows move to the place of their node in the keep list, one after the other; a row without a source stays. That lines
 // up with the kind positions when all kept nodes belong to the kind.
 void ModeShortening::move_pre_vectors() noexcept {
-  Array<SixVector> &rows = kind_ == 1 ? body_.pre.stress : body_.pre.strain;
+  Array<SixVector> &rows = kind_ == Kind::stress ? body_.pre.stress : body_.pre.strain;
   for (std::size_t k = 0; k < map_.size() && k < rows.size(); ++k)
     if (map_[k] >= 0 && static_cast<std::size_t>(map_[k]) < rows.size()) rows[k] = rows[map_[k]];
+}
+
+void compact_nodal_loads(SbrBody &body, std::span<const std::int32_t> keep) noexcept {
+  const bool ascending = std::is_sorted(keep.begin(), keep.end());
+  for (std::size_t i = 0; i < body.loads.nodal.size(); ++i)
+    if (body.loads.nodal[i] != nullptr) compact_case(*body.loads.nodal[i], keep, ascending);
 }
 
 }  // namespace sbr
@@ -140,22 +148,20 @@ void ModeShortening::move_pre_vectors() noexcept {
 extern "C" {
 
 int SBR_ShortenModeFile(SBR body, const int *keep, int keep_count, int kind) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   if (keep == nullptr) return 1;
-  if (kind < 0 || kind > 2) return 0;
-  sbr::ModeShortening shortening(*body, kind);
+  const auto which = sbr::kind_of(kind);
+  if (!which) return 0;
+  sbr::ModeShortening shortening(*body, *which);
   if (!shortening.prepare({keep, static_cast<std::size_t>(keep_count > 0 ? keep_count : 0)})) return 0;
   shortening.install();
   return 1;
 }
 
 int SBR_CompactModalLoadNodal(SBR body, const int *keep, int keep_count) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   if (keep == nullptr) return 1;
-  const std::span<const std::int32_t> kept(keep, static_cast<std::size_t>(keep_count > 0 ? keep_count : 0));
-  const bool ascending = std::is_sorted(kept.begin(), kept.end());
-  for (std::size_t i = 0; i < body->loads.nodal.size(); ++i)
-    if (body->loads.nodal[i] != nullptr) sbr::compact_case(*body->loads.nodal[i], kept, ascending);
+  sbr::compact_nodal_loads(*body, {keep, static_cast<std::size_t>(keep_count > 0 ? keep_count : 0)});
   return 1;
 }
 

@@ -11,7 +11,7 @@ namespace sbr {
 
 class ModeShortening {
  public:
-  ModeShortening(SbrBody &body, int kind) noexcept : body_(body), kind_(kind), rewrite_(body, kind) {}
+  ModeShortening(SbrBody &body, Kind kind) noexcept : body_(body), kind_(kind), rewrite_(body, kind) {}
 
   // Writes the kept rows of all modes to a new file. False after a report; the store is as it was.
   [[nodiscard]] bool prepare(std::span<const std::int32_t> keep) noexcept;
@@ -22,16 +22,19 @@ class ModeShortening {
 
  private:
   [[nodiscard]] bool write_modes() noexcept;
-  [[nodiscard]] bool write_mode(int number) noexcept;
+  [[nodiscard]] bool write_mode(int mode) noexcept;
   void move_pre_vectors() noexcept;
 
   SbrBody &body_;
-  int kind_;
+  Kind kind_;
   ModeRewrite rewrite_;
   Array<std::int32_t> map_;
   Array<double> parts_[2];
   Array<double> row_;
 };
+
+// Keeps the nodal loads on the nodes of a keep list, under their new indices.
+void compact_nodal_loads(SbrBody &body, std::span<const std::int32_t> keep) noexcept;
 
 }  // namespace sbr
 

@@ -6,13 +6,16 @@
 
 #include "base/reports.h"
 #include "body/body.h"
+#include "body/node_table.h"
+#include "body/registry.h"
+#include "body/units.h"
+#include "modes/access.h"
 #include "modes/store.h"
 #include "record/channel.h"
 
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrdata";
 constexpr int kFigures = 13;  // of which four are defined
 
 // ---- the table -----------------------------------------------------------------------------------------------------
@@ -22,14 +25,14 @@ int read_table(SbrBody &body) noexcept {
   std::int32_t count = 0;
   if (!read_int(body.record, count)) return 0;
   if (count != body.mode_table.mode_count) {
-    SBR_Error("Inconsistent number of modes detected at line %d in file %s", __LINE__, kUnit);
+    report_error("Inconsistent number of modes detected at line %d in file %s", __LINE__, unit_name::kData);
     return 0;
   }
   for (ModalStatistics &mode : body.statistics) {
     if (!read_ints(body.record, mode.node_ids, kFigures)) return 0;
     if (!read_reals(body.record, mode.values, kFigures)) return 0;
-    SBR_Convert_Units(&mode.values[0], 1, shape_scale(body));
-    SBR_Convert_Units(&mode.values[2], 1, stress_scale(body));
+    convert_units(&mode.values[0], 1, shape_scale(body));
+    convert_units(&mode.values[2], 1, stress_scale(body));
   }
   return 1;
 }
@@ -37,15 +40,15 @@ int read_table(SbrBody &body) noexcept {
 // The table, made at the first request and read from the file where it has one. 0 after a failure.
 int ensure_table(SbrBody &body) noexcept {
   if (body.statistics) return 1;
-  if (!body.statistics.allocate(body.mode_table.mode_count)) return report_no_memory(kUnit);
-  return SBR_goto_block(&body, kModalStatistics) != 0 ? read_table(body) : 1;
+  if (!body.statistics.allocate(body.mode_table.mode_count)) return report_no_memory(unit_name::kData);
+  return go_to_block(body, kModalStatistics) ? read_table(body) : 1;
 }
 
 // The record of a mode; the table grows when modes have been added since it was made. Null when memory is short.
 ModalStatistics *statistics_of(SbrBody &body, int index) noexcept {
   const auto place = static_cast<std::size_t>(index);
   if (place >= body.statistics.size() && !body.statistics.resize(body.mode_table.mode_count)) {
-    report_no_memory(kUnit);
+    report_no_memory(unit_name::kData);
     return nullptr;
   }
   return &body.statistics[place];
@@ -56,7 +59,7 @@ ModalStatistics *statistics_of(SbrBody &body, int index) noexcept {
 // A figure: its slot in the table, the mode data that it is made of, and its square at a node.
 struct Figure {
   int slot;
-  int kind;
+  Kind kind;
   int first_part;
   int parts;
   double (*magnitude)(NodeValues);
@@ -64,24 +67,24 @@ struct Figure {
 };
 
 constexpr Figure kTranslation{
-    .slot = 0, .kind = 0, .first_part = 0, .parts = 1, .magnitude = squared_length, .von_mises = nullptr};
+    .slot = 0, .kind = Kind::shape, .first_part = 0, .parts = 1, .magnitude = squared_length, .von_mises = nullptr};
 constexpr Figure kRotation{
-    .slot = 1, .kind = 0, .first_part = 1, .parts = 1, .magnitude = squared_length, .von_mises = nullptr};
+    .slot = 1, .kind = Kind::shape, .first_part = 1, .parts = 1, .magnitude = squared_length, .von_mises = nullptr};
 constexpr Figure kStress{
-    .slot = 2, .kind = 1, .first_part = 0, .parts = 2, .magnitude = nullptr, .von_mises = squared_stress};
+    .slot = 2, .kind = Kind::stress, .first_part = 0, .parts = 2, .magnitude = nullptr, .von_mises = squared_stress};
 constexpr Figure kStrain{
-    .slot = 3, .kind = 2, .first_part = 0, .parts = 2, .magnitude = nullptr, .von_mises = squared_strain};
+    .slot = 3, .kind = Kind::strain, .first_part = 0, .parts = 2, .magnitude = nullptr, .von_mises = squared_strain};
 
 // Computes a figure of a mode and stores it. Of equal maxima the first in kind-position order counts; a mode of zeros
 // has node 0. The result is that of the last fetch of mode data.
-int compute(SbrBody &body, int number, const Figure &figure, ModalStatistics &mode) noexcept {
-  const int count = SBR_ModeNodeCount(&body, figure.kind);
+int compute(SbrBody &body, int record, const Figure &figure, ModalStatistics &mode) noexcept {
+  const int count = kind_count(body, figure.kind);
   Array<double> data[2];
   for (int p = 0; p < figure.parts; ++p)
-    if (!data[p].allocate(std::int64_t{3} * count)) return report_no_memory(kUnit);
+    if (!data[p].allocate(std::int64_t{3} * count)) return report_no_memory(unit_name::kData);
   int status = 0;
   for (int p = 0; p < figure.parts; ++p)
-    status = SBR_Mode(&body, number, figure.kind, data[p].data(), figure.first_part + p);
+    status = mode_part(body, record, figure.kind, figure.first_part + p, data[p].data()) ? 1 : 0;
 
   double best = 0.0;
   int best_position = -1;
@@ -94,19 +97,21 @@ int compute(SbrBody &body, int number, const Figure &figure, ModalStatistics &mo
       best_position = position;
     }
   }
-  mode.node_ids[figure.slot] = best_position < 0 ? 0 : SBR_ModeNodeID(&body, figure.kind, best_position);
+  mode.node_ids[figure.slot] = best_position < 0 ? 0 : kind_node_id(body, figure.kind, best_position);
   mode.values[figure.slot] = std::sqrt(best);
   return status;
 }
 
 int request(SBR body, int number, int *id, double *value, const Figure &figure) noexcept {
-  if (CheckSBR(body) == 0 || body->mode_table.mode_count < 1) return 0;
+  if (!require_body(body) || body->mode_table.mode_count < 1) return 0;
   if (ensure_table(*body) == 0) return 0;
-  const int index = SBR_ModeIndex(body, number);
+  const int index = mode_index(*body, number);
   if (index < 0) return 0;
   ModalStatistics *mode = statistics_of(*body, index);
   if (mode == nullptr) return 0;
-  const int status = mode->node_ids[figure.slot] != 0 ? 1 : compute(*body, number, figure, *mode);
+  const int status = mode->node_ids[figure.slot] != 0
+                         ? 1
+                         : compute(*body, record_of_number(*body, number, figure.kind), figure, *mode);
   if (id != nullptr) *id = mode->node_ids[figure.slot];
   if (value != nullptr) *value = mode->values[figure.slot];
   return status;

@@ -8,16 +8,25 @@
 namespace sbr {
 
 // The block of a kind's mode data: 7, 17, 28.
-constexpr int kind_block(int kind) { return kind == 0 ? kModeShapes : kind == 1 ? kModalStress : kModalStrain; }
+constexpr int kind_block(Kind kind) { return kKindFacts[kind].block; }
 
 // Makes, reserves and installs the temporary file of a kind. 1, or 0 after a report. 1 at once when the kind's channel
 // is open.
-[[nodiscard]] int open_temporary_mode_file(SbrBody &body, int kind) noexcept;
+[[nodiscard]] int open_temporary_mode_file(SbrBody &body, Kind kind) noexcept;
 // The cached part of a mode (three doubles per node of the kind), or null. mode_index as in the mode table.
-[[nodiscard]] const double *cached_part(const SbrBody &body, int mode_index, int kind, int part) noexcept;
+[[nodiscard]] const double *cached_part(const SbrBody &body, int mode_index, Kind kind, int part) noexcept;
+// Puts a part into the cache. False when the cache is full or memory is short; the latter was reported.
+bool mode_to_memory(SbrBody &body, int mode_index, Kind kind, const double *data, int part) noexcept;
+// Works out how many parts the cache may hold.
+void size_mode_memory(SbrBody &body) noexcept;
+// Drops all cached parts.
+void clean_mode_memory(SbrBody &body) noexcept;
+// Switches the cache; switching it off drops what it holds.
+void keep_modes_in_memory(SbrBody &body, int flag) noexcept;
+
 // Values that a setter enters: where they belong, and the numbers that a report names.
 struct ModeValues {
-  int kind = 0;
+  Kind kind = Kind::shape;
   int mode = 0;  // mode index
   int node_id = 0;
   int dof = 0;             // value position at the node, from 1; 0 for all six values
@@ -31,19 +40,9 @@ struct ModeValues {
 // neighbours. False when they, or values that had to make place for them, could not be written.
 [[nodiscard]] bool write_mode_values(SbrBody &body, const ModeValues &entry) noexcept;
 // Brings what waits to the kind's file. To be called before the kind's channel is read or changes hands.
-[[nodiscard]] bool flush_mode_writes(SbrBody &body, int kind) noexcept;
+[[nodiscard]] bool flush_mode_writes(SbrBody &body, Kind kind) noexcept;
 // Drops what waits: the kind's store is another one now.
-void forget_mode_writes(SbrBody &body, int kind) noexcept;
-// A whole mode, or with number 0 of kinds 1 and 2 a pre-vector: six values per kind position, as the accessors deliver
-// them. Null when there is nothing of that name. A failed read is reported and gives what the buffer holds. Valid until
-// the next access to the kind.
-[[nodiscard]] const double *whole_mode(SbrBody &body, int number, int kind) noexcept;
-// Values of a mode's record, by mode index, as they are stored: in the units of the file. False when they cannot be
-// read.
-[[nodiscard]] bool read_stored_values(SbrBody &body, int mode_index, int kind, std::int64_t first, double *out,
-                                      std::int64_t count) noexcept;
-// Whether a mode's record can be read to its end; a failure is reported as the accessors do.
-[[nodiscard]] bool mode_record_is_whole(SbrBody &body, int mode_index, int kind) noexcept;
+void forget_mode_writes(SbrBody &body, Kind kind) noexcept;
 // Factors that bring stored values to the body's units: translations of kind 0, all of kind 1.
 inline double shape_scale(const SbrBody &body) { return body.units.unit.length; }
 inline double stress_scale(const SbrBody &body) {

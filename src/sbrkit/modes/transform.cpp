@@ -1,9 +1,16 @@
 // Modes and monitor points through a matrix: what a change of the modal basis does to the data that stands in it.
+#include "modes/transform.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
 
 #include "base/reports.h"
+#include "body/loads.h"
+#include "body/monitor_points.h"
+#include "body/node_table.h"
+#include "body/registry.h"
+#include "modes/access.h"
 #include "modes/combine.h"
 #include "modes/rewrite.h"
 #include "modes/store.h"
@@ -11,14 +18,12 @@
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrwrite";
-
 enum class Outcome { done, no_memory, unreadable, disk_full };
 
 // The transformation of one kind of mode data.
 struct ModeTask {
   SbrBody &body;
-  int kind;
+  Kind kind;
   int old_count;
   int new_count;
   const double *matrix;  // old_count x old_count, row by row: row old mode, column new mode
@@ -28,17 +33,16 @@ struct ModeTask {
 // Switches the mode cache off for as long as it lives.
 class CacheOff {
  public:
-  explicit CacheOff(SbrBody &body) noexcept : body_(body) {
-    SBR_GetKeepModesInMemory(&body_, &before_);
-    SBR_SetKeepModesInMemory(&body_, 0);
+  explicit CacheOff(SbrBody &body) noexcept : body_(body), before_(body.store.keep_in_memory) {
+    keep_modes_in_memory(body_, 0);
   }
-  ~CacheOff() { SBR_SetKeepModesInMemory(&body_, before_); }
+  ~CacheOff() { keep_modes_in_memory(body_, before_); }
   CacheOff(const CacheOff &) = delete;
   CacheOff &operator=(const CacheOff &) = delete;
 
  private:
   SbrBody &body_;
-  int before_ = 0;
+  int before_;
 };
 
 bool monitor_is_wanted() noexcept { return std::getenv("KTX_NO_TIME_MONITOR_STAMP") == nullptr; }
@@ -48,7 +52,7 @@ bool monitor_is_wanted() noexcept { return std::getenv("KTX_NO_TIME_MONITOR_STAM
 class Progress {
  public:
   explicit Progress(const ModeTask &task) noexcept {
-    const double mode_bytes = 6.0 * static_cast<double>(SBR_NodeCount(&task.body)) * 8.0;
+    const double mode_bytes = 6.0 * static_cast<double>(node_count(task.body)) * 8.0;
     const double fitting = mode_bytes > 0.0 ? 1e8 / mode_bytes : 1e8;
     const std::int64_t block = std::min<std::int64_t>(std::max<std::int64_t>(static_cast<std::int64_t>(fitting), 1),
                                                       std::max(task.old_count, 1));
@@ -77,7 +81,7 @@ class SourceModes {
     if (task.values < 1) return task.old_count < 1 ? Outcome::done : Outcome::unreadable;
     if (task.old_count > 0 && !indices_.allocate(task.old_count)) return Outcome::no_memory;
     for (int m = 0; m < task.old_count; ++m) {
-      const int index = SBR_ModeIndex(&task.body, SBR_ModeNumber(&task.body, m));
+      const int index = mode_index(task.body, mode_number(task.body, m));
       if (index < 0) return Outcome::unreadable;
       indices_[m] = index;
       static_cast<void>(mode_record_is_whole(task.body, index, task.kind));
@@ -127,7 +131,7 @@ Outcome combine(const ModeTask &task, ModeRewrite &rewrite) noexcept {
     }
   }
   progress.show(1, 1);
-  if (monitor_is_wanted()) SBR_Info("%s", "");
+  if (monitor_is_wanted()) report_info("%s", "");
   return Outcome::done;
 }
 
@@ -153,12 +157,12 @@ Outcome scale(const ModeTask &task, ModeRewrite &rewrite) noexcept {
 int report(Outcome outcome, const ModeRewrite &rewrite) noexcept {
   switch (outcome) {
     case Outcome::no_memory:
-      return report_no_memory(kUnit);
+      return report_no_memory(unit_name::kWriting);
     case Outcome::unreadable:
-      SBR_Error("Failed to extract mode information for SBR.\n");
+      report_error("Failed to extract mode information for SBR.\n");
       return 0;
     case Outcome::disk_full:
-      SBR_Error(
+      report_error(
           "Insufficient disk space for file %s.  Specify different temporary\n"
           "file directory by setting the %s environment variable",
           rewrite.path(), "TMP");
@@ -172,15 +176,15 @@ int report(Outcome outcome, const ModeRewrite &rewrite) noexcept {
 int transform_modes(const ModeTask &task) noexcept {
   const CacheOff cache_off(task.body);
   ModeRewrite rewrite(task.body, task.kind);
-  if (!rewrite.name()) return report_no_memory(kUnit);
+  if (!rewrite.name()) return report_no_memory(unit_name::kWriting);
   if (!rewrite.open()) {
-    SBR_Error(
+    report_error(
         "Unable to open %s for write.  Specify different temporary file directory by\n"
         "setting the %s environment variable.",
         rewrite.path(), "TMP");
     return 0;
   }
-  SBR_Info("Orthogonal mode file: %s", rewrite.path());
+  report_info("Orthogonal mode file: %s", rewrite.path());
   Outcome outcome = task.body.matrices.modes_not_orthogonal != 0 ? combine(task, rewrite) : scale(task, rewrite);
   if (outcome == Outcome::done && !rewrite.install()) outcome = Outcome::disk_full;
   return report(outcome, rewrite);
@@ -202,40 +206,50 @@ void transform_monitor_point(SbrBody &body, int point, const double *matrix, Arr
   MonitorPoint &monitor = *body.monitor_points[point];
   const auto rows = static_cast<std::size_t>(std::max(monitor.operator_rows, 0));
   for (int type = 1; type <= 4; ++type) {
-    if (SBR_MonitorPointHasOperator(&body, point, type) == 0) continue;
+    if (!monitor_point_has_operator(body, point, type)) continue;
     // Displacement, velocity and acceleration are one matrix each, the load operator one per modal load case.
-    const auto matrices = type < 4 ? std::size_t{1} : static_cast<std::size_t>(SBR_GetModalLoadCaseCount(&body));
+    const auto matrices = type < 4 ? std::size_t{1} : static_cast<std::size_t>(load_case_count(body));
     const std::span<double> data = monitor.operators[type - 1].span();
     transform_rows(data.first(std::min(data.size(), matrices * rows * work.size())), matrix, work);
   }
 }
 
 }  // namespace
+
+bool transform_modes(SbrBody &body, Kind kind, int new_count, const double *matrix) noexcept {
+  const int old_count = mode_count(body);
+  if (new_count < 0 || new_count > old_count) {
+    report_error("Cannot make %d modes out of the %d modes of the body.\n", new_count, old_count);
+    return false;
+  }
+  const std::int64_t values = 6 * static_cast<std::int64_t>(kind_count(body, kind));
+  return transform_modes(ModeTask{body, kind, old_count, new_count, matrix, values}) != 0;
+}
+
+bool transform_monitor_points(SbrBody &body, const double *matrix) noexcept {
+  const int n = mode_count(body);
+  if (n < 1) return true;
+  Array<double> work;
+  if (!work.allocate(n)) return report_no_memory(unit_name::kWriting);
+  for (int p = 0; p < monitor_point_count(body); ++p)
+    if (body.monitor_points[p] != nullptr) transform_monitor_point(body, p, matrix, work);
+  return true;
+}
+
 }  // namespace sbr
 
 extern "C" {
 
 int SBR_TransformModes(SBR body, int kind, int new_count, const double *matrix) {
   if (matrix == nullptr) return 1;
-  if (CheckSBR(body) == 0 || kind < 0 || kind > 2) return 0;
-  const int old_count = SBR_ModeCount(body);
-  if (new_count < 0 || new_count > old_count) {
-    SBR_Error("Cannot make %d modes out of the %d modes of the body.\n", new_count, old_count);
-    return 0;
-  }
-  const std::int64_t values = 6 * static_cast<std::int64_t>(SBR_ModeNodeCount(body, kind));
-  return sbr::transform_modes({*body, kind, old_count, new_count, matrix, values});
+  const auto which = sbr::kind_of(kind);
+  if (!sbr::require_body(body) || !which) return 0;
+  return sbr::transform_modes(*body, *which, new_count, matrix) ? 1 : 0;
 }
 
 int SBR_TransformMonitorPoints(SBR body, const double *matrix) {
-  if (CheckSBR(body) == 0) return 0;
-  const int n = SBR_ModeCount(body);
-  if (matrix == nullptr || n < 1) return 1;
-  sbr::Array<double> work;
-  if (!work.allocate(n)) return sbr::report_no_memory(sbr::kUnit);
-  for (int p = 0; p < SBR_GetMonitorPointCount(body); ++p)
-    if (body->monitor_points[p] != nullptr) sbr::transform_monitor_point(*body, p, matrix, work);
-  return 1;
+  if (!sbr::require_body(body)) return 0;
+  return matrix == nullptr || sbr::transform_monitor_points(*body, matrix) ? 1 : 0;
 }
 
 }  // extern "C"

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <limits>
 
+#include "base/reports.h"
 #include "body/node_table.h"
 #include "read/reader.h"
 #include "record/toc.h"
@@ -14,7 +15,7 @@ void read_units_block(SbrBody &body) noexcept {
   UnitState &units = body.units;
   char *const labels[] = {units.mass_units, units.length_units, units.time_units, units.force_units};
   const PositionKeeper keeper(body.record);
-  if (SBR_goto_block(&body, kUnits) == 0) {
+  if (!go_to_block(body, kUnits)) {
     std::memcpy(units.mass_units, "KILOGRAM", sizeof "KILOGRAM");
     std::memcpy(units.length_units, "METER", sizeof "METER");
     std::memcpy(units.time_units, "SECOND", sizeof "SECOND");
@@ -28,20 +29,19 @@ void read_units_block(SbrBody &body) noexcept {
   for (int i = 0; i < 4; ++i) std::memcpy(labels[i], from[i], kUnitChars);
   for (char *label : labels)
     if (SBR_ConvertUnitsLabel(label) == 0) break;
-  for (char *label : labels) terminate_string(label, kUnitChars);
+  for (char *label : labels) terminate_text(label, kUnitChars);
 }
 
 Reading read_header(SbrBody &body) noexcept {
   HeaderTexts &texts = body.header;
   FieldReader reader(body.record);
-  if (SBR_goto_block(&body, kHeader) == 0 || !transfer(reader, texts))
-    return failed("Problem reading Header information");
-  terminate_string(texts.title, sizeof texts.title);
-  terminate_string(texts.date, sizeof texts.date);
-  terminate_string(texts.input_file_name, sizeof texts.input_file_name);
-  terminate_string(texts.comment1, sizeof texts.comment1);
-  terminate_string(texts.comment2, sizeof texts.comment2);
-  terminate_string(texts.comment3, sizeof texts.comment3);
+  if (!go_to_block(body, kHeader) || !transfer(reader, texts)) return failed("Problem reading Header information");
+  terminate_text(texts.title, sizeof texts.title);
+  terminate_text(texts.date, sizeof texts.date);
+  terminate_text(texts.input_file_name, sizeof texts.input_file_name);
+  terminate_text(texts.comment1, sizeof texts.comment1);
+  terminate_text(texts.comment2, sizeof texts.comment2);
+  terminate_text(texts.comment3, sizeof texts.comment3);
   return Reading::complete;
 }
 
@@ -49,7 +49,7 @@ Reading read_header(SbrBody &body) noexcept {
 
 Reading read_nodal_coords(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem reading Node Coordinates Data";
-  if (SBR_goto_block(&body, kNodalCoords) == 0) return Reading::complete;
+  if (!go_to_block(body, kNodalCoords)) return Reading::complete;
   StreamChannel &channel = body.record;
   NodeTable &table = body.nodes;
   FieldReader reader(channel);
@@ -64,9 +64,10 @@ Reading read_nodal_coords(SbrBody &body) noexcept {
     return failed("Out of memory while reading Nodal Coordinate block");
   if (!reader.integer(head.dimension)) return failed(kProblem);
   if (head.dimension != 3)
-    SBR_Error("Node location should only be specified with 3 coordinates, not %ld", static_cast<long>(head.dimension));
+    report_error("Node location should only be specified with 3 coordinates, not %ld",
+                 static_cast<long>(head.dimension));
   if (!announced) return failed(kProblem);
-  table.kinds[0].count = head.node_count;
+  table.kinds[Kind::shape].count = head.node_count;
   RowReader rows(channel, row_bytes, head.node_count);
   for (NodeRecord &node : table.nodes) {
     NodeRow row;
@@ -84,7 +85,7 @@ Reading read_nodal_coords(SbrBody &body) noexcept {
 
 Reading read_global_block(SbrBody &body) noexcept {
   const PositionKeeper keeper(body.record);
-  if (SBR_goto_block(&body, kGlobalBodyProps) == 0) return Reading::complete;
+  if (!go_to_block(body, kGlobalBodyProps)) return Reading::complete;
   FieldReader reader(body.record);
   return transfer(reader, body.global) ? Reading::complete : failed("Problem reading Global Body Properties");
 }
@@ -92,10 +93,10 @@ Reading read_global_block(SbrBody &body) noexcept {
 namespace {
 
 void take_nodal_mass(SbrBody &body, std::int32_t id, double mass) noexcept {
-  const int index = SBR_NodeIndex(&body, id);
+  const int index = node_index(body, id);
   if (index < 0) return;
   NodeRecord &node = body.nodes.nodes[index];
-  if (node.mass != 0.0) SBR_Warning("Redefining mass of Node %d", id);
+  if (node.mass != 0.0) report_warning("Redefining mass of Node %d", id);
   node.mass = mass;
 }
 
@@ -122,14 +123,14 @@ bool read_nodal_masses(SbrBody &body, const NodalMassesHead &head) noexcept {
 
 Reading read_nodal_mass_block(SbrBody &body) noexcept {
   const PositionKeeper keeper(body.record);
-  if (SBR_goto_block(&body, kNodalMasses) == 0) return Reading::complete;
+  if (!go_to_block(body, kNodalMasses)) return Reading::complete;
   FieldReader reader(body.record);
   NodalMassesHead head;
   if (!transfer(reader, head)) return failed("Problem reading Nodal Mass information");
   if (head.values_per_node < 0) head.values_per_node = 0;
   if (head.values_per_node > 1) {
-    SBR_Warning("Each node must possess a single scalar mass");
-    SBR_Warning("Generating scalar by averaging %d values", head.values_per_node);
+    report_warning("Each node must possess a single scalar mass");
+    report_warning("Generating scalar by averaging %d values", head.values_per_node);
   }
   return read_nodal_masses(body, head) ? Reading::complete : failed("Problem reading Nodal Mass information");
 }
@@ -139,7 +140,7 @@ namespace {
 // A rotational degree of freedom as an index from 0, or -1 after a report.
 int tensor_index(const char *which, char stored) noexcept {
   if (stored >= 4 && stored <= 6) return stored - 4;
-  SBR_Error("%s index of nodal inertia entries should be 4, 5, or 6.  %d encoutered\n", which, stored);
+  report_error("%s index of nodal inertia entries should be 4, 5, or 6.  %d encoutered\n", which, stored);
   return -1;
 }
 
@@ -152,10 +153,10 @@ bool read_nodal_inertia(SbrBody &body, RowReader &rows, int &unknown) noexcept {
   if (row < 0 || !rows.chars(&entry.column, 1)) return false;
   const int column = tensor_index("Column", entry.column);
   if (column < 0) return false;
-  const int index = SBR_NodeIndex(&body, entry.id);
+  const int index = node_index(body, entry.id);
   double *tensor = index >= 0 ? node_inertia_or_add(body, index) : nullptr;
   if (index >= 0 && tensor == nullptr) {
-    SBR_Error("Error allocating memory for inertia matrix for node %d\n", entry.id);
+    report_error("Error allocating memory for inertia matrix for node %d\n", entry.id);
     return false;
   }
   if (!rows.reals(&entry.value, 1)) return false;
@@ -164,7 +165,7 @@ bool read_nodal_inertia(SbrBody &body, RowReader &rows, int &unknown) noexcept {
     return true;
   }
   double &place = tensor[kPackedPlace[row][column]];
-  if (place != 0.0 && place != entry.value) SBR_Warning("Redefining mass of Nodal inertia %d", entry.id);
+  if (place != 0.0 && place != entry.value) report_warning("Redefining mass of Nodal inertia %d", entry.id);
   place = entry.value;
   return true;
 }
@@ -174,7 +175,7 @@ bool read_nodal_inertia(SbrBody &body, RowReader &rows, int &unknown) noexcept {
 Reading read_nodal_inertia_block(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem reading Nodal Inertia information";
   const PositionKeeper keeper(body.record);
-  if (SBR_goto_block(&body, kNodalInertias) == 0) return Reading::complete;
+  if (!go_to_block(body, kNodalInertias)) return Reading::complete;
   FieldReader reader(body.record);
   CountHead head;
   if (!transfer(reader, head)) return failed(kProblem);
@@ -182,7 +183,7 @@ Reading read_nodal_inertia_block(SbrBody &body) noexcept {
   int unknown = 0;
   for (std::int32_t i = 0; i < head.count; ++i)
     if (!read_nodal_inertia(body, rows, unknown)) return failed(kProblem);
-  if (unknown > 0) SBR_Warning("Ignoring %d nodal inertia entries of nodes that the body does not have", unknown);
+  if (unknown > 0) report_warning("Ignoring %d nodal inertia entries of nodes that the body does not have", unknown);
   return Reading::complete;
 }
 
@@ -228,7 +229,7 @@ bool read_old_group(SbrBody &body, const FaceGroup &group, std::size_t &at) noex
     list[at++] = group.nodes_per_face;
     for (std::int32_t i = 0; i < group.nodes_per_face; ++i) {
       if (!rows.integer(word)) return false;
-      list[at++] = SBR_NodeIndex(&body, word);
+      list[at++] = node_index(body, word);
     }
   }
   return true;
@@ -260,14 +261,14 @@ Reading read_element_topology(SbrBody &body) noexcept {
 }  // namespace
 
 Reading read_faces(SbrBody &body) noexcept {
-  if (SBR_goto_block(&body, kElementFaces) != 0) return read_element_faces(body);
-  if (SBR_goto_block(&body, kElementTopology) != 0) return read_element_topology(body);
+  if (go_to_block(body, kElementFaces)) return read_element_faces(body);
+  if (go_to_block(body, kElementTopology)) return read_element_topology(body);
   return Reading::complete;
 }
 
 Reading read_interface_nodes(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Interface Nodes";
-  if (SBR_goto_block(&body, kInterfaceNodes) == 0) return Reading::complete;
+  if (!go_to_block(body, kInterfaceNodes)) return Reading::complete;
   StreamChannel &channel = body.record;
   FieldReader reader(channel);
   CountHead head;

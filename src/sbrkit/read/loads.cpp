@@ -2,20 +2,17 @@
 #include <cstring>
 
 #include "base/reports.h"
+#include "body/node_table.h"
 #include "read/reader.h"
 
 namespace sbr {
-namespace {
-
-constexpr const char *kUnit = "sbrread";
-
-}  // namespace
+namespace {}  // namespace
 
 // ---- loads ---------------------------------------------------------------------------------------------------------
 
 Reading read_preload(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Modal Preloads Block";
-  if (SBR_goto_block(&body, kModalPreload) == 0) return Reading::complete;
+  if (!go_to_block(body, kModalPreload)) return Reading::complete;
   StreamChannel &channel = body.record;
   FieldReader reader(channel);
   ModalPreloadHead head;
@@ -31,7 +28,7 @@ Reading read_preload(SbrBody &body) noexcept {
 Reading read_modal_loads(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Modal Loads Block";
   constexpr const char *kNoMemory = "Out of memory while reading Modal Loads Block";
-  if (SBR_goto_block(&body, kModalLoads) == 0) return Reading::complete;
+  if (!go_to_block(body, kModalLoads)) return Reading::complete;
   StreamChannel &channel = body.record;
   const std::int32_t modes = body.mode_table.mode_count;
   FieldReader reader(channel);
@@ -70,7 +67,7 @@ Reading read_nodal_load_case(StreamChannel &channel, NodalLoadCase &load_case) n
   if (!rows_left(channel, head.count, row_bytes)) return failed(kProblem);
   if (!load_case.nodes.allocate(head.count) || !load_case.coordinates.allocate(head.count) ||
       !load_case.loads.allocate(head.count))
-    return static_cast<Reading>(report_no_memory(kUnit));
+    return static_cast<Reading>(report_no_memory(unit_name::kReading));
   RowReader rows(channel, row_bytes, head.count);
   for (std::size_t i = 0; i < load_case.nodes.size(); ++i) {
     NodalLoadRow row;
@@ -86,17 +83,18 @@ Reading read_nodal_load_case(StreamChannel &channel, NodalLoadCase &load_case) n
 
 Reading read_nodal_loads(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Modal Load Nodal Block";
-  if (SBR_goto_block(&body, kModalLoadNodal) == 0) return Reading::complete;
+  if (!go_to_block(body, kModalLoadNodal)) return Reading::complete;
   StreamChannel &channel = body.record;
   FieldReader reader(channel);
   CountHead head;
   if (!transfer(reader, head)) return failed(kProblem);
   if (head.count > 0 && !rows_left(channel, head.count, field_bytes<CountHead>(encoding_of(channel))))
     return failed(kProblem);
-  if (head.count < 1 || !body.loads.nodal.resize(head.count)) return static_cast<Reading>(report_no_memory(kUnit));
+  if (head.count < 1 || !body.loads.nodal.resize(head.count))
+    return static_cast<Reading>(report_no_memory(unit_name::kReading));
   for (std::int32_t i = 0; i < head.count; ++i) {
     NodalLoadCase *load_case = body.loads.nodal.create(static_cast<std::size_t>(i));
-    if (load_case == nullptr) return static_cast<Reading>(report_no_memory(kUnit));
+    if (load_case == nullptr) return static_cast<Reading>(report_no_memory(unit_name::kReading));
     if (const Reading reading = read_nodal_load_case(channel, *load_case); reading != Reading::complete) return reading;
   }
   return Reading::complete;
@@ -110,7 +108,7 @@ namespace {
 // read at once, without making it a failure.
 
 Reading no_memory_ends_reading() noexcept {
-  report_no_memory(kUnit);
+  report_no_memory(unit_name::kReading);
   return Reading::out_of_memory;
 }
 
@@ -157,7 +155,7 @@ Reading read_matrix_operator(StreamChannel &channel, MatrixOperator &op) noexcep
 
 Reading read_matrix_operators(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Matrix Operator Block";
-  if (SBR_goto_block(&body, kMatrixOperator) == 0) return Reading::complete;
+  if (!go_to_block(body, kMatrixOperator)) return Reading::complete;
   StreamChannel &channel = body.record;
   FieldReader reader(channel);
   CountHead head;
@@ -205,10 +203,9 @@ Reading read_monitor_point(StreamChannel &channel, std::int32_t modes, MonitorPo
 
 Reading read_monitor_points(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Monitor Point Block";
-  if (SBR_goto_block(&body, kMonitorPoints) == 0 && SBR_goto_block(&body, kOldMonitorPoints) == 0)
-    return Reading::complete;
+  if (!go_to_block(body, kMonitorPoints) && !go_to_block(body, kOldMonitorPoints)) return Reading::complete;
   StreamChannel &channel = body.record;
-  const std::int32_t modes = SBR_ModeCount(&body);
+  const std::int32_t modes = mode_count(body);
   FieldReader reader(channel);
   CountHead head;
   if (!transfer(reader, head)) return failed(kProblem);

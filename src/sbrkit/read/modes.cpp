@@ -5,6 +5,7 @@
 
 #include "base/reports.h"
 #include "body/node_table.h"
+#include "body/registry.h"
 #include "modes/store.h"
 #include "read/reader.h"
 #include "record/toc.h"
@@ -12,7 +13,6 @@
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrread";
 constexpr double kTwoPi = 6.28318530718;
 
 int code_of(const SbrBody &body) noexcept { return version_code(body.layout.version); }
@@ -29,8 +29,8 @@ bool modes_credible(StreamChannel &channel, std::int32_t modes) noexcept {
 }
 
 // Notes where the vector at the present position lies and passes over it.
-void note_vector(SbrBody &body, int kind, std::int32_t mode, std::int64_t vector_bytes) noexcept {
-  const std::int64_t here = FileTell_Win32(body.record.stream);
+void note_vector(SbrBody &body, Kind kind, std::int32_t mode, std::int64_t vector_bytes) noexcept {
+  const std::int64_t here = tell_stream(body.record.stream);
   body.store.offsets[kind][mode] = here;
   if (vector_bytes != 0) go_to(body.record, bounded_sum(here, vector_bytes));
 }
@@ -57,7 +57,7 @@ void derive_eigenvalue_columns(EigenRecord &record) noexcept {
 Reading read_eigenvalue_block(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem reading Eigenvalue Data";
   const PositionKeeper keeper(body.record);
-  if (SBR_goto_block(&body, kEigenvalues) == 0) return Reading::complete;
+  if (!go_to_block(body, kEigenvalues)) return Reading::complete;
   GeneralizedMatrices &matrices = body.matrices;
   FieldReader reader(body.record);
   CountHead head;
@@ -87,7 +87,7 @@ bool follow_mode_order(SbrBody &body, std::int32_t nodes) noexcept {
     std::int32_t id = 0;
     if (!ids.integer(id)) return false;
     const std::int32_t present = body.nodes.nodes[i].id;
-    if (id != 0 && id != present) SBR_SwapNodesByID(&body, present, id);
+    if (id != 0 && id != present) swap_nodes_by_id(body, present, id);
   }
   return true;
 }
@@ -97,10 +97,10 @@ bool note_mode_shapes(SbrBody &body, const ModeBlockHead &head) noexcept {
   const std::int64_t vector_bytes = vector_bytes_of(body, head.node_count);
   for (std::int32_t mode = 0; mode < head.mode_count; ++mode) {
     std::int32_t number = 0;
-    if (mode_word_present(code_of(body), 0) && !read_int(body.record, number)) return false;
-    if (!mode_word_is_number(code_of(body), 0)) number = number_by_place(body, mode);
+    if (mode_word_present(code_of(body), Kind::shape) && !read_int(body.record, number)) return false;
+    if (!mode_word_is_number(code_of(body), Kind::shape)) number = number_by_place(body, mode);
     body.mode_table.mode_numbers[mode] = number;
-    note_vector(body, 0, mode, vector_bytes);
+    note_vector(body, Kind::shape, mode, vector_bytes);
   }
   return true;
 }
@@ -110,22 +110,22 @@ bool note_mode_shapes(SbrBody &body, const ModeBlockHead &head) noexcept {
 Reading read_mode_shapes(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem encountered while caching Mode shape Data";
   constexpr const char *kNoMemory = "Out of memory while reading Mode Shape block";
-  if (SBR_goto_block(&body, kModeShapes) == 0) return Reading::complete;
+  if (!go_to_block(body, kModeShapes)) return Reading::complete;
   FieldReader reader(body.record);
   ModeBlockHead head;
   if (!transfer(reader, head)) return failed(kProblem);
   body.mode_table.mode_count = std::max(head.mode_count, 0);
   if (body.matrices.eigenvalues && head.mode_count != body.matrices.eigenvalue_count)
     return failed("Number of mode shapes does not match the number of eigenvalues");
-  if (node_count(body) < 1) return static_cast<Reading>(report_no_memory(kUnit));
+  if (node_count(body) < 1) return static_cast<Reading>(report_no_memory(unit_name::kReading));
   if (head.node_count < 0 || head.node_count > node_count(body)) return failed(kProblem);
-  body.nodes.kinds[0].count = head.node_count;
+  body.nodes.kinds[Kind::shape].count = head.node_count;
   body.nodes.shape_list_present = true;
   if (!follow_mode_order(body, head.node_count)) return failed(kProblem);
   if (head.mode_count < 1) return Reading::complete;
   if (!modes_credible(body.record, head.mode_count)) return failed(kProblem);
   Array<std::int32_t> &numbers = body.mode_table.mode_numbers;
-  if (!body.store.offsets[0].allocate(head.mode_count)) return failed(kNoMemory);
+  if (!body.store.offsets[Kind::shape].allocate(head.mode_count)) return failed(kNoMemory);
   if (numbers.count() < head.mode_count && !numbers.allocate(head.mode_count)) return failed(kNoMemory);
   return note_mode_shapes(body, head) ? Reading::complete : failed(kProblem);
 }
@@ -156,32 +156,34 @@ constexpr VectorMessages kStrainMessages = {"Number of strain modes does not mat
                                             "Modal strain is given at %d nodes that the body does not have"};
 
 // The node list of a kind and its keys. A node that the body does not have keeps its position and has no index.
-Reading read_kind_nodes(SbrBody &body, int kind, const VectorMessages &messages) noexcept {
+Reading read_kind_nodes(SbrBody &body, Kind kind, const VectorMessages &messages) noexcept {
   FieldReader reader(body.record);
   CountHead head;
   if (!transfer(reader, head)) return failed(messages.problem);
-  if (node_count(body) < 1) return static_cast<Reading>(report_no_memory(kUnit));
+  if (node_count(body) < 1) return static_cast<Reading>(report_no_memory(unit_name::kReading));
   if (head.count < 0 || head.count > node_count(body) || !rows_left(body.record, head.count, 4))
     return failed(messages.problem);
   KindNodes &list = body.nodes.kinds[kind];
   Array<std::int32_t> ids;
-  if (!ids.resize(head.count) || !list.nodes.resize(head.count)) return static_cast<Reading>(report_no_memory(kUnit));
+  if (!ids.resize(head.count) || !list.nodes.resize(head.count))
+    return static_cast<Reading>(report_no_memory(unit_name::kReading));
   if (!read_ints(body.record, ids.data(), head.count)) return failed(messages.problem);
   list.count = head.count;
   int unknown = 0;
   for (std::size_t i = 0; i < ids.size(); ++i) {
-    list.nodes[i] = SBR_NodeIndex(&body, ids[i]);
+    list.nodes[i] = node_index(body, ids[i]);
     if (list.nodes[i] < 0) ++unknown;
   }
-  if (unknown > 0) SBR_Warning(messages.unknown_nodes, unknown);
-  if (!list.keys.build(list.count, [&](int i) { return ids[i]; })) return static_cast<Reading>(report_no_memory(kUnit));
+  if (unknown > 0) report_warning(messages.unknown_nodes, unknown);
+  if (!list.keys.build(list.count, [&](int i) { return ids[i]; }))
+    return static_cast<Reading>(report_no_memory(unit_name::kReading));
   return Reading::complete;
 }
 
 enum class VectorWalk { complete, read_failed, other_order };
 
 // The place of every vector of a kind, and the numbers of the modes: taken from here, or compared with those known.
-VectorWalk note_vectors(SbrBody &body, int kind, bool numbers_from_here) noexcept {
+VectorWalk note_vectors(SbrBody &body, Kind kind, bool numbers_from_here) noexcept {
   Array<std::int32_t> &numbers = body.mode_table.mode_numbers;
   const int code = code_of(body);
   const std::int64_t vector_bytes = vector_bytes_of(body, body.nodes.kinds[kind].count);
@@ -199,7 +201,7 @@ VectorWalk note_vectors(SbrBody &body, int kind, bool numbers_from_here) noexcep
 }
 
 // The vectors of a kind when the block has modes.
-Reading read_kind_vectors(SbrBody &body, int kind, const VectorMessages &messages) noexcept {
+Reading read_kind_vectors(SbrBody &body, Kind kind, const VectorMessages &messages) noexcept {
   const std::int32_t modes = body.mode_table.mode_count;
   if (!modes_credible(body.record, modes)) return failed(messages.problem);
   Array<std::int32_t> &numbers = body.mode_table.mode_numbers;
@@ -207,34 +209,34 @@ Reading read_kind_vectors(SbrBody &body, int kind, const VectorMessages &message
   const bool numbers_from_here = !numbers;
   if (numbers_from_here) {
     if (!numbers.allocate(modes)) return failed(messages.no_memory);
-    SBR_Warning("%s", messages.before_shapes);
+    report_warning("%s", messages.before_shapes);
   }
   const VectorWalk walk = note_vectors(body, kind, numbers_from_here);
   if (walk == VectorWalk::other_order) return failed(messages.other_order);
   // A strain block that breaks off among its vectors is taken as far as it goes, without a word.
-  if (walk == VectorWalk::read_failed && kind == 1) return failed(messages.problem);
+  if (walk == VectorWalk::read_failed && kind == Kind::stress) return failed(messages.problem);
   // The mode count is that of this block; the numbers of modes beyond those known are 0.
   if (numbers.count() < modes && !numbers.resize(modes)) return failed(messages.no_memory);
   return Reading::complete;
 }
 
-Reading read_vectors(SbrBody &body, int kind, const VectorMessages &messages) noexcept {
-  if (SBR_goto_block(&body, kind_block(kind)) == 0) return Reading::complete;
+Reading read_vectors(SbrBody &body, Kind kind, const VectorMessages &messages) noexcept {
+  if (!go_to_block(body, kind_block(kind))) return Reading::complete;
   FieldReader reader(body.record);
   CountHead modes;
   if (!transfer(reader, modes)) return failed(messages.problem);
   body.mode_table.mode_count = std::max(modes.count, 0);
   if (body.matrices.eigenvalues && modes.count != body.matrices.eigenvalue_count)
-    SBR_Error("%s", messages.count_differs);
+    report_error("%s", messages.count_differs);
   if (const Reading list = read_kind_nodes(body, kind, messages); list != Reading::complete) return list;
-  if (modes.count < 1) return kind == 1 ? Reading::complete : failed(messages.problem);
+  if (modes.count < 1) return kind == Kind::stress ? Reading::complete : failed(messages.problem);
   return read_kind_vectors(body, kind, messages);
 }
 
 }  // namespace
 
-Reading read_modal_stress(SbrBody &body) noexcept { return read_vectors(body, 1, kStressMessages); }
-Reading read_modal_strain(SbrBody &body) noexcept { return read_vectors(body, 2, kStrainMessages); }
+Reading read_modal_stress(SbrBody &body) noexcept { return read_vectors(body, Kind::stress, kStressMessages); }
+Reading read_modal_strain(SbrBody &body) noexcept { return read_vectors(body, Kind::strain, kStrainMessages); }
 
 // ---- generalized matrices ------------------------------------------------------------------------------------------
 
@@ -266,7 +268,7 @@ Reading allocate_entries(SbrBody &body, const MatrixBlock &matrix) noexcept {
   const PositionKeeper keeper(body.record);
   Array<SparseEntry> &entries = body.matrices.*matrix.entries;
   entries.release();
-  if (SBR_goto_block(&body, matrix.block) == 0) return Reading::complete;
+  if (!go_to_block(body, matrix.block)) return Reading::complete;
   FieldReader reader(body.record);
   CountHead head;
   if (!transfer(reader, head)) return failed(matrix.problem);
@@ -278,7 +280,7 @@ Reading allocate_entries(SbrBody &body, const MatrixBlock &matrix) noexcept {
 // Reads a matrix block into the entries that stand. Entries that the block does not have stay as they are.
 Reading read_entries(SbrBody &body, const MatrixBlock &matrix, std::int32_t *second_word) noexcept {
   const PositionKeeper keeper(body.record);
-  if (SBR_goto_block(&body, matrix.block) == 0) return Reading::complete;
+  if (!go_to_block(body, matrix.block)) return Reading::complete;
   Array<SparseEntry> &entries = body.matrices.*matrix.entries;
   FieldReader reader(body.record);
   SparseHead head;
@@ -311,7 +313,7 @@ Reading read_damping(SbrBody &body) noexcept {
 
 Reading read_transformation(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Mode Shape Transformation";
-  if (SBR_goto_block(&body, kModeShapeTransformation) == 0) return Reading::complete;
+  if (!go_to_block(body, kModeShapeTransformation)) return Reading::complete;
   StreamChannel &channel = body.record;
   ModeAccess &access = body.access;
   FieldReader reader(channel);
@@ -334,7 +336,7 @@ Reading read_transformation(SbrBody &body) noexcept {
 
 Reading read_statistics(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Modal Statistics Block";
-  if (SBR_goto_block(&body, kModalStatistics) == 0) return Reading::complete;
+  if (!go_to_block(body, kModalStatistics)) return Reading::complete;
   FieldReader reader(body.record);
   CountHead head;
   if (!transfer(reader, head)) return failed(kProblem);
@@ -356,14 +358,14 @@ struct PreMessages {
   const char *problem;
 };
 
-Reading read_pre_vectors(SbrBody &body, int block, int kind, Array<SixVector> &vectors,
+Reading read_pre_vectors(SbrBody &body, int block, Kind kind, Array<SixVector> &vectors,
                          const PreMessages &messages) noexcept {
-  if (SBR_goto_block(&body, block) == 0) return Reading::complete;
+  if (!go_to_block(body, block)) return Reading::complete;
   StreamChannel &channel = body.record;
   FieldReader reader(channel);
   CountHead head;
   if (!transfer(reader, head)) return failed(messages.info_problem);
-  if (head.count != body.nodes.kinds[kind].count) SBR_Error("%s", messages.count_differs);
+  if (head.count != body.nodes.kinds[kind].count) report_error("%s", messages.count_differs);
   const std::int64_t row_bytes = field_bytes<SixVector>(encoding_of(channel));
   if (head.count > 0 && !rows_left(channel, head.count, row_bytes)) return failed(messages.problem);
   if (!vectors.allocate(head.count)) return failed(messages.no_memory);
@@ -374,14 +376,14 @@ Reading read_pre_vectors(SbrBody &body, int block, int kind, Array<SixVector> &v
 }  // namespace
 
 Reading read_pre_stress(SbrBody &body) noexcept {
-  return read_pre_vectors(body, kNodalPreStress, 1, body.pre.stress,
+  return read_pre_vectors(body, kNodalPreStress, Kind::stress, body.pre.stress,
                           {"Problem occurred while reading Pre-Stress info",
                            "Number of nodes in pre-stress does not match that in stress modes",
                            "Out of memory while processing Pre-Stress Block", "Problem when reading Pre-Stress Block"});
 }
 
 Reading read_pre_strain(SbrBody &body) noexcept {
-  return read_pre_vectors(body, kNodalPreStrain, 2, body.pre.strain,
+  return read_pre_vectors(body, kNodalPreStrain, Kind::strain, body.pre.strain,
                           {"Problem occurred while reading Pre-Strain info",
                            "Number of nodes in pre-strain does not match that in strain modes",
                            "Out of memory while processing Pre-Strain Block", "Problem when reading Pre-Strain Block"});
@@ -392,17 +394,17 @@ Reading read_pre_strain(SbrBody &body) noexcept {
 extern "C" {
 
 int SBR_ReadGeneralizedStiffness(SBR body) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   return sbr::read_entries(*body, sbr::kStiffness, nullptr) == sbr::Reading::complete ? 1 : 0;
 }
 
 int SBR_ReadGeneralizedMass(SBR body) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   return sbr::read_entries(*body, sbr::kMass, nullptr) == sbr::Reading::complete ? 1 : 0;
 }
 
 int SBR_ReadGeneralizedDamping(SBR body) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   return sbr::read_entries(*body, sbr::kDamping, &body->matrices.damping_on_principal_axes) == sbr::Reading::complete
              ? 1
              : 0;

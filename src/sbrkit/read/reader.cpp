@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+#include "base/reports.h"
+#include "body/registry.h"
 #include "record/toc.h"
 
 namespace sbr {
@@ -21,7 +23,7 @@ void attach_stream(SbrBody &body, std::FILE *stream, const char *file_name) noex
     close_channel(body.record, false);
   body.record.stream = stream;
   if (file_name == nullptr || !set_path(body.record, file_name))
-    SBR_Warning("Failed to allocate memory at line %d in file %s.\n", __LINE__, "sbrread");
+    report_warning("Failed to allocate memory at line %d in file %s.\n", __LINE__, "sbrread");
   body.record.xdr_encoded = 0;
   body.record.is_temporary = 0;
   body.record.double_precision = 1;
@@ -42,7 +44,7 @@ enum class Word { accepted, foreign, failed };
 // Takes the first word as that of a native file.
 Word native_version(SbrBody &body) noexcept {
   std::int32_t stored = 0;
-  (void)FileSeek_Win32(body.record.stream, 0, 0);
+  (void)seek_stream(body.record.stream, 0);
   if (!read_int(body.record, stored)) return Word::foreign;
   const auto word = static_cast<std::uint32_t>(stored);
   const auto code = static_cast<std::uint32_t>(version_code(word));
@@ -59,11 +61,11 @@ Word native_version(SbrBody &body) noexcept {
 // native one has a low byte of zero, so that no word passes both ways.
 Word xdr_version(SbrBody &body) noexcept {
   if (!bind_xdr(body.record, XDR_DECODE)) {
-    SBR_Error("Failed to allocate memory at line %d in file %s.\n", __LINE__, "sbrread");
+    report_error("Failed to allocate memory at line %d in file %s.\n", __LINE__, "sbrread");
     return Word::failed;
   }
   std::int32_t stored = 0;
-  (void)FileSeek_Win32(body.record.stream, 0, 0);
+  (void)seek_stream(body.record.stream, 0);
   if (!read_int(body.record, stored)) return Word::foreign;
   const auto word = static_cast<std::uint32_t>(stored);
   const auto code = static_cast<std::uint32_t>(version_code(word));
@@ -80,7 +82,7 @@ Word xdr_version(SbrBody &body) noexcept {
 bool recognize(SbrBody &body) noexcept {
   Word word = native_version(body);
   if (word == Word::foreign) word = xdr_version(body);
-  if (word == Word::foreign) SBR_Error("Not a valid SBR format.");
+  if (word == Word::foreign) report_error("Not a valid SBR format.");
   if (word == Word::accepted) {
     const int code = version_code(body.layout.version);
     const bool single = code == 50 || code == 51 || (body.layout.version & kSingleFlag) != 0;
@@ -99,7 +101,7 @@ bool read_content_summary(SbrBody &body) noexcept {
     const int first = content_byte(kFirstBlockBeyondShort);
     std::memset(content + first, 0, static_cast<std::size_t>(kContentBytes - first));
   }
-  if (!ok) SBR_Error("Problem reading SBR table of contents.");
+  if (!ok) report_error("Problem reading SBR table of contents.");
   return ok;
 }
 
@@ -142,7 +144,7 @@ void move_monitor_points(SbrBody &body) noexcept {
 }  // namespace
 
 Reading failed(const char *message) noexcept {
-  SBR_Error("%s", message);
+  report_error("%s", message);
   return Reading::failed;
 }
 
@@ -170,7 +172,7 @@ SbrBody *open_body(const char *file_name) noexcept {
     return nullptr;
   }
   if (SBR_ReadSBR(body, stream, file_name) != 0) return body;
-  SBR_UnLink(body);
+  destroy_body(body);
   return nullptr;
 }
 
@@ -187,7 +189,7 @@ int SBR_ReadSBR(SBR body, FILE *stream, const char *file_name) {
   if (body == nullptr || stream == nullptr) return 0;
   sbr::attach_stream(*body, stream, file_name);
   if (!sbr::recognize(*body) || !sbr::read_content_summary(*body)) return 0;
-  sbr::build_block_offsets(*body);
+  sbr::build_block_offsets(body->record, body->layout);
   body->geometry.body_size = 0.0;
   sbr::read_units_block(*body);
   for (const sbr::BlockStep step : sbr::kBlockSteps)

@@ -243,9 +243,33 @@ bool write_reals(StreamChannel &channel, const double *buffer, std::int64_t coun
   return write_words(channel, scratch, count, 4);
 }
 
+bool seek_stream(std::FILE *stream, std::int64_t offset, int origin) noexcept {
+  if (stream == nullptr || origin < 0 || origin > 2) return false;
+  if (origin == 0) return fseeko(stream, offset, SEEK_SET) == 0;
+  if (origin == 2 && fseeko(stream, 0, SEEK_END) != 0) return false;
+  const std::int64_t here = tell_stream(stream);
+  std::int64_t target = 0;
+  if (here < 0 || __builtin_add_overflow(here, offset, &target)) return false;
+  return fseeko(stream, target, SEEK_SET) == 0;
+}
+
+std::int64_t tell_stream(std::FILE *stream) noexcept {
+  return stream == nullptr ? -1 : static_cast<std::int64_t>(ftello(stream));
+}
+
+void go_to(StreamChannel &channel, std::int64_t position) noexcept {
+  if (!seek_stream(channel.stream, position)) (void)seek_stream(channel.stream, 0, 2);
+}
+
+void terminate_text(char *buffer, int size) noexcept {
+  if (buffer == nullptr || size < 1) return;
+  buffer[size - 1] = '\0';
+  for (int i = size - 2; i >= 0 && buffer[i] == ' '; --i) buffer[i] = '\0';
+}
+
 std::int64_t bytes_left(StreamChannel &channel) noexcept {
   if (channel.stream == nullptr) return 0;
-  const std::int64_t here = FileTell_Win32(channel.stream);
+  const std::int64_t here = tell_stream(channel.stream);
   const std::int64_t size = file_bytes(channel);
   return here < 0 || here > size ? 0 : size - here;
 }
@@ -256,10 +280,10 @@ std::int64_t file_bytes(StreamChannel &channel) noexcept {
   const int descriptor = fileno(channel.stream);
   if (descriptor >= 0 && fstat(descriptor, &status) == 0) return S_ISREG(status.st_mode) ? status.st_size : 0;
   // A stream without a file behind it, such as a piece of memory.
-  const std::int64_t here = FileTell_Win32(channel.stream);
-  if (here < 0 || FileSeek_Win32(channel.stream, 0, 2) != 0) return 0;
-  const std::int64_t size = FileTell_Win32(channel.stream);
-  (void)FileSeek_Win32(channel.stream, here, 0);
+  const std::int64_t here = tell_stream(channel.stream);
+  if (here < 0 || !seek_stream(channel.stream, 0, 2)) return 0;
+  const std::int64_t size = tell_stream(channel.stream);
+  (void)seek_stream(channel.stream, here);
   return size < 0 ? 0 : size;
 }
 
@@ -301,16 +325,10 @@ bool RowReader::chars(char *text, std::int64_t count) noexcept {
 extern "C" {
 
 int FileSeek_Win32(FILE *stream, int64_t offset, int origin) {
-  if (stream == nullptr || origin < 0 || origin > 2) return 1;
-  if (origin == 0) return fseeko(stream, offset, SEEK_SET) == 0 ? 0 : 1;
-  if (origin == 2 && fseeko(stream, 0, SEEK_END) != 0) return 1;
-  const std::int64_t here = FileTell_Win32(stream);
-  std::int64_t target = 0;
-  if (here < 0 || __builtin_add_overflow(here, offset, &target)) return 1;
-  return fseeko(stream, target, SEEK_SET) == 0 ? 0 : 1;
+  return sbr::seek_stream(stream, offset, origin) ? 0 : 1;
 }
 
-int64_t FileTell_Win32(FILE *stream) { return stream == nullptr ? -1 : static_cast<int64_t>(ftello(stream)); }
+int64_t FileTell_Win32(FILE *stream) { return sbr::tell_stream(stream); }
 
 float *double2float(float *dst, const double *src, int n) {
   if (n > 0) sbr::narrow(reinterpret_cast<unsigned char *>(dst), reinterpret_cast<const unsigned char *>(src), n);
@@ -322,10 +340,6 @@ double *float2double(double *dst, const float *src, int n) {
   return dst;
 }
 
-void terminate_string(char *buffer, int size) {
-  if (buffer == nullptr || size < 1) return;
-  buffer[size - 1] = '\0';
-  for (int i = size - 2; i >= 0 && buffer[i] == ' '; --i) buffer[i] = '\0';
-}
+void terminate_string(char *buffer, int size) { sbr::terminate_text(buffer, size); }
 
 }  // extern "C"

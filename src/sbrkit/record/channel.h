@@ -38,6 +38,32 @@ void release_xdr(StreamChannel &channel) noexcept;
 void close_channel(StreamChannel &channel, bool remove_file) noexcept;
 [[nodiscard]] bool set_path(StreamChannel &channel, const char *path) noexcept;
 
+// Moves a stream to offset bytes from its start (origin 0), from where it stands (1) or from its end (2). False for
+// another origin, for a null stream and for a place that cannot be reached; the position is then as it was.
+[[nodiscard]] bool seek_stream(std::FILE *stream, std::int64_t offset, int origin = 0) noexcept;
+// Where a stream stands, -1 when that cannot be told.
+[[nodiscard]] std::int64_t tell_stream(std::FILE *stream) noexcept;
+// Moves a channel to a position. One that cannot be reached leaves it at its end, so that the next read fails.
+void go_to(StreamChannel &channel, std::int64_t position) noexcept;
+// Ends a text field of `size` characters: trailing blanks go, and the last character is an end.
+void terminate_text(char *buffer, int size) noexcept;
+
+// Puts a channel back to where it stood.
+class PositionKeeper {
+ public:
+  explicit PositionKeeper(StreamChannel &channel) noexcept
+      : channel_(channel), position_(tell_stream(channel.stream)) {}
+  ~PositionKeeper() {
+    if (position_ >= 0) (void)seek_stream(channel_.stream, position_);
+  }
+  PositionKeeper(const PositionKeeper &) = delete;
+  PositionKeeper &operator=(const PositionKeeper &) = delete;
+
+ private:
+  StreamChannel &channel_;
+  std::int64_t position_;
+};
+
 // The read primitives: true only when all elements came. None of them reports.
 [[nodiscard]] bool read_int(StreamChannel &channel, std::int32_t &value) noexcept;
 [[nodiscard]] bool read_chars(StreamChannel &channel, char *buffer, std::int64_t count) noexcept;

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <limits>
 
-#include "record/layout.h"
+#include "base/reports.h"
+#include "record/rows.h"
 
 namespace sbr {
 namespace {
@@ -30,7 +31,7 @@ class Walk {
     const std::int64_t bytes = bounded_product(count, bytes_each);
     if (bytes < 0) return false;
     add(bytes);
-    if (bytes != 0) go_to(channel_, bounded_sum(FileTell_Win32(channel_.stream), bytes));
+    if (bytes != 0) go_to(channel_, bounded_sum(tell_stream(channel_.stream), bytes));
     return true;
   }
   void add(std::int64_t bytes) noexcept { bytes_ = bounded_sum(bytes_, bytes); }
@@ -211,9 +212,7 @@ Sizing size_of_nodal_loads(StreamChannel &channel) noexcept {
 }
 
 // The size of the block that the record channel stands at.
-Sizing size_at_position(SbrBody &body, int block) noexcept {
-  StreamChannel &channel = body.record;
-  Layout &layout = body.layout;
+Sizing size_at_position(StreamChannel &channel, Layout &layout, int block) noexcept {
   const Encoding encoding = encoding_of(channel);
   switch (block) {
     case kVersionCode:
@@ -275,48 +274,26 @@ std::int64_t content_summary_offset(const StreamChannel &channel) noexcept {
   return 4 + field_bytes<HeaderTexts>(encoding_of(channel));
 }
 
-void go_to(StreamChannel &channel, std::int64_t position) noexcept {
-  if (FileSeek_Win32(channel.stream, position, 0) != 0) (void)FileSeek_Win32(channel.stream, 0, 2);
+bool go_to_block(StreamChannel &channel, const Layout &layout, int block) noexcept {
+  if (channel.stream == nullptr || block >= kBlockCount || !has_block(layout, block)) return false;
+  go_to(channel, layout.block_offset[block]);
+  return true;
 }
 
-void build_block_offsets(SbrBody &body) noexcept {
-  body.layout.block_offset[0] = 0;
+std::int64_t size_of_block(StreamChannel &channel, Layout &layout, int block) noexcept {
+  if (channel.stream == nullptr || block >= kBlockCount || !has_block(layout, block)) return 0;
+  const PositionKeeper keeper(channel);
+  go_to(channel, layout.block_offset[block]);
+  const Sizing sizing = size_at_position(channel, layout, block);
+  if (!sizing.complete && block_entry(block).sizing_problem != nullptr)
+    report_error("%s", block_entry(block).sizing_problem);
+  return std::clamp<std::int64_t>(sizing.bytes, 0, kLargestSize);
+}
+
+void build_block_offsets(StreamChannel &channel, Layout &layout) noexcept {
+  layout.block_offset[0] = 0;
   for (int block = 0; block + 1 < kBlockCount; ++block)
-    body.layout.block_offset[block + 1] = body.layout.block_offset[block] + SBR_size_of_block(&body, block);
+    layout.block_offset[block + 1] = layout.block_offset[block] + size_of_block(channel, layout, block);
 }
 
 }  // namespace sbr
-
-extern "C" {
-
-int SBR_Exists(SBR body, int block_index) {
-  if (CheckSBR(body) == 0 || block_index < 0 || block_index >= sbr::kBlockCount) return 0;
-  const int byte = sbr::content_byte(block_index);
-  return byte < 0 ? 1 : body->layout.content[byte];
-}
-
-int SBR_goto_block(SBR body, int block_index) {
-  if (CheckSBR(body) == 0 || body->record.stream == nullptr || SBR_Exists(body, block_index) == 0) return 0;
-  sbr::go_to(body->record, body->layout.block_offset[block_index]);
-  return 1;
-}
-
-int64_t SBR_size_of_block(SBR body, int block_index) {
-  if (CheckSBR(body) == 0 || body->record.stream == nullptr || SBR_Exists(body, block_index) == 0) return 0;
-  const sbr::PositionKeeper keeper(body->record);
-  sbr::go_to(body->record, body->layout.block_offset[block_index]);
-  const sbr::Sizing sizing = sbr::size_at_position(*body, block_index);
-  if (!sizing.complete && sbr::block_entry(block_index).sizing_problem != nullptr)
-    SBR_Error("%s", sbr::block_entry(block_index).sizing_problem);
-  return std::clamp<std::int64_t>(sizing.bytes, 0, sbr::kLargestSize);
-}
-
-int SBR_Version(SBR body) { return CheckSBR(body) == 0 ? 0 : sbr::version_code(body->layout.version); }
-
-void SBR_SetVersion(SBR body, uint32_t version) {
-  if (CheckSBR(body) == 0) return;
-  const uint32_t code = version & 0xFFU;
-  body->layout.version = sbr::is_old(version) ? code : (body->layout.version & ~0xFFU) | code;
-}
-
-}  // extern "C"

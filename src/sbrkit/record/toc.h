@@ -1,35 +1,22 @@
-// Where the blocks of a record lie. The unit owns SbrBody::layout: version word, content summary and block offsets.
+// Where the blocks of a record lie: the size of each block, found from what the file says, and the offsets that follow.
+// The functions take a channel and its layout and own nothing.
 #ifndef SBRKIT_RECORD_TOC_H
 #define SBRKIT_RECORD_TOC_H
 
-#include "body/body.h"
+#include "record/channel.h"
+#include "record/layout.h"
 
 namespace sbr {
 
+// The bytes of a block of the file; 0 when it is not there. A block that cannot be sized is reported. The channel
+// stands where it stood.
+[[nodiscard]] std::int64_t size_of_block(StreamChannel &channel, Layout &layout, int block) noexcept;
 // Works out the offset of every block, each from the size of the one before.
-void build_block_offsets(SbrBody &body) noexcept;
-
-// Where the two fixed blocks lie, by the encoding of the channel.
+void build_block_offsets(StreamChannel &channel, Layout &layout) noexcept;
+// Where the content summary lies, by the encoding of the channel.
 [[nodiscard]] std::int64_t content_summary_offset(const StreamChannel &channel) noexcept;
-
-// Moves a stream to a position. One that cannot be reached leaves it at its end, so that the next read fails.
-void go_to(StreamChannel &channel, std::int64_t position) noexcept;
-
-// Puts a channel back to where it stood.
-class PositionKeeper {
- public:
-  explicit PositionKeeper(StreamChannel &channel) noexcept
-      : channel_(channel), position_(FileTell_Win32(channel.stream)) {}
-  ~PositionKeeper() {
-    if (position_ >= 0) (void)FileSeek_Win32(channel_.stream, position_, 0);
-  }
-  PositionKeeper(const PositionKeeper &) = delete;
-  PositionKeeper &operator=(const PositionKeeper &) = delete;
-
- private:
-  StreamChannel &channel_;
-  std::int64_t position_;
-};
+// Moves the channel to a block. False, without a move, when the channel is closed or the block is not there.
+[[nodiscard]] bool go_to_block(StreamChannel &channel, const Layout &layout, int block) noexcept;
 
 }  // namespace sbr
 

@@ -10,14 +10,14 @@
 
 #include "base/reports.h"
 #include "body/faces.h"
+#include "body/node_table.h"
+#include "body/registry.h"
 
 namespace sbr::coarse {
 
 // ---- tables -----------------------------------------------------------------------------------------------
 
 namespace {
-
-constexpr const char *kUnit = "sbrcoarse";
 
 bool build_faces(Mesh &mesh, const SbrBody &body) noexcept {
   std::int64_t faces = 0;
@@ -26,7 +26,7 @@ bool build_faces(Mesh &mesh, const SbrBody &body) noexcept {
   if (faces == 0) return false;
   if (!mesh.faces.allocate(faces) || !mesh.merged_into.allocate(faces) ||
       (vertices > 0 && !mesh.pool.allocate(vertices))) {
-    report_no_memory(kUnit);
+    report_no_memory(unit_name::kCoarsening);
     return false;
   }
   std::int32_t *room = mesh.pool.data();
@@ -46,7 +46,7 @@ bool build_nodes(Mesh &mesh, const SbrBody &body) noexcept {
   const Array<NodeRecord> &records = body.nodes.nodes;
   if (records.empty()) return false;
   if (!mesh.nodes.allocate(records.count()) || !mesh.seen.allocate(records.count())) {
-    report_no_memory(kUnit);
+    report_no_memory(unit_name::kCoarsening);
     return false;
   }
   for (std::size_t i = 0; i < records.size(); ++i) {
@@ -71,7 +71,7 @@ bool fill_incidence(Mesh &mesh) noexcept {
       total += 1;
     }
   if (total > 0 && !mesh.incidence.allocate(total)) {
-    report_no_memory(kUnit);
+    report_no_memory(unit_name::kCoarsening);
     return false;
   }
   std::int32_t first = 0;
@@ -174,37 +174,38 @@ double cut(double value) noexcept { return std::trunc(value) + 0.0; }
 double read_resolution(OptionReader &options) noexcept {
   const double resolution = options.number();
   if (resolution > 0.0 && resolution <= 0.5) return resolution;
-  SBR_Warning("Coarsening resolution outside the 0-50 percent range not supported.  You selected %lf\n",
-              cut(resolution * 100));
+  report_warning("Coarsening resolution outside the 0-50 percent range not supported.  You selected %lf\n",
+                 cut(resolution * 100));
   return 0.02;
 }
 
 double read_face_angle(OptionReader &options) noexcept {
   const double angle = options.number();
   if (angle > 0.0 && angle <= 45.0) return angle;
-  SBR_Warning("Face angles outside the 0-45 degree range not supported.  You selected %lf\n", angle);
+  report_warning("Face angles outside the 0-45 degree range not supported.  You selected %lf\n", angle);
   return 10.0;
 }
 
 void announce(double resolution, double angle, bool colinear) noexcept {
   const auto percent = static_cast<int>(resolution * 100);
   if (colinear)
-    SBR_Info("Coarsening to resolution %d%%%% with face-angle %5.2lf deg and co-linear vertex removal", percent, angle);
+    report_info("Coarsening to resolution %d%%%% with face-angle %5.2lf deg and co-linear vertex removal", percent,
+                angle);
   else
-    SBR_Info("Coarsening to resolution %d%%%% with face-angle %5.2lf deg", percent, angle);
+    report_info("Coarsening to resolution %d%%%% with face-angle %5.2lf deg", percent, angle);
 }
 
 // ---- preserve list ----------------------------------------------------------------------------------------
 
 // Takes a node out of play and says so.
 void preserve(Mesh &mesh, std::int32_t index, int id) noexcept {
-  SBR_Info("%d ", id);
+  report_info("%d ", id);
   mesh.node(index).in_play = false;
 }
 
 // The same for a node named by its ID. An unknown node, or one that is out of play already, is passed over.
 int preserve_id(Mesh &mesh, SBR body, int id) noexcept {
-  const int index = SBR_NodeIndex(body, id);
+  const int index = node_index(*body, id);
   if (!mesh.in_play(index)) return 0;
   preserve(mesh, index, id);
   return 1;
@@ -214,23 +215,23 @@ int preserve_interface_nodes(Mesh &mesh, SBR body) noexcept {
   int preserved = 0;
   for (const std::int32_t index : body->interface_nodes.nodes) {
     if (index < 0 || static_cast<std::size_t>(index) >= mesh.nodes.size()) continue;
-    preserve(mesh, index, SBR_NodeID(body, index));
+    preserve(mesh, index, node_id(*body, index));
     preserved += 1;
   }
   return preserved;
 }
 
 int apply_preserve_list(Mesh &mesh, SBR body, OptionReader &options) noexcept {
-  SBR_Info("Preserving nodes: ");
+  report_info("Preserving nodes: ");
   int preserved = preserve_interface_nodes(mesh, body);
   for (std::int64_t id = options.list_item(); id != 0; id = options.list_item())
     if (id >= INT_MIN && id <= INT_MAX) preserved += preserve_id(mesh, body, static_cast<int>(id));
   if (options.rest_contains("preserve_str")) {
-    for (int kind = 1; kind <= 2; ++kind)
-      for (int position = 0; position < SBR_ModeNodeCount(body, kind); ++position)
-        preserved += preserve_id(mesh, body, SBR_ModeNodeID(body, kind, position));
+    for (const Kind kind : kListedKinds)
+      for (int position = 0; position < kind_count(*body, kind); ++position)
+        preserved += preserve_id(mesh, body, kind_node_id(*body, kind, position));
   }
-  if (preserved == 0) SBR_Info(" NONE");
+  if (preserved == 0) report_info(" NONE");
   return preserved;
 }
 
@@ -272,7 +273,7 @@ extern "C" {
 
 void SBR_TrimGeometry(SBR body, const char *options) {
   using namespace sbr::coarse;
-  if (options == nullptr || CheckSBR(body) == 0) return;
+  if (options == nullptr || !sbr::require_body(body)) return;
   Mesh mesh;
   bool built = build_tables(mesh, *body);
   const double diagonal = diagonal_of(*body);
@@ -284,7 +285,7 @@ void SBR_TrimGeometry(SBR body, const char *options) {
   announce(resolution, angle, colinear);
   built = built && fill_incidence(mesh);
   if (!built) {
-    SBR_Error("Problem encountered while trimming geometry\n");
+    sbr::report_error("Problem encountered while trimming geometry\n");
     return;
   }
 
@@ -298,11 +299,11 @@ void SBR_TrimGeometry(SBR body, const char *options) {
   const int before = body->faces.face_count;
   if (!flatten_faces(mesh, *body)) return;
   body->geometry.is_coarsened = 1;
-  SBR_Info("\nFace reduction from %d to %d", before, body->faces.face_count);
+  sbr::report_info("\nFace reduction from %d to %d", before, body->faces.face_count);
 }
 
 int SBR_IsCoarsened(SBR body) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   if (body->geometry.is_coarsened != 0) return 1;
   for (sbr::FaceWalk walk(body->faces); walk.next();)
     if (walk.face().size() > 4) {

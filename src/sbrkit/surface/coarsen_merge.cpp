@@ -11,8 +11,6 @@
 namespace sbr::coarse {
 namespace {
 
-constexpr const char *kUnit = "sbrcoarse";
-
 // Fans of more faces than this look their neighbours up by vertex instead of trying face after face.
 constexpr std::size_t kSmallFan = 16;
 
@@ -345,7 +343,7 @@ bool merge_face_fan(Mesh &mesh, std::int32_t node, int k) noexcept {
   if (k < 0) reverse(mesh.face(start));
   if (!walk_fan(mesh, slots, start)) return give_faces_back(mesh);
   if (string_together(mesh)) return true;
-  report_no_memory(kUnit);
+  report_no_memory(unit_name::kCoarsening);
   return give_faces_back(mesh);
 }
 
@@ -385,7 +383,7 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
   const bool fused = prepared && fuse_fan(mesh, node);
   for (const std::int32_t slot : slots) settle(mesh.face(slot));
   const bool secured = fused && secure_room(mesh, room) && secure_box(mesh, room);
-  if (!prepared || (fused && !secured)) report_no_memory(kUnit);
+  if (!prepared || (fused && !secured)) report_no_memory(unit_name::kCoarsening);
   if (!fused || !secured) {
     give_faces_back(mesh);
     return;

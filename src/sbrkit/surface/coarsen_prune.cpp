@@ -222,7 +222,7 @@ bool prune_polygon_loops(Mesh &mesh, bool rim_distinct) noexcept {
   }
   Pruning pruning{mesh, n, reach, {}, {}, {}, {}};
   if (!prepare(pruning)) {
-    report_no_memory("sbrcoarse");
+    report_no_memory(unit_name::kCoarsening);
     return false;
   }
   blank_excursions(pruning);

@@ -70,7 +70,7 @@ bool flatten_faces(const Mesh &mesh, SbrBody &body) noexcept {
   }
   Array<std::int32_t> list;
   if (words > INT_MAX || (words > 0 && !list.allocate(words))) {
-    report_no_memory("sbrcoarse");
+    report_no_memory(unit_name::kCoarsening);
     return false;
   }
   std::int32_t *out = list.data();

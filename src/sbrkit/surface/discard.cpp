@@ -7,12 +7,11 @@
 #include "base/reports.h"
 #include "body/faces.h"
 #include "body/node_table.h"
+#include "body/registry.h"
 #include "modes/shorten.h"
 
 namespace sbr {
 namespace {
-
-constexpr const char *kUnit = "sbrtools";
 
 // ---- the keep list ----------------------------------------------------------------------------------------
 
@@ -60,18 +59,18 @@ bool build_geometry_nodes(SbrBody &body) noexcept {
   const std::int64_t room = static_cast<std::int64_t>(body.faces.list.size() + body.interface_nodes.nodes.size()) +
                             (with_loads ? nodal_load_count(body) : 0);
   Array<std::int32_t> nodes;
-  if (!nodes.allocate(room)) return report_no_memory(kUnit) != 0;
+  if (!nodes.allocate(room)) return report_no_memory(unit_name::kTools) != 0;
   if (body.faces.list.empty()) {
-    SBR_Warning("Missing element face information.");
+    report_warning("Missing element face information.");
     return false;
   }
   std::int32_t *end = gather_face_nodes(body, nodes.data());
   // A place that an interface node does not fill stays 0 and so keeps node index 0.
   for (const std::int32_t node : body.interface_nodes.nodes)
-    if (SBR_NodeID(&body, node) > 0) *end++ = node;
+    if (node_id(body, node) > 0) *end++ = node;
   if (with_loads) gather_load_nodes(body, end);
   tidy(nodes, node_count(body));
-  if (nodes.empty()) return report_no_memory(kUnit) != 0;
+  if (nodes.empty()) return report_no_memory(unit_name::kTools) != 0;
   body.geometry.geometry_nodes = std::move(nodes);
   return true;
 }
@@ -85,14 +84,14 @@ struct KindTexts {
   Block pre_vectors;
 };
 
-constexpr KindTexts kTexts[3] = {
-    {nullptr, nullptr, kModeShapes, kModeShapes},
-    {"All the nodes referenced in Stress Mode have been removed. Stress Mode data is eliminated.",
-     "All the nodes referenced in Pre-Stress have been removed. Pre-Stress data is eliminated.", kModalStress,
-     kNodalPreStress},
-    {"All the nodes referenced in Strain Mode have been removed. Strain Mode data is eliminated.",
-     "All the nodes referenced in Pre-Strain have been removed. Pre-Strain data is eliminated.", kModalStrain,
-     kNodalPreStrain}};
+constexpr PerKind<KindTexts> kTexts{
+    {{nullptr, nullptr, kModeShapes, kModeShapes},
+     {"All the nodes referenced in Stress Mode have been removed. Stress Mode data is eliminated.",
+      "All the nodes referenced in Pre-Stress have been removed. Pre-Stress data is eliminated.", kModalStress,
+      kNodalPreStress},
+     {"All the nodes referenced in Strain Mode have been removed. Strain Mode data is eliminated.",
+      "All the nodes referenced in Pre-Strain have been removed. Pre-Strain data is eliminated.", kModalStrain,
+      kNodalPreStrain}}};
 
 // Where a node index stands in the keep list; -1 for one that is not kept.
 std::int32_t new_index(std::span<const std::int32_t> keep, std::int32_t old) noexcept {
@@ -104,47 +103,48 @@ std::int32_t new_index(std::span<const std::int32_t> keep, std::int32_t old) noe
 class Discarding {
  public:
   Discarding(SbrBody &body, std::span<const std::int32_t> keep) noexcept
-      : body_(body), keep_(keep), kinds_{{body, 0}, {body, 1}, {body, 2}} {}
+      : body_(body), keep_(keep), kinds_{{{body, Kind::shape}, {body, Kind::stress}, {body, Kind::strain}}} {}
 
   [[nodiscard]] bool prepare() noexcept {
-    for (int kind = 0; kind < 3; ++kind)
+    for (const Kind kind : kKinds)
       if (affects(kind) && !kinds_[kind].prepare(keep_)) return false;
-    if (!copy_nodes(body_, keep_, nodes_)) return report_no_memory(kUnit) != 0;
-    for (int kind = 1; kind < 3; ++kind)
-      if (affects(kind) && !list_kept_nodes(kind)) return report_no_memory(kUnit) != 0;
+    if (!copy_nodes(body_, keep_, nodes_)) return report_no_memory(unit_name::kTools) != 0;
+    for (const Kind kind : kListedKinds)
+      if (affects(kind) && !list_kept_nodes(kind)) return report_no_memory(unit_name::kTools) != 0;
     return true;
   }
 
   void install() noexcept {
-    for (int kind = 0; kind < 3; ++kind)
+    for (const Kind kind : kKinds)
       if (affects(kind)) kinds_[kind].install();
-    if (has_block(body_, kModalLoadNodal))
-      (void)SBR_CompactModalLoadNodal(&body_, keep_.data(), static_cast<int>(keep_.size()));
+    if (has_block(body_, kModalLoadNodal)) compact_nodal_loads(body_, keep_);
     replace_nodes(body_, std::move(nodes_));
-    for (int kind = 1; kind < 3; ++kind) install_kind_nodes(kind);
+    for (const Kind kind : kListedKinds) install_kind_nodes(kind);
     renumber_references();
   }
 
  private:
-  [[nodiscard]] bool affects(int kind) const noexcept { return kind == 0 || has_block(body_, kTexts[kind].modes); }
+  [[nodiscard]] bool affects(Kind kind) const noexcept {
+    return kind == Kind::shape || has_block(body_, kTexts[kind].modes);
+  }
 
   // The kind's nodes among those kept, in the order of the keep list.
-  bool list_kept_nodes(int kind) noexcept {
+  bool list_kept_nodes(Kind kind) noexcept {
     const std::span<const std::int32_t> map = kinds_[kind].map();
     for (std::size_t k = 0; k < map.size(); ++k)
       if (map[k] >= 0 && !kind_nodes_[kind].push_back(static_cast<std::int32_t>(k))) return false;
     return true;
   }
 
-  void install_kind_nodes(int kind) noexcept {
+  void install_kind_nodes(Kind kind) noexcept {
     const KindTexts &texts = kTexts[kind];
     const bool had_block = has_block(body_, texts.modes);
     replace_kind_nodes(body_, kind, std::move(kind_nodes_[kind]));
     if (!had_block || body_.nodes.kinds[kind].count > 0) return;
-    SBR_Warning("%s", texts.modes_gone);
+    report_warning("%s", texts.modes_gone);
     set_block(body_, texts.modes, false);
     if (!has_block(body_, texts.pre_vectors)) return;
-    SBR_Warning("%s", texts.pre_vectors_gone);
+    report_warning("%s", texts.pre_vectors_gone);
     set_block(body_, texts.pre_vectors, false);
   }
 
@@ -161,9 +161,9 @@ class Discarding {
 
   SbrBody &body_;
   std::span<const std::int32_t> keep_;
-  ModeShortening kinds_[3];
+  PerKind<ModeShortening> kinds_;
   ReducedNodes nodes_;
-  Array<std::int32_t> kind_nodes_[3];
+  PerKind<Array<std::int32_t>> kind_nodes_;
 };
 
 struct FreeBlock {
@@ -183,12 +183,12 @@ extern "C" {
 
 int *SBR_GeometryNodes(SBR body, int *count) {
   if (count != nullptr) *count = 0;
-  if (CheckSBR(body) == 0) return nullptr;
+  if (!sbr::require_body(body)) return nullptr;
   sbr::Array<std::int32_t> &nodes = body->geometry.geometry_nodes;
   if (!nodes && !sbr::build_geometry_nodes(*body)) return nullptr;
   sbr::Array<std::int32_t> copy;
   if (!copy.allocate(nodes.count())) {
-    sbr::report_no_memory(sbr::kUnit);
+    sbr::report_no_memory(sbr::unit_name::kTools);
     return nullptr;
   }
   std::copy(nodes.begin(), nodes.end(), copy.begin());
@@ -197,7 +197,7 @@ int *SBR_GeometryNodes(SBR body, int *count) {
 }
 
 int SBR_DiscardUnreferencedNodes(SBR body) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   int count = 0;
   const sbr::FreeBlock keep{SBR_GeometryNodes(body, &count)};
   if (keep.block == nullptr) return 1;
@@ -210,9 +210,9 @@ int SBR_DiscardUnreferencedNodes(SBR body) {
 }
 
 int SBR_RemoveInternalGeometry(SBR body) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   if (body->geometry.internal_geometry_removed != 0) return body->geometry.internal_geometry_removed;
-  SBR_Info("\n Remove internal geometry of SBR\n");
+  sbr::report_info("\n Remove internal geometry of SBR\n");
   SBR_StripCommonFaces(body);
   (void)SBR_DiscardUnreferencedNodes(body);
   return body->geometry.internal_geometry_removed;

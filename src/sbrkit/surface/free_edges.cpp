@@ -6,6 +6,9 @@
 
 #include <algorithm>
 
+#include "body/node_table.h"
+#include "body/registry.h"
+
 namespace sbr {
 namespace {
 
@@ -232,32 +235,32 @@ const sbr::Array<std::int32_t> *chain_at(const SbrBody &body, int chain) noexcep
 extern "C" {
 
 void SBR_GenerateFreeEdges(SBR body) {
-  if (CheckSBR(body) == 0) return;
+  if (!sbr::require_body(body)) return;
   // Inner faces would give rims of their own.
   (void)SBR_RemoveInternalGeometry(body);
   sbr::OwnedList<sbr::Array<std::int32_t>> chains;
   if (!sbr::find_free_edges(sbr::FaceWalk(body->faces), chains)) return;
   for (std::size_t c = 0; c < chains.size(); ++c)
-    for (std::int32_t &node : *chains[c]) node = SBR_NodeID(body, node);
+    for (std::int32_t &node : *chains[c]) node = sbr::node_id(*body, node);
   body->free_edges.count = chains.count();
   body->free_edges.chains = std::move(chains);
 }
 
 int SBR_GetFreeEdgeCount(SBR body) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   if (body->free_edges.count == -1) SBR_GenerateFreeEdges(body);
   return body->free_edges.count;
 }
 
 int SBR_GetFreeEdgeSize(SBR body, int chain) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   if (body->free_edges.count == -1) SBR_GenerateFreeEdges(body);
   const sbr::Array<std::int32_t> *ids = chain_at(*body, chain);
   return ids != nullptr ? ids->count() : 0;
 }
 
 int SBR_GetFreeEdge(SBR body, int chain, int *ids) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   const sbr::Array<std::int32_t> *found = chain_at(*body, chain);
   if (found == nullptr) return 0;
   if (ids != nullptr) std::copy(found->begin(), found->end(), ids);

@@ -5,11 +5,12 @@
 
 #include "base/reports.h"
 #include "body/faces.h"
+#include "body/node_table.h"
+#include "body/registry.h"
 
 namespace sbr {
 namespace {
 
-constexpr const char *kUnit = "sbrwrite";
 constexpr int kFirstRoom = 1000;
 
 // Reads whole numbers from a text, with any white space in front of them.
@@ -42,22 +43,22 @@ class IntegerScanner {
 bool read_face(SBR body, IntegerScanner &scanner, int f, Array<std::int32_t> &list) noexcept {
   std::int32_t count = 0;
   if (!scanner.next(count) || count < 0) {
-    SBR_Warning("Incorrect definition of face %d.  Aborting.", f);
+    report_warning("Incorrect definition of face %d.  Aborting.", f);
     return false;
   }
-  if (!list.push_back(count)) return report_no_memory(kUnit) != 0;
+  if (!list.push_back(count)) return report_no_memory(unit_name::kWriting) != 0;
   for (std::int32_t vertex = 0; vertex < count; ++vertex) {
     std::int32_t id = 0;
     if (!scanner.next(id)) {
-      SBR_Warning("Incorrect definition of face %d.  Aborting.", f);
+      report_warning("Incorrect definition of face %d.  Aborting.", f);
       return false;
     }
-    const int index = SBR_NodeIndex(body, id);
+    const int index = node_index(*body, id);
     if (index < 0) {
-      SBR_Warning("Incorrect definition of face %d.  No node %d. Aborting.", f, id);
+      report_warning("Incorrect definition of face %d.  No node %d. Aborting.", f, id);
       return false;
     }
-    if (list.size() >= INT_MAX || !list.push_back(index)) return report_no_memory(kUnit) != 0;
+    if (list.size() >= INT_MAX || !list.push_back(index)) return report_no_memory(unit_name::kWriting) != 0;
   }
   return true;
 }
@@ -71,28 +72,28 @@ struct CloseFile {
 
 extern "C" void SBR_SketchGrid(SBR body, const char *path) {
   using namespace sbr;
-  if (CheckSBR(body) == 0) return;
+  if (!require_body(body)) return;
   if (path == nullptr) {
-    SBR_Warning("Failed to apply sketch file.  Usage: sketch(filename)");
+    report_warning("Failed to apply sketch file.  Usage: sketch(filename)");
     return;
   }
   const std::unique_ptr<std::FILE, CloseFile> stream(std::fopen(path, "r"));
   if (stream == nullptr) {
-    SBR_Warning("Failed to open sketch file %s", path);
+    report_warning("Failed to open sketch file %s", path);
     return;
   }
   IntegerScanner scanner(stream.get());
   std::int32_t face_count = 0;
   if (!scanner.next(face_count)) {
-    SBR_Warning("Sketch file %s does not start with a face count", path);
+    report_warning("Sketch file %s does not start with a face count", path);
     return;
   }
   Array<std::int32_t> list;
   if (!list.reserve(kFirstRoom)) {
-    report_no_memory(kUnit);
+    report_no_memory(unit_name::kWriting);
     return;
   }
-  SBR_Info("Using sketch file %s to replace %d faces with %d", path, body->faces.face_count, face_count);
+  report_info("Using sketch file %s to replace %d faces with %d", path, body->faces.face_count, face_count);
   for (std::int32_t f = 1; f <= face_count && f > 0; ++f)
     if (!read_face(body, scanner, f, list)) return;
   replace_faces(*body, std::move(list), face_count > 0 ? face_count : 0);

@@ -4,11 +4,10 @@
 
 #include "base/reports.h"
 #include "body/faces.h"
+#include "body/registry.h"
 
 namespace sbr {
 namespace {
-
-constexpr const char *kUnit = "sbrtools";
 
 // One face, its largest node index first.
 struct StripFace {
@@ -137,13 +136,13 @@ class Stripper {
 }  // namespace sbr
 
 extern "C" void SBR_StripCommonFaces(SBR body) {
-  if (CheckSBR(body) == 0 || body->geometry.internal_geometry_removed != 0) return;
+  if (!sbr::require_body(body) || body->geometry.internal_geometry_removed != 0) return;
   sbr::Stripper stripper;
   if (!stripper.load(body->faces)) {
-    sbr::report_no_memory(sbr::kUnit);
+    sbr::report_no_memory(sbr::unit_name::kTools);
     return;
   }
-  SBR_Info(" Stripping interior faces\n");
+  sbr::report_info(" Stripping interior faces\n");
   stripper.sort();
   stripper.write(body->faces);
   body->geometry.internal_geometry_removed = 1;

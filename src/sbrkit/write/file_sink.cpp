@@ -4,13 +4,12 @@
 #include <cstdio>
 
 #include "base/reports.h"
+#include "body/registry.h"
 #include "record/channel.h"
 #include "write/pipeline.h"
 
 namespace sbr {
 namespace {
-
-constexpr const char *kUnit = "sbrwrite";
 
 // Writes of this size cost the system least per byte.
 constexpr std::int64_t kBufferBytes = 1 << 20;
@@ -35,21 +34,21 @@ bool put_reals(void *target, const double *values, std::int64_t count) noexcept 
 bool begin_block(void * /*target*/, int /*block*/) noexcept { return true; }
 // A block is written when its bytes have left the buffer: a full disk shows at the block that it cut.
 bool end_block(void *target) noexcept { return std::fflush(file_of(target).channel.stream) == 0; }
-bool mark_mode(void * /*target*/, int /*kind*/) noexcept { return true; }
+bool mark_mode(void * /*target*/, Kind /*kind*/) noexcept { return true; }
 
 bool prepare(void *target, SbrBody &body, std::uint32_t word) noexcept {
   StreamChannel &channel = file_of(target).channel;
   channel.double_precision = means_single(word) ? 0 : 1;
   channel.single_scratch = &body.float_buffer;
   if (!means_xdr(word) || bind_xdr(channel, XDR_ENCODE)) return true;
-  report_no_memory(kUnit);
+  report_no_memory(unit_name::kWriting);
   return false;
 }
 
 bool open_output(OutputFile &file, const char *path) noexcept {
   file.channel.stream = std::fopen(path, "wb");
   if (file.channel.stream == nullptr) {
-    SBR_Error("Unable to open %s for write. Please check write permissions.", path);
+    report_error("Unable to open %s for write. Please check write permissions.", path);
     return false;
   }
   // Without the memory, the stream keeps the small buffer of its own.
@@ -68,7 +67,7 @@ bool close_output(OutputFile &file, bool ok) noexcept {
   const bool closed = std::fclose(channel.stream) == 0;
   channel.stream = nullptr;
   if (ok && !(sound && closed)) {
-    SBR_Error("Problem writing %s.", channel.path.data());
+    report_error("Problem writing %s.", channel.path.data());
     ok = false;
   }
   if (!ok && file.removable) std::remove(channel.path.data());
@@ -81,16 +80,16 @@ bool close_output(OutputFile &file, bool ok) noexcept {
 extern "C" {
 
 int SBR_write_SBR(SBR body, const char *path) {
-  if (CheckSBR(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
   if (path == nullptr) path = "";
   if (sbr::is_own_source(*body, path)) return 0;
   sbr::OutputFile file;
-  if (!sbr::set_path(file.channel, path)) return sbr::report_no_memory(sbr::kUnit);
+  if (!sbr::set_path(file.channel, path)) return sbr::report_no_memory(sbr::unit_name::kWriting);
   if (!sbr::open_output(file, file.channel.path.data())) return 0;
   const sbr::WriteTarget target{
       {&file, sbr::put_ints, sbr::put_chars, sbr::put_reals, sbr::begin_block, sbr::end_block, sbr::mark_mode},
       sbr::kFileVersion,
-      sbr::kUnit,
+      sbr::unit_name::kWriting,
       sbr::prepare};
   sbr::WritePlan plan;
   const bool ok = sbr::run_write_pipeline(*body, target, plan);

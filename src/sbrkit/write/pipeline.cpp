@@ -9,6 +9,8 @@
 
 #include "base/reports.h"
 #include "blocks/emit.h"
+#include "body/header.h"
+#include "body/matrices.h"
 #include "body/node_table.h"
 
 namespace sbr {
@@ -50,7 +52,7 @@ bool ensure_float_buffer(WriteRun &run) noexcept {
 
 // Makes the decoder of an XDR encoded mode file anew in its place, so that it keeps no position of earlier reads.
 void renew_mode_decoder(SbrBody &body) noexcept {
-  StreamChannel &channel = body.modes[0];
+  StreamChannel &channel = body.modes[Kind::shape];
   if (channel.xdr_encoded == 0 || channel.xdr == nullptr || channel.stream == nullptr) return;
   xdr_destroy(channel.xdr);
   xdrstdio_create(channel.xdr, channel.stream, XDR_DECODE);
@@ -69,19 +71,15 @@ void write_version(WriteRun &run) noexcept {
   if (run.ok) renew_mode_decoder(run.body);
   if (run.body.geometry.is_coarsened != 0) run.plan.word |= kCoarsenedFlag;
   if (run.ok) run.ok = put_version_word(run.target.sink, run.plan.word);
-  if (!run.ok) SBR_Error("Problem writing version number.");
+  if (!run.ok) report_error("Problem writing version number.");
 }
 
 void write_header(WriteRun &run) noexcept {
-  HeaderTexts texts;
-  SBR_Header(&run.body, texts.title, texts.date, texts.input_file_name, texts.input_file_type, texts.comment1,
-             texts.comment2, texts.comment3);
-  // The one field that a record may fill to its last byte.
-  std::memcpy(texts.input_file_type, run.body.header.input_file_type, sizeof texts.input_file_type);
+  HeaderTexts texts = header_texts(run.body);
   const Sink &sink = run.target.sink;
   FieldSink io{sink};
   run.ok = sink.begin(kHeader) && transfer(io, texts) && sink.end();
-  if (!run.ok) SBR_Error("Problem writing header information.");
+  if (!run.ok) report_error("Problem writing header information.");
 }
 
 // ---- plan -----------------------------------------------------------------------------------------------------------
@@ -112,8 +110,8 @@ void plan_first_blocks(WriteRun &run) noexcept {
 void limit_frequency_range(WriteRun &run) noexcept {
   SbrBody &body = run.body;
   WritePlan &plan = run.plan;
-  SBR_Info("Exporting frequency range [%le,%le]\n", run.options.highpass, run.options.lowpass);
-  const int modes = SBR_ModeCount(&body);
+  report_info("Exporting frequency range [%le,%le]\n", run.options.highpass, run.options.lowpass);
+  const int modes = mode_count(body);
   plan.first_mode = 0;
   plan.end_mode = modes;
   bool first_found = false;
@@ -121,7 +119,7 @@ void limit_frequency_range(WriteRun &run) noexcept {
   for (int i = 0; i < modes && !(first_found && end_found); ++i) {
     double hz = 0.0;
     double mass = 0.0;
-    if (SBR_Eigenvalue(&body, SBR_ModeNumber(&body, i), nullptr, &hz, nullptr, &mass, nullptr) == 0) continue;
+    if (!eigen_values(body, i, nullptr, &hz, nullptr, &mass, nullptr)) continue;
     if (!first_found && hz > run.options.highpass) {
       plan.first_mode = i;
       first_found = true;
@@ -132,7 +130,7 @@ void limit_frequency_range(WriteRun &run) noexcept {
     }
   }
   // Unsigned, so that numbers at the end of their range wrap.
-  const auto shift = static_cast<std::uint32_t>(SBR_ModeNumber(&body, plan.first_mode)) - 1U;
+  const auto shift = static_cast<std::uint32_t>(mode_number(body, plan.first_mode)) - 1U;
   const int numbered = std::min(modes, body.mode_table.mode_numbers.count());
   for (int i = 0; i < numbered; ++i) {
     std::int32_t &number = body.mode_table.mode_numbers[i];
@@ -145,10 +143,10 @@ void plan_modes(WriteRun &run) noexcept {
   SbrBody &body = run.body;
   run.plan.first_mode = 0;
   run.plan.end_mode = run.plan.entry_mode_count;
-  run.plan.exported_modes = SBR_ModeCount(&body);
+  run.plan.exported_modes = mode_count(body);
   if (run.options.no_ortho) return;
   const bool transformed = SBR_OrthoNormalize(&body) != 0;
-  run.plan.set(kEigenvalues, SBR_ModeCount(&body) > 0);
+  run.plan.set(kEigenvalues, mode_count(body) > 0);
   run.plan.set(kModeShapeTransformation, transformed || static_cast<bool>(body.access.transformation));
   limit_frequency_range(run);
 }
@@ -157,7 +155,7 @@ void plan_invariants(WriteRun &run) noexcept {
   if (!run.options.invariants) return;
   const bool full = run.options.full_invariants;
   if (!full && !run.options.fast_invariants) {
-    SBR_Error("Illegal invariants option, use full_invar or fast_invar.");
+    report_error("Illegal invariants option, use full_invar or fast_invar.");
     run.setup_ok = false;
     return;
   }
@@ -230,12 +228,12 @@ void make_plan(WriteRun &run) noexcept {
 
 // ---- summary --------------------------------------------------------------------------------------------------------
 
-void report_row(const char *name, bool present) noexcept { SBR_Info("%30s %s", name, present ? "Yes" : "No"); }
+void report_row(const char *name, bool present) noexcept { report_info("%30s %s", name, present ? "Yes" : "No"); }
 
 // The rows of stiffness and mass deliberately show what the body has, not what is written.
 void report_summary(const WriteRun &run) noexcept {
   const WritePlan &plan = run.plan;
-  SBR_Info("\nCreating a Shape Body Record with the following information:\n");
+  report_info("\nCreating a Shape Body Record with the following information:\n");
   report_row("Nodal Coords", plan.has(kNodalCoords));
   report_row("Element Faces", plan.has(kElementFaces));
   report_row("Eigenvalues", plan.has(kEigenvalues));
@@ -265,7 +263,7 @@ void write_content_summary(WriteRun &run) noexcept {
   char content[kContentBytes];
   std::memcpy(content, run.plan.content, sizeof content);
   run.ok = sink.begin(kContentSummary) && sink.chars(content, kContentBytes) && sink.end();
-  if (!run.ok) SBR_Error("Problem writing content summary.\n");
+  if (!run.ok) report_error("Problem writing content summary.\n");
 }
 
 // ---- blocks ---------------------------------------------------------------------------------------------------------
@@ -292,7 +290,7 @@ bool is_own_source(const SbrBody &body, const char *path) noexcept {
            source.st_dev == output.st_dev && source.st_ino == output.st_ino;
   }
   if (!same) return false;
-  SBR_Error(
+  report_error(
       "The output SBR name must be different than the current SBR name.\n  Current SBR name:  %s\n  Output SBR name:  "
       "%s",
       body.record.path.data(), path);
@@ -301,7 +299,7 @@ bool is_own_source(const SbrBody &body, const char *path) noexcept {
 
 bool run_write_pipeline(SbrBody &body, const WriteTarget &target, WritePlan &plan) noexcept {
   WriteRun run{body, target, plan, {}, true, true};
-  plan.entry_mode_count = SBR_ModeCount(&body);
+  plan.entry_mode_count = mode_count(body);
   if (!parse_write_options(std::getenv("KTX_SBRWRITE_OPTIONS"), run.options)) {
     report_no_memory(target.unit);
     run.ok = false;

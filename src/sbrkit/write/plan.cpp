@@ -1,6 +1,7 @@
 // Forming the version word of a plan from the options.
 #include "write/plan.h"
 
+#include "base/reports.h"
 #include "sbrkit/sbrkit.h"
 
 namespace sbr {
@@ -8,9 +9,9 @@ namespace {
 
 // An 8.x layout has no place for invariants, single precision or sparse lists. Each one asked for is reported.
 bool fits_layout_8(const WriteOptions &options, int minor) noexcept {
-  if (options.invariants) SBR_Error("8.%d compatible SBR cannot contain Invariants", minor);
-  if (options.single) SBR_Error("8.%d compatible SBR cannot be single precision", minor);
-  if (options.sparse) SBR_Error("8.%d compatible SBR cannot have sparse stress or strain modes", minor);
+  if (options.invariants) report_error("8.%d compatible SBR cannot contain Invariants", minor);
+  if (options.single) report_error("8.%d compatible SBR cannot be single precision", minor);
+  if (options.sparse) report_error("8.%d compatible SBR cannot have sparse stress or strain modes", minor);
   return !options.invariants && !options.single && !options.sparse;
 }
 
@@ -20,7 +21,7 @@ std::uint32_t plan_version_word(const WriteOptions &options, const VersionRules 
   std::uint32_t word = rules.start;
   if (options.full) {
     if (options.sparse) {
-      SBR_Error("Cannot specify full and sparse stress and strain modes.");
+      report_error("Cannot specify full and sparse stress and strain modes.");
       conflict = true;
     }
     word = rules.full;

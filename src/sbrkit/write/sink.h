@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "record/kinds.h"
+
 namespace sbr {
 
 struct Sink {
@@ -16,7 +18,7 @@ struct Sink {
   bool (*begin_block)(void *target, int block) = nullptr;
   bool (*end_block)(void *target) = nullptr;
   // Comes ahead of each mode of the blocks 7, 17 and 28, in the order of the modes.
-  bool (*mark_mode)(void *target, int kind) = nullptr;
+  bool (*mark_mode)(void *target, Kind kind) = nullptr;
 
   [[nodiscard]] bool ints(const std::int32_t *values, std::int64_t count) const noexcept {
     return count < 1 || put_ints(target, values, count);
@@ -31,7 +33,7 @@ struct Sink {
   [[nodiscard]] bool real(double value) const noexcept { return put_reals(target, &value, 1); }
   [[nodiscard]] bool begin(int block) const noexcept { return begin_block(target, block); }
   [[nodiscard]] bool end() const noexcept { return end_block(target); }
-  [[nodiscard]] bool mode(int kind) const noexcept { return mark_mode(target, kind); }
+  [[nodiscard]] bool mode(Kind kind) const noexcept { return mark_mode(target, kind); }
 };
 
 }  // namespace sbr
