@@ -45,6 +45,8 @@ base=$folder/base.tar
 system=$folder/system
 logs=$folder/logs
 mkdir -p "$logs"
+exec 9>"$folder/lock"
+flock -n 9 || stop "another run uses $folder"
 
 # ---- the way to the packages ----------------------------------------------------------------------------------------
 
