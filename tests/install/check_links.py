@@ -19,7 +19,7 @@ def prose(text):
         if line.lstrip().startswith("```"):
             fenced = not fenced
         elif not fenced and not line.startswith(("    ", "\t")):
-            yield number, re.sub(r"`[^`]*\]\([^`]*`", "", line)
+            yield number, re.sub(r"`[^`]*`", lambda code: code[0].replace("](", "] ("), line)
 
 
 def marks(document):
