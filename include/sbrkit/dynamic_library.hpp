@@ -24,6 +24,10 @@
 #ifndef SBRKIT_DYNAMIC_LIBRARY_HPP
 #define SBRKIT_DYNAMIC_LIBRARY_HPP
 
+#if __cplusplus < 202002L
+#error "dynamic_library.hpp needs C++20 (-std=c++20)"
+#endif
+
 #include <dlfcn.h>
 #include <link.h>
 #include <sys/stat.h>

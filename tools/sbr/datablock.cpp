@@ -16,7 +16,6 @@ constexpr int kBlocks = 36;
 constexpr int kOldTopology = 4;
 constexpr int kFaces = 13;
 constexpr int kOldMonitorPoints = 32;
-constexpr int kMonitorPoints = 35;
 constexpr std::size_t kContentBytes = 100;
 
 // The version word: that of a database has a bit of its own, which means the current layout whatever the code says.
