@@ -194,11 +194,21 @@ TEST_F(DatabaseProgramTest, AFailedPutLeavesTheOtherBodies) {
 }
 
 TEST_F(DatabaseProgramTest, ADatabaseWithoutBodiesIsListedAsEmpty) {
-  full_record(0x13C).write(scratch.file("one.sbr"));
-  ASSERT_EQ(sbr("db put one.sbr wing.MASTER --layout 81 --single").code, 4);
-  ASSERT_TRUE(exists("wing.MASTER"));
+  {
+    const ScopedEnvironment plugin("KTX_USER_PLUGIN_DIR", SBRKIT_STORE_DIRECTORY);
+    const ScopedEnvironment system("KTX_QSRVHOME_DIR", "/");
+    ASSERT_EQ(DB_StartWrite(scratch.file("wing.MASTER").c_str()), 1);
+    ASSERT_EQ(DB_TermWrite(), 1);
+  }
   EXPECT_EQ(sbr("db list wing.MASTER").out, "no bodies\n");
   EXPECT_EQ(list(), Json::array());
+}
+
+TEST_F(DatabaseProgramTest, AFailedPutLeavesNoNewDatabase) {
+  full_record(0x13C).write(scratch.file("one.sbr"));
+  EXPECT_EQ(sbr("db put one.sbr wing.MASTER --layout 81 --single").code, 4);
+  EXPECT_EQ(sbr("db put one.sbr wing.MASTER --qualifiers color=red").code, 4);
+  EXPECT_EQ(files(), std::set<std::string>{"one.sbr"});
 }
 
 TEST_F(DatabaseProgramTest, NothingIsLeftWhereTheProgramRuns) {
