@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "signals.h"
 #include "status.h"
@@ -154,11 +155,22 @@ std::string Connection::text(const char *sql) {
   return statement.step() ? statement.text(0) : std::string();
 }
 
-int Connection::first_access() noexcept {
-  const int code = sqlite3_exec(connection_.get(), "SELECT 1 FROM sqlite_schema LIMIT 1", nullptr, nullptr, nullptr);
-  // A process that is out of descriptors says nothing about the file system.
-  const int reason = sqlite3_system_errno(connection_.get());
-  return code != SQLITE_OK && (reason == EMFILE || reason == ENFILE) ? SQLITE_PERM : code;
+int Connection::first_access(bool writes) noexcept {
+  const auto code_of = [this](const char *sql) {
+    const int code = sqlite3_exec(connection_.get(), sql, nullptr, nullptr, nullptr);
+    // A process that is out of descriptors says nothing about the file system.
+    const int reason = sqlite3_system_errno(connection_.get());
+    return code != SQLITE_OK && (reason == EMFILE || reason == ENFILE) ? SQLITE_PERM : code;
+  };
+  int code = code_of("SELECT 1 FROM sqlite_schema LIMIT 1");
+  if (code != SQLITE_OK || !writes || is_read_only()) return code;
+  const bool waits = std::exchange(waits_, false);
+  code = code_of("BEGIN IMMEDIATE");
+  roll_back();
+  waits_ = waits;
+  // The file itself can be written, so that this is about the memory that processes share.
+  if ((code & 0xff) == SQLITE_READONLY) return SQLITE_READONLY_CANTINIT;
+  return (code & 0xff) == SQLITE_BUSY ? SQLITE_OK : code;
 }
 
 bool Connection::is_read_only() const { return sqlite3_db_readonly(connection_.get(), "main") == 1; }

@@ -30,8 +30,9 @@ class Connection {
   std::int64_t number(const char *sql);
   std::string text(const char *sql);
 
-  // The code of the first access, which opens what stands beside the file.
-  int first_access() noexcept;
+  // The code of the first access, which opens what stands beside the file; with `writes` also of beginning to write,
+  // which is not waited for.
+  int first_access(bool writes) noexcept;
   [[nodiscard]] bool is_read_only() const;
   // True when the file no longer stands under its name.
   [[nodiscard]] bool has_moved() const;

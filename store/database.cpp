@@ -308,13 +308,45 @@ std::vector<Database::Known> Database::select(const Command &command) {
   return selected;
 }
 
+std::string Database::list_selected(const Command &command) {
+  std::vector<ListRow> rows;
+  for (Known &known : select(command)) rows.push_back({known.row, std::move(known.entry.qualifiers)});
+  return rows.empty() ? std::string() : list_text(rows, command.item("select"));
+}
+
+// The only located selection that can have data blocks that meet the conditions, when no others can.
+const Database::Located *Database::only_located(const std::string &name, const Conditions &where) const {
+  const bool has_own = kind_ != Kind::scratch || std::any_of(blocks_.begin(), blocks_.end(), [&](const auto &block) {
+                         return block->name() == name;
+                       });
+  const Located *only = nullptr;
+  for (const auto &[high, located] : located_) {
+    if (located.name != name || !before(located.changes, where)) continue;
+    if (only != nullptr) return nullptr;
+    only = &located;
+  }
+  return has_own ? nullptr : only;
+}
+
 std::string Database::list(const Command &command) {
   if (command.verb != "dbdict") throw Failure{Status::bad_command};
   command.allow_only({"datablk", "where", "select"});
   const Terms &columns = command.item("select");
-  std::vector<ListRow> rows;
-  for (Known &known : select(command)) rows.push_back({known.row, std::move(known.entry.qualifiers)});
-  return rows.empty() ? std::string() : list_text(rows, columns);
+  const Conditions where = conditions_of(command.optional_item("where"));
+  const Located *located = only_located(command.name_of("datablk"), where);
+  const bool shows_high = std::any_of(columns.begin(), columns.end(), [](const Term &term) {
+    return term.name == kQualifierNames[kHighQualifier];
+  });
+  if (located == nullptr || shows_high) return list_selected(command);
+
+  std::string question = located->selection + '\0';
+  for (const Term &term : columns) question += term.name + '=' + term.value + '\0';
+  for (const Condition &condition : *before(located->changes, where))
+    question += std::to_string(condition.qualifier) + condition.value + '\0';
+  const Snapshot state(connections_.get(located->base));
+  const std::string version = state.file().version();
+  if (listed_.version != version || listed_.question != question) listed_ = {version, question, list_selected(command)};
+  return listed_.text;
 }
 
 // ---- units ---------------------------------------------------------------------------------------------------------
@@ -336,8 +368,9 @@ int Database::attach(const Command &command, int &unit) {
   return static_cast<int>(selected.size());
 }
 
-int Database::create_block(const Command &command) {
+int Database::create_block(const std::string &text) {
   attempted_ = true;
+  const Command command = parse_command(text);
   if (command.verb != "dbcreate") throw Failure{Status::bad_command};
   command.allow_only({"datablk", "quals"});
   const std::string &name = command.name_of("datablk");

@@ -52,7 +52,7 @@ class Database {
   std::string list(const Command &command);
   // Attaches the data blocks of a selection: their number, and the unit of the first.
   int attach(const Command &command, int &unit);
-  int create_block(const Command &command);
+  int create_block(const std::string &command);
   // Throws bad_unit for a number that is none.
   Unit &unit(std::int64_t number);
   void close_unit(std::int64_t number, bool keep);
@@ -83,6 +83,13 @@ class Database {
   Database(std::string base, Kind kind, std::shared_ptr<Stage> stage)
       : base_(std::move(base)), kind_(kind), stage_(std::move(stage)) {}
 
+  // A list as it was last made. Hosts ask for the same one again for each of its rows.
+  struct Listed {
+    std::string version;  // of the data file
+    std::string question;
+    std::string text;
+  };
+
   static std::unique_ptr<Database> create_scratch(const std::string &base);
   static std::unique_ptr<Database> create_lasting(const std::string &base);
   static void repair(const std::string &base);
@@ -92,6 +99,8 @@ class Database {
   std::vector<Known> select(const Command &command);
   void select_own(const std::string &name, const Conditions &where, std::vector<Known> &selected);
   void select_located(const Located &located, const Conditions &where, std::vector<Known> &selected);
+  const Located *only_located(const std::string &name, const Conditions &where) const;
+  std::string list_selected(const Command &command);
   int add_unit(std::unique_ptr<Unit> unit);
   std::shared_ptr<StagedBlock> new_block(const std::string &name, const Qualifiers &qualifiers);
 
@@ -108,6 +117,7 @@ class Database {
   std::map<std::string, Located> located_;        // by their high qualifier
   std::map<std::string, std::string> selections_;  // selection -> the high qualifier under which it is known
   Connections connections_;
+  Listed listed_;
   std::vector<std::shared_ptr<StagedBlock>> blocks_;
   std::vector<std::int64_t> dropped_;  // stored data blocks that go when the run is closed
   std::vector<std::unique_ptr<Unit>> units_;  // unit n stands at n - 1; null for one that is gone

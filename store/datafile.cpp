@@ -103,17 +103,20 @@ DataFile::DataFile(const std::string &path, Access access) : path_(path), access
   else
     connection_->run("PRAGMA synchronous = FULL; PRAGMA journal_size_limit = 67108864");
   if (::stat(path.c_str(), &state_) != 0) throw Failure{Status::not_opened};
+  static std::int64_t last_serial = 0;
+  serial_ = ++last_serial;
 }
 
 // A file is opened for writing even to read it: what a killed writer left behind is completed or undone first.
 void DataFile::connect() {
   connection_ = std::make_unique<Connection>(path_, Connection::Mode::read_write);
-  int code = connection_->first_access();
+  int code = connection_->first_access(access_ != Access::read);
   if (lacks_shared_memory(code)) {
     if (can_create_beside() && !connection_->is_read_only()) {
+      connection_.reset();  // its lock would keep the other connection out
       leave_log();
       connection_ = std::make_unique<Connection>(path_, Connection::Mode::read_write);
-      code = connection_->first_access();
+      code = connection_->first_access(access_ != Access::read);
     } else if (access_ == Access::read) {
       return connect_untouched();
     }
@@ -166,7 +169,7 @@ void DataFile::use_log() {
     return;
   }
   connection_->set_waiting(true);
-  if (lacks_shared_memory(connection_->first_access())) {
+  if (lacks_shared_memory(connection_->first_access(true))) {
     connection_.reset();
     leave_log();
     connect();
@@ -300,6 +303,11 @@ BlockEntry DataFile::entry_of(Statement &row) {
     if (!is_listable(i, entry.qualifiers[i])) throw Failure{Status::not_a_store};
   }
   return entry;
+}
+
+std::string DataFile::version() {
+  require_unchanged();
+  return std::to_string(serial_) + ':' + std::to_string(connection_->number("PRAGMA data_version"));
 }
 
 std::vector<BlockEntry> DataFile::find(const std::string &name, const Conditions &where) {

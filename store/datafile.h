@@ -48,6 +48,9 @@ class DataFile {
   // False when another file, or one of another layout, stands under the name by now.
   bool is_current();
 
+  // A text that changes whenever what the lists show may have changed.
+  std::string version();
+
   // The data blocks of a name that meet the conditions, in the order of the list.
   std::vector<BlockEntry> find(const std::string &name, const Conditions &where);
   // The one at a row of that list, from 1.
@@ -94,6 +97,7 @@ class DataFile {
   bool untouched_ = false;  // read without locks
   int layout_ = 0;
   int holds_ = 0;
+  std::int64_t serial_ = 0;  // of this object in the process
 };
 
 // A hold on a data file for as long as it lives.

@@ -111,7 +111,7 @@ class StoreTest : public LibraryTest {
     int value = -1;
     const db_block block = open_body(index, path);
     if (block.unit == 0) return value;
-    DB_ReadINTs(block, &value, 1);
+    if (DB_ReadINTs(block, &value, 1) == 0) value = -1;
     DB_CloseDatablk(block.unit);
     return value;
   }
