@@ -11,9 +11,9 @@
 //   quoted    = "'" { any character but "'", or "''" for one } "'"
 //   word      = one or more of any characters but blank, tab, line ends and  = ( ) , ; '
 //
-// Behind "=" stands a value, whatever it reads: "projno=and" has the value "and". "and" in any case of letters separates
-// where a term could start or end. A value is never left out; the empty one is ''. Verbs and the names of items and terms
-// are taken in lower case, values as they stand.
+// Behind "=" stands a value, whatever it reads: "projno=and" has the value "and". "and" in any case of letters
+// separates where a term could start or end. A value is never left out; the empty one is ''. Verbs and the names of
+// items and terms are taken in lower case, values as they stand.
 #ifndef QSRV_COMMAND_H
 #define QSRV_COMMAND_H
 

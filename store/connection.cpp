@@ -205,8 +205,7 @@ Statement &Statement::bind(int place, std::int64_t value) {
 
 Statement &Statement::bind(int place, std::string_view text) {
   const char *characters = text.empty() ? "" : text.data();  // null would be no text at all
-  return checked(
-      sqlite3_bind_text64(statement_.get(), place, characters, text.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
+  return checked(sqlite3_bind_text64(statement_.get(), place, characters, text.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
 }
 
 Statement &Statement::bind(int place, std::span<const std::int64_t> words) {

@@ -53,7 +53,8 @@ std::string selection_text(const std::string &base, const std::string &name, con
   text += '\0';
   for (const Change &change : changes)
     if (change.target != kHighQualifier)
-      text += std::to_string(change.target) + (change.source ? std::to_string(*change.source) : '=' + change.value) + '\0';
+      text +=
+          std::to_string(change.target) + (change.source ? std::to_string(*change.source) : '=' + change.value) + '\0';
   return text;
 }
 
@@ -231,8 +232,7 @@ void Database::locate(const Command &command) {
                   name,
                   {}};
   connections_.get(located.base);
-  located.selection =
-      selection_text(located.base, located.name, located.where, located.changes, located.row);
+  located.selection = selection_text(located.base, located.name, located.where, located.changes, located.row);
   std::string high;
   for (const Change &change : located.changes)
     if (change.target == kHighQualifier && !change.source) high = change.value;
@@ -261,9 +261,8 @@ void Database::select_own(const std::string &name, const Conditions &where, std:
   }
   for (const std::shared_ptr<StagedBlock> &block : blocks_) {
     if (!block->is_kept() || block->name() != name || !holds(where, block->qualifiers())) continue;
-    const auto same = std::find_if(selected.begin(), selected.end(), [&](const Known &known) {
-      return known.entry.qualifiers == block->qualifiers();
-    });
+    const auto same = std::find_if(selected.begin(), selected.end(),
+                                   [&](const Known &known) { return known.entry.qualifiers == block->qualifiers(); });
     Known known{nullptr, nullptr, block, {0, 0, block->qualifiers()}, 0, true};
     if (same != selected.end())
       *same = std::move(known);
@@ -316,9 +315,8 @@ std::string Database::list_selected(const Command &command) {
 
 // The only located selection that can have data blocks that meet the conditions, when no others can.
 const Database::Located *Database::only_located(const std::string &name, const Conditions &where) const {
-  const bool has_own = kind_ != Kind::scratch || std::any_of(blocks_.begin(), blocks_.end(), [&](const auto &block) {
-                         return block->name() == name;
-                       });
+  const bool has_own = kind_ != Kind::scratch || std::any_of(blocks_.begin(), blocks_.end(),
+                                                             [&](const auto &block) { return block->name() == name; });
   const Located *only = nullptr;
   for (const auto &[high, located] : located_) {
     if (located.name != name || !before(located.changes, where)) continue;
@@ -334,15 +332,14 @@ std::string Database::list(const Command &command) {
   const Terms &columns = command.item("select");
   const Conditions where = conditions_of(command.optional_item("where"));
   const Located *located = only_located(command.name_of("datablk"), where);
-  const bool shows_high = std::any_of(columns.begin(), columns.end(), [](const Term &term) {
-    return term.name == kQualifierNames[kHighQualifier];
-  });
+  const bool shows_high = std::any_of(columns.begin(), columns.end(),
+                                      [](const Term &term) { return term.name == kQualifierNames[kHighQualifier]; });
   if (located == nullptr || shows_high) return list_selected(command);
 
   std::string question = located->selection + '\0';
   for (const Term &term : columns) question += term.name + '=' + term.value + '\0';
-  for (const Condition &condition : *before(located->changes, where))
-    question += std::to_string(condition.qualifier) + condition.value + '\0';
+  const Conditions narrowing = before(located->changes, where).value_or(Conditions());
+  for (const Condition &condition : narrowing) question += std::to_string(condition.qualifier) + condition.value + '\0';
   const Snapshot state(connections_.get(located->base));
   const std::string version = state.file().version();
   if (listed_.version != version || listed_.question != question) listed_ = {version, question, list_selected(command)};

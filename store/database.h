@@ -72,9 +72,9 @@ class Database {
   };
   // A data block that a command selects.
   struct Known {
-    std::shared_ptr<DataFile> file;        // of a stored one
-    std::shared_ptr<Snapshot> state;       // in which it was found
-    std::shared_ptr<StagedBlock> staged;   // one of this run
+    std::shared_ptr<DataFile> file;       // of a stored one
+    std::shared_ptr<Snapshot> state;      // in which it was found
+    std::shared_ptr<StagedBlock> staged;  // one of this run
     BlockEntry entry;
     std::int64_t row = 0;
     bool ours = false;
@@ -112,14 +112,14 @@ class Database {
   Kind kind_;
   std::shared_ptr<Stage> stage_;  // made when the first data block is created
   bool spoiled_ = false;
-  bool attempted_ = false;  // a data block was to be created
-  std::map<std::string, std::string> logicals_;   // name in lower case -> base
-  std::map<std::string, Located> located_;        // by their high qualifier
+  bool attempted_ = false;                         // a data block was to be created
+  std::map<std::string, std::string> logicals_;    // name in lower case -> base
+  std::map<std::string, Located> located_;         // by their high qualifier
   std::map<std::string, std::string> selections_;  // selection -> the high qualifier under which it is known
   Connections connections_;
   Listed listed_;
   std::vector<std::shared_ptr<StagedBlock>> blocks_;
-  std::vector<std::int64_t> dropped_;  // stored data blocks that go when the run is closed
+  std::vector<std::int64_t> dropped_;         // stored data blocks that go when the run is closed
   std::vector<std::unique_ptr<Unit>> units_;  // unit n stands at n - 1; null for one that is gone
   std::vector<std::int64_t> closed_;          // units of stored blocks that go with the next one
 };

@@ -5,8 +5,8 @@
 //   record  block, number from 1, first word, count of words
 //   piece   block, first word, up to kPieceWords words
 //
-// Pieces start at multiples of kPieceWords. Layout 1 had the qualifiers as rows of names and values, of any names; such a
-// file is read as it is, and brought to the present layout by whoever writes to it.
+// Pieces start at multiples of kPieceWords. Layout 1 had the qualifiers as rows of names and values, of any names; such
+// a file is read as it is, and brought to the present layout by whoever writes to it.
 #ifndef QSRV_DATAFILE_H
 #define QSRV_DATAFILE_H
 
@@ -93,7 +93,7 @@ class DataFile {
   std::string path_;
   Access access_;
   std::unique_ptr<Connection> connection_;
-  struct stat state_ {};     // of the file when it was opened
+  struct stat state_ {};    // of the file when it was opened
   bool untouched_ = false;  // read without locks
   int layout_ = 0;
   int holds_ = 0;

@@ -199,8 +199,7 @@ QSRV_ENTRY QS_AllocDatablk(const char *command, int *unit, int *count, int *stat
 
 QSRV_ENTRY QS_CreateDatablk(const char *command, int *unit, int *count, int *status) {
   int created = 0;
-  qsrv::set_status(status,
-                   [&] { created = qsrv::changing_database().create_block(qsrv::given(command)); });
+  qsrv::set_status(status, [&] { created = qsrv::changing_database().create_block(qsrv::given(command)); });
   if (unit != nullptr) *unit = created;
   if (count != nullptr) *count = created != 0 ? 1 : 0;
 }

@@ -84,8 +84,8 @@ int create_beside(const std::string &path, std::string &made) {
 
 namespace {
 
-// Gives a file its name unless that name is taken. Not every file system knows the exclusive form, nor hard links: there
-// the lock on the data file, which whoever creates a master holds, keeps other creators away.
+// Gives a file its name unless that name is taken. Not every file system knows the exclusive form, nor hard links:
+// there the lock on the data file, which whoever creates a master holds, keeps other creators away.
 bool rename_exclusively(const std::string &from, const std::string &to) {
   if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
   if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) return false;

@@ -24,8 +24,8 @@ bool file_exists(const std::string &path);
 // The directory that a file stands in.
 std::string directory_of(const std::string &path);
 
-// Opens a new file with the path in front of its name; nothing that stands there already is followed or changed. Gives the
-// descriptor, and the name in `made`. Throws not_opened.
+// Opens a new file with the path in front of its name; nothing that stands there already is followed or changed. Gives
+// the descriptor, and the name in `made`. Throws not_opened.
 int create_beside(const std::string &path, std::string &made);
 
 // Creates the file with the present time. It appears complete or not at all. Throws exists or not_opened.

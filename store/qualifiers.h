@@ -1,4 +1,5 @@
-// The qualifiers of a data block: a fixed set, so that whatever tells two data blocks apart can be listed and asked for.
+// The qualifiers of a data block: a fixed set, so that whatever tells two data blocks apart can be listed and asked
+// for.
 #ifndef QSRV_QUALIFIERS_H
 #define QSRV_QUALIFIERS_H
 

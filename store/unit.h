@@ -56,7 +56,7 @@ class Unit {
   std::shared_ptr<DataFile> file_;
   std::int64_t id_ = 0;
   std::shared_ptr<StagedBlock> staged_;
-  bool is_written_ = false;             // the block is the staged one
+  bool is_written_ = false;  // the block is the staged one
   std::optional<std::int64_t> dropped_;
   std::shared_ptr<WordSource> source_;  // what is read; a stored block keeps its state as long as it stands here
   Mode mode_ = Mode::closed;

@@ -305,9 +305,9 @@ TEST_F(StoreTest, QualifiersThatCouldNotBeFoundAgainAreRefused) {
   };
   for (const Case &bad :
        {Case{"selabel='it''s'", 106}, Case{"selabel='a\nb'", 106}, Case{"peid='a b'", 106}, Case{"peid='1,2'", 106},
-        Case{"projno=*", 106}, Case{"projno", 106}, Case{"projno=1,projno=2", 106}, Case{"color=red", 106}, Case{"highqual=7", 106},
-        Case{"peid=''", 106}, Case{"peid=", 105}, Case{"selabel='open", 105}, Case{"projno=1) junk(", 105},
-        Case{"=", 105}, Case{"projno==1", 105}, Case{"'x'", 105}, Case{"a=1 b=2", 105}}) {
+        Case{"projno=*", 106}, Case{"projno", 106}, Case{"projno=1,projno=2", 106}, Case{"color=red", 106},
+        Case{"highqual=7", 106}, Case{"peid=''", 106}, Case{"peid=", 105}, Case{"selabel='open", 105},
+        Case{"projno=1) junk(", 105}, Case{"=", 105}, Case{"projno==1", 105}, Case{"'x'", 105}, Case{"a=1 b=2", 105}}) {
     EXPECT_EQ(put(bad.qualifiers, {1}), 0) << bad.qualifiers;
     EXPECT_EQ(log.take(),
               std::vector<Message>{error("Cannot create sbr datablock, " + std::to_string(bad.status) + ".")})

@@ -372,8 +372,8 @@ TEST_F(DatabaseListTest, QualifiersOfAnyLengthAreShownWhole) {
   full_record(0x13C).write(scratch.file("one.sbr"));
   const std::string project(300, '7');
   for (const char *end : {"a", "b"})
-    ASSERT_EQ(sbr("db put one.sbr wing.MASTER --qualifiers \"selabel='" + label + end + "',projno=" + project + '"').code,
-              0);
+    ASSERT_EQ(
+        sbr("db put one.sbr wing.MASTER --qualifiers \"selabel='" + label + end + "',projno=" + project + '"').code, 0);
   const Json bodies = list();
   ASSERT_EQ(bodies.size(), 2U);
   EXPECT_EQ(bodies[0]["selabel"], label + 'a');
@@ -469,8 +469,9 @@ TEST_F(DatabaseRepairTest, DamagedDataAreNamedWithTheirStatus) {
   for (const char *arguments : {"list wing.MASTER", "get wing.MASTER 1 taken.sbr"}) {
     const Outcome run = sbr(std::string("db ") + arguments, true);
     EXPECT_EQ(run.code, 3) << arguments;
-    EXPECT_THAT(run.out, HasSubstr("sbr: wing.MASTER: the database cannot be read, status 107: its data are damaged, or "
-                                   "none of this store\n"));
+    EXPECT_THAT(run.out,
+                HasSubstr("sbr: wing.MASTER: the database cannot be read, status 107: its data are damaged, or "
+                          "none of this store\n"));
   }
 }
 

@@ -113,8 +113,8 @@ TEST(StoreGrammar, AnyTextIsTakenOrRefused) {
     }
   }
   EXPECT_GT(taken, 0);
-  for (const char *bad : {"a=", "a=(", "a(b=)", "a(b=;c=1)", "a(b c)", "a b=1 b=2", "a b b", "'x'", "a 'x'", "=", "a(b='x)",
-                          "a(b=c=d)", "a((b))", "a=(b))", "a='x''"}) {
+  for (const char *bad : {"a=", "a=(", "a(b=)", "a(b=;c=1)", "a(b c)", "a b=1 b=2", "a b b", "'x'", "a 'x'", "=",
+                          "a(b='x)", "a(b=c=d)", "a((b))", "a=(b))", "a='x''"}) {
     EXPECT_THROW(qsrv::parse_command(bad), qsrv::Failure) << bad;
   }
 }
@@ -123,7 +123,8 @@ TEST(StoreGrammar, AnyTextIsTakenOrRefused) {
 
 class StoreQualifierTest : public StoreTest {
  protected:
-  // Stores a body for each of the qualifiers in one run. The numbers of those that were taken, in the order of the list.
+  // Stores a body for each of the qualifiers in one run. The numbers of those that were taken, in the order of the
+  // list.
   std::vector<int> store(const std::vector<std::string> &qualifiers) {
     std::vector<int> taken;
     EXPECT_EQ(DB_StartWrite(kMaster), 1);
@@ -185,8 +186,9 @@ TEST_F(StoreQualifierTest, EveryCharacterOfAnotherQualifierIsFoundAgainOrRefused
 TEST_F(StoreQualifierTest, WordsOfTheCommandLanguageAreValuesLikeOthers) {
   std::vector<std::string> qualifiers;
   std::vector<std::string> descriptions;
-  for (const char *value : {"and", "AND", "And", "or", "true", "projno", "version", "highqual", "selabel", "wildcard",
-                            "where", "sbrdb", "datablk", "convert", "1", "-1", "+1", "1e5", "_", "."}) {
+  for (const char *value :
+       {"and",   "AND",   "And",     "or",      "true", "projno", "version", "highqual", "selabel", "wildcard",
+        "where", "sbrdb", "datablk", "convert", "1",    "-1",     "+1",      "1e5",      "_",       "."}) {
     qualifiers.push_back(std::string("projno='") + value + "'");
     descriptions.push_back(description("", value));
     qualifiers.push_back(std::string("selabel='") + value + "',projno=" + value);

@@ -35,7 +35,9 @@ struct Progress {
 };
 static_assert(std::atomic<int>::is_always_lock_free);
 
-std::string label_of(int writer, int body) { return "writer " + std::to_string(writer) + ", body " + std::to_string(body); }
+std::string label_of(int writer, int body) {
+  return "writer " + std::to_string(writer) + ", body " + std::to_string(body);
+}
 
 // Every word of a body is its generation, and its trailer is written behind it.
 bool store_generation(int writer, int body, int generation) {

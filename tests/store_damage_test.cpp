@@ -29,9 +29,9 @@ class StoreDamageTest : public StoreTest {
     sqlite3 *connection = nullptr;
     ASSERT_EQ(sqlite3_open("wing.DBALL", &connection), SQLITE_OK);
     char *message = nullptr;
-    EXPECT_EQ(sqlite3_exec(connection, ("PRAGMA ignore_check_constraints = ON; " + sql).c_str(), nullptr, nullptr,
-                           &message),
-              SQLITE_OK)
+    EXPECT_EQ(
+        sqlite3_exec(connection, ("PRAGMA ignore_check_constraints = ON; " + sql).c_str(), nullptr, nullptr, &message),
+        SQLITE_OK)
         << message;
     sqlite3_free(message);
     sqlite3_close(connection);
@@ -53,7 +53,8 @@ class StoreDamageTest : public StoreTest {
 };
 
 TEST_F(StoreDamageTest, QualifiersThatNoCommandCanNameAreDamage) {
-  for (const char *value : {"'a' || char(10) || 'b'", "'a' || char(0) || 'b'", "'it''s'", "x'61'", "'a' || char(127)"}) {
+  for (const char *value :
+       {"'a' || char(10) || 'b'", "'a' || char(0) || 'b'", "'it''s'", "x'61'", "'a' || char(127)"}) {
     write_file("wing.DBALL", good);
     damage(std::string("UPDATE entry SET selabel = ") + value + " WHERE id = 7");
     start_reading();
@@ -122,8 +123,8 @@ TEST_F(StoreDamageTest, TreesThatLeadRoundInCirclesEnd) {
       return static_cast<std::size_t>(static_cast<unsigned char>(bytes[at])) << 8U |
              static_cast<unsigned char>(bytes[at + 1]);
     };
-    for (const std::string &target : {bytes.substr(start + 8, 4), std::string{0, 0, static_cast<char>(root >> 8U),
-                                                                             static_cast<char>(root)}}) {
+    for (const std::string &target :
+         {bytes.substr(start + 8, 4), std::string{0, 0, static_cast<char>(root >> 8U), static_cast<char>(root)}}) {
       std::string changed = bytes;
       for (std::size_t cell = 0; cell < word(start + 3); ++cell)
         changed.replace(start + word(start + kHeader + 2 * cell), 4, target);

@@ -50,8 +50,9 @@ using StoreFilesTest = StoreTest;
 TEST_F(StoreFilesTest, APlantedLinkIsNotFollowed) {
   write_file("precious", "precious");
   for (int i = 0; i < 3; ++i) {
-    fs::create_symlink("precious", "wing.MASTER.new" + (i == 0 ? std::string() : "-" + std::to_string(getpid()) + "-" +
-                                                                                     std::to_string(i)));
+    fs::create_symlink(
+        "precious",
+        "wing.MASTER.new" + (i == 0 ? std::string() : "-" + std::to_string(getpid()) + "-" + std::to_string(i)));
   }
   ASSERT_EQ(put("", {1}), 1);
   EXPECT_EQ(read_file("precious"), "precious");
@@ -160,8 +161,9 @@ TEST_F(StoreFilesTest, ADatabaseInAReadOnlyDirectoryCanBeRead) {
 // ---- files of others -----------------------------------------------------------------------------------------------
 
 TEST_F(StoreFilesTest, AFileOfAnotherApplicationIsNeverTouched) {
-  run_sql("other.db", "PRAGMA journal_mode = WAL; CREATE TABLE photos(name TEXT); INSERT INTO photos VALUES('a');"
-                      "PRAGMA application_id = 7");
+  run_sql("other.db",
+          "PRAGMA journal_mode = WAL; CREATE TABLE photos(name TEXT); INSERT INTO photos VALUES('a');"
+          "PRAGMA application_id = 7");
   run_sql("plain.db", "CREATE TABLE block(id INTEGER)");
   for (const std::string &contents : {read_file("other.db"), read_file("plain.db"), std::string("text of a user\n")}) {
     write_file("wing.DBALL", contents);
@@ -227,7 +229,8 @@ TEST_F(StoreFilesTest, AReaderDoesNotLetTheLogGrowForGood) {
 
 // A data file as release 1.0.0 wrote it, with bodies that only a qualifier outside the lists tells apart.
 void make_old_database() {
-  ASSERT_NO_FATAL_FAILURE(run_sql("wing.DBALL",
+  ASSERT_NO_FATAL_FAILURE(run_sql(
+      "wing.DBALL",
       "CREATE TABLE block(id INTEGER PRIMARY KEY AUTOINCREMENT, name TEXT NOT NULL, kept INTEGER NOT NULL DEFAULT 0,"
       "  trailer BLOB);"
       "CREATE TABLE qualifier(block INTEGER NOT NULL REFERENCES block(id) ON DELETE CASCADE, name TEXT NOT NULL,"
@@ -244,7 +247,8 @@ void make_old_database() {
       "INSERT INTO qualifier VALUES (1, 'selabel', 'wing'), (2, 'selabel', 'tail'), (3, 'selabel', 'wing'),"
       "  (3, 'color', 'red');"
       "INSERT INTO record SELECT id, 1, 0, 1 FROM block;"
-      "INSERT INTO piece VALUES (1, 0, x'0b00000000000000'), (2, 0, x'0c00000000000000'), (3, 0, x'0d00000000000000')"));
+      "INSERT INTO piece VALUES (1, 0, x'0b00000000000000'), (2, 0, x'0c00000000000000'), (3, 0, "
+      "x'0d00000000000000')"));
 }
 
 TEST_F(StoreFilesTest, ADatabaseOfTheEarlierLayoutIsReadAndThenWritten) {

@@ -105,9 +105,10 @@ TEST_F(StoreListingTest, ASupersededHighQualifierShowsNothing) {
   char text[1000] = {};
   const auto locate = [&](const char *where, const char *high) {
     CDB_QS_DbCommand("assign here='wing.MASTER'", &status);
-    CDB_QS_DbCommand((std::string("dblocate logical=here datablk=(sbrdb) where(") + where + ") convert(highqual=" + high +
-                      ")").c_str(),
-                     &status);
+    CDB_QS_DbCommand(
+        (std::string("dblocate logical=here datablk=(sbrdb) where(") + where + ") convert(highqual=" + high + ")")
+            .c_str(),
+        &status);
     EXPECT_EQ(status, 0);
   };
   const auto list = [&](const char *high) {
@@ -162,8 +163,7 @@ TEST_F(StoreListingTest, StoringIntoManyBodiesIsAsQuickAsIntoFew) {
   const auto time = [](const char *path) {
     constexpr int kTimes = 10;
     const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < kTimes; ++i)
-      EXPECT_EQ(put("selabel='new " + std::to_string(i) + "'", {i}, path), 1);
+    for (int i = 0; i < kTimes; ++i) EXPECT_EQ(put("selabel='new " + std::to_string(i) + "'", {i}, path), 1);
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() / kTimes;
   };
   store_many(10, "few.MASTER");

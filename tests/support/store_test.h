@@ -21,8 +21,8 @@ namespace sbrtest {
 
 inline constexpr const char *kMaster = "wing.MASTER";
 
-// A process that is ready to run a function, and runs it when told to. It is started before this process uses the store,
-// since open databases do not pass from process to process.
+// A process that is ready to run a function, and runs it when told to. It is started before this process uses the
+// store, since open databases do not pass from process to process.
 class Companion {
  public:
   explicit Companion(const std::function<int()> &work) {

@@ -262,8 +262,8 @@ int open_row(const fs::path &path, int row) {
   int unit = 0;
   int count = 0;
   int status = 0;
-  const std::string command = "datablk=(sbrdb) where(projno=* and version=* and highqual=" + std::to_string(high) +
-                              " and wildcard=true)";
+  const std::string command =
+      "datablk=(sbrdb) where(projno=* and version=* and highqual=" + std::to_string(high) + " and wildcard=true)";
   CDB_QS_AllocDatablk(command.c_str(), &unit, &count, &status);
   return status == 0 && count == 1 && CDB_Ruvo_Open(unit, 0, 0) != 0 ? unit : 0;
 }
@@ -422,8 +422,8 @@ void check(const std::string &store, bool json, int &exit_code) {
   if (code != 0) exit_code = is_unreadable(code) ? kUnreadable : kFindings;
 }
 
-// The record that `get` makes: written beside its place, where it appears when it is finished. What is no plain file, as
-// a device, is written to as it stands.
+// The record that `get` makes: written beside its place, where it appears when it is finished. What is no plain file,
+// as a device, is written to as it stands.
 class NewRecord {
  public:
   explicit NewRecord(const fs::path &path) : path_(path) {
