@@ -194,7 +194,7 @@ void Database::store_into(DataFile &file) {
   } catch (...) {
     // Others that wait for the lock find that the file is gone.
     if (made_master) ::unlink((base_ + kMaster).c_str());
-    if (makes_master) ::unlink((base_ + kLasting).c_str());
+    if (makes_master && !file_exists(base_ + kMaster)) ::unlink((base_ + kLasting).c_str());
     file.roll_back();
     throw;
   }

@@ -158,21 +158,17 @@ void DataFile::leave_log() {
     alone.run(("PRAGMA user_version = " + std::to_string(kLayoutWithoutLog)).c_str());
 }
 
-void DataFile::use_log() {
+// What has been stored stays stored if this fails, as it does while others use the file: one of the next writers succeeds.
+void DataFile::use_log() noexcept {
   if (layout_ == kLayoutWithoutLog) return;
-  // The switch fails while others use the file; one of the next writers succeeds.
-  connection_->set_waiting(false);
   try {
-    if (connection_->text("PRAGMA journal_mode") == "wal" || connection_->text("PRAGMA journal_mode = WAL") != "wal")
-      return;
-  } catch (const Failure &) {
-    return;
-  }
-  connection_->set_waiting(true);
-  if (lacks_shared_memory(connection_->first_access(true))) {
+    connection_->set_waiting(false);
+    const bool switched =
+        connection_->text("PRAGMA journal_mode") != "wal" && connection_->text("PRAGMA journal_mode = WAL") == "wal";
+    if (!switched || !lacks_shared_memory(connection_->first_access(true))) return;
     connection_.reset();
     leave_log();
-    connect();
+  } catch (...) {  // NOLINT(bugprone-empty-catch): the form that the file has does as well
   }
 }
 

@@ -70,8 +70,8 @@ class DataFile {
   void drop(std::int64_t id);
   // Gives back room that the file no longer needs.
   void shrink();
-  // Lets readers and a writer work at the same time, where the file system can do that.
-  void use_log();
+  // Lets readers and a writer work at the same time, where the file system can do that. The last step of a writer.
+  void use_log() noexcept;
   // Looks through the whole file; throws not_a_store when anything is wrong.
   void verify();
 
