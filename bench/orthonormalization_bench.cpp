@@ -9,8 +9,8 @@
 #include <random>
 #include <vector>
 
-#include "body.h"
-#include "moderewrite.h"
+#include "body/body.h"
+#include "modes/rewrite.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ SBR make_body() {
   SBR body = SBR_Create(kNodes, kModes);
   for (int n = 1; n <= kNodes; ++n) SBR_LookupOrAddNode(body, n);
   for (int m = 1; m <= kModes; ++m) SBR_LookupOrAddMode(body, m);
-  body->nodes.kinds[0].count = kNodes;
+  body->nodes.kinds[sbr::Kind::shape].count = kNodes;
   body->matrices.modes_not_orthogonal = 1;
   sbr::ModeRewrite file(*body, 0);
   if (!file.name() || !file.open()) std::abort();

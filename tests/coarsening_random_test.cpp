@@ -5,10 +5,10 @@
 #include <random>
 #include <sstream>
 
-#include "body.h"
-#include "sbrcoarse.h"
+#include "body/body.h"
 #include "support/coarsen_reference.h"
 #include "support/messages.h"
+#include "surface/coarsen.h"
 
 namespace sbrtest {
 namespace {

@@ -7,7 +7,7 @@
 #include <random>
 #include <regex>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/messages.h"
 
 namespace sbrtest {

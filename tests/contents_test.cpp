@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/messages.h"

@@ -13,7 +13,7 @@
 #include <random>
 #include <set>
 
-#include "sbrdbcheck.h"
+#include "database/check.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/ordinary_user.h"

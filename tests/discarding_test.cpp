@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/files.h"
 #include "support/meshes.h"
 #include "support/messages.h"
@@ -203,8 +203,8 @@ TEST_F(DiscardingTest, EachKindIsAnnouncedWithItsFile) {
   ASSERT_EQ(messages.size(), 3U);
   const char *const names[] = {"Shape", "Stress", "Strain"};
   for (int kind = 0; kind < 3; ++kind)
-    EXPECT_EQ(messages[static_cast<std::size_t>(kind)],
-              info(std::string(" Shortened ") + names[kind] + " mode file: " + body->modes[kind].path.data() + "\n"));
+    EXPECT_EQ(messages[static_cast<std::size_t>(kind)], info(std::string(" Shortened ") + names[kind] + " mode file: " +
+                                                             body->modes[sbr::kKinds[kind]].path.data() + "\n"));
 }
 
 TEST_F(DiscardingTest, StressAndStrainKeepTheirKeptNodes) {
@@ -319,7 +319,7 @@ TEST_F(DiscardingTest, AFaceThatLostANodeNamesNone) {
 TEST_F(DiscardingTest, AFailureOfALaterKindLeavesTheBodyAsItWas) {
   give_shapes();
   give(1, {1});
-  body->nodes.kinds[1].count = 0;  // a stress block without nodes cannot be fetched
+  body->nodes.kinds[sbr::Kind::stress].count = 0;  // a stress block without nodes cannot be fetched
   log.clear();
   EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 0);
   const std::vector<Message> complaints = log.take_complaints();
@@ -338,10 +338,10 @@ TEST_F(DiscardingTest, ShorteningReplacesTheTemporaryFile) {
   const ScratchDirectory directory;
   const ScopedEnvironment tmp("TMP", directory.path().string());
   give_shapes();
-  const std::string old_path = body->modes[0].path.data();
+  const std::string old_path = body->modes[sbr::Kind::shape].path.data();
   const int kept[] = {1, 2};
   EXPECT_EQ(SBR_ShortenModeFile(body, kept, 2, 0), 1);
-  const std::string new_path = body->modes[0].path.data();
+  const std::string new_path = body->modes[sbr::Kind::shape].path.data();
   EXPECT_NE(new_path, old_path);
   EXPECT_FALSE(std::filesystem::exists(old_path));
   EXPECT_EQ(std::filesystem::path(new_path).parent_path(), directory.path());
@@ -353,8 +353,8 @@ TEST_F(DiscardingTest, ShorteningWritesTheKeptRowsOfEachModeInTheUnitsOfTheFile)
   body->units.unit.length = 1000.0;
   const int kept[] = {2, 0};
   ASSERT_EQ(SBR_ShortenModeFile(body, kept, 2, 0), 1);
-  ASSERT_EQ(std::fflush(body->modes[0].stream), 0);
-  const std::string bytes = read_file(body->modes[0].path.data());
+  ASSERT_EQ(std::fflush(body->modes[sbr::Kind::shape].stream), 0);
+  const std::string bytes = read_file(body->modes[sbr::Kind::shape].path.data());
   ASSERT_EQ(bytes.size(), 2U * 2 * 6 * 8);
   std::vector<double> values(24);
   std::memcpy(values.data(), bytes.data(), bytes.size());
@@ -362,7 +362,7 @@ TEST_F(DiscardingTest, ShorteningWritesTheKeptRowsOfEachModeInTheUnitsOfTheFile)
   for (int mode = 1; mode <= 2; ++mode)
     for (const int id : {30, 10})
       for (int c = 0; c < 6; ++c) EXPECT_NEAR(values[at++], value(0, mode, id, c), 1e-9);
-  EXPECT_EQ(body->store.offsets[0][1], 96);
+  EXPECT_EQ(body->store.offsets[sbr::Kind::shape][1], 96);
 }
 
 TEST_F(DiscardingTest, ShorteningStressTakesForceAndLengthOutOfAllSixValues) {
@@ -372,8 +372,8 @@ TEST_F(DiscardingTest, ShorteningStressTakesForceAndLengthOutOfAllSixValues) {
   body->units.unit.force = 4.0;
   const int kept[] = {0, 2};
   ASSERT_EQ(SBR_ShortenModeFile(body, kept, 2, 1), 1);
-  ASSERT_EQ(std::fflush(body->modes[1].stream), 0);
-  const std::string bytes = read_file(body->modes[1].path.data());
+  ASSERT_EQ(std::fflush(body->modes[sbr::Kind::stress].stream), 0);
+  const std::string bytes = read_file(body->modes[sbr::Kind::stress].path.data());
   ASSERT_EQ(bytes.size(), 2U * 6 * 8);  // node 0 has no stress
   std::vector<double> values(12);
   std::memcpy(values.data(), bytes.data(), bytes.size());
@@ -393,7 +393,7 @@ TEST_F(DiscardingTest, ShorteningRefusesKindsThatDoNotExist) {
 
 TEST_F(DiscardingTest, ShorteningNamesTheFileThatCannotBeMade) {
   give_shapes();
-  const std::string old_path = body->modes[0].path.data();
+  const std::string old_path = body->modes[sbr::Kind::shape].path.data();
   const ScopedEnvironment tmp("TMP", "/no/such/directory");
   log.clear();
   const int kept[] = {1, 2};
@@ -403,7 +403,7 @@ TEST_F(DiscardingTest, ShorteningNamesTheFileThatCannotBeMade) {
   EXPECT_THAT(messages[0].text, ::testing::StartsWith("Unable to open /no/such/directory/sbr_"));
   EXPECT_THAT(messages[0].text, ::testing::EndsWith(" for write.  Specify different temporary file directory by\n"
                                                     "setting the TMP environment variable"));
-  EXPECT_EQ(body->modes[0].path.data(), old_path);
+  EXPECT_EQ(body->modes[sbr::Kind::shape].path.data(), old_path);
   expect_values(0, {0, 1, 2, 3, 4, 5, 6});
 }
 

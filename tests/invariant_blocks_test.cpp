@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/files.h"
 #include "support/mass_body.h"
 #include "support/messages.h"

@@ -1,6 +1,7 @@
 // Where the blocks of a record lie: existence, sizes, offsets, versions.
-#include "body.h"
-#include "recordlayout.h"
+#include "record/layout.h"
+
+#include "body/body.h"
 #include "support/record_test.h"
 
 namespace sbrtest {

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <limits>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/messages.h"
 
 namespace sbrtest {

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/record_builder.h"
@@ -118,7 +118,7 @@ TEST_F(ModeRoutesTest, ABadPartLoadsTheRecordAndFails) {
   std::vector<double> out(3 * kNodes, 9.0);
   EXPECT_EQ(SBR_Mode(body, 8, 0, out.data(), 2), 0);
   EXPECT_EQ(out[0], 9.0);
-  EXPECT_EQ(body->access.current_mode[0], 1);
+  EXPECT_EQ(body->access.current_mode[sbr::Kind::shape], 1);
   double *reference = nullptr;
   EXPECT_EQ(SBR_ModeByRef(body, 8, 0, &reference, -1), 0);
   double three[3] = {9, 9, 9};
@@ -254,7 +254,7 @@ TEST_F(ModeRoutesTest, OneNodeCachesItsPartForAllNodes) {
 
 TEST_F(ModeRoutesTest, TheCacheLimitFollowsTheBudgetTheNodesAndTheModes) {
   SBR body = SBR_Create(1, 1);
-  body->nodes.kinds[0].count = 1000;
+  body->nodes.kinds[sbr::Kind::shape].count = 1000;
   body->mode_table.mode_count = 100;
   const auto limit = [&](std::optional<std::string> megabytes) {
     const ScopedEnvironment variable("SBR_MAX_MODE_MEMORY", std::move(megabytes));
@@ -267,7 +267,7 @@ TEST_F(ModeRoutesTest, TheCacheLimitFollowsTheBudgetTheNodesAndTheModes) {
   EXPECT_EQ(limit(std::nullopt), 8738);
   EXPECT_EQ(limit("1"), 1048576 / 1000 / 3 / 8);
   for (const char *useless : {"0", "-5", "many", ""}) EXPECT_EQ(limit(useless), 8738) << useless;
-  body->nodes.kinds[0].count = 0;
+  body->nodes.kinds[sbr::Kind::shape].count = 0;
   EXPECT_EQ(limit(std::nullopt), 0) << "without nodes there is nothing to work out";
 }
 

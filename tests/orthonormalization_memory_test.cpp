@@ -2,7 +2,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/allocations.h"
 #include "support/files.h"
 #include "support/messages.h"

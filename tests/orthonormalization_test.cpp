@@ -7,7 +7,7 @@
 #include <random>
 #include <string>
 
-#include "sbrortho.h"
+#include "dynamics/orthonormalize.h"
 #include "support/messages.h"
 #include "support/modal_body.h"
 
@@ -101,12 +101,12 @@ TEST_F(OrthonormalizationTest, UnitMassesGiveTheIdentityAndNoTemporaryFile) {
   SBR body = make_modal_body(2, 3);
   set_diagonal(body, {1.0, 1.0, 1.0}, {0.0, 4.0, -4.0});
   const Values before = whole_mode_of(body, 2, 0);
-  const std::string path = body->modes[0].path.data();
+  const std::string path = body->modes[sbr::Kind::shape].path.data();
   log.clear();
   EXPECT_EQ(SBR_OrthoNormalize(body), 1);
   EXPECT_TRUE(log.take().empty());
   EXPECT_EQ(transformation_of(body), (Values{1, 0, 0, 0, 1, 0, 0, 0, 1}));
-  EXPECT_EQ(body->modes[0].path.data(), path);
+  EXPECT_EQ(body->modes[sbr::Kind::shape].path.data(), path);
   EXPECT_EQ(whole_mode_of(body, 2, 0), before);
   EXPECT_EQ(table_eigenvalues(body), (Values{0.0, 4.0, -4.0}));
   const auto &table = body->matrices.eigenvalues;
@@ -534,14 +534,14 @@ TEST_F(OrthonormalizationTest, LoadOfTheWrongLengthFailsBeforeTheModesAreTouched
   for (int load_case = 0; load_case < 3; ++load_case)
     for (int m = 1; m <= 2; ++m) SBR_SetModalLoad(body, load_case, m, 6.0);
   ASSERT_TRUE(body->loads.modal[1]->values.resize(1));
-  const std::string path = body->modes[0].path.data();
+  const std::string path = body->modes[sbr::Kind::shape].path.data();
   log.clear();
   EXPECT_EQ(SBR_OrthoNormalize(body), 0);
   EXPECT_EQ(log.take(), std::vector<Message>{error("Failed to transform modal loads following orthonormalization.\n")});
   EXPECT_EQ(body->loads.modal[0]->values[0], 3.0);
   EXPECT_EQ(body->loads.modal[1]->values[0], 6.0);
   EXPECT_EQ(body->loads.modal[2]->values[1], 3.0);
-  EXPECT_EQ(body->modes[0].path.data(), path);
+  EXPECT_EQ(body->modes[sbr::Kind::shape].path.data(), path);
 }
 
 TEST_F(OrthonormalizationTest, MonitorPointOperatorsGoThroughTheTransformation) {

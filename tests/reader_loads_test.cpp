@@ -1,7 +1,7 @@
 // Reading modal preload, modal loads, nodal loads, matrix operators and monitor points; fields that cannot be read.
 #include <cstring>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/record_test.h"
 
 namespace sbrtest {

@@ -1,7 +1,7 @@
 // Reading eigenvalues, mode lists and positions, generalized matrices, transformation, statistics, pre-vectors.
 #include <cmath>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/record_test.h"
 
 namespace sbrtest {
@@ -88,8 +88,9 @@ TEST_F(ModeReaderTest, ModeShapesStayOnDiskAndAreFoundByTheirNumbers) {
     record.modes(7, {10, 20}, {{5, ramp(12, 1)}, {3, ramp(12, 101)}});
     SBR body = expect_opened(record);
     EXPECT_EQ(numbers_of(body), (std::vector<int>{5, 3}));
-    EXPECT_EQ(body->store.offsets[0][0], static_cast<std::int64_t>(record.offset(7)) + 8 + 8 + 4);
-    EXPECT_EQ(body->store.offsets[0][1] - body->store.offsets[0][0], 12 * record.real_size() + 4);
+    EXPECT_EQ(body->store.offsets[sbr::Kind::shape][0], static_cast<std::int64_t>(record.offset(7)) + 8 + 8 + 4);
+    EXPECT_EQ(body->store.offsets[sbr::Kind::shape][1] - body->store.offsets[sbr::Kind::shape][0],
+              12 * record.real_size() + 4);
     EXPECT_EQ(part_of(body, 3, 0), (std::vector<double>{101, 102, 103, 107, 108, 109}));
   }
 }

@@ -3,8 +3,8 @@
 #include <climits>
 #include <vector>
 
-#include "body.h"
-#include "sbrdata.h"
+#include "body/body.h"
+#include "body/node_table.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -34,7 +34,7 @@ class RenumberingTest : public LibraryTest {
       for (int p = 0; p < SBR_ModeNodeCount(body, kind); ++p)
         EXPECT_EQ(SBR_ModeNodeIndex(body, kind, SBR_ModeNodeID(body, kind, p)), p) << kind;
     for (int kind = 0; kind < 3; ++kind) {
-      const auto keys = sbr::sorted_keys(*body, kind);
+      const auto keys = sbr::sorted_keys(*body, sbr::kKinds[kind]);
       for (std::size_t i = 1; i < keys.size(); ++i) EXPECT_LT(keys[i - 1].id, keys[i].id);
     }
   }

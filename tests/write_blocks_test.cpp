@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/messages.h"
@@ -322,10 +322,10 @@ TEST_F(WriteBlocksTest, WhatCannotBeToldFailsItsBlock) {
       {"eigenvalues", spoil_eigenvalues, "", "Problem writing eigenvalues.", false},
       {"damping", [](SBR body) { body->matrices.damping.release(); }, "no_ortho",
        "Problem writing Generalized Damping info.", true},
-      {"stress nodes", [](SBR body) { body->nodes.kinds[1].count = 0; }, "no_ortho", "Problem writing Modal Stress.\n",
-       true},
-      {"strain nodes", [](SBR body) { body->nodes.kinds[2].count = 0; }, "no_ortho", "Problem writing Modal Strain.",
-       true},
+      {"stress nodes", [](SBR body) { body->nodes.kinds[sbr::Kind::stress].count = 0; }, "no_ortho",
+       "Problem writing Modal Stress.\n", true},
+      {"strain nodes", [](SBR body) { body->nodes.kinds[sbr::Kind::strain].count = 0; }, "no_ortho",
+       "Problem writing Modal Strain.", true},
       {"preload", [](SBR body) { body->loads.preload.release(); }, "no_ortho", "Problem writing Preload.\n", false},
       {"pre-stress", [](SBR body) { body->pre.stress.release(); }, "no_ortho", "Problem writing Pre-Stress.\n", false},
       {"pre-strain", [](SBR body) { body->pre.strain.release(); }, "no_ortho", "Problem writing Pre-Strain.\n", false},

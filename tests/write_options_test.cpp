@@ -1,11 +1,11 @@
 // The option vocabulary: plain substrings, values of any length, and scans that meet the end of the text.
 #include <random>
 
-#include "sbroptions.h"
-#include "sbrplan.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/messages.h"
+#include "write/options.h"
+#include "write/plan.h"
 
 namespace sbrtest {
 namespace {
