@@ -158,7 +158,8 @@ void DataFile::leave_log() {
     alone.run(("PRAGMA user_version = " + std::to_string(kLayoutWithoutLog)).c_str());
 }
 
-// What has been stored stays stored if this fails, as it does while others use the file: one of the next writers succeeds.
+// What has been stored stays stored if this fails, as it does while others use the file: one of the next writers
+// succeeds.
 void DataFile::use_log() noexcept {
   if (layout_ == kLayoutWithoutLog) return;
   try {
