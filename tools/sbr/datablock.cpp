@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 
+#include "interrupt.h"
 #include "session.h"
 
 namespace sbrtool {
@@ -68,6 +69,7 @@ class Copy {
   void move(int (*read)(db_block, Value *, int), std::int64_t values) {
     std::array<Value, kPiece> piece;
     for (std::int64_t left = values; left > 0; left -= kPiece) {
+      require_no_interrupt();
       const std::int64_t size = std::min(left, kPiece);
       if (read(block_, piece.data(), static_cast<int>(size)) == 0) damaged("ends too early");
       write(piece.data(), static_cast<std::size_t>(size) * sizeof(Value));
@@ -86,9 +88,11 @@ class Copy {
   }
   // Reads and drops words; false where the record ends.
   bool skip(std::int64_t words) {
-    constexpr std::int64_t kStep = 1 << 30;
-    for (std::int64_t left = words; left > 0; left -= kStep)
+    constexpr std::int64_t kStep = 1 << 20;
+    for (std::int64_t left = words; left > 0; left -= kStep) {
+      require_no_interrupt();
       if (DB_SeekFWD(block_, -static_cast<int>(std::min(left, kStep))) == 0) return false;
+    }
     return true;
   }
 

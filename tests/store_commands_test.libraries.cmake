@@ -1,0 +1,13 @@
+if(NOT TARGET sbrkit_test_plugins)
+  add_subdirectory(plugins)
+endif()
+set(libraries sbrkit_test_plugins)
+# The grammar of the commands is also tested by itself.
+if(TARGET Qsrv_22_2 AND NOT TARGET sbrkit_store_commands)
+  add_library(sbrkit_store_commands OBJECT ${PROJECT_SOURCE_DIR}/store/command.cpp)
+  target_include_directories(sbrkit_store_commands INTERFACE ${PROJECT_SOURCE_DIR}/store)
+  target_link_libraries(sbrkit_store_commands PRIVATE sbrkit_options)
+endif()
+if(TARGET sbrkit_store_commands)
+  list(APPEND libraries sbrkit_store_commands)
+endif()

@@ -1,0 +1,7 @@
+if(NOT TARGET sbrkit_test_plugins)
+  add_subdirectory(plugins)
+endif()
+set(libraries sbrkit_test_plugins)
+if(TARGET Qsrv_22_2)
+  list(APPEND libraries SQLite::SQLite3)
+endif()
