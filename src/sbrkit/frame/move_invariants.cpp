@@ -71,7 +71,7 @@ bool recompute_invar4(SbrBody &body) noexcept {
     for (int i = 0; i < nodes; ++i) {
       double at[3];
       node_coordinates(body, i, at);
-      incr_scalar_tilde_vec(v.data(), nodal_mass(body, i), at, part.data() + 3 * static_cast<std::ptrdiff_t>(i));
+      add_tilde_vec(v.data(), nodal_mass(body, i), at, part.data() + 3 * static_cast<std::ptrdiff_t>(i));
     }
     if (!mode_part(body, j, Kind::shape, 1, part.data())) return false;
     for (int i = 0; i < nodes; ++i) {
@@ -135,7 +135,7 @@ bool translate_invar4(SbrBody &body, const double *d3) noexcept {
   for (std::size_t j = 0; j < std::min(modes_of(third), modes_of(fourth)); ++j) {
     const Vec3 v3 = vector_of_mode(third.span(), modes_of(third), j);
     Vec3 v4 = vector_of_mode(fourth.span(), modes_of(fourth), j);
-    incr_scalar_tilde_vec(v4.data(), 1.0, d3, v3.data());
+    add_tilde_vec(v4.data(), 1.0, d3, v3.data());
     set_vector_of_mode(fourth.span(), modes_of(fourth), j, v4);
   }
   return true;
@@ -158,7 +158,7 @@ bool translate_invar7(SbrBody &body) noexcept {
     double at[3];
     double I[9];
     node_coordinates(body, i, at);
-    incr_scalar_tilde_tilde(cell.data(), -nodal_mass(body, i), at, at);
+    add_tilde_tilde(cell.data(), -nodal_mass(body, i), at, at);
     if (nodal_inertia(body, i, I))
       for (std::size_t k = 0; k < 9; ++k) cell[k] += I[k];
   }
@@ -179,7 +179,7 @@ bool translate_invar8(SbrBody &body, const double *d3) noexcept {
     const std::span<double> nine = invar8_row(body, static_cast<int>(j));
     if (nine.empty()) break;
     const Vec3 v = vector_of_mode(third.span(), modes, j);
-    incr_scalar_tilde_tilde(nine.data(), 1.0, d3, v.data());
+    add_tilde_tilde(nine.data(), 1.0, d3, v.data());
   }
   return true;
 }

@@ -63,6 +63,10 @@ void sum_invar7(const SbrBody &body, Array<double> &cell) noexcept;
 // A working buffer that takes one part of a mode of kind 0: three values per node.
 [[nodiscard]] bool allocate_mode_buffer(const SbrBody &body, Array<double> &buffer) noexcept;
 
+// T += s ~a ~b and v += s a x b, where ~a b = a x b: nine values row by row, and three.
+void add_tilde_tilde(double *T9, double s, const double *a3, const double *b3) noexcept;
+void add_tilde_vec(double *v3, double s, const double *a3, const double *b3) noexcept;
+
 // sbrinvarpairs: makes invariants 5 and 9 anew, in place of what stood in the two cells. Reports nothing.
 [[nodiscard]] bool compute_modal_pair_invariants(SbrBody &body) noexcept;
 
