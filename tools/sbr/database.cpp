@@ -1,6 +1,5 @@
 // sbr db put, list, check, get: bodies in the solver's database.
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,6 +9,7 @@
 #include <iostream>
 
 #include "datablock.h"
+#include "output.h"
 #include "session.h"
 #include "writing.h"
 
@@ -153,6 +153,7 @@ void put(const std::string &input, const std::string &store, const std::string &
          const WriteOptions &options) {
   if (!store.ends_with(kSuffix)) throw Failure(kUsage, store + ": the name of a database ends with .MASTER");
   const Body body = open_record(input);
+  require_whole_nodes(body.get(), options);
   use_options(options);
   load_library();
   std::error_code code;
@@ -208,35 +209,6 @@ void check(const std::string &store, bool json, int &exit_code) {
   if (code != 0) exit_code = is_unreadable(code) ? kUnreadable : kFindings;
 }
 
-// The record that `get` makes. Unless it is finished, it goes.
-class NewRecord {
- public:
-  explicit NewRecord(const fs::path &path) : path_(path), stream_(std::fopen(path.c_str(), "wb")) {
-    if (stream_ == nullptr) throw Failure(kFailed, path.string() + ": " + std::strerror(errno));
-    struct stat status {};
-    removable_ = fstat(fileno(stream_), &status) == 0 && S_ISREG(status.st_mode);
-  }
-  ~NewRecord() {
-    if (stream_ != nullptr) std::fclose(stream_);
-    if (!finished_ && removable_) std::remove(path_.c_str());
-  }
-  NewRecord(const NewRecord &) = delete;
-  NewRecord &operator=(const NewRecord &) = delete;
-  [[nodiscard]] std::FILE *stream() const { return stream_; }
-  void finish() {
-    const bool closed = std::fclose(stream_) == 0;
-    stream_ = nullptr;
-    if (!closed) throw Failure(kFailed, path_.string() + ": " + std::strerror(errno));
-    finished_ = true;
-  }
-
- private:
-  fs::path path_;
-  std::FILE *stream_;
-  bool removable_ = false;
-  bool finished_ = false;
-};
-
 void refuse_own_files(const std::string &store, const std::string &output) {
   std::error_code code;
   if (fs::is_directory(output, code)) throw Failure(kUsage, output + ": is a directory");
@@ -257,9 +229,9 @@ void get(const std::string &store, int index, const std::string &output) {
                   store + ": no body " + std::to_string(index) + ", the database holds " + std::to_string(bodies));
   db_block block{DB_OpenDatablk(path.c_str(), index, nullptr), {0, 0}};
   if (block.unit == 0) throw Failure(kUnreadable, store + ": body " + std::to_string(index) + " cannot be opened");
-  NewRecord record(target);
+  OutputFile record(target);
   copy_to_record(block, record.stream());
-  record.finish();
+  record.commit();
   DB_CloseDatablk(block.unit);
 }
 

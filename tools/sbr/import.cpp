@@ -1,6 +1,4 @@
 // sbr import: turns the results of a finite-element run into a record.
-#include <unistd.h>
-
 #include <filesystem>
 #include <iostream>
 
@@ -21,21 +19,6 @@ using sbrtranslate::Where;
 const std::map<std::string, Where> kPlaces = {{"none", Where::none}, {"surface", Where::surface}, {"all", Where::all}};
 const std::map<std::string, ShellSide> kSides = {
     {"top", ShellSide::top}, {"middle", ShellSide::middle}, {"bottom", ShellSide::bottom}};
-
-// The record appears under its name only when it is whole.
-void write_whole(SBR body, const std::string &path, const WriteOptions &options) {
-  const std::string partial = path + ".partial-" + std::to_string(getpid());
-  const int errors_before = reported_errors();
-  std::error_code code;
-  write_record(body, "", partial, options);
-  if (reported_errors() == errors_before) {
-    std::filesystem::rename(partial, path, code);
-    if (!code) return;
-  }
-  std::error_code ignored;
-  std::filesystem::remove(partial, ignored);
-  throw Failure(kFailed, path + ": the record was not written" + (code ? ": " + code.message() : ""));
-}
 
 std::string vector_text(const sbrtranslate::Vec3 &v) { return brief(v[0]) + ", " + brief(v[1]) + ", " + brief(v[2]); }
 
@@ -168,7 +151,7 @@ void import_job(Request request) {
   } catch (const std::invalid_argument &problem) {
     throw Failure(kUsage, problem.what());
   }
-  write_whole(body.get(), request.output, request.write);
+  write_record(body.get(), "", request.output, request.write, Errors::fail);
   if (request.import.matrices) {
     sbrtranslate::report_body_modes(body.get(), report);
     sbrtranslate::judge_modes(report);
