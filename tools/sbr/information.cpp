@@ -225,6 +225,11 @@ Eigen eigen_of(SBR body, int number_of_mode) {
   Eigen eigen;
   eigen.known = SBR_Eigenvalue(body, number_of_mode, &eigen.eigenvalue, &eigen.hz, &eigen.rad, &eigen.mass,
                                &eigen.stiffness) != 0;
+  // The oldest layout gives the frequency of a negative eigenvalue as no number.
+  if (SBR_Version(body) == 10 && eigen.eigenvalue < 0.0 && std::isnan(eigen.hz)) {
+    eigen.rad = -std::sqrt(-eigen.eigenvalue * SBR_UCF(body));
+    eigen.hz = eigen.rad / 6.28318530718;
+  }
   return eigen;
 }
 

@@ -1,7 +1,9 @@
 // sbr transform: a body moved, turned, mirrored, renumbered.
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <iostream>
 #include <map>
 #include <sstream>
@@ -11,22 +13,38 @@
 namespace sbrtool {
 namespace {
 
+// The words between commas, without the blanks around them.
+std::vector<std::string> words_of(const std::string &text) {
+  std::vector<std::string> words;
+  std::istringstream list(text);
+  for (std::string word; std::getline(list, word, ',');) words.push_back(CLI::detail::trim_copy(word));
+  return words;
+}
+
 std::vector<double> numbers_of(const std::string &text, const std::string &option,
                                std::initializer_list<std::size_t> counts) {
   std::vector<double> values;
-  std::istringstream words(text);
-  for (std::string word; std::getline(words, word, ',');) {
-    std::size_t used = 0;
-    try {
-      values.push_back(std::stod(word, &used));
-    } catch (const std::exception &) {
-      used = 0;
-    }
-    if (used == 0 || used != word.size()) throw Failure(kUsage, option + ": '" + word + "' is not a number");
+  for (const std::string &word : words_of(text)) {
+    char *end = nullptr;
+    values.push_back(std::strtod(word.c_str(), &end));
+    if (word.empty() || *end != '\0' || !std::isfinite(values.back()))
+      throw Failure(kUsage, option + ": '" + word + "' is not a number");
   }
   for (const std::size_t count : counts)
     if (values.size() == count) return values;
   throw Failure(kUsage, option + ": wrong number of values in '" + text + "'");
+}
+
+std::vector<int> integers_of(const std::string &text, const std::string &option) {
+  std::vector<int> values;
+  for (const std::string &word : words_of(text)) {
+    int value = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    if (error != std::errc() || end != word.data() + word.size())
+      throw Failure(kUsage, option + ": '" + word + "' is not a whole number in range");
+    values.push_back(value);
+  }
+  return values;
 }
 
 void transform(SBR body, const std::string &option, const std::string &text) {
@@ -44,12 +62,11 @@ void transform(SBR body, const std::string &option, const std::string &text) {
     v.resize(6, 0.0);
     done = SBR_Mirror(body, v.data(), v.data() + 3);
   } else if (option == "--renumber") {
-    done = SBR_RenumberNodes(body, static_cast<int>(numbers_of(text, option, {1})[0]));
+    const std::vector<int> offset = integers_of(text, option);
+    if (offset.size() != 1) throw Failure(kUsage, option + ": one number is needed, not '" + text + "'");
+    done = SBR_RenumberNodes(body, offset[0]);
   } else {
-    std::vector<int> ids;
-    std::istringstream words(text);
-    for (std::string word; std::getline(words, word, ',');)
-      ids.push_back(static_cast<int>(numbers_of(word, option, {1})[0]));
+    const std::vector<int> ids = integers_of(text, option);
     done = SBR_RenumberInterfaceNodes(body, static_cast<int>(ids.size()), ids.data());
   }
   if (done == 0) throw Failure(kFailed, option + " " + text + ": refused");
@@ -98,12 +115,15 @@ void add_transform_command(CLI::App &app) {
   command->callback([job, command, values] {
     MovableBody body(job->input, job->options);
     std::map<std::string, std::size_t> used;
+    bool warned = false;
     for (const CLI::Option *given : command->parse_order()) {
       const std::string name = given->get_name();
       static const std::vector<std::string> kSteps = {"--translate", "--rotate", "--mirror", "--renumber",
                                                       "--renumber-interface"};
       if (std::find(kSteps.begin(), kSteps.end(), name) == kSteps.end()) continue;
-      if (used.empty() && name.compare(0, 10, "--renumber") != 0) warn_of_loads(body.get());
+      const bool moves = name.compare(0, 10, "--renumber") != 0;
+      if (moves && !warned) warn_of_loads(body.get());
+      warned = warned || moves;
       transform(body.get(), name, given->results().at(used[name]++));
     }
     if (used.empty()) throw Failure(kUsage, "nothing to do: give --translate, --rotate, --mirror or --renumber");
@@ -111,7 +131,5 @@ void add_transform_command(CLI::App &app) {
     write_record(body.get(), job->input, job->output, job->options);
   });
 }
-
-// ---- write, reduce, units ------------------------------------------------------------------------------------------
 
 }  // namespace sbrtool
