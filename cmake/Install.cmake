@@ -1,4 +1,4 @@
-# What is installed: library, headers, pkg-config file, CMake package, manual page.
+# What is installed: library, headers, pkg-config file, CMake package. The program and its pages install themselves.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS sbrkit EXPORT sbrkitTargets
@@ -15,6 +15,3 @@ install(FILES ${PROJECT_BINARY_DIR}/sbrkitConfig.cmake ${PROJECT_BINARY_DIR}/sbr
 configure_file(cmake/sbrkit.pc.in ${PROJECT_BINARY_DIR}/sbrkit.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/sbrkit.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-if(SBRKIT_BUILD_TOOLS)
-  install(FILES docs/sbr.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-endif()

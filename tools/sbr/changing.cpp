@@ -35,6 +35,7 @@ void add_units(CLI::App &app) {
   const auto job = add_job(*command);
   const auto system = std::make_shared<std::string>();
   command->add_option("--to", *system, "The system: " + unit_system_names() + ", or MASS,LENGTH,TIME,FORCE")
+      ->type_name("SYSTEM")
       ->required();
   command->callback([job, system] {
     const UnitSystem units = unit_system(*system);
@@ -65,7 +66,9 @@ void add_changing_commands(CLI::App &app, int &exit_code) {
   const auto options = std::make_shared<Options>();
   CLI::App *report = app.add_subcommand("report", "Print blocks of a record as text");
   report->add_option("FILE", options->file, "The record")->required();
-  report->add_option("BLOCK", options->blocks, "Block numbers, 1 to 36; all that exist when none is given")
+  report
+      ->add_option("BLOCK", options->blocks,
+                   "Block numbers, 1 to 36 as listed below; all that exist when none is given")
       ->check(CLI::Range(1, int{kBlockCount}));
   report->callback([options] { print_report(options->file, options->blocks); });
   add_write(app);

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <optional>
 
+#include "commandline.h"
 #include "comparing.h"
 
 namespace sbrtool {
@@ -181,8 +182,9 @@ void add_checking_commands(CLI::App &app, int &exit_code) {
   const auto options = std::make_shared<CheckOptions>();
   CLI::App *check = app.add_subcommand("check", "Check records: structure, units, numbers, physics");
   check->add_option("FILE", options->files, "The records")->required();
-  check->add_option("--tolerance", options->tolerance, "Relative tolerance (1e-6; 1e-4 for single precision)")
-      ->check(CLI::PositiveNumber);
+  above_zero(
+      check->add_option("--tolerance", options->tolerance, "Relative tolerance (1e-6; 1e-4 for single precision)"))
+      ->type_name("T");
   check->add_flag("--strict", options->strict, "Warnings make a record unsound too");
   check->add_flag("--json", options->json, "Print JSON");
   check->footer(

@@ -100,10 +100,6 @@ void add_reduce_command(CLI::App &app) {
   const auto job = add_job(*command);
   const auto keep_nodes = std::make_shared<bool>(false);
   command->add_flag("--keep-nodes", *keep_nodes, "Keep nodes that no face, interface or load refers to");
-  command->footer(
-      "Inner faces go, or --sketch replaces the faces, then --coarsen is applied. The inertia invariants are\n"
-      "computed and stored, then the nodes that nothing refers to go with their mode data: mass, center and\n"
-      "inertia stay those of the whole body.");
   command->callback([job, keep_nodes] { reduce(*job, *keep_nodes); });
 }
 

@@ -57,24 +57,29 @@ void add_write_options(CLI::App &command, WriteOptions &options) {
   const char *group = "Write options";
   command.add_flag("--single", options.single, "Single-precision reals")->group(group);
   command.add_flag("--no-xdr", options.no_xdr, "Native instead of XDR encoding")->group(group);
-  command.add_option("--lowpass", options.lowpass, "Drop modes above this frequency (Hz)")->group(group);
-  command.add_option("--highpass", options.highpass, "Drop modes up to this frequency (Hz)")->group(group);
-  command.add_option("--invariants", options.invariants, "Compute and store inertia invariants: full or fast")
+  command.add_option("--lowpass", options.lowpass, "Drop modes above this frequency")->type_name("HZ")->group(group);
+  command.add_option("--highpass", options.highpass, "Drop modes up to this frequency")->type_name("HZ")->group(group);
+  command
+      .add_option("--invariants", options.invariants,
+                  "Compute and store inertia invariants: all, or without 5 and 9 (fast)")
       ->check(CLI::IsMember({"full", "fast"}))
       ->group(group);
   command
-      .add_option("--coarsen", options.coarsen,
-                  "Fuse small flat faces: RES,ANGLE[,COLINEAR[,ID,...][,preserve_str]]; RES a fraction of the extent, "
-                  "ANGLE in degrees")
+      .add_option(
+          "--coarsen", options.coarsen,
+          "Fuse small flat faces: RES a fraction of the extent, ANGLE in degrees, COLINEAR 1 to remove vertices "
+          "on straight edges; the nodes of the IDs stay, with preserve_str those with stress too")
+      ->type_name("RES,ANGLE[,COLINEAR[,ID,...][,preserve_str]]")
       ->group(group);
   command.add_option("--sketch", options.sketch, "Replace the faces by those of a sketch file")
       ->check(CLI::ExistingFile)
+      ->type_name("SKETCH")
       ->group(group);
   command.add_flag("--strip-faces", options.strip_faces, "Remove faces that two elements share")->group(group);
   command.add_flag("--sparse-stress", options.sparse_stress, "Keep only nodes with stress or strain other than zero")
       ->group(group);
   command.add_flag("--full-stress", options.full_stress, "Stress and strain at all nodes (layout 4.1)")->group(group);
-  command.add_option("--layout", options.layout, "An old layout: 81 or 82")
+  command.add_option("--layout", options.layout, "An old layout, of version 8.1 or 8.2")
       ->check(CLI::IsMember({"81", "82"}))
       ->group(group);
   command.add_flag("--no-ortho", options.no_ortho, "Leave the modes as they are; store generalized mass and stiffness")
