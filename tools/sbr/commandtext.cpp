@@ -43,7 +43,9 @@ OptionText text_of(const CLI::Option &option) {
   if (option.get_type_size() != 0 && !positional) {
     text.value = !text.choices.empty()             ? joined(text.choices, "|")
                  : type == "INT" || type == "UINT" ? "N"
-                 : type == "FLOAT" ? "X" : type == "TEXT" ? "VALUE" : type;
+                 : type == "FLOAT"                 ? "X"
+                 : type == "TEXT"                  ? "VALUE"
+                                                   : type;
   }
   text.description = option.get_description();
   if (!option.get_default_str().empty()) text.description += " (default: " + option.get_default_str() + ")";

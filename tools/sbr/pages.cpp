@@ -79,6 +79,14 @@ const std::vector<Page> &pages() {
        {{"sbr diff old.sbr new.sbr", "Whether two runs of a model gave the same body."},
         {"sbr diff a.sbr b.sbr --rtol 1e-3 --json", "With another tolerance, for programs."},
         {"sbr diff a.sbr b.sbr --exact", "Value by value, modes by their place."}}},
+      {"export",
+       "Nodes, faces, interface nodes, modes, shapes, stress, strain, generalized matrices, inertia invariants and loads "
+       "become a table each, with the unit of every column: nodes.csv, shapes.npz and the like. The columns of a table "
+       "are the same in all formats. Rows of shapes and stress go mode by mode, node by node.\n"
+       "\n"
+       "In Python: numpy.load(\"DIR/shapes.npz\")[\"shapes\"][\"dx\"], and [\"units\"] for the units of the columns.",
+       {{"sbr export body.sbr --csv tables", "Comma-separated values; the units stand in the first line."},
+        {"sbr export body.sbr --npz arrays --json tables", "Two formats at once."}}},
       {"import",
        "Masses are lumped at the nodes; shapes, stress and strain are taken over from the results.",
        {{"sbr import ccx rod.inp -o rod.sbr --units mm-t-s-N --interface LEFT,RIGHT",
