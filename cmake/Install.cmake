@@ -1,5 +1,6 @@
-# What is installed: library, headers, pkg-config file, CMake package, manual page, documents and examples. Nothing of it
-# names the prefix: it is chosen by `cmake --install --prefix`, and the installed tree may be moved.
+# What is installed: library, headers, pkg-config file, CMake package, documents and examples; the program and its pages
+# install themselves. Nothing of it names the prefix: it is chosen by `cmake --install --prefix`, and the installed tree
+# may be moved.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS sbrkit EXPORT sbrkitTargets
@@ -60,6 +61,3 @@ foreach(document IN LISTS documents)
 endforeach()
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} USE_SOURCE_PERMISSIONS)
-if(SBRKIT_BUILD_TOOLS)
-  install(FILES docs/sbr.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-endif()

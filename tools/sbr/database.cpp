@@ -1,6 +1,5 @@
 // sbr db put, list, check, repair, get: bodies in the solver's database.
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,6 +12,7 @@
 
 #include "datablock.h"
 #include "interrupt.h"
+#include "output.h"
 #include "session.h"
 #include "writing.h"
 
@@ -298,6 +298,7 @@ void put(const std::string &input, const std::string &store, const std::string &
   require_name(store);
   const WorkDirectory directory;
   const Body body = open_record(input);
+  require_whole_nodes(body.get(), options);
   use_options(options);
   load_library();
   if (is_there(store)) require_usable(store);
@@ -422,53 +423,6 @@ void check(const std::string &store, bool json, int &exit_code) {
   if (code != 0) exit_code = is_unreadable(code) ? kUnreadable : kFindings;
 }
 
-// The record that `get` makes: written beside its place, where it appears when it is finished. What is no plain file,
-// as a device, is written to as it stands.
-class NewRecord {
- public:
-  explicit NewRecord(const fs::path &path) : path_(path) {
-    std::error_code code;
-    const fs::file_status there = fs::status(path, code);
-    if (fs::exists(there) && !fs::is_regular_file(there)) {
-      stream_ = std::fopen(path.c_str(), "wb");
-    } else {
-      if (const fs::path real = fs::canonical(path, code); !code) path_ = real;  // what a link leads to
-      open_beside(fs::exists(there) ? static_cast<mode_t>(there.permissions()) : 0666, fs::exists(there));
-    }
-    if (stream_ == nullptr) throw Failure(kFailed, path.string() + ": " + std::strerror(errno));
-  }
-  ~NewRecord() {
-    if (stream_ != nullptr) std::fclose(stream_);
-    if (!part_.empty()) std::remove(part_.c_str());
-  }
-  NewRecord(const NewRecord &) = delete;
-  NewRecord &operator=(const NewRecord &) = delete;
-  [[nodiscard]] std::FILE *stream() const { return stream_; }
-  void finish() {
-    const bool closed = std::fclose(stream_) == 0;
-    stream_ = nullptr;
-    if (!closed || (!part_.empty() && std::rename(part_.c_str(), path_.c_str()) != 0))
-      throw Failure(kFailed, path_.string() + ": " + std::strerror(errno));
-    part_.clear();
-  }
-
- private:
-  void open_beside(mode_t mode, bool keeps_mode) {
-    for (int number = 1; stream_ == nullptr; ++number) {
-      part_ = path_.string() + ".part-" + std::to_string(getpid()) + '-' + std::to_string(number);
-      const int file = open(part_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode & 0666);
-      if (file < 0 && errno == EEXIST) continue;
-      if (file >= 0 && keeps_mode) fchmod(file, mode);
-      if (file >= 0) stream_ = fdopen(file, "wb");
-      if (stream_ == nullptr && file < 0) part_.clear();
-      return;
-    }
-  }
-  fs::path path_;
-  std::string part_;
-  std::FILE *stream_ = nullptr;
-};
-
 void refuse_own_files(const std::string &store, const std::string &output) {
   std::error_code code;
   if (fs::is_directory(output, code)) throw Failure(kUsage, output + ": is a directory");
@@ -483,10 +437,10 @@ void get(const std::string &store, int index, const std::string &output) {
   const fs::path target = fs::absolute(output);
   const ReadingRun run;
   const db_block block{open_body(path, store, index), {0, 0}};
-  NewRecord record(target);
+  OutputFile record(target);
   copy_to_record(block, record.stream());
   DB_CloseDatablk(block.unit);
-  record.finish();
+  record.commit();
 }
 
 }  // namespace

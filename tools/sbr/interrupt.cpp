@@ -17,8 +17,8 @@
 namespace sbrtool {
 namespace {
 
-constexpr int kSignals[] = {SIGHUP, SIGINT, SIGTERM};
-constexpr std::size_t kSlots = 64;
+constexpr int kSignals[] = {SIGHUP, SIGINT, SIGTERM, SIGPIPE};
+constexpr std::size_t kSlots = 4096;
 
 // What goes when a signal comes. The handler reads the slots, so that they hold plain texts, which stay as long as they
 // stand here.

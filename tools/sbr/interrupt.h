@@ -1,4 +1,4 @@
-// What SIGHUP, SIGINT and SIGTERM do: the program ends by the signal, and leaves no unfinished file behind.
+// What SIGHUP, SIGINT, SIGTERM and SIGPIPE do: the program ends by the signal, and leaves no unfinished file behind.
 #ifndef SBRKIT_TOOLS_SBR_INTERRUPT_H
 #define SBRKIT_TOOLS_SBR_INTERRUPT_H
 
