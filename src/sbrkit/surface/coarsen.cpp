@@ -1,5 +1,5 @@
 // Coarsening: wherever a node sits in a small and nearly flat neighbourhood, the faces around it become one polygon.
-// This unit reads the options and runs the reduction; sbrcoarse.h tells where its steps stand.
+// This unit reads the options and runs the reduction; coarsen.h tells where its steps stand.
 #include "surface/coarsen.h"
 
 #include <algorithm>
@@ -34,7 +34,7 @@ bool build_faces(Mesh &mesh, const SbrBody &body) noexcept {
   for (FaceWalk walk(body.faces); walk.next(); ++slot) {
     Face &face = mesh.face(slot);
     face.nodes = room;
-    face.count = face.capacity = static_cast<std::int32_t>(walk.face().size());
+    face.count = static_cast<std::int32_t>(walk.face().size());
     face.present = true;
     room = std::copy(walk.face().begin(), walk.face().end(), room);
     mesh.merged_into[slot] = slot;
