@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "body/body.h"
+#include "modes/pending.h"
 #include "modes/store.h"
 
 namespace {
@@ -173,14 +174,14 @@ double enter_by_setters(bool node_major) {
   SBR body = SBR_Create(kModeNodes, kModes);
   for (int node = 0; node < kModeNodes; ++node) SBR_SetNodeCoordinates(body, node + 1, 0, 0, 0);
   for (int mode = 0; mode < kModes; ++mode) SBR_AddMode(body, mode + 1);
-  if (sbr::open_temporary_mode_file(*body, 0) == 0) std::abort();
+  if (!sbr::open_temporary_mode_file(*body, sbr::Kind::shape)) std::abort();
   double six[6] = {1, 2, 3, 4, 5, 6};
   const double seconds = seconds_of([&] {
     visit(node_major, [&](int mode, int node) {
       six[0] = mode + node;
       SBR_SetModeVec(body, mode + 1, node + 1, 0, six);
     });
-    if (!sbr::flush_mode_writes(*body, 0)) std::abort();
+    if (!sbr::flush_mode_writes(*body, sbr::Kind::shape)) std::abort();
   });
   SBR_Destroy(body);
   return seconds;

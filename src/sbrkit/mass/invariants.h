@@ -42,6 +42,12 @@ namespace sbr {
 [[nodiscard]] bool fill_invar8(SbrBody &body) noexcept;
 [[nodiscard]] bool fill_invar9(SbrBody &body) noexcept;
 
+// sbrinvarset: enters invariant 5 of a pair of modes, told by their indices, and its negative for the pair the other
+// way round. False after a report.
+bool enter_invar5(SbrBody &body, int row, int column, const double *v3) noexcept;
+// Global mass, center and inertia from invariants 1, 2 and 7.
+void calculate_global_mass(SbrBody &body) noexcept;
+
 // sbrinvarblocks: reads a block into a cell of zeros, run by run, in the body's units. False when the body has no such
 // block on file. What a short file does not hold stays zero.
 [[nodiscard]] bool read_invariant_block(SbrBody &body, int block, std::int64_t run, Array<double> &cell) noexcept;
