@@ -9,7 +9,7 @@
 #include <cstdlib>
 
 #include "base/reports.h"
-#include "surface/coarsen.h"
+#include "surface/coarsen_mesh.h"
 
 namespace sbr::coarse {
 namespace {

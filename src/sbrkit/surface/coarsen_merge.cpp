@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "base/reports.h"
-#include "surface/coarsen.h"
+#include "surface/coarsen_mesh.h"
 
 namespace sbr::coarse {
 namespace {

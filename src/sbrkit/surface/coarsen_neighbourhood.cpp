@@ -4,11 +4,11 @@
 // every node on its rim, so the answers come from less than the polygon. Its outposts, the outermost vertices in 26
 // directions, tell that one vertex is too far; boxes tell that all are near. The vertices themselves decide what is
 // then still open.
-#include "surface/coarsen.h"
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
+
+#include "surface/coarsen_mesh.h"
 
 namespace sbr::coarse {
 namespace {

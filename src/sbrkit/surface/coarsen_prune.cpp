@@ -12,7 +12,7 @@
 #include <numeric>
 
 #include "base/reports.h"
-#include "surface/coarsen.h"
+#include "surface/coarsen_mesh.h"
 
 namespace sbr::coarse {
 namespace {
