@@ -1,19 +1,26 @@
-// dynamic_library.hpp: shared libraries that are found by the product's search policy and loaded at most once.
-//
-// A library is named by its plain name ("Qsrv_22_2"), without directory and ending. It is looked for, in this order, in
-//   1. the directories of KTX_USER_PLUGIN_DIR, followed by those of PATH,
-//   2. the search list of the process (set_search_list), followed by those of PATH when step 1 did not have them,
-//   3. the directory short_topdir/KTX_CPU, when both variables are set,
-//   4. the current directory.
-// A name that is a path is taken as it is and searched for nowhere. Every name is tried with ".so" first, then as it
-// is. When a library has been loaded, its hook "_initialize" (or "<base name>_initialize") is called once; the hook
-// "_terminate" (or "<base name>_terminate") is called before it goes.
-//
-// Nothing here sends a message: a failed load answers false and leaves the reason in error_text(). A user who cannot
-// load a library sets VENTA_I_CAN_NOT_LOAD_MY_LIBRARY to the name of a file, to which every step is then appended.
-//
-// The classes are defined in this header, and their state (registry, last error, search list) belongs to the program or
-// shared library that includes it. No lock guards it. Exhausted memory is a failed operation, never an exception.
+/** @file
+ *  @brief Shared libraries that are found by the product's search policy and loaded at most once, for C++ callers.
+ *
+ *  Needs C++20, and a system with dlopen().
+ *
+ *  A library is named by its plain name ("Qsrv_22_2"), without directory and ending. It is looked for in
+ *
+ *  - first the directories of `KTX_USER_PLUGIN_DIR`, followed by those of `PATH`,
+ *  - then the search list of the process (ktxDynamicLibrary::set_search_list()), followed by those of `PATH` when the
+ *    first step did not have them,
+ *  - then the directory `short_topdir`/`KTX_CPU`, when both variables are set,
+ *  - last the current directory.
+ *
+ *  A name that is a path is taken as it is and searched for nowhere. Every name is tried with ".so" first, then as it
+ *  is. When a library has been loaded, its hook "_initialize" (or its base name followed by that) is called once; the
+ *  hook "_terminate" (likewise) is called before it goes. Hooks take nothing and give nothing.
+ *
+ *  Nothing here sends a message: a failed load answers false and leaves the reason in ktxDynamicLibrary::error_text().
+ *  A user who cannot load a library sets `VENTA_I_CAN_NOT_LOAD_MY_LIBRARY` to the name of a file, to which every step
+ *  is then appended.
+ *
+ *  The state (registry, last error, search list) belongs to the program or shared library that includes this header. No
+ *  lock guards it: one thread at a time. Exhausted memory is a failed operation, never an exception. */
 #ifndef SBRKIT_DYNAMIC_LIBRARY_HPP
 #define SBRKIT_DYNAMIC_LIBRARY_HPP
 
@@ -34,28 +41,35 @@
 
 // ---- names and directories -----------------------------------------------------------------------------------------
 
+/// Names, directories and the state behind the two classes. Hosts need none of it.
 namespace ktx {
 
+/// Stands between the directories of a list.
 inline constexpr char kListSeparator = ':';
+/// Stands between the directories of a path.
 inline constexpr char kDirectorySeparator = '/';
+/// The ending of shared libraries.
 inline constexpr const char *kLibrarySuffix = ".so";
+/// The letters that a library's name may start with.
 inline constexpr const char *kLibraryPrefix = "lib";
+/// The current directory, as a search tries it.
 inline constexpr const char *kCurrentDirectory = "./";
+/// The bytes of the last error, terminator included.
 inline constexpr std::size_t kErrorSize = 1025;
 
-// The value of an environment variable; null when it is not set or empty.
+/// The value of an environment variable; null when it is not set or empty.
 inline const char *variable(const char *name) {
   const char *value = std::getenv(name);
   return value != nullptr && *value != '\0' ? value : nullptr;
 }
 
-// The part of a path behind its last directory separator.
+/// The part of a path behind its last directory separator.
 inline std::string_view file_name_of(std::string_view path) {
   const std::size_t slash = path.rfind(kDirectorySeparator);
   return slash == std::string_view::npos ? path : path.substr(slash + 1);
 }
 
-// The file name without directory, extension and a leading "lib".
+/// The file name without directory, extension and a leading "lib".
 inline std::string base_name_of(std::string_view path) {
   std::string_view name = file_name_of(path);
   if (const std::size_t dot = name.rfind('.'); dot != std::string_view::npos && dot != 0) name = name.substr(0, dot);
@@ -63,20 +77,20 @@ inline std::string base_name_of(std::string_view path) {
   return std::string(name);
 }
 
-// True when the name ends with the platform's ending of shared libraries: a last dot that is neither the first
-// character nor one of two dots in a row, and from there exactly the ending.
+/// True when the name ends with the platform's ending of shared libraries: a last dot that is neither the first
+/// character nor one of two dots in a row, and from there exactly the ending.
 inline bool has_library_suffix(std::string_view name) {
   const std::size_t dot = name.rfind('.');
   if (dot == std::string_view::npos || dot == 0 || name[dot - 1] == '.') return false;
   return name.substr(dot) == kLibrarySuffix;
 }
 
-// True when the name gets a form with "lib" ahead of it: it has no directory and does not start with "lib".
+/// True when the name gets a form with "lib" ahead of it: it has no directory and does not start with "lib".
 inline bool takes_library_prefix(std::string_view name) {
   return name.find(kDirectorySeparator) == std::string_view::npos && !name.starts_with(kLibraryPrefix);
 }
 
-// True when the name says itself where the library is.
+/// True when the name says itself where the library is.
 inline bool is_path(std::string_view name) {
   if (name.empty()) return false;
   const char first = name.front();
@@ -86,8 +100,8 @@ inline bool is_path(std::string_view name) {
   return name.starts_with("./") || name.starts_with("../") || name.find(":/") != std::string_view::npos;
 }
 
-// Two lists of directories as one. A first list that starts and ends with the separator stands alone; one that only
-// starts with it comes second.
+/// Two lists of directories as one. A first list that starts and ends with the separator stands alone; one that only
+/// starts with it comes second.
 inline std::string join_lists(std::string_view first, std::string_view second) {
   const bool open_front = first.starts_with(kListSeparator);
   const bool open_end = first.ends_with(kListSeparator);
@@ -98,6 +112,7 @@ inline std::string join_lists(std::string_view first, std::string_view second) {
   return joined.append(second);
 }
 
+/// True when the path leads to something other than a directory.
 inline bool is_file(const std::string &path) {
   struct stat facts {};
   return ::stat(path.c_str(), &facts) == 0 && !S_ISDIR(facts.st_mode);
@@ -107,25 +122,31 @@ inline bool is_file(const std::string &path) {
 
 // ---- ktxLoader: one loaded library ---------------------------------------------------------------------------------
 
-// One registered library with a reference count. Building it loads the library and calls its initialize hook; its end
-// calls the terminate hook and closes the library.
+/// One registered library with a reference count. Building it loads the library and calls its initialize hook; its end
+/// calls the terminate hook and closes the library.
 class ktxLoader {
  public:
+  /// Loads the library of that path; without a directory in it, from the current one. module() is null, and the reason
+  /// in the last error, when that fails.
   explicit ktxLoader(std::string path);
+  /// Calls the terminate hook and closes the library.
   virtual ~ktxLoader();
   ktxLoader(const ktxLoader &) = delete;
   ktxLoader &operator=(const ktxLoader &) = delete;
 
-  // The library of that path with one more reference; loaded when the registry does not have its file name yet. Null,
-  // and the reason in last_error, when it cannot be loaded.
+  /// The library of that path with one more reference; loaded when the registry does not have its file name yet. Null,
+  /// and the reason in last_error, when it cannot be loaded.
   static std::shared_ptr<ktxLoader> load(const char *path);
-  // Drops one reference; the last one takes the library off the registry and ends it.
+  /// Drops one reference; the last one takes the library off the registry and ends it.
   static void unload(const std::shared_ptr<ktxLoader> &library);
-  // The registered library with the file name of the path, or null.
+  /// The registered library with the file name of the path, or null.
   static std::shared_ptr<ktxLoader> registered(std::string_view path);
 
+  /// How many users the library has.
   [[nodiscard]] int reference_count() const { return references_; }
+  /// The path that it was loaded from.
   [[nodiscard]] const std::string &path() const { return path_; }
+  /// The system's handle; null when it could not be loaded.
   [[nodiscard]] void *module() const { return module_; }
 
  private:
@@ -139,23 +160,24 @@ class ktxLoader {
 
 namespace ktx {
 
-// What the process knows about its libraries. It is never destroyed: libraries may go while the process ends.
+/// What the process knows about its libraries. It is never destroyed: libraries may go while the process ends.
 struct ProcessState {
-  std::map<std::string, std::shared_ptr<ktxLoader>, std::less<>> registry;  // by file name
-  std::unique_ptr<char[]> last_error;                                       // kErrorSize characters
-  std::optional<std::string> search_list;
-  int living_objects = 0;
-  std::FILE *trace = nullptr;
-  bool flag = false;
+  std::map<std::string, std::shared_ptr<ktxLoader>, std::less<>> registry;  ///< by file name
+  std::unique_ptr<char[]> last_error;                                       ///< kErrorSize characters
+  std::optional<std::string> search_list;                                   ///< directories that every search tries
+  int living_objects = 0;                                                   ///< of ktxDynamicLibrary
+  std::FILE *trace = nullptr;  ///< the trace file; open as long as the process
+  bool flag = false;           ///< of the loading constructor; decides nothing
 };
 
+/// The state of this program or shared library, made at the first call.
 inline ProcessState &process_state() {
   alignas(ProcessState) static unsigned char storage[sizeof(ProcessState)];
   static ProcessState *const state = new (storage) ProcessState;
   return *state;
 }
 
-// Opens the trace file that the user asked for, once.
+/// Opens the trace file that the user asked for, once.
 inline void open_trace() {
   ProcessState &state = process_state();
   if (state.trace != nullptr) return;
@@ -163,7 +185,7 @@ inline void open_trace() {
     state.trace = std::fopen(path, "a");
 }
 
-// Appends a line to the trace; each line is on the disk before the step that it announces.
+/// Appends a line to the trace; each line is on the disk before the step that it announces.
 inline void trace(const char *first, const char *second, const char *third = "") {
   std::FILE *stream = process_state().trace;
   if (stream == nullptr) return;
@@ -171,12 +193,13 @@ inline void trace(const char *first, const char *second, const char *third = "")
   std::fflush(stream);
 }
 
+/// Makes the buffer of the last error, when it is not there.
 inline void require_last_error() {
   ProcessState &state = process_state();
   if (!state.last_error) state.last_error.reset(new char[kErrorSize]());
 }
 
-// Keeps the text as the last error, cut to what the buffer holds.
+/// Keeps the text as the last error, cut to what the buffer holds.
 inline void set_last_error(const char *text) {
   require_last_error();
   std::snprintf(process_state().last_error.get(), kErrorSize, "%s", text);
@@ -264,37 +287,41 @@ inline void ktxLoader::unload(const std::shared_ptr<ktxLoader> &library) {
 
 // ---- ktxDynamicLibrary: finding, loading and using a library -------------------------------------------------------
 
+/// A user of a shared library: finds it, loads it, looks its symbols up. Objects that name the same file share it.
 class ktxDynamicLibrary {
  public:
+  /// An object without a library.
   ktxDynamicLibrary();
-  // Builds the object and loads the library. When there is a last error its text goes to *error.
+  /// Builds the object and loads the library as load() does. The flag decides nothing and is cleared by the loading.
   explicit ktxDynamicLibrary(const char *name, const char **error = nullptr, bool flag = false);
+  /// Lets the library go. The last object takes the search list with it.
   virtual ~ktxDynamicLibrary();
   ktxDynamicLibrary(const ktxDynamicLibrary &) = delete;
   ktxDynamicLibrary &operator=(const ktxDynamicLibrary &) = delete;
 
-  // Finds and loads the library; one that the object holds already is let go first. True when it is loaded. *error, if
-  // given, receives the pointer of error_text() when there is one.
+  /// Finds and loads the library; one that the object holds already is let go first. True when it is loaded. *error, if
+  /// given, receives the pointer of error_text() when there is one: an empty text after a success.
   bool load(const char *name, const char **error = nullptr);
-  // True while the object holds a library that is still loaded.
+  /// True while the object holds a library that is still loaded.
   [[nodiscard]] bool is_loaded() const { return !library_.expired(); }
-  // The address of a symbol, or null.
+  /// The address of a symbol, valid as long as the library is loaded; null without the symbol or a library.
   void *find_symbol(const char *name) const;
-  // Drops the object's reference. The last reference of a library calls its terminate hook and closes it.
+  /// Drops the object's reference. The last reference of a library calls its terminate hook and closes it.
   void unload();
-  // Finds the library and, when it is loaded, drops one reference.
+  /// Finds the library and, when it is loaded, drops one reference.
   void unload_by_name(const char *name);
-  // The references to the library that the name leads to; 0 when it is not loaded or not found, -1 for an empty name.
+  /// The references to the library that the name leads to; 0 when it is not loaded or not found, -1 for an empty name.
   int reference_count_of(const char *name);
-  // The path that the name leads to, for the caller to free with free(); null when nothing is found.
+  /// The path that the name leads to, for the caller to free with free(); null when nothing is found.
   char *full_name(const char *name);
 
-  // Replaces the search list of the process, or with the flag appends to it. An empty list or null replaces it by none.
-  // The list goes with the last living object.
+  /// Replaces the search list of the process, or with the flag appends to it. An empty list or null replaces it by
+  /// none. The list goes with the last living object.
   static void set_search_list(const char *list, bool append);
-  // The search list; null when none is set.
+  /// The search list, valid until it is set again; null when none is set.
   static const char *search_list();
-  // The reason of the last failure, empty after a success; null when nothing is loaded and nothing has failed.
+  /// The reason of the last failure, empty after a success; null when nothing is loaded and nothing has failed. The
+  /// text lies in one buffer, which the next loading overwrites, and which goes with the last library.
   static const char *error_text();
 
  private:
