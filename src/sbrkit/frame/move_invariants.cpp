@@ -6,6 +6,7 @@
 #include "base/reports.h"
 #include "body/node_table.h"
 #include "mass/invariants.h"
+#include "mass/tilde.h"
 #include "modes/access.h"
 
 namespace sbr {
@@ -60,28 +61,16 @@ bool recompute_invar4(SbrBody &body) noexcept {
     return false;
   }
   if (!filled) return false;
-  const int nodes = kind_count(body, Kind::shape);
   Array<double> part;
-  if (!part.allocate(3 * static_cast<std::int64_t>(nodes))) return report_no_memory(unit_name::kMotion);
+  if (!allocate_mode_buffer(body, part)) return report_no_memory(unit_name::kMotion);
   Array<double> &cell = body.invariants.invar4;
   const std::size_t modes = modes_of(cell);
   for (int j = 0; j < mode_count(body); ++j) {
     Vec3 v{};
     if (!mode_part(body, j, Kind::shape, 0, part.data())) return false;
-    for (int i = 0; i < nodes; ++i) {
-      double at[3];
-      node_coordinates(body, i, at);
-      add_tilde_vec(v.data(), nodal_mass(body, i), at, part.data() + 3 * static_cast<std::ptrdiff_t>(i));
-    }
+    add_orbital_terms(body, part.data(), v.data());
     if (!mode_part(body, j, Kind::shape, 1, part.data())) return false;
-    for (int i = 0; i < nodes; ++i) {
-      double I[9];
-      if (!nodal_inertia(body, i, I)) continue;
-      const double *t = part.data() + 3 * static_cast<std::ptrdiff_t>(i);
-      v[0] += I[0] * t[0] + I[3] * t[1] + I[6] * t[2];
-      v[1] += I[1] * t[0] + I[4] * t[1] + I[7] * t[2];
-      v[2] += I[2] * t[0] + I[5] * t[1] + I[8] * t[2];
-    }
+    add_inertia_terms(body, part.data(), v.data());
     if (static_cast<std::size_t>(j) < modes) set_vector_of_mode(cell.span(), modes, static_cast<std::size_t>(j), v);
   }
   return true;
@@ -135,7 +124,7 @@ bool translate_invar4(SbrBody &body, const double *d3) noexcept {
   for (std::size_t j = 0; j < std::min(modes_of(third), modes_of(fourth)); ++j) {
     const Vec3 v3 = vector_of_mode(third.span(), modes_of(third), j);
     Vec3 v4 = vector_of_mode(fourth.span(), modes_of(fourth), j);
-    add_tilde_vec(v4.data(), 1.0, d3, v3.data());
+    add_cross(v4.data(), 1.0, d3, v3.data());
     set_vector_of_mode(fourth.span(), modes_of(fourth), j, v4);
   }
   return true;

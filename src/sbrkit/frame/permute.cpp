@@ -2,6 +2,7 @@
 #include "base/mat3.h"
 #include "body/node_table.h"
 #include "body/registry.h"
+#include "dynamics/drop_modes.h"
 #include "frame/turn_modes.h"
 #include "modes/transform.h"
 
@@ -48,7 +49,7 @@ void permute_body(SbrBody &body, const double *origin3, int new_mode_count, doub
     change_modes(body, [&](Kind kind) { (void)transform_modes(body, kind, mode_count(body), mode_transformation); });
   if (rotate) change_modes(body, [&](Kind kind) { turn_modes(body, kind, transposed); });
   move_to_frame(body, origin3, transposed, rotate);
-  body.mode_table.mode_count = new_mode_count;
+  drop_modes_behind(body, new_mode_count);
 }
 
 // Removes what a permutation made out of date. The masses stay in the node records.

@@ -152,18 +152,28 @@ void transform_monitor_point(SbrBody &body, int point, const double *matrix, Arr
 
 }  // namespace
 
-bool transform_modes(SbrBody &body, Kind kind, int new_count, const double *matrix) noexcept {
-  const int old_count = mode_count(body);
+bool ModeTransformation::prepare(int new_count, const double *matrix) noexcept {
+  const int old_count = mode_count(body_);
   if (new_count < 0 || new_count > old_count) {
     report_error("Cannot make %d modes out of the %d modes of the body.\n", new_count, old_count);
     return false;
   }
-  const ModeTask task{body, kind, old_count, new_count, matrix, 6 * static_cast<std::int64_t>(kind_count(body, kind))};
-  ModeRewrite rewrite(body, kind, RewritePurpose::basis);
-  if (!rewrite.begin()) return false;
-  if (!rewrite.complete(body.matrices.modes_not_orthogonal != 0 ? combine(task, rewrite) : scale(task, rewrite)))
-    return false;
-  rewrite.install();
+  const std::int64_t values = 6 * static_cast<std::int64_t>(kind_count(body_, kind_));
+  const ModeTask task{body_, kind_, old_count, new_count, matrix, values};
+  if (!rewrite_.begin()) return false;
+  prepared_ =
+      rewrite_.complete(body_.matrices.modes_not_orthogonal != 0 ? combine(task, rewrite_) : scale(task, rewrite_));
+  return prepared_;
+}
+
+void ModeTransformation::install() noexcept {
+  if (prepared_) rewrite_.install();
+}
+
+bool transform_modes(SbrBody &body, Kind kind, int new_count, const double *matrix) noexcept {
+  ModeTransformation transformation(body, kind);
+  if (!transformation.prepare(new_count, matrix)) return false;
+  transformation.install();
   return true;
 }
 
