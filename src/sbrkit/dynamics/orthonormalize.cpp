@@ -354,6 +354,9 @@ void add_masses_between(SbrBody &body, int first_count, int extra_count) noexcep
 }
 
 }  // namespace
+
+bool orthonormalize(SbrBody &body) noexcept { return SBR_OrthoNormalize(&body) != 0; }
+
 }  // namespace sbr
 
 extern "C" {

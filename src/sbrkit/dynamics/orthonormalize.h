@@ -50,6 +50,9 @@ inline void set_eigenvalue(EigenRecord &row, double eigenvalue, double ucf) noex
   row.frequency_hz = row.frequency_rad / kTwoPi;
 }
 
+// Makes the modes orthonormal and everything modal with them. False without modes, and after a report.
+bool orthonormalize(SbrBody &body) noexcept;
+
 // Keeps the present mode numbers as those before the transformation, and numbers modes and rows from 1. The list of
 // the numbers before has room for all rows.
 void renumber_modes_from_one(SbrBody &body, Array<std::int32_t> &numbers_before) noexcept;

@@ -1,4 +1,6 @@
 // The general damping matrix on principal axes: six rigid-body coordinates, then the elastic modes.
+#include "dynamics/principal_damping.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -108,6 +110,9 @@ int place_entries(SbrBody &body, double **rows, int count, const int *selected, 
 }
 
 }  // namespace
+
+bool damping_on_principal_axes(SbrBody &body) noexcept { return SBR_DampingOnPrincipalAxes(&body) != 0; }
+
 }  // namespace sbr
 
 extern "C" {

@@ -1,4 +1,6 @@
 // Modal preloads and loads on principal axes: the rigid entries of a modal vector become forces and moments.
+#include "dynamics/principal_loads.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -181,6 +183,9 @@ void carry_preload(SbrBody &body, Projection project, int r) noexcept {
 }
 
 }  // namespace
+
+void rigid_forces_on_principal_axes(SbrBody &body) noexcept { SBR_RigidBodyForcesOnPrincipalAxes(&body); }
+
 }  // namespace sbr
 
 extern "C" {

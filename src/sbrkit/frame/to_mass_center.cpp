@@ -1,4 +1,6 @@
 // Moving the body's reference frame to its center of mass, as the writer does on request.
+#include "frame/to_mass_center.h"
+
 #include "base/reports.h"
 #include "body/body.h"
 #include "body/registry.h"
@@ -16,6 +18,9 @@ void move_moments(Array<double> &load, const double *c) noexcept {
 }
 
 }  // namespace
+
+void shift_to_mass_center(SbrBody &body) noexcept { SBR_ShiftLBRFtoCM(&body); }
+
 }  // namespace sbr
 
 extern "C" {

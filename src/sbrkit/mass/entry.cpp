@@ -111,6 +111,9 @@ void check_global_mass(SbrBody &body, double mass, const double *center, const d
 }
 
 }  // namespace
+
+void compute_global_mass(SbrBody &body) noexcept { SBR_CalculateGlobalMassFromNodeMass(&body); }
+
 }  // namespace sbr
 
 extern "C" {

@@ -202,6 +202,11 @@ void report_insufficient(const char *which) noexcept {
 void request(double *copy) noexcept { std::free(copy); }
 
 }  // namespace
+
+void compute_rigid_invariants(SbrBody &body) noexcept { SBR_RigidComputeInvars(&body); }
+void compute_fast_invariants(SbrBody &body) noexcept { SBR_FastComputeInvars(&body); }
+void compute_full_invariants(SbrBody &body) noexcept { SBR_FullComputeInvars(&body); }
+
 }  // namespace sbr
 
 using sbr::full_mass;

@@ -42,6 +42,14 @@ namespace sbr {
 [[nodiscard]] bool fill_invar8(SbrBody &body) noexcept;
 [[nodiscard]] bool fill_invar9(SbrBody &body) noexcept;
 
+// Work out a whole set of invariants once, for its filling effect: the rigid ones, those that need one pass over the
+// modes, and all.
+void compute_rigid_invariants(SbrBody &body) noexcept;
+void compute_fast_invariants(SbrBody &body) noexcept;
+void compute_full_invariants(SbrBody &body) noexcept;
+// The global mass properties that follow from invariants 1, 2 and 7.
+void compute_global_mass(SbrBody &body) noexcept;
+
 // sbrinvarblocks: reads a block into a cell of zeros, run by run, in the body's units. False when the body has no such
 // block on file. What a short file does not hold stays zero.
 [[nodiscard]] bool read_invariant_block(SbrBody &body, int block, std::int64_t run, Array<double> &cell) noexcept;

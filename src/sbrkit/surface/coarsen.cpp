@@ -269,6 +269,12 @@ void merge_all(Mesh &mesh, const Limits &limits) noexcept {
 }  // namespace
 }  // namespace sbr::coarse
 
+namespace sbr {
+
+void trim_geometry(SbrBody &body, const char *options) noexcept { SBR_TrimGeometry(&body, options); }
+
+}  // namespace sbr
+
 extern "C" {
 
 void SBR_TrimGeometry(SBR body, const char *options) {

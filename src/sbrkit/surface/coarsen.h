@@ -10,6 +10,13 @@
 
 #include "body/body.h"
 
+namespace sbr {
+
+// Coarsens the faces under the options of SBR_TrimGeometry.
+void trim_geometry(SbrBody &body, const char *options) noexcept;
+
+}  // namespace sbr
+
 namespace sbr::coarse {
 
 struct Face {

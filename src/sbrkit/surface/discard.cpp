@@ -1,5 +1,7 @@
 // Discarding: the nodes that no face, interface node or nodal load refers to leave the node table, and with it the mode
 // data of all kinds.
+#include "surface/discard.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +17,7 @@ namespace {
 
 // ---- the keep list ----------------------------------------------------------------------------------------
 
+// What a host asks for that calls an operation by itself; a write has read its options already.
 bool modal_load_nodes_are_kept() noexcept {
   const char *options = std::getenv("KTX_SBRWRITE_OPTIONS");
   return options == nullptr || std::strstr(options, "optimize_mforce_nodes") == nullptr;
@@ -54,8 +57,7 @@ void tidy(Array<std::int32_t> &nodes, int node_count) noexcept {
 }
 
 // Fills the cached keep list. False after a report.
-bool build_geometry_nodes(SbrBody &body) noexcept {
-  const bool with_loads = modal_load_nodes_are_kept();
+bool build_geometry_nodes(SbrBody &body, bool with_loads) noexcept {
   const std::int64_t room = static_cast<std::int64_t>(body.faces.list.size() + body.interface_nodes.nodes.size()) +
                             (with_loads ? nodal_load_count(body) : 0);
   Array<std::int32_t> nodes;
@@ -166,17 +168,23 @@ class Discarding {
   PerKind<Array<std::int32_t>> kind_nodes_;
 };
 
-struct FreeBlock {
-  int *block;
-  ~FreeBlock() { std::free(block); }
-};
-
 // A keep list is good for the node table it was made of; one that outlived it keeps what is left.
-int valid_count(const SbrBody &body, const int *keep, int count) noexcept {
-  return static_cast<int>(std::lower_bound(keep, keep + count, node_count(body)) - keep);
+std::span<const std::int32_t> valid_part(const SbrBody &body, const Array<std::int32_t> &keep) noexcept {
+  return {keep.begin(), std::lower_bound(keep.begin(), keep.end(), node_count(body))};
 }
 
 }  // namespace
+
+bool discard_unreferenced_nodes(SbrBody &body, bool keep_load_nodes) noexcept {
+  if (!body.geometry.geometry_nodes && !build_geometry_nodes(body, keep_load_nodes)) return true;
+  // The list is used once, whatever comes of it.
+  const Array<std::int32_t> keep = std::move(body.geometry.geometry_nodes);
+  Discarding discarding(body, valid_part(body, keep));
+  if (!discarding.prepare()) return false;
+  discarding.install();
+  return true;
+}
+
 }  // namespace sbr
 
 extern "C" {
@@ -185,7 +193,7 @@ int *SBR_GeometryNodes(SBR body, int *count) {
   if (count != nullptr) *count = 0;
   if (!sbr::require_body(body)) return nullptr;
   sbr::Array<std::int32_t> &nodes = body->geometry.geometry_nodes;
-  if (!nodes && !sbr::build_geometry_nodes(*body)) return nullptr;
+  if (!nodes && !sbr::build_geometry_nodes(*body, sbr::modal_load_nodes_are_kept())) return nullptr;
   sbr::Array<std::int32_t> copy;
   if (!copy.allocate(nodes.count())) {
     sbr::report_no_memory(sbr::unit_name::kTools);
@@ -198,15 +206,7 @@ int *SBR_GeometryNodes(SBR body, int *count) {
 
 int SBR_DiscardUnreferencedNodes(SBR body) {
   if (!sbr::require_body(body)) return 0;
-  int count = 0;
-  const sbr::FreeBlock keep{SBR_GeometryNodes(body, &count)};
-  if (keep.block == nullptr) return 1;
-  count = sbr::valid_count(*body, keep.block, count);
-  sbr::Discarding discarding(*body, {keep.block, static_cast<std::size_t>(count)});
-  const bool prepared = discarding.prepare();
-  if (prepared) discarding.install();
-  body->geometry.geometry_nodes.release();
-  return prepared ? 1 : 0;
+  return sbr::discard_unreferenced_nodes(*body, sbr::modal_load_nodes_are_kept()) ? 1 : 0;
 }
 
 int SBR_RemoveInternalGeometry(SBR body) {
@@ -214,7 +214,7 @@ int SBR_RemoveInternalGeometry(SBR body) {
   if (body->geometry.internal_geometry_removed != 0) return body->geometry.internal_geometry_removed;
   sbr::report_info("\n Remove internal geometry of SBR\n");
   SBR_StripCommonFaces(body);
-  (void)SBR_DiscardUnreferencedNodes(body);
+  (void)sbr::discard_unreferenced_nodes(*body, sbr::modal_load_nodes_are_kept());
   return body->geometry.internal_geometry_removed;
 }
 

@@ -1,4 +1,6 @@
 // Sketching: a plain text file with faces written by hand takes the place of the face list.
+#include "surface/sketch.h"
+
 #include <climits>
 #include <cstdio>
 #include <memory>
@@ -68,6 +70,8 @@ struct CloseFile {
 };
 
 }  // namespace
+void sketch_grid(SbrBody &body, const char *path) noexcept { SBR_SketchGrid(&body, path); }
+
 }  // namespace sbr
 
 extern "C" void SBR_SketchGrid(SBR body, const char *path) {

@@ -1,5 +1,7 @@
 // Stripping: the faces that two solid elements share lie inside the body. Sorting brings equal polygons together,
 // wherever they start and whichever way they wind; pairs of opposite winding go.
+#include "surface/strip.h"
+
 #include <algorithm>
 
 #include "base/reports.h"
@@ -133,6 +135,8 @@ class Stripper {
 };
 
 }  // namespace
+void strip_common_faces(SbrBody &body) noexcept { SBR_StripCommonFaces(&body); }
+
 }  // namespace sbr
 
 extern "C" void SBR_StripCommonFaces(SBR body) {
