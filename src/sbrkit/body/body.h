@@ -18,7 +18,7 @@
 
 namespace sbr {
 
-// ---- node and mode tables: sbrdata ---------------------------------------------------------------------------------
+// ---- node and mode tables: body/node_table ---------------------------------------------------------------------------
 
 struct NodeRecord {
   std::int32_t id = 0;
@@ -52,9 +52,9 @@ struct ModeTable {
   Array<std::int32_t> mode_numbers;  // mode_capacity entries when built, mode_count when read
 };
 
-// ---- mode storage: sbrmodestore ------------------------------------------------------------------------------------
+// ---- mode storage: modes/store, its waiting values modes/pending -----------------------------------------------------
 
-// A run of adjacent values of one mode's record that waits to be written: unit sbrmodewrites.
+// A run of adjacent values of one mode's record that waits to be written.
 struct ModeRun {
   std::int32_t mode;     // mode index
   std::int32_t node_id;  // the node that the run starts with, for the report of a failed seek
@@ -80,7 +80,7 @@ struct ModeStore {
   PerKind<PendingModeWrites> pending;           // per kind, entered but not yet in the temporary file
 };
 
-// ---- mode access: sbrmodes -----------------------------------------------------------------------------------------
+// ---- mode access: modes/access ---------------------------------------------------------------------------------------
 
 struct ModeAccess {
   PerKind<int> current_mode{{-1, -1, -1}};  // mode index held in current_record; mode_count for a pre-vector
@@ -90,7 +90,7 @@ struct ModeAccess {
   Array<std::int32_t> transformation_modes;
 };
 
-// ---- units: sbrunits -----------------------------------------------------------------------------------------------
+// ---- units: body/units; frame/switch_units changes them --------------------------------------------------------------
 
 struct UnitFactors {
   double force = 1.0;
@@ -108,7 +108,7 @@ struct UnitState {
   UnitFactors unit;   // the product of all changes since the data was stored
 };
 
-// ---- generalized matrices and eigenvalues: sbrmatrices -------------------------------------------------------------
+// ---- generalized matrices and eigenvalues: body/matrices -------------------------------------------------------------
 
 struct SparseEntry {
   std::int32_t row = 0;  // mode indices
@@ -127,7 +127,7 @@ struct GeneralizedMatrices {
   int damping_on_principal_axes = 0;
 };
 
-// ---- faces and interface nodes: sbrset -----------------------------------------------------------------------------
+// ---- faces and interface nodes: body/faces ---------------------------------------------------------------------------
 
 struct FaceList {
   int face_count = 0;
@@ -141,7 +141,7 @@ struct InterfaceNodes {
   int mapped = -1;            // length of `nodes` that `place` describes; -1 for none
 };
 
-// ---- global properties and inertia invariants: sbrinvar ------------------------------------------------------------
+// ---- global properties and inertia invariants: mass/invariants -------------------------------------------------------
 
 // Filled cells have memory. The shapes follow from the mode count at the time a cell was made, kept in `modes`.
 struct Invariants {
@@ -155,7 +155,7 @@ struct Invariants {
   Array<double> invar9;  // M x M cells of 9
 };
 
-// ---- loads: sbrloads -----------------------------------------------------------------------------------------------
+// ---- loads: body/loads -----------------------------------------------------------------------------------------------
 
 struct ModalLoad {
   char label[256] = {};
@@ -176,14 +176,14 @@ struct Loads {
   OwnedList<NodalLoadCase> nodal;
 };
 
-// ---- statistics, pre-stress, pre-strain: sbrstatistics, sbrset -----------------------------------------------------
+// ---- pre-stress and pre-strain: modes/entry --------------------------------------------------------------------------
 
 struct PreVectors {
   Array<SixVector> stress;  // by kind position of kind 1
   Array<SixVector> strain;  // by kind position of kind 2
 };
 
-// ---- monitor points and matrix operators: sbrmonpnt, sbrmtxop ------------------------------------------------------
+// ---- monitor points: body/monitor_points; matrix operators: body/matrix_operators ------------------------------------
 
 struct MonitorPoint {
   int type = 0;
@@ -211,7 +211,7 @@ struct MatrixOperator {
   OwnedList<SubOperator> sub_operators;
 };
 
-// ---- surface state and free edges: sbrtools, sbrcoarse, sbrfreeedge ------------------------------------------------
+// ---- surface state: surface/discard; free edges: surface/free_edges --------------------------------------------------
 
 struct GeometryState {
   Array<std::int32_t> geometry_nodes;  // the keep list, while it lasts
@@ -228,7 +228,8 @@ struct FreeEdges {
 
 }  // namespace sbr
 
-// One flexible body. Lives on the registry of sbrcreate from its creation to its release.
+// One flexible body. Lives on the registry (body/registry) from its creation to its release.
+// The record channel and its layout belong to read/reader, header texts to body/header, statistics to modes/statistics.
 struct SbrBody {
   SbrBody *next = nullptr;
   int reference_count = 1;
