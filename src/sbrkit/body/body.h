@@ -61,7 +61,6 @@ struct ModeRun {
   std::int32_t dof;      // value position of that node, 0 when the run started with all six
   std::int32_t count;    // values in the run; 0 for a free place
   std::int64_t first;    // where the run starts in the record, in values
-  std::int64_t room;     // bytes of the mode's record; 0 until worked out
 };
 
 struct PendingModeWrites {
@@ -73,17 +72,20 @@ struct PendingModeWrites {
 
 struct ModeStore {
   PerKind<Array<std::int64_t>> offsets;  // per kind, where each mode's record starts in the kind's channel
+  PerKind<std::int64_t> record_bytes;    // per kind, the length of a record in a temporary file; 0 without records
+  PerKind<std::int64_t> reserved_bytes;  // per kind, how far the temporary file is known to reach
   int keep_in_memory = 1;
-  int memory_limit = 0;  // cache slots that may be filled; 0 until worked out
-  int memory_used = 0;
-  PerKind<OwnedList<Array<double>>[2]> memory;  // by kind and part: per mode index a cached part, or an empty place
-  PerKind<PendingModeWrites> pending;           // per kind, entered but not yet in the temporary file
+  int memory_limit = 0;                   // cache slots that may be filled; 0 until worked out
+  int memory_used = 0;                    // parts stored since the cache was cleaned
+  OwnedList<Array<double>> parts;         // those parts, also the ones that no longer count
+  PerKind<Array<std::int32_t>[2]> slots;  // by kind and part: per mode index its place in `parts` plus 1, or 0
+  PerKind<PendingModeWrites> pending;     // per kind, entered but not yet in the temporary file
 };
 
 // ---- mode access: modes/access ---------------------------------------------------------------------------------------
 
 struct ModeAccess {
-  PerKind<int> current_mode{{-1, -1, -1}};  // mode index held in current_record; mode_count for a pre-vector
+  PerKind<int> current_mode{{-1, -1, -1}};  // mode index held in current_record; -1 for none, kPreVector
   PerKind<Array<double>> current_record;
   Array<double> ref_buffer;
   Array<double> transformation;  // mode_count x mode_count, row by row, at the time it was made

@@ -112,7 +112,34 @@ void check_global_mass(SbrBody &body, double mass, const double *center, const d
 
 }  // namespace
 
-void compute_global_mass(SbrBody &body) noexcept { SBR_CalculateGlobalMassFromNodeMass(&body); }
+bool enter_invar5(SbrBody &body, int row, int column, const double *v3) noexcept {
+  if (!ready(body.invariants.invar5, pair_cell_size(3, mode_count(body)))) return false;
+  if (row == column && std::any_of(v3, v3 + 3, [](double v) { return std::fabs(v) > kTolerance; }))
+    report_warning("I5(%d, %d) is not zero.\n   (%14.8e, %14.8e, %14.8e)", mode_number(body, row),
+                   mode_number(body, column), v3[0], v3[1], v3[2]);
+  const std::span<double> values = invar5_row(body, row);
+  const std::span<double> mirror = invar5_row(body, column);
+  if (values.empty()) return report_unknown_mode(mode_number(body, row)) != 0;
+  if (mirror.empty()) return report_unknown_mode(mode_number(body, column)) != 0;
+  const std::size_t modes = values.size() / 3;
+  for (std::size_t c = 0; c < 3; ++c) {
+    values[c * modes + static_cast<std::size_t>(column)] = v3[c];
+    mirror[c * modes + static_cast<std::size_t>(row)] = -v3[c];
+  }
+  set_block(body, kInvariant5);
+  return true;
+}
+
+void calculate_global_mass(SbrBody &body) noexcept {
+  GlobalProperties &global = body.global;
+  global.mass = fill_invar1(body) ? body.invariants.invar1[0] : 0.0;
+  if (fill_invar2(body))
+    for (std::size_t c = 0; c < 3; ++c)
+      global.center[c] = global.mass != 0.0 ? body.invariants.invar2[c] / global.mass : 0.0;
+  if (fill_invar7(body))
+    for (std::size_t p = 0; p < 9; ++p)
+      global.inertia[p] = p % 4 == 0 ? body.invariants.invar7[p] : -body.invariants.invar7[p];
+}
 
 }  // namespace sbr
 
@@ -148,20 +175,7 @@ int SBR_SetInvar4(SBR body, int number, const double *v3) {
 int SBR_SetInvar5(SBR body, int row, int column, const double *v3) {
   sbr::ModePair pair{};
   if (!sbr::require_body(body) || !sbr::find_modes(body, row, column, pair) || v3 == nullptr) return 0;
-  if (!sbr::ready(body->invariants.invar5, sbr::pair_cell_size(3, body->mode_table.mode_count))) return 0;
-  if (row == column && std::any_of(v3, v3 + 3, [](double v) { return std::fabs(v) > sbr::kTolerance; }))
-    sbr::report_warning("I5(%d, %d) is not zero.\n   (%14.8e, %14.8e, %14.8e)", row, column, v3[0], v3[1], v3[2]);
-  const std::span<double> values = sbr::invar5_row(*body, pair.row);
-  const std::span<double> mirror = sbr::invar5_row(*body, pair.column);
-  if (values.empty()) return sbr::report_unknown_mode(row);
-  if (mirror.empty()) return sbr::report_unknown_mode(column);
-  const std::size_t modes = values.size() / 3;
-  for (std::size_t c = 0; c < 3; ++c) {
-    values[c * modes + static_cast<std::size_t>(pair.column)] = v3[c];
-    mirror[c * modes + static_cast<std::size_t>(pair.row)] = -v3[c];
-  }
-  sbr::set_block(*body, sbr::kInvariant5);
-  return 1;
+  return sbr::enter_invar5(*body, pair.row, pair.column, v3) ? 1 : 0;
 }
 
 int SBR_SetInvar6(SBR body, const double *diagonal) {
@@ -237,14 +251,7 @@ int SBR_TotalMassInertia(SBR body, double *mass, double *inertia9, double *cente
 
 int SBR_CalculateGlobalMassFromNodeMass(SBR body) {
   if (!sbr::require_body(body)) return 0;
-  sbr::GlobalProperties &global = body->global;
-  global.mass = SBR_Invar1(body);
-  if (sbr::fill_invar2(*body))
-    for (std::size_t c = 0; c < 3; ++c)
-      global.center[c] = global.mass != 0.0 ? body->invariants.invar2[c] / global.mass : 0.0;
-  if (sbr::fill_invar7(*body))
-    for (std::size_t p = 0; p < 9; ++p)
-      global.inertia[p] = p % 4 == 0 ? body->invariants.invar7[p] : -body->invariants.invar7[p];
+  sbr::calculate_global_mass(*body);
   return 1;
 }
 

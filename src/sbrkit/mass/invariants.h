@@ -47,8 +47,11 @@ namespace sbr {
 void compute_rigid_invariants(SbrBody &body) noexcept;
 void compute_fast_invariants(SbrBody &body) noexcept;
 void compute_full_invariants(SbrBody &body) noexcept;
-// The global mass properties that follow from invariants 1, 2 and 7.
-void compute_global_mass(SbrBody &body) noexcept;
+// sbrinvarset: enters invariant 5 of a pair of modes, told by their indices, and its negative for the pair the other
+// way round. False after a report.
+bool enter_invar5(SbrBody &body, int row, int column, const double *v3) noexcept;
+// Global mass, center and inertia from invariants 1, 2 and 7.
+void calculate_global_mass(SbrBody &body) noexcept;
 
 // sbrinvarblocks: reads a block into a cell of zeros, run by run, in the body's units. False when the body has no such
 // block on file. What a short file does not hold stays zero.
@@ -64,6 +67,10 @@ void sum_invar7(const SbrBody &body, Array<double> &cell) noexcept;
 [[nodiscard]] bool sum_invar8(SbrBody &body, Array<double> &cell) noexcept;
 // A working buffer that takes one part of a mode of kind 0: three values per node.
 [[nodiscard]] bool allocate_mode_buffer(const SbrBody &body, Array<double> &buffer) noexcept;
+
+// T += s ~a ~b and v += s a x b, where ~a b = a x b: nine values row by row, and three.
+void add_tilde_tilde(double *T9, double s, const double *a3, const double *b3) noexcept;
+void add_tilde_vec(double *v3, double s, const double *a3, const double *b3) noexcept;
 
 // sbrinvarpairs: makes invariants 5 and 9 anew, in place of what stood in the two cells. Reports nothing.
 [[nodiscard]] bool compute_modal_pair_invariants(SbrBody &body) noexcept;

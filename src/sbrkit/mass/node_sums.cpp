@@ -84,7 +84,7 @@ bool sum_invar4(SbrBody &body, Array<double> &cell) noexcept {
     const double *at = phi.data();
     for (const NodeRecord &node : body.nodes.nodes) {
       const double place[3] = {node.x, node.y, node.z};
-      incr_scalar_tilde_vec(sum, node.mass, place, at);
+      add_tilde_vec(sum, node.mass, place, at);
       at += 3;
     }
     fetch_part(body, static_cast<int>(j), 1, phi);
@@ -120,19 +120,14 @@ bool sum_invar8(SbrBody &body, Array<double> &cell) noexcept {
     const double *at = phi.data();
     for (const NodeRecord &node : body.nodes.nodes) {
       const double place[3] = {node.x, node.y, node.z};
-      incr_scalar_tilde_tilde(cell.data() + 9 * j, node.mass, place, at);
+      add_tilde_tilde(cell.data() + 9 * j, node.mass, place, at);
       at += 3;
     }
   }
   return true;
 }
 
-}  // namespace sbr
-
-extern "C" {
-
-void incr_scalar_tilde_tilde(double *T9, double s, const double *a3, const double *b3) {
-  if (T9 == nullptr || a3 == nullptr || b3 == nullptr) return;
+void add_tilde_tilde(double *T9, double s, const double *a3, const double *b3) noexcept {
   const double a0 = a3[0], a1 = a3[1], a2 = a3[2];
   const double b0 = b3[0], b1 = b3[1], b2 = b3[2];
   T9[0] -= s * (a1 * b1 + a2 * b2);
@@ -146,13 +141,24 @@ void incr_scalar_tilde_tilde(double *T9, double s, const double *a3, const doubl
   T9[8] -= s * (a1 * b1 + a0 * b0);
 }
 
-void incr_scalar_tilde_vec(double *v3, double s, const double *a3, const double *b3) {
-  if (v3 == nullptr || a3 == nullptr || b3 == nullptr) return;
+void add_tilde_vec(double *v3, double s, const double *a3, const double *b3) noexcept {
   const double a0 = a3[0], a1 = a3[1], a2 = a3[2];
   const double b0 = b3[0], b1 = b3[1], b2 = b3[2];
   v3[0] += s * (a1 * b2 - a2 * b1);
   v3[1] += s * (a2 * b0 - a0 * b2);
   v3[2] += s * (a0 * b1 - a1 * b0);
+}
+
+}  // namespace sbr
+
+extern "C" {
+
+void incr_scalar_tilde_tilde(double *T9, double s, const double *a3, const double *b3) {
+  if (T9 != nullptr && a3 != nullptr && b3 != nullptr) sbr::add_tilde_tilde(T9, s, a3, b3);
+}
+
+void incr_scalar_tilde_vec(double *v3, double s, const double *a3, const double *b3) {
+  if (v3 != nullptr && a3 != nullptr && b3 != nullptr) sbr::add_tilde_vec(v3, s, a3, b3);
 }
 
 }  // extern "C"

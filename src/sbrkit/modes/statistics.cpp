@@ -5,13 +5,10 @@
 #include <cmath>
 
 #include "base/reports.h"
-#include "body/body.h"
-#include "body/node_table.h"
 #include "body/registry.h"
 #include "body/units.h"
 #include "modes/access.h"
 #include "modes/store.h"
-#include "record/channel.h"
 
 namespace sbr {
 namespace {
@@ -21,37 +18,38 @@ constexpr int kFigures = 13;  // of which four are defined
 // ---- the table -----------------------------------------------------------------------------------------------------
 
 // Reads the table from the statistics block, at which the record channel stands, and brings it to the body's units.
-int read_table(SbrBody &body) noexcept {
+bool read_table(SbrBody &body) noexcept {
   std::int32_t count = 0;
-  if (!read_int(body.record, count)) return 0;
-  if (count != body.mode_table.mode_count) {
+  if (!read_int(body.record, count)) return false;
+  if (count != mode_count(body)) {
     report_error("Inconsistent number of modes detected at line %d in file %s", __LINE__, unit_name::kData);
-    return 0;
+    return false;
   }
   for (ModalStatistics &mode : body.statistics) {
-    if (!read_ints(body.record, mode.node_ids, kFigures)) return 0;
-    if (!read_reals(body.record, mode.values, kFigures)) return 0;
+    if (!read_ints(body.record, mode.node_ids, kFigures)) return false;
+    if (!read_reals(body.record, mode.values, kFigures)) return false;
     convert_units(&mode.values[0], 1, shape_scale(body));
     convert_units(&mode.values[2], 1, stress_scale(body));
   }
-  return 1;
+  return true;
 }
 
-// The table, made at the first request and read from the file where it has one. 0 after a failure.
-int ensure_table(SbrBody &body) noexcept {
-  if (body.statistics) return 1;
-  if (!body.statistics.allocate(body.mode_table.mode_count)) return report_no_memory(unit_name::kData);
-  return go_to_block(body, kModalStatistics) ? read_table(body) : 1;
+// The table, made at the first request and read from the file where it has one. It has a place for each mode that there
+// is, whatever count a host gave. False after a failure.
+bool ensure_table(SbrBody &body) noexcept {
+  if (body.statistics) return true;
+  if (known_mode_count(body) < 1) return false;
+  if (!body.statistics.allocate(known_mode_count(body))) return report_no_memory(unit_name::kData);
+  return !go_to_block(body, kModalStatistics) || read_table(body);
 }
 
 // The record of a mode; the table grows when modes have been added since it was made. Null when memory is short.
 ModalStatistics *statistics_of(SbrBody &body, int index) noexcept {
-  const auto place = static_cast<std::size_t>(index);
-  if (place >= body.statistics.size() && !body.statistics.resize(body.mode_table.mode_count)) {
+  if (index >= body.statistics.count() && !body.statistics.resize(known_mode_count(body))) {
     report_no_memory(unit_name::kData);
     return nullptr;
   }
-  return &body.statistics[place];
+  return &body.statistics[index];
 }
 
 // ---- the four figures ----------------------------------------------------------------------------------------------
@@ -103,8 +101,7 @@ int compute(SbrBody &body, int record, const Figure &figure, ModalStatistics &mo
 }
 
 int request(SBR body, int number, int *id, double *value, const Figure &figure) noexcept {
-  if (!require_body(body) || body->mode_table.mode_count < 1) return 0;
-  if (ensure_table(*body) == 0) return 0;
+  if (!require_body(body) || mode_count(*body) < 1 || !ensure_table(*body)) return 0;
   const int index = mode_index(*body, number);
   if (index < 0) return 0;
   ModalStatistics *mode = statistics_of(*body, index);
@@ -114,7 +111,7 @@ int request(SBR body, int number, int *id, double *value, const Figure &figure) 
                          : compute(*body, record_of_number(*body, number, figure.kind), figure, *mode);
   if (id != nullptr) *id = mode->node_ids[figure.slot];
   if (value != nullptr) *value = mode->values[figure.slot];
-  return status;
+  return status ? 1 : 0;
 }
 
 }  // namespace

@@ -193,7 +193,7 @@ void plan_global_properties(WriteRun &run) noexcept {
   rigid_forces_on_principal_axes(body);
   static_cast<void>(damping_on_principal_axes(body));
   if (run.setup_ok) run.setup_ok = discard_unreferenced_nodes(body, !run.options.drop_load_nodes);
-  compute_global_mass(body);
+  calculate_global_mass(body);
   run.plan.set(kGlobalBodyProps, true);
 }
 
