@@ -19,7 +19,7 @@
 #include "frame/switch_units.h"
 #include "frame/to_mass_center.h"
 #include "mass/invariants.h"
-#include "modes/store.h"
+#include "modes/cache.h"
 #include "surface/coarsen.h"
 #include "surface/discard.h"
 #include "surface/sketch.h"
@@ -348,10 +348,8 @@ void write_content_summary(WriteRun &run) noexcept {
 
 // Modes pass once each, so they are kept out of the cache.
 void write_blocks(WriteRun &run) noexcept {
-  const int keep = run.body.store.keep_in_memory;
-  keep_modes_in_memory(run.body, 0);
+  const WithoutModeCache past_the_cache(run.body);
   run.ok = emit_blocks(run.body, run.plan, run.target.sink, run.target.unit);
-  keep_modes_in_memory(run.body, keep);
 }
 
 }  // namespace
