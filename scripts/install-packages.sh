@@ -9,6 +9,7 @@ packages=(
   libsqlite3-dev                                      # the open store
   libgtest-dev libgmock-dev liblapacke-dev libopenblas-dev libnanoflann-dev  # tests and benchmarks
   libbenchmark-dev man-db python3
+  doxygen                                             # the reference of the public headers
 )
 
 missing=()

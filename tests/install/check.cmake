@@ -36,3 +36,11 @@ file(GLOB_RECURSE program ${prefix}/bin/sbr)
 if(program)
   run(${program} --version)
 endif()
+
+# A reference that was made is installed with the headers.
+if(EXISTS ${BUILD}/docs/reference/html/index.html)
+  file(GLOB_RECURSE first_page ${prefix}/share/doc/*/reference/index.html)
+  if(NOT first_page)
+    message(FATAL_ERROR "the reference of the public headers is not installed")
+  endif()
+endif()
