@@ -1,7 +1,0 @@
-if(NOT TARGET sbrkit_test_plugins)
-  add_subdirectory(plugins)
-endif()
-set(libraries sbrkit_test_plugins)
-if(TARGET Qsrv_22_2)
-  list(APPEND libraries SQLite::SQLite3)
-endif()
