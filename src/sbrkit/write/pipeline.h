@@ -5,7 +5,7 @@
 
 #include "body/body.h"
 #include "write/plan.h"
-#include "write/sink.h"
+#include "blocks/sink.h"
 
 namespace sbr {
 

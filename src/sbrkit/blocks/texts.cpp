@@ -1,5 +1,5 @@
 // The content report's blocks of loads, matrix operators and monitor points.
-#include "blocks/print.h"
+#include "blocks/report.h"
 #include "body/loads.h"
 #include "body/monitor_points.h"
 #include "body/node_table.h"

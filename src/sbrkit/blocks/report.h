@@ -1,6 +1,6 @@
 // The content report: one block of a body as text. Working state of one call; nothing of the body is owned here.
-#ifndef SBRKIT_BLOCKS_PRINT_H
-#define SBRKIT_BLOCKS_PRINT_H
+#ifndef SBRKIT_BLOCKS_REPORT_H
+#define SBRKIT_BLOCKS_REPORT_H
 
 #include <cstdio>
 #include <cstdlib>

@@ -3,7 +3,7 @@
 #include <array>
 
 #include "base/reports.h"
-#include "blocks/emit.h"
+#include "blocks/emission.h"
 #include "body/node_table.h"
 #include "body/units.h"
 

@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "base/reports.h"
-#include "blocks/emit.h"
+#include "blocks/emission.h"
 #include "body/loads.h"
 #include "body/monitor_points.h"
 #include "body/node_table.h"

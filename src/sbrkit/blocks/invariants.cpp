@@ -1,5 +1,5 @@
 // The content report's blocks of generalized matrices, mode transformation and inertia invariants.
-#include "blocks/print.h"
+#include "blocks/report.h"
 #include "body/matrices.h"
 #include "body/node_table.h"
 

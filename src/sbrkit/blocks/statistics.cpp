@@ -1,5 +1,5 @@
 // The content report's blocks of eigenvalues, mode data and statistics.
-#include "blocks/print.h"
+#include "blocks/report.h"
 #include "body/matrices.h"
 #include "body/node_table.h"
 #include "body/units.h"

@@ -1,6 +1,6 @@
 // Emission of eigenvalues, generalized matrices, mode transformation and inertia invariants.
 #include "base/reports.h"
-#include "blocks/emit.h"
+#include "blocks/emission.h"
 #include "body/matrices.h"
 #include "body/node_table.h"
 

@@ -1,5 +1,5 @@
 // The content report: choice of the block, banner, and the blocks of texts, geometry and mass.
-#include "blocks/print.h"
+#include "blocks/report.h"
 
 #include <span>
 

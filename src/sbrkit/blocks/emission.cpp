@@ -1,5 +1,5 @@
 // The order of the blocks, and what is reported when one cannot be written.
-#include "blocks/emit.h"
+#include "blocks/emission.h"
 
 #include "base/reports.h"
 

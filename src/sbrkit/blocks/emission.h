@@ -1,6 +1,6 @@
 // Emission of the blocks of a new record, in file order, through a sink. Working lists live for one call.
-#ifndef SBRKIT_BLOCKS_EMIT_H
-#define SBRKIT_BLOCKS_EMIT_H
+#ifndef SBRKIT_BLOCKS_EMISSION_H
+#define SBRKIT_BLOCKS_EMISSION_H
 
 #include <cstdlib>
 #include <memory>
@@ -9,7 +9,7 @@
 #include "body/body.h"
 #include "record/layout.h"
 #include "write/plan.h"
-#include "write/sink.h"
+#include "blocks/sink.h"
 
 namespace sbr {
 

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "base/reports.h"
-#include "blocks/emit.h"
+#include "blocks/emission.h"
 #include "body/node_table.h"
 #include "modes/access.h"
 #include "modes/store.h"
