@@ -4,6 +4,7 @@
 #include <iostream>
 #include <optional>
 
+#include "record/rows.h"
 #include "session.h"
 
 namespace sbrtool {
@@ -11,43 +12,9 @@ namespace {
 
 // ---- info ----------------------------------------------------------------------------------------------------------
 
-constexpr std::array<const char *, 36> kBlockNames = {"Version code",
-                                                      "Header",
-                                                      "Content_summary",
-                                                      "Nodal_coords",
-                                                      "Element_topology",
-                                                      "Global_body_props",
-                                                      "Eigenvalues",
-                                                      "Mode_shapes",
-                                                      "Nodal_masses",
-                                                      "Nodal_inertias",
-                                                      "Units",
-                                                      "Generalized_stiffness",
-                                                      "Generalized_mass",
-                                                      "Element_faces",
-                                                      "Generalized_damping",
-                                                      "Mode_Shape_Transformation",
-                                                      "Interface_Nodes",
-                                                      "Modal Stress",
-                                                      "Invariants 1",
-                                                      "Invariants 2",
-                                                      "Invariants 3",
-                                                      "Invariants 4",
-                                                      "Invariants 5",
-                                                      "Invariants 7",
-                                                      "Invariants 8",
-                                                      "Invariants 9",
-                                                      "Modal Preload",
-                                                      "Modal Loads",
-                                                      "Modal Strain",
-                                                      "Modal Statistics",
-                                                      "Nodal Pre-Stress",
-                                                      "Nodal Pre-Strain",
-                                                      "Monitor Points (old place)",
-                                                      "Matrix Operator",
-                                                      "Modal Load Nodal",
-                                                      "Monitor Points"};
-constexpr std::int64_t kHeaderCharacters = 544;
+const char *block_name(int block) {
+  return block == sbr::kOldMonitorPoints ? "Monitor Points (old place)" : sbr::kBlockTexts[block].name;
+}
 
 Json header_texts(SBR body) {
   char title[129] = {};
@@ -75,11 +42,10 @@ Json units_of(SBR body) {
 Json blocks_of(SBR body) {
   Json blocks = Json::array();
   std::int64_t offset = 0;
-  for (int i = 0; i < static_cast<int>(kBlockNames.size()); ++i) {
+  for (int i = 0; i < sbr::kBlockCount; ++i) {
     if (SBR_Exists(body, i) == 0) continue;
     const std::int64_t size = SBR_size_of_block(body, i);
-    blocks.push_back(
-        {{"number", i + 1}, {"name", kBlockNames[static_cast<std::size_t>(i)]}, {"offset", offset}, {"size", size}});
+    blocks.push_back({{"number", i + 1}, {"name", block_name(i)}, {"offset", offset}, {"size", size}});
     offset += size;
   }
   return blocks;
@@ -142,7 +108,7 @@ Json invariants_of(SBR body) {
 }
 
 Json describe(SBR body, const std::string &path) {
-  const std::int64_t character_size = SBR_size_of_block(body, 1) / kHeaderCharacters;
+  const std::int64_t character_size = SBR_size_of_block(body, sbr::kHeader) / sbr::kHeaderChars;
   return {{"file", path},
           {"version", SBR_Version(body) / 10.0},
           {"encoding", character_size == 4 ? "XDR" : "native"},

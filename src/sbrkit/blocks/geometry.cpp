@@ -1,49 +1,14 @@
-// Reading units, header texts, nodes, global properties, nodal mass and inertia, faces and interface nodes.
-#include <cstring>
+#include "blocks/geometry.h"
+
+#include <array>
 #include <limits>
 
 #include "base/reports.h"
+#include "body/faces.h"
 #include "body/node_table.h"
-#include "read/reader.h"
-#include "record/toc.h"
 
 namespace sbr {
-
-// ---- units and header texts ----------------------------------------------------------------------------------------
-
-void read_units_block(SbrBody &body) noexcept {
-  UnitState &units = body.units;
-  char *const labels[] = {units.mass_units, units.length_units, units.time_units, units.force_units};
-  const PositionKeeper keeper(body.record);
-  if (!go_to_block(body, kUnits)) {
-    std::memcpy(units.mass_units, "KILOGRAM", sizeof "KILOGRAM");
-    std::memcpy(units.length_units, "METER", sizeof "METER");
-    std::memcpy(units.time_units, "SECOND", sizeof "SECOND");
-    std::memcpy(units.force_units, "NEWTON", sizeof "NEWTON");
-    return;
-  }
-  UnitLabels stored;
-  FieldReader reader(body.record);
-  (void)transfer(reader, stored);
-  const char *const from[] = {stored.mass, stored.length, stored.time, stored.force};
-  for (int i = 0; i < 4; ++i) std::memcpy(labels[i], from[i], kUnitChars);
-  for (char *label : labels)
-    if (SBR_ConvertUnitsLabel(label) == 0) break;
-  for (char *label : labels) terminate_text(label, kUnitChars);
-}
-
-Reading read_header(SbrBody &body) noexcept {
-  HeaderTexts &texts = body.header;
-  FieldReader reader(body.record);
-  if (!go_to_block(body, kHeader) || !transfer(reader, texts)) return failed("Problem reading Header information");
-  terminate_text(texts.title, sizeof texts.title);
-  terminate_text(texts.date, sizeof texts.date);
-  terminate_text(texts.input_file_name, sizeof texts.input_file_name);
-  terminate_text(texts.comment1, sizeof texts.comment1);
-  terminate_text(texts.comment2, sizeof texts.comment2);
-  terminate_text(texts.comment3, sizeof texts.comment3);
-  return Reading::complete;
-}
+namespace {
 
 // ---- nodes ---------------------------------------------------------------------------------------------------------
 
@@ -54,7 +19,7 @@ Reading read_nodal_coords(SbrBody &body) noexcept {
   NodeTable &table = body.nodes;
   FieldReader reader(channel);
   NodalCoordsHead head;
-  if (!reader.integer(head.node_count)) return failed(kProblem);
+  if (!reader.count(head.node_count)) return failed(kProblem);
   const std::int64_t row_bytes = field_bytes<NodeRow>(encoding_of(channel));
   const bool announced = rows_left(channel, head.node_count, row_bytes);
   table.nodes.release();
@@ -62,7 +27,7 @@ Reading read_nodal_coords(SbrBody &body) noexcept {
   table.keys.clear();
   if (head.node_count < 1 || (announced && !table.nodes.allocate(head.node_count)))
     return failed("Out of memory while reading Nodal Coordinate block");
-  if (!reader.integer(head.dimension)) return failed(kProblem);
+  if (!reader.count(head.dimension)) return failed(kProblem);
   if (head.dimension != 3)
     report_error("Node location should only be specified with 3 coordinates, not %ld",
                  static_cast<long>(head.dimension));
@@ -81,118 +46,41 @@ Reading read_nodal_coords(SbrBody &body) noexcept {
   return Reading::complete;
 }
 
-// ---- mass and inertia ----------------------------------------------------------------------------------------------
-
-Reading read_global_block(SbrBody &body) noexcept {
-  const PositionKeeper keeper(body.record);
-  if (!go_to_block(body, kGlobalBodyProps)) return Reading::complete;
-  FieldReader reader(body.record);
-  return transfer(reader, body.global) ? Reading::complete : failed("Problem reading Global Body Properties");
+// Warns of nodes at the origin. One is normal; more are a sign of coordinates that were never given.
+void warn_of_origin_nodes(const Array<std::int32_t> &ids) noexcept {
+  if (ids.size() < 2) return;
+  report_warning("Found %d node(s) with coordinates (0,0,0).  They are:", ids.count());
+  for (const std::int32_t id : ids) report_warning("   %d", id);
 }
 
-namespace {
-
-void take_nodal_mass(SbrBody &body, std::int32_t id, double mass) noexcept {
-  const int index = node_index(body, id);
-  if (index < 0) return;
-  NodeRecord &node = body.nodes.nodes[index];
-  if (node.mass != 0.0) report_warning("Redefining mass of Node %d", id);
-  node.mass = mass;
-}
-
-// The nodal masses behind the two leading words.
-bool read_nodal_masses(SbrBody &body, const NodalMassesHead &head) noexcept {
-  StreamChannel &channel = body.record;
-  const std::int32_t values = head.values_per_node;
-  RowReader rows(channel, bounded_sum(4, bounded_product(values, real_size(channel))), head.node_count);
-  for (std::int32_t i = 0; i < head.node_count; ++i) {
-    std::int32_t id = 0;
-    double sum = 0.0;
-    if (!rows.integer(id)) return false;
-    for (std::int32_t k = 0; k < values; ++k) {
-      double value = 0.0;
-      if (!rows.reals(&value, 1)) return false;
-      sum += value;
-    }
-    take_nodal_mass(body, id, values > 1 ? sum / values : sum);
+bool write_nodal_coords(Emission &run) noexcept {
+  const Array<NodeRecord> &nodes = run.body.nodes.nodes;
+  report_info("\nNode info:\n   Count: %ld", static_cast<long>(nodes.size()));
+  if (!run.put(NodalCoordsHead{nodes.count(), 3})) return false;
+  Array<std::int32_t> at_origin;
+  for (const NodeRecord &node : nodes) {
+    if (!run.put(NodeRow{node.id, {node.x, node.y, node.z}})) return false;
+    if (node.x == 0.0 && node.y == 0.0 && node.z == 0.0 && !at_origin.push_back(node.id)) return run.no_memory();
   }
+  warn_of_origin_nodes(at_origin);
   return true;
 }
 
-}  // namespace
-
-Reading read_nodal_mass_block(SbrBody &body) noexcept {
-  const PositionKeeper keeper(body.record);
-  if (!go_to_block(body, kNodalMasses)) return Reading::complete;
-  FieldReader reader(body.record);
-  NodalMassesHead head;
-  if (!transfer(reader, head)) return failed("Problem reading Nodal Mass information");
-  if (head.values_per_node < 0) head.values_per_node = 0;
-  if (head.values_per_node > 1) {
-    report_warning("Each node must possess a single scalar mass");
-    report_warning("Generating scalar by averaging %d values", head.values_per_node);
+bool print_nodal_coords(const Report &report) noexcept {
+  for (const NodeKey &key : sorted_keys(report.body, Kind::shape)) {
+    double xyz[3] = {};
+    node_coordinates(report.body, key.position, xyz);
+    std::fprintf(report.out, "%9d %20.10le %20.10le %20.10le \n", key.id, xyz[0], xyz[1], xyz[2]);
   }
-  return read_nodal_masses(body, head) ? Reading::complete : failed("Problem reading Nodal Mass information");
-}
-
-namespace {
-
-// A rotational degree of freedom as an index from 0, or -1 after a report.
-int tensor_index(const char *which, char stored) noexcept {
-  if (stored >= 4 && stored <= 6) return stored - 4;
-  report_error("%s index of nodal inertia entries should be 4, 5, or 6.  %d encoutered\n", which, stored);
-  return -1;
-}
-
-// The steps of transfer(NodalInertiaRow), with the checks that stand between its fields. False after a failed read
-// or a report.
-bool read_nodal_inertia(SbrBody &body, RowReader &rows, int &unknown) noexcept {
-  NodalInertiaRow entry;
-  if (!rows.integer(entry.id) || !rows.chars(&entry.row, 1)) return false;
-  const int row = tensor_index("Row", entry.row);
-  if (row < 0 || !rows.chars(&entry.column, 1)) return false;
-  const int column = tensor_index("Column", entry.column);
-  if (column < 0) return false;
-  const int index = node_index(body, entry.id);
-  double *tensor = index >= 0 ? node_inertia_or_add(body, index) : nullptr;
-  if (index >= 0 && tensor == nullptr) {
-    report_error("Error allocating memory for inertia matrix for node %d\n", entry.id);
-    return false;
-  }
-  if (!rows.reals(&entry.value, 1)) return false;
-  if (index < 0) {
-    ++unknown;
-    return true;
-  }
-  double &place = tensor[kPackedPlace[row][column]];
-  if (place != 0.0 && place != entry.value) report_warning("Redefining mass of Nodal inertia %d", entry.id);
-  place = entry.value;
+  std::fprintf(report.out, "\n");
   return true;
 }
 
-}  // namespace
-
-Reading read_nodal_inertia_block(SbrBody &body) noexcept {
-  constexpr const char *kProblem = "Problem reading Nodal Inertia information";
-  const PositionKeeper keeper(body.record);
-  if (!go_to_block(body, kNodalInertias)) return Reading::complete;
-  FieldReader reader(body.record);
-  CountHead head;
-  if (!transfer(reader, head)) return failed(kProblem);
-  RowReader rows(body.record, field_bytes<NodalInertiaRow>(encoding_of(body.record)), head.count);
-  int unknown = 0;
-  for (std::int32_t i = 0; i < head.count; ++i)
-    if (!read_nodal_inertia(body, rows, unknown)) return failed(kProblem);
-  if (unknown > 0) report_warning("Ignoring %d nodal inertia entries of nodes that the body does not have", unknown);
-  return Reading::complete;
-}
-
-// ---- faces and interface nodes -------------------------------------------------------------------------------------
-
-namespace {
+// ---- faces in the present form -------------------------------------------------------------------------------------
 
 Reading read_element_faces(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem reading Element Faces";
+  if (!go_to_block(body, kElementFaces)) return Reading::complete;
   StreamChannel &channel = body.record;
   FieldReader reader(channel);
   ElementFacesHead head;
@@ -203,6 +91,40 @@ Reading read_element_faces(SbrBody &body) noexcept {
   if (!body.faces.list.allocate(head.list_length)) return failed("Out of memory while reading Element Faces Block");
   return read_ints(channel, body.faces.list.data(), head.list_length) ? Reading::complete : failed(kProblem);
 }
+
+bool write_element_faces(Emission &run) noexcept {
+  const int faces = run.body.faces.face_count;
+  report_info("\nNumber of Element Faces: %d", faces);
+  const Array<std::int32_t> &list = run.body.faces.list;
+  if (list.empty()) return run.no_memory();
+  const std::int64_t bytes = 4 * static_cast<std::int64_t>(list.size()) + 16;
+  return run.put(ElementFacesHead{static_cast<std::int32_t>(bytes), 0, faces, list.count()}) &&
+         run.out.ints(list.data(), list.count());
+}
+
+void print_face(const Report &report, int place, std::span<const std::int32_t> nodes) noexcept {
+  std::fprintf(report.out, "%9d      ", place);
+  for (const std::int32_t node : nodes) std::fprintf(report.out, "%9d", node_id(report.body, node));
+  std::fprintf(report.out, "\n");
+}
+
+bool print_element_faces(const Report &report) noexcept {
+  const FaceList &faces = report.body.faces;
+  const std::span<const std::int32_t> list = faces.list.span();
+  if (list.empty()) return report.no_memory();
+  std::fprintf(report.out, "number of faces %d\n\n", faces.face_count);
+  int place = 0;
+  std::size_t end = 0;
+  for (FaceWalk walk(faces); walk.next(); end = walk.start() + walk.face().size() + 1)
+    print_face(report, ++place, walk.face());
+  // A face that runs past the end of the list is cut there.
+  if (place < faces.face_count && end < list.size() && list[end] > 0)
+    print_face(report, place + 1, list.subspan(end + 1));
+  std::fprintf(report.out, "\n");
+  return true;
+}
+
+// ---- faces in the old form -----------------------------------------------------------------------------------------
 
 // The words of the face list that the groups make; -1 when the file cannot hold them.
 std::int64_t old_face_list_length(StreamChannel &channel, const Array<FaceGroup> &groups) noexcept {
@@ -235,9 +157,11 @@ bool read_old_group(SbrBody &body, const FaceGroup &group, std::size_t &at) noex
   return true;
 }
 
+// Faces in the old form count only where the body has none in the present one.
 Reading read_element_topology(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading old style element block";
   constexpr const char *kNoMemory = "Out of memory while reading Element Topology Block";
+  if (has_block(body, kElementFaces) || !go_to_block(body, kElementTopology)) return Reading::complete;
   StreamChannel &channel = body.record;
   FieldReader reader(channel);
   ElementTopologyHead head;
@@ -258,13 +182,54 @@ Reading read_element_topology(SbrBody &body) noexcept {
   return Reading::complete;
 }
 
-}  // namespace
+// The block sorts faces into groups by their node count: 2 to 13 nodes.
+constexpr int kGroups = 12;
+constexpr int kSmallestFace = 2;
 
-Reading read_faces(SbrBody &body) noexcept {
-  if (go_to_block(body, kElementFaces)) return read_element_faces(body);
-  if (go_to_block(body, kElementTopology)) return read_element_topology(body);
-  return Reading::complete;
+// Counts the faces of each group. False when a face fits no group, which is reported, or runs past the end of the list.
+bool count_groups(std::span<const std::int32_t> list, std::array<std::int32_t, kGroups> &sizes) noexcept {
+  std::size_t walked = 0;
+  for (FaceWalk walk(list, std::numeric_limits<int>::max()); walk.next();) {
+    const auto group = static_cast<std::int64_t>(walk.face().size()) - kSmallestFace;
+    if (group < 0 || group >= kGroups) {
+      report_error("A face of %ld nodes does not fit an element topology block, which holds faces of 2 to 13 nodes.",
+                   static_cast<long>(walk.face().size()));
+      return false;
+    }
+    ++sizes[static_cast<std::size_t>(group)];
+    walked += walk.face().size() + 1;
+  }
+  return walked == list.size();
 }
+
+bool put_group_faces(Emission &run, int nodes_per_face) noexcept {
+  for (FaceWalk walk(run.body.faces.list.span(), std::numeric_limits<int>::max()); walk.next();) {
+    if (static_cast<int>(walk.face().size()) != nodes_per_face) continue;
+    std::array<std::int32_t, kIgnoredFaceWords + kSmallestFace + kGroups> record{};
+    std::size_t used = kIgnoredFaceWords;
+    for (const std::int32_t index : walk.face()) record[used++] = node_id(run.body, index);
+    if (!run.out.ints(record.data(), static_cast<std::int64_t>(used))) return false;
+  }
+  return true;
+}
+
+bool write_element_topology(Emission &run) noexcept {
+  std::array<std::int32_t, kGroups> sizes{};
+  if (!count_groups(run.body.faces.list.span(), sizes)) return false;
+  if (!run.put(ElementTopologyHead{run.body.faces.face_count, kGroups})) return false;
+  for (int group = 0; group < kGroups; ++group)
+    if (!run.put(FaceGroup{group, sizes[static_cast<std::size_t>(group)], group + kSmallestFace})) return false;
+  for (int group = 0; group < kGroups; ++group)
+    if (!put_group_faces(run, group + kSmallestFace)) return false;
+  return true;
+}
+
+bool print_element_topology(const Report &report) noexcept {
+  std::fprintf(report.out, "Obsolete: Reported as part of face list, block 14\n\n");
+  return true;
+}
+
+// ---- interface nodes -----------------------------------------------------------------------------------------------
 
 Reading read_interface_nodes(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Interface Nodes";
@@ -281,5 +246,35 @@ Reading read_interface_nodes(SbrBody &body) noexcept {
   }
   return read_ints(channel, body.interface_nodes.nodes.data(), head.count) ? Reading::complete : failed(kProblem);
 }
+
+bool write_interface_nodes(Emission &run) noexcept {
+  const Array<std::int32_t> &nodes = run.body.interface_nodes.nodes;
+  return run.put(CountHead{nodes.count()}) && run.out.ints(nodes.data(), nodes.count());
+}
+
+bool print_interface_nodes(const Report &report) noexcept {
+  int place = 0;
+  for (const std::int32_t node : report.body.interface_nodes.nodes)
+    std::fprintf(report.out, "%4d %9d \n", ++place, node_id(report.body, node));
+  return true;
+}
+
+}  // namespace
+
+bool size_element_faces(SizingWalk &walk, int /*block*/) {
+  CountHead stored;
+  if (!walk.fields(stored)) return false;
+  walk.take(stored.count);
+  return true;
+}
+
+constinit const BlockFunctions kNodalCoordsBlock{
+    .read = read_nodal_coords, .write = write_nodal_coords, .print = print_nodal_coords};
+constinit const BlockFunctions kElementTopologyBlock{
+    .read = read_element_topology, .write = write_element_topology, .print = print_element_topology};
+constinit const BlockFunctions kElementFacesBlock{
+    .read = read_element_faces, .write = write_element_faces, .print = print_element_faces};
+constinit const BlockFunctions kInterfaceNodesBlock{
+    .read = read_interface_nodes, .write = write_interface_nodes, .print = print_interface_nodes};
 
 }  // namespace sbr

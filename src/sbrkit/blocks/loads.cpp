@@ -1,14 +1,22 @@
-// Reading modal preload, modal loads, nodal loads, matrix operators and monitor points.
+#include "blocks/loads.h"
+
 #include <cstring>
 
 #include "base/reports.h"
+#include "body/loads.h"
 #include "body/node_table.h"
-#include "read/reader.h"
 
 namespace sbr {
-namespace {}  // namespace
+namespace {
 
-// ---- loads ---------------------------------------------------------------------------------------------------------
+// The exported values of a vector over all modes. Without values there is no block.
+bool put_exported_values(Emission &run, const Array<double> &values) noexcept {
+  if (values.empty()) return false;
+  if (run.plan.exported_modes < 1) return true;
+  return run.plan.end_mode <= values.count() && run.put_exported(values.data());
+}
+
+// ---- preload -------------------------------------------------------------------------------------------------------
 
 Reading read_preload(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Modal Preloads Block";
@@ -25,6 +33,26 @@ Reading read_preload(SbrBody &body) noexcept {
   return read_reals(channel, body.loads.preload.data(), head.mode_count) ? Reading::complete : failed(kProblem);
 }
 
+bool write_preload(Emission &run) noexcept {
+  const Loads &loads = run.body.loads;
+  Array<double> values;
+  if (!loads.preload || !copy_modal_vector(run.body, loads.preload, values)) return false;
+  return run.put(ModalPreloadHead{run.plan.exported_modes, loads.preload_on_principal_axes}) &&
+         put_exported_values(run, values);
+}
+
+bool print_preload(const Report &report) noexcept {
+  SbrBody &body = report.body;
+  Array<double> values;
+  if (!body.loads.preload || !copy_modal_vector(body, body.loads.preload, values))
+    std::fputs("\tNo Preload information.\n\n", report.out);
+  for (int m = 0; m < values.count(); ++m)
+    std::fprintf(report.out, "\n%d % 17.10lf\n", mode_number(body, m), values[m]);
+  return true;
+}
+
+// ---- modal loads ---------------------------------------------------------------------------------------------------
+
 Reading read_modal_loads(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Modal Loads Block";
   constexpr const char *kNoMemory = "Out of memory while reading Modal Loads Block";
@@ -33,11 +61,10 @@ Reading read_modal_loads(SbrBody &body) noexcept {
   const std::int32_t modes = body.mode_table.mode_count;
   FieldReader reader(channel);
   ModalLoadsHead head;
-  if (!reader.integer(head.mode_count)) return failed(kProblem);
+  if (!reader.count(head.mode_count)) return failed(kProblem);
   if (head.mode_count != modes) return failed("Number of modal load components does not match the number of modes");
-  if (!reader.integer(head.load_count)) return failed(kProblem);
-  const std::int64_t load_bytes =
-      bounded_sum(field_bytes<ModalLoadRow>(encoding_of(channel)), bounded_product(modes, real_size(channel)));
+  if (!reader.count(head.load_count)) return failed(kProblem);
+  const std::int64_t load_bytes = field_bytes<ModalLoadRow>(encoding_of(channel), std::int64_t{modes});
   if (head.load_count > 0 && !rows_left(channel, head.load_count, load_bytes)) return failed(kProblem);
   if (head.load_count < 1 || !body.loads.modal.resize(head.load_count)) return failed(kNoMemory);
   for (std::int32_t i = 0; i < head.load_count; ++i) {
@@ -47,14 +74,56 @@ Reading read_modal_loads(SbrBody &body) noexcept {
       return failed(kProblem);
     }
     ModalLoadRow row;
-    if (!transfer(reader, row) || !reader.reals(load->values.data(), modes)) return failed(kProblem);
+    if (!transfer(reader, row, modes, load->values.data())) return failed(kProblem);
     std::memcpy(load->label, row.label, sizeof load->label);
     load->processed = row.on_principal_axes;
   }
   return Reading::complete;
 }
 
-namespace {
+bool put_load_case(Emission &run, const ModalLoad *load) noexcept {
+  if (load == nullptr) return false;
+  ModalLoadRow row;
+  row.on_principal_axes = load->processed;
+  std::memcpy(row.label, load->label, strnlen(load->label, sizeof load->label));
+  Array<double> values;
+  return run.put(row, std::int64_t{0}) && copy_modal_vector(run.body, load->values, values) &&
+         put_exported_values(run, values);
+}
+
+bool write_modal_loads(Emission &run) noexcept {
+  const OwnedList<ModalLoad> &loads = run.body.loads.modal;
+  if (!run.put(ModalLoadsHead{run.plan.exported_modes, loads.count()})) return false;
+  for (std::size_t i = 0; i < loads.size(); ++i)
+    if (!put_load_case(run, loads[i])) return false;
+  return true;
+}
+
+// A case without a label is called by its place.
+void print_load_case(const Report &report, const ModalLoad &load, int place) noexcept {
+  char label[kLoadLabelChars + 1] = {};
+  std::memcpy(label, load.label, sizeof load.label);
+  if (label[0] == '\0') std::snprintf(label, sizeof label, "%d", place);
+  Array<double> values;
+  if (!copy_modal_vector(report.body, load.values, values)) {
+    std::fprintf(report.out, "\tNo Modal load information for load case %s.\n\n", label);
+    return;
+  }
+  std::fprintf(report.out, "\nCase: %s     (%s projected on principal axes)\n", label,
+               load.processed != 0 ? "already" : "not yet");
+  for (int m = 0; m < values.count(); ++m)
+    std::fprintf(report.out, "%d % 17.10lf\n", mode_number(report.body, m), values[m]);
+}
+
+bool print_modal_loads(const Report &report) noexcept {
+  const OwnedList<ModalLoad> &loads = report.body.loads.modal;
+  if (loads.count() < 1) std::fputs("\tNo Modal Load information.\n\n", report.out);
+  for (int i = 0; i < loads.count(); ++i)
+    if (loads[i] != nullptr) print_load_case(report, *loads[i], i + 1);
+  return true;
+}
+
+// ---- nodal loads ---------------------------------------------------------------------------------------------------
 
 // The entries of one case. A case may be empty.
 Reading read_nodal_load_case(StreamChannel &channel, NodalLoadCase &load_case) noexcept {
@@ -67,7 +136,7 @@ Reading read_nodal_load_case(StreamChannel &channel, NodalLoadCase &load_case) n
   if (!rows_left(channel, head.count, row_bytes)) return failed(kProblem);
   if (!load_case.nodes.allocate(head.count) || !load_case.coordinates.allocate(head.count) ||
       !load_case.loads.allocate(head.count))
-    return static_cast<Reading>(report_no_memory(unit_name::kReading));
+    return failed_for_memory();
   RowReader rows(channel, row_bytes, head.count);
   for (std::size_t i = 0; i < load_case.nodes.size(); ++i) {
     NodalLoadRow row;
@@ -79,8 +148,6 @@ Reading read_nodal_load_case(StreamChannel &channel, NodalLoadCase &load_case) n
   return Reading::complete;
 }
 
-}  // namespace
-
 Reading read_nodal_loads(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem when reading Modal Load Nodal Block";
   if (!go_to_block(body, kModalLoadNodal)) return Reading::complete;
@@ -90,134 +157,61 @@ Reading read_nodal_loads(SbrBody &body) noexcept {
   if (!transfer(reader, head)) return failed(kProblem);
   if (head.count > 0 && !rows_left(channel, head.count, field_bytes<CountHead>(encoding_of(channel))))
     return failed(kProblem);
-  if (head.count < 1 || !body.loads.nodal.resize(head.count))
-    return static_cast<Reading>(report_no_memory(unit_name::kReading));
+  if (head.count < 1 || !body.loads.nodal.resize(head.count)) return failed_for_memory();
   for (std::int32_t i = 0; i < head.count; ++i) {
     NodalLoadCase *load_case = body.loads.nodal.create(static_cast<std::size_t>(i));
-    if (load_case == nullptr) return static_cast<Reading>(report_no_memory(unit_name::kReading));
+    if (load_case == nullptr) return failed_for_memory();
     if (const Reading reading = read_nodal_load_case(channel, *load_case); reading != Reading::complete) return reading;
   }
   return Reading::complete;
 }
 
-// ---- matrix operators ----------------------------------------------------------------------------------------------
-
-namespace {
-
-// In the blocks of operators and points a failed read is told once, by the block; running out of memory ends the whole
-// read at once, without making it a failure.
-
-Reading no_memory_ends_reading() noexcept {
-  report_no_memory(unit_name::kReading);
-  return Reading::out_of_memory;
+bool put_nodal_case(Emission &run, const NodalLoadCase *nodal) noexcept {
+  const std::size_t count = nodal == nullptr ? 0 : nodal->nodes.size();
+  if (!run.put(CountHead{static_cast<std::int32_t>(count)})) return false;
+  for (std::size_t i = 0; i < count; ++i)
+    if (!run.put(NodalLoadRow{nodal->nodes[i], nodal->coordinates[i], nodal->loads[i]})) return false;
+  return true;
 }
 
-Reading read_sub_operator(StreamChannel &channel, const MatrixOperator &op, SubOperator &sub) noexcept {
-  FieldReader reader(channel);
-  SubOperatorHead head;
-  if (!transfer(reader, head)) return Reading::failed;
-  sub.column_count = head.column_count;
-  std::memcpy(sub.tag, head.tag, sizeof sub.tag);
-  const std::int64_t cells = std::int64_t{op.row_count} * head.column_count;
-  if (cells == 0) return Reading::complete;
-  if (!rows_left(channel, cells, real_size(channel))) return Reading::failed;
-  if (!sub.data.allocate(cells)) return no_memory_ends_reading();
-  return reader.reals(sub.data.data(), cells) ? Reading::complete : Reading::failed;
+bool write_nodal_loads(Emission &run) noexcept {
+  const OwnedList<NodalLoadCase> &cases = run.body.loads.nodal;
+  report_info("\nModal Load Nodal Info:\n   Count: %ld", static_cast<long>(cases.count()));
+  if (!run.put(CountHead{cases.count()})) return false;
+  for (std::size_t i = 0; i < cases.size(); ++i)
+    if (!put_nodal_case(run, cases[i])) return false;
+  return true;
 }
 
-Reading read_row_labels(StreamChannel &channel, MatrixOperator &op) noexcept {
-  if (!rows_left(channel, op.row_count, std::int64_t{kRowLabelChars} * char_size(channel))) return Reading::failed;
-  if (!op.row_labels.resize(op.row_count)) return no_memory_ends_reading();
-  for (std::array<char, 80> &label : op.row_labels)
-    if (!read_chars(channel, label.data(), kRowLabelChars)) return Reading::failed;
-  return Reading::complete;
+void print_nodal_case(const Report &report, const NodalLoadCase &nodal, int place) noexcept {
+  std::fprintf(report.out, "\nCase Number %d ===========================\n\n", place);
+  std::fprintf(report.out, " node_id     coord         load       \n");
+  std::fprintf(report.out, "~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~\n");
+  for (std::size_t i = 0; i < nodal.nodes.size(); ++i)
+    std::fprintf(report.out, "%8d%8d    % 16.9e\n", node_id(report.body, nodal.nodes[i]), nodal.coordinates[i],
+                 nodal.loads[i]);
 }
 
-Reading read_matrix_operator(StreamChannel &channel, MatrixOperator &op) noexcept {
-  FieldReader reader(channel);
-  MatrixOperatorHead head;
-  if (!transfer(reader, head)) return Reading::failed;
-  op.row_count = head.row_count;
-  std::memcpy(op.name, head.name, sizeof head.name);
-  if (const Reading labels = read_row_labels(channel, op); labels != Reading::complete) return labels;
-  CountHead subs;
-  if (!transfer(reader, subs)) return Reading::failed;
-  if (!rows_left(channel, subs.count, field_bytes<SubOperatorHead>(encoding_of(channel)))) return Reading::failed;
-  for (std::int32_t i = 0; i < subs.count; ++i) {
-    SubOperator *sub = op.sub_operators.add();
-    if (sub == nullptr) return no_memory_ends_reading();
-    if (const Reading reading = read_sub_operator(channel, op, *sub); reading != Reading::complete) return reading;
+bool print_nodal_loads(const Report &report) noexcept {
+  const OwnedList<NodalLoadCase> &cases = report.body.loads.nodal;
+  if (!has_block(report.body, kModalLoadNodal) || cases.count() < 1) {
+    std::fputs("\tNo Modal Load Nodal Information.\n\n", report.out);
+    return true;
   }
-  return Reading::complete;
+  std::fprintf(report.out, "Number of Modal Load Nodal: %d\n", cases.count());
+  for (int i = 0; i < cases.count(); ++i) {
+    const NodalLoadCase *nodal = cases[i];
+    if (nodal != nullptr && !nodal->nodes.empty()) print_nodal_case(report, *nodal, i + 1);
+  }
+  return true;
 }
 
 }  // namespace
 
-Reading read_matrix_operators(SbrBody &body) noexcept {
-  constexpr const char *kProblem = "Problem when reading Matrix Operator Block";
-  if (!go_to_block(body, kMatrixOperator)) return Reading::complete;
-  StreamChannel &channel = body.record;
-  FieldReader reader(channel);
-  CountHead head;
-  if (!transfer(reader, head)) return failed(kProblem);
-  if (head.count < 1) return no_memory_ends_reading();
-  const Encoding encoding = encoding_of(channel);
-  if (!rows_left(channel, head.count, field_bytes<MatrixOperatorHead>(encoding) + field_bytes<CountHead>(encoding)))
-    return failed(kProblem);
-  for (std::int32_t i = 0; i < head.count; ++i) {
-    MatrixOperator *op = body.matrix_operators.add();
-    const Reading reading = op != nullptr ? read_matrix_operator(channel, *op) : no_memory_ends_reading();
-    if (reading == Reading::failed) return failed(kProblem);
-    if (reading != Reading::complete) return reading;
-  }
-  return Reading::complete;
-}
-
-// ---- monitor points ------------------------------------------------------------------------------------------------
-
-namespace {
-
-Reading read_monitor_point(StreamChannel &channel, std::int32_t modes, MonitorPoint &point) noexcept {
-  FieldReader reader(channel);
-  MonitorPointHead head;
-  if (!transfer(reader, head)) return Reading::failed;
-  point.type = head.type;
-  point.result_type = head.result_type;
-  point.component = head.component;
-  std::memcpy(point.name, head.name, sizeof head.name);
-  std::memcpy(point.label, head.label, sizeof head.label);
-  point.operator_rows = head.operator_rows;
-  point.load_operators = head.load_operators;
-  point.flags = head.flags;
-  for (int bit = 0; bit < 4; ++bit) {
-    if ((head.flags & (1 << bit)) == 0) continue;
-    const std::int64_t cells = monitor_operator_reals(bit, head.operator_rows, head.load_operators, modes);
-    if (cells > 0 && !rows_left(channel, cells, real_size(channel))) return Reading::failed;
-    if (!point.operators[bit].allocate(cells)) return no_memory_ends_reading();
-    if (!reader.reals(point.operators[bit].data(), cells)) return Reading::failed;
-  }
-  return Reading::complete;
-}
-
-}  // namespace
-
-Reading read_monitor_points(SbrBody &body) noexcept {
-  constexpr const char *kProblem = "Problem when reading Monitor Point Block";
-  if (!go_to_block(body, kMonitorPoints) && !go_to_block(body, kOldMonitorPoints)) return Reading::complete;
-  StreamChannel &channel = body.record;
-  const std::int32_t modes = mode_count(body);
-  FieldReader reader(channel);
-  CountHead head;
-  if (!transfer(reader, head)) return failed(kProblem);
-  if (head.count < 1) return no_memory_ends_reading();
-  if (!rows_left(channel, head.count, field_bytes<MonitorPointHead>(encoding_of(channel)))) return failed(kProblem);
-  for (std::int32_t i = 0; i < head.count; ++i) {
-    MonitorPoint *point = body.monitor_points.add();
-    const Reading reading = point != nullptr ? read_monitor_point(channel, modes, *point) : no_memory_ends_reading();
-    if (reading == Reading::failed) return failed(kProblem);
-    if (reading != Reading::complete) return reading;
-  }
-  return Reading::complete;
-}
+constinit const BlockFunctions kModalPreloadBlock{.read = read_preload, .write = write_preload, .print = print_preload};
+constinit const BlockFunctions kModalLoadsBlock{
+    .read = read_modal_loads, .write = write_modal_loads, .print = print_modal_loads};
+constinit const BlockFunctions kModalLoadNodalBlock{
+    .read = read_nodal_loads, .write = write_nodal_loads, .print = print_nodal_loads};
 
 }  // namespace sbr

@@ -1,19 +1,21 @@
-// Reading eigenvalues, the lists and positions of mode data, generalized matrices, transformation, statistics, and
-// pre-stress and pre-strain. The vectors of modes are passed over: only where they lie is noted.
+#include "blocks/modes.h"
+
 #include <algorithm>
 #include <cmath>
 
 #include "base/reports.h"
+#include "blocks/mode_lists.h"
 #include "body/node_table.h"
-#include "body/registry.h"
+#include "modes/access.h"
+#include "modes/statistics.h"
 #include "modes/store.h"
-#include "read/reader.h"
-#include "record/toc.h"
 
 namespace sbr {
 namespace {
 
-constexpr double kTwoPi = 6.28318530718;
+// ---- reading: the places of the vectors ----------------------------------------------------------------------------
+//
+// The vectors of modes are passed over: only where they lie is noted.
 
 int code_of(const SbrBody &body) noexcept { return version_code(body.layout.version); }
 
@@ -38,46 +40,6 @@ void note_vector(SbrBody &body, Kind kind, std::int32_t mode, std::int64_t vecto
 std::int64_t vector_bytes_of(SbrBody &body, std::int32_t nodes) noexcept {
   return bounded_product(nodes, field_bytes<SixVector>(encoding_of(body.record)));
 }
-
-}  // namespace
-
-// ---- eigenvalues ---------------------------------------------------------------------------------------------------
-
-namespace {
-
-void derive_eigenvalue_columns(EigenRecord &record) noexcept {
-  record.frequency_rad = std::sqrt(record.eigenvalue);
-  record.frequency_hz = record.frequency_rad / kTwoPi;
-  record.generalized_mass = 1.0;
-  record.generalized_stiffness = record.eigenvalue;
-}
-
-}  // namespace
-
-Reading read_eigenvalue_block(SbrBody &body) noexcept {
-  constexpr const char *kProblem = "Problem reading Eigenvalue Data";
-  const PositionKeeper keeper(body.record);
-  if (!go_to_block(body, kEigenvalues)) return Reading::complete;
-  GeneralizedMatrices &matrices = body.matrices;
-  FieldReader reader(body.record);
-  CountHead head;
-  if (!transfer(reader, head) || head.count < 0) return failed(kProblem);
-  const std::int64_t row_bytes = field_bytes<EigenRecord>(encoding_of(body.record));
-  if (!rows_left(body.record, head.count, row_bytes)) return failed(kProblem);
-  matrices.eigenvalue_count = head.count;
-  if (head.count == 0) return Reading::complete;
-  if (!matrices.eigenvalues.allocate(head.count)) return failed("Out of memory while reading Eigenvalues block");
-  RowReader rows(body.record, row_bytes, head.count);
-  for (EigenRecord &record : matrices.eigenvalues) {
-    if (!transfer(rows, record)) return failed(kProblem);
-    if (code_of(body) == 10) derive_eigenvalue_columns(record);
-  }
-  return Reading::complete;
-}
-
-// ---- mode shapes ---------------------------------------------------------------------------------------------------
-
-namespace {
 
 // Brings the node table into the order of the mode data: a node that is not the expected one changes places with it.
 // The keys of the node table keep the places that the nodes had in the file.
@@ -105,8 +67,6 @@ bool note_mode_shapes(SbrBody &body, const ModeBlockHead &head) noexcept {
   return true;
 }
 
-}  // namespace
-
 Reading read_mode_shapes(SbrBody &body) noexcept {
   constexpr const char *kProblem = "Problem encountered while caching Mode shape Data";
   constexpr const char *kNoMemory = "Out of memory while reading Mode Shape block";
@@ -117,7 +77,7 @@ Reading read_mode_shapes(SbrBody &body) noexcept {
   body.mode_table.mode_count = std::max(head.mode_count, 0);
   if (body.matrices.eigenvalues && head.mode_count != body.matrices.eigenvalue_count)
     return failed("Number of mode shapes does not match the number of eigenvalues");
-  if (node_count(body) < 1) return static_cast<Reading>(report_no_memory(unit_name::kReading));
+  if (node_count(body) < 1) return failed_for_memory();
   if (head.node_count < 0 || head.node_count > node_count(body)) return failed(kProblem);
   body.nodes.kinds[Kind::shape].count = head.node_count;
   body.nodes.shape_list_present = true;
@@ -130,57 +90,90 @@ Reading read_mode_shapes(SbrBody &body) noexcept {
   return note_mode_shapes(body, head) ? Reading::complete : failed(kProblem);
 }
 
-// ---- modal stress and modal strain ---------------------------------------------------------------------------------
+// ---- what stress and strain differ in ------------------------------------------------------------------------------
 
-namespace {
-
-struct VectorMessages {
+struct ReadingTexts {
   const char *count_differs;
   const char *before_shapes;
   const char *other_order;
   const char *no_memory;
   const char *problem;
   const char *unknown_nodes;
+  const char *pre_info_problem;
+  const char *pre_count_differs;
+  const char *pre_no_memory;
+  const char *pre_problem;
 };
-constexpr VectorMessages kStressMessages = {"Number of stress modes does not match the number of eigenvalues",
-                                            "Stress modes are being processed before mode shapes",
-                                            "Stress modes are in a different order than mode shapes",
-                                            "Out of memory while reading Modal Stress Block",
-                                            "Problem when reading Modal Stress info",
-                                            "Modal stress is given at %d nodes that the body does not have"};
-constexpr VectorMessages kStrainMessages = {"Number of strain modes does not match the number of eigenvalues",
-                                            "Strain modes are being processed before mode shapes",
-                                            "Strain modes are in a different order than mode shapes",
-                                            "Out of memory while reading Modal Strain Block",
-                                            "Problem when reading Modal Strain info",
-                                            "Modal strain is given at %d nodes that the body does not have"};
+constexpr ReadingTexts kStressReading = {"Number of stress modes does not match the number of eigenvalues",
+                                         "Stress modes are being processed before mode shapes",
+                                         "Stress modes are in a different order than mode shapes",
+                                         "Out of memory while reading Modal Stress Block",
+                                         "Problem when reading Modal Stress info",
+                                         "Modal stress is given at %d nodes that the body does not have",
+                                         "Problem occurred while reading Pre-Stress info",
+                                         "Number of nodes in pre-stress does not match that in stress modes",
+                                         "Out of memory while processing Pre-Stress Block",
+                                         "Problem when reading Pre-Stress Block"};
+constexpr ReadingTexts kStrainReading = {"Number of strain modes does not match the number of eigenvalues",
+                                         "Strain modes are being processed before mode shapes",
+                                         "Strain modes are in a different order than mode shapes",
+                                         "Out of memory while reading Modal Strain Block",
+                                         "Problem when reading Modal Strain info",
+                                         "Modal strain is given at %d nodes that the body does not have",
+                                         "Problem occurred while reading Pre-Strain info",
+                                         "Number of nodes in pre-strain does not match that in strain modes",
+                                         "Out of memory while processing Pre-Strain Block",
+                                         "Problem when reading Pre-Strain Block"};
+
+struct WritingTexts {
+  int slot;  // of the statistics
+  const char *info;
+  const char *zero_warning;
+  const char *pre_info;
+};
+constexpr WritingTexts kStressWriting = {2, "\nStress Mode info:\n   Modes: %ld\n   Nodes: %ld",
+                                         "The modal stresses for mode %d have only zero entries\n",
+                                         "\nPre-Stress info:\n   Nodes: %ld"};
+constexpr WritingTexts kStrainWriting = {3, "\nStrain Mode info:\n   Modes: %ld\n   Nodes: %ld",
+                                         "The modal strains for mode %d have only zero entries\n",
+                                         "\nPre-Strain info:\n   Nodes: %ld"};
+
+const ReadingTexts &reading_texts(Kind kind) noexcept { return kind == Kind::stress ? kStressReading : kStrainReading; }
+const WritingTexts &writing_texts(Kind kind) noexcept { return kind == Kind::stress ? kStressWriting : kStrainWriting; }
+
+// ---- reading stress and strain -------------------------------------------------------------------------------------
 
 // The node list of a kind and its keys. A node that the body does not have keeps its position and has no index.
-Reading read_kind_nodes(SbrBody &body, Kind kind, const VectorMessages &messages) noexcept {
+Reading read_kind_nodes(SbrBody &body, Kind kind) noexcept {
+  const ReadingTexts &texts = reading_texts(kind);
   FieldReader reader(body.record);
   CountHead head;
-  if (!transfer(reader, head)) return failed(messages.problem);
-  if (node_count(body) < 1) return static_cast<Reading>(report_no_memory(unit_name::kReading));
+  if (!transfer(reader, head)) return failed(texts.problem);
+  if (node_count(body) < 1) return failed_for_memory();
   if (head.count < 0 || head.count > node_count(body) || !rows_left(body.record, head.count, 4))
-    return failed(messages.problem);
+    return failed(texts.problem);
   KindNodes &list = body.nodes.kinds[kind];
   Array<std::int32_t> ids;
-  if (!ids.resize(head.count) || !list.nodes.resize(head.count))
-    return static_cast<Reading>(report_no_memory(unit_name::kReading));
-  if (!read_ints(body.record, ids.data(), head.count)) return failed(messages.problem);
+  if (!ids.resize(head.count) || !list.nodes.resize(head.count)) return failed_for_memory();
+  if (!read_ints(body.record, ids.data(), head.count)) return failed(texts.problem);
   list.count = head.count;
   int unknown = 0;
   for (std::size_t i = 0; i < ids.size(); ++i) {
     list.nodes[i] = node_index(body, ids[i]);
     if (list.nodes[i] < 0) ++unknown;
   }
-  if (unknown > 0) report_warning(messages.unknown_nodes, unknown);
-  if (!list.keys.build(list.count, [&](int i) { return ids[i]; }))
-    return static_cast<Reading>(report_no_memory(unit_name::kReading));
+  if (unknown > 0) report_warning(texts.unknown_nodes, unknown);
+  if (!list.keys.build(list.count, [&](int i) { return ids[i]; })) return failed_for_memory();
   return Reading::complete;
 }
 
 enum class VectorWalk { complete, read_failed, other_order };
+
+// Modes that the file breaks off before lie at its end, where nothing can be read.
+void note_missing_vectors(SbrBody &body, Kind kind, std::int32_t first) noexcept {
+  Array<std::int64_t> &offsets = body.store.offsets[kind];
+  std::fill(offsets.begin() + first, offsets.end(), file_bytes(body.record));
+}
 
 // The place of every vector of a kind, and the numbers of the modes: taken from here, or compared with those known.
 VectorWalk note_vectors(SbrBody &body, Kind kind, bool numbers_from_here) noexcept {
@@ -190,7 +183,10 @@ VectorWalk note_vectors(SbrBody &body, Kind kind, bool numbers_from_here) noexce
   for (std::int32_t mode = 0; mode < body.mode_table.mode_count; ++mode) {
     const auto at = static_cast<std::size_t>(mode);
     std::int32_t word = 0;
-    if (mode_word_present(code, kind) && !read_int(body.record, word)) return VectorWalk::read_failed;
+    if (mode_word_present(code, kind) && !read_int(body.record, word)) {
+      note_missing_vectors(body, kind, mode);
+      return VectorWalk::read_failed;
+    }
     if (numbers_from_here)
       numbers[at] = mode_word_is_number(code, kind) ? word : number_by_place(body, mode);
     else if (mode_word_is_number(code, kind) && (at >= numbers.size() || numbers[at] != word))
@@ -201,213 +197,307 @@ VectorWalk note_vectors(SbrBody &body, Kind kind, bool numbers_from_here) noexce
 }
 
 // The vectors of a kind when the block has modes.
-Reading read_kind_vectors(SbrBody &body, Kind kind, const VectorMessages &messages) noexcept {
+Reading read_kind_vectors(SbrBody &body, Kind kind) noexcept {
+  const ReadingTexts &texts = reading_texts(kind);
   const std::int32_t modes = body.mode_table.mode_count;
-  if (!modes_credible(body.record, modes)) return failed(messages.problem);
+  if (!modes_credible(body.record, modes)) return failed(texts.problem);
   Array<std::int32_t> &numbers = body.mode_table.mode_numbers;
-  if (!body.store.offsets[kind].allocate(modes)) return failed(messages.no_memory);
+  if (!body.store.offsets[kind].allocate(modes)) return failed(texts.no_memory);
   const bool numbers_from_here = !numbers;
   if (numbers_from_here) {
-    if (!numbers.allocate(modes)) return failed(messages.no_memory);
-    report_warning("%s", messages.before_shapes);
+    if (!numbers.allocate(modes)) return failed(texts.no_memory);
+    report_warning("%s", texts.before_shapes);
   }
   const VectorWalk walk = note_vectors(body, kind, numbers_from_here);
-  if (walk == VectorWalk::other_order) return failed(messages.other_order);
+  if (walk == VectorWalk::other_order) return failed(texts.other_order);
   // A strain block that breaks off among its vectors is taken as far as it goes, without a word.
-  if (walk == VectorWalk::read_failed && kind == Kind::stress) return failed(messages.problem);
+  if (walk == VectorWalk::read_failed && kind == Kind::stress) return failed(texts.problem);
   // The mode count is that of this block; the numbers of modes beyond those known are 0.
-  if (numbers.count() < modes && !numbers.resize(modes)) return failed(messages.no_memory);
+  if (numbers.count() < modes && !numbers.resize(modes)) return failed(texts.no_memory);
   return Reading::complete;
 }
 
-Reading read_vectors(SbrBody &body, Kind kind, const VectorMessages &messages) noexcept {
+Reading read_vectors(SbrBody &body, Kind kind) noexcept {
+  const ReadingTexts &texts = reading_texts(kind);
   if (!go_to_block(body, kind_block(kind))) return Reading::complete;
   FieldReader reader(body.record);
   CountHead modes;
-  if (!transfer(reader, modes)) return failed(messages.problem);
+  if (!transfer(reader, modes)) return failed(texts.problem);
   body.mode_table.mode_count = std::max(modes.count, 0);
   if (body.matrices.eigenvalues && modes.count != body.matrices.eigenvalue_count)
-    report_error("%s", messages.count_differs);
-  if (const Reading list = read_kind_nodes(body, kind, messages); list != Reading::complete) return list;
-  if (modes.count < 1) return kind == Kind::stress ? Reading::complete : failed(messages.problem);
-  return read_kind_vectors(body, kind, messages);
+    report_error("%s", texts.count_differs);
+  if (const Reading list = read_kind_nodes(body, kind); list != Reading::complete) return list;
+  if (modes.count < 1) return kind == Kind::stress ? Reading::complete : failed(texts.problem);
+  return read_kind_vectors(body, kind);
 }
 
-}  // namespace
+// ---- reading pre-stress and pre-strain -----------------------------------------------------------------------------
 
-Reading read_modal_stress(SbrBody &body) noexcept { return read_vectors(body, Kind::stress, kStressMessages); }
-Reading read_modal_strain(SbrBody &body) noexcept { return read_vectors(body, Kind::strain, kStrainMessages); }
-
-// ---- generalized matrices ------------------------------------------------------------------------------------------
-
-namespace {
-
-struct MatrixBlock {
-  int block;
-  Array<SparseEntry> GeneralizedMatrices::*entries;
-  const char *no_memory;
-  const char *problem;
-};
-constexpr MatrixBlock kStiffness = {kGeneralizedStiffness, &GeneralizedMatrices::stiffness,
-                                    "Out of memory while reading Generalized Stiffness block",
-                                    "Problem reading Generalized Stiffness information"};
-constexpr MatrixBlock kMass = {kGeneralizedMass, &GeneralizedMatrices::mass,
-                               "Out of memory while reading Generalized Mass block",
-                               "Problem reading Generalized Mass information"};
-constexpr MatrixBlock kDamping = {kGeneralizedDamping, &GeneralizedMatrices::damping,
-                                  "Out of memory while reading Generalized Damping Block",
-                                  "Problem reading Generalized Damping information"};
-
-// A position from 0 of one counted from 1, whatever a file says.
-std::int32_t from_one(std::int32_t counted) noexcept {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(counted) - 1U);
-}
-
-// Makes room for the entries that the block announces.
-Reading allocate_entries(SbrBody &body, const MatrixBlock &matrix) noexcept {
-  const PositionKeeper keeper(body.record);
-  Array<SparseEntry> &entries = body.matrices.*matrix.entries;
-  entries.release();
-  if (!go_to_block(body, matrix.block)) return Reading::complete;
-  FieldReader reader(body.record);
-  CountHead head;
-  if (!transfer(reader, head)) return failed(matrix.problem);
-  const std::int64_t row_bytes = field_bytes<SparseRow>(encoding_of(body.record));
-  if (head.count > 0 && !rows_left(body.record, head.count, row_bytes)) return failed(matrix.problem);
-  return entries.allocate(head.count) ? Reading::complete : failed(matrix.no_memory);
-}
-
-// Reads a matrix block into the entries that stand. Entries that the block does not have stay as they are.
-Reading read_entries(SbrBody &body, const MatrixBlock &matrix, std::int32_t *second_word) noexcept {
-  const PositionKeeper keeper(body.record);
-  if (!go_to_block(body, matrix.block)) return Reading::complete;
-  Array<SparseEntry> &entries = body.matrices.*matrix.entries;
-  FieldReader reader(body.record);
-  SparseHead head;
-  if (!transfer(reader, head)) return failed(matrix.problem);
-  const std::int64_t row_bytes = field_bytes<SparseRow>(encoding_of(body.record));
-  if (!rows_left(body.record, head.entry_count, row_bytes)) return failed(matrix.problem);
-  if (entries.count() < head.entry_count && !entries.resize(head.entry_count)) return failed(matrix.no_memory);
-  if (second_word != nullptr) *second_word = head.second_word;
-  RowReader rows(body.record, row_bytes, head.entry_count);
-  for (std::int32_t i = 0; i < head.entry_count; ++i) {
-    SparseRow row;
-    if (!transfer(rows, row)) return failed(matrix.problem);
-    entries[i] = {from_one(row.row), from_one(row.column), row.value};
-  }
-  return Reading::complete;
-}
-
-Reading read_matrix(SbrBody &body, const MatrixBlock &matrix, std::int32_t *second_word) noexcept {
-  const Reading room = allocate_entries(body, matrix);
-  return room == Reading::complete ? read_entries(body, matrix, second_word) : room;
-}
-
-}  // namespace
-
-Reading read_stiffness(SbrBody &body) noexcept { return read_matrix(body, kStiffness, nullptr); }
-Reading read_mass(SbrBody &body) noexcept { return read_matrix(body, kMass, nullptr); }
-Reading read_damping(SbrBody &body) noexcept {
-  return read_matrix(body, kDamping, &body.matrices.damping_on_principal_axes);
-}
-
-Reading read_transformation(SbrBody &body) noexcept {
-  constexpr const char *kProblem = "Problem when reading Mode Shape Transformation";
-  if (!go_to_block(body, kModeShapeTransformation)) return Reading::complete;
-  StreamChannel &channel = body.record;
-  ModeAccess &access = body.access;
-  FieldReader reader(channel);
-  CountHead head;
-  if (!transfer(reader, head) || head.count < 0) return failed(kProblem);
-  if (head.count == 0) return Reading::complete;
-  const std::int64_t cells = std::int64_t{head.count} * head.count;
-  const std::int64_t row_bytes = bounded_sum(4, bounded_product(head.count, real_size(channel)));
-  if (!rows_left(channel, head.count, row_bytes)) return failed(kProblem);
-  if (!access.transformation_modes.allocate(head.count) || !access.transformation.allocate(cells)) {
-    failed("Out of memory while reading Mode Shape Transformation Block");
-    return failed(kProblem);
-  }
-  const bool ok = read_ints(channel, access.transformation_modes.data(), head.count) &&
-                  read_reals(channel, access.transformation.data(), cells);
-  return ok ? Reading::complete : failed(kProblem);
-}
-
-// ---- statistics, pre-stress, pre-strain ----------------------------------------------------------------------------
-
-Reading read_statistics(SbrBody &body) noexcept {
-  constexpr const char *kProblem = "Problem when reading Modal Statistics Block";
-  if (!go_to_block(body, kModalStatistics)) return Reading::complete;
-  FieldReader reader(body.record);
-  CountHead head;
-  if (!transfer(reader, head)) return failed(kProblem);
-  const std::int64_t row_bytes = field_bytes<ModalStatistics>(encoding_of(body.record));
-  if (head.count > 0 && !rows_left(body.record, head.count, row_bytes)) return failed(kProblem);
-  if (!body.statistics.allocate(head.count)) return failed("Out of memory while reading Modal Statistics Block");
-  RowReader rows(body.record, row_bytes, head.count);
-  for (ModalStatistics &row : body.statistics)
-    if (!transfer(rows, row)) return failed(kProblem);
-  return Reading::complete;
-}
-
-namespace {
-
-struct PreMessages {
-  const char *info_problem;
-  const char *count_differs;
-  const char *no_memory;
-  const char *problem;
-};
-
-Reading read_pre_vectors(SbrBody &body, int block, Kind kind, Array<SixVector> &vectors,
-                         const PreMessages &messages) noexcept {
-  if (!go_to_block(body, block)) return Reading::complete;
+Reading read_pre_vector(SbrBody &body, Kind kind, Array<SixVector> &vectors) noexcept {
+  const ReadingTexts &texts = reading_texts(kind);
+  if (!go_to_block(body, *kKindFacts[kind].pre_block)) return Reading::complete;
   StreamChannel &channel = body.record;
   FieldReader reader(channel);
   CountHead head;
-  if (!transfer(reader, head)) return failed(messages.info_problem);
-  if (head.count != body.nodes.kinds[kind].count) report_error("%s", messages.count_differs);
+  if (!transfer(reader, head)) return failed(texts.pre_info_problem);
+  if (head.count != kind_count(body, kind)) report_error("%s", texts.pre_count_differs);
   const std::int64_t row_bytes = field_bytes<SixVector>(encoding_of(channel));
-  if (head.count > 0 && !rows_left(channel, head.count, row_bytes)) return failed(messages.problem);
-  if (!vectors.allocate(head.count)) return failed(messages.no_memory);
-  return read_reals(channel, vectors.data()->data(), std::int64_t{6} * head.count) ? Reading::complete
-                                                                                   : failed(messages.problem);
+  if (head.count > 0 && !rows_left(channel, head.count, row_bytes)) return failed(texts.pre_problem);
+  if (!vectors.allocate(head.count)) return failed(texts.pre_no_memory);
+  return reader.reals(vectors.data()->data(), std::int64_t{6} * head.count) ? Reading::complete
+                                                                            : failed(texts.pre_problem);
+}
+
+// ---- writing: the figures on the way -------------------------------------------------------------------------------
+
+// The largest of a quantity over the nodes, before the square root, and where it is. The first of equals stands; -1
+// when all are zero.
+struct Largest {
+  double square = 0.0;
+  std::int32_t position = -1;
+
+  void offer(double value, std::int32_t at) noexcept {
+    if (value > square) {
+      square = value;
+      position = at;
+    }
+  }
+};
+
+// Enters a figure of an exported mode in the statistics; the node ID is 0 when all values were zero.
+void note(SbrBody &body, int exported, int slot, Kind kind, const Largest &largest) noexcept {
+  if (exported < 0 || exported >= body.statistics.count()) return;
+  ModalStatistics &figures = body.statistics[exported];
+  const std::int32_t at = largest.position;
+  figures.node_ids[slot] = at < 0 ? 0 : kind == Kind::shape ? node_id(body, at) : kind_node_id(body, kind, at);
+  figures.values[slot] = std::sqrt(largest.square);
+}
+
+// The word in front of a mode: none, zero or its number, by the layout.
+bool put_mode_word(Emission &run, Kind kind, int number) noexcept {
+  if (!run.out.mode(kind)) return false;
+  if (has_no_mode_words(run.plan.word)) return true;
+  return run.out.integer(has_zero_mode_words(run.plan.word) ? 0 : number);
+}
+
+// ---- writing shapes, stress and strain -----------------------------------------------------------------------------
+//
+// One mode at a time passes through, so the memory taken follows the node count and not the modes.
+
+bool put_mode_shape(Emission &run, int index) noexcept {
+  SbrBody &body = run.body;
+  const int number = mode_number(body, index);
+  const double *shape = whole_mode(body, index, Kind::shape);
+  if (shape == nullptr || !put_mode_word(run, Kind::shape, number)) return false;
+  const int nodes = node_count(body);
+  const int known = std::min(body.nodes.kinds[Kind::shape].count, nodes);
+  Largest translation;
+  Largest rotation;
+  bool nonzero = false;
+  for (int first = 0; first < nodes; first += kNodesPerPiece) {
+    const int last = std::min(first + kNodesPerPiece, nodes);
+    const int filled = std::clamp(known, first, last);
+    const double *piece = shape + 6 * static_cast<std::ptrdiff_t>(first);
+    for (int i = first; i < filled; ++i) {
+      const double *six = shape + 6 * static_cast<std::ptrdiff_t>(i);
+      translation.offer(squared_length(six), i);
+      rotation.offer(squared_length(six + 3), i);
+      nonzero = nonzero || any_nonzero(six);
+    }
+    if (!run.out.reals(piece, 6 * static_cast<std::int64_t>(filled - first))) return false;
+    // Nodes that the shapes of a foreign record do not cover stand still.
+    constexpr double kStill[6] = {};
+    for (int i = filled; i < last; ++i)
+      if (!run.out.reals(kStill, 6)) return false;
+  }
+  note(body, index - run.plan.first_mode, 0, Kind::shape, translation);
+  note(body, index - run.plan.first_mode, 1, Kind::shape, rotation);
+  if (!nonzero) report_warning("The mode shape for mode %d has only zero entries\n", number);
+  return true;
+}
+
+bool write_mode_shapes(Emission &run) noexcept {
+  const Array<NodeRecord> &nodes = run.body.nodes.nodes;
+  report_info("\nTrans Mode info:\n   Modes: %ld\n   Nodes: %ld", static_cast<long>(run.plan.exported_modes),
+              static_cast<long>(nodes.size()));
+  report_info("\nWriting Mode Shapes");
+  if (!run.put(ModeBlockHead{run.plan.exported_modes, nodes.count()})) return false;
+  for (const NodeRecord &node : nodes)
+    if (!run.out.integer(node.id)) return false;
+  if (nodes.empty()) return run.no_memory();
+  for (int m = run.plan.first_mode; m < run.plan.end_mode; ++m)
+    if (!put_mode_shape(run, m)) return false;
+  return true;
+}
+
+bool put_kind_mode(Emission &run, Kind kind, int index) noexcept {
+  SbrBody &body = run.body;
+  const int number = mode_number(body, index);
+  const double *values = whole_mode(body, index, kind);
+  if (values == nullptr || !put_mode_word(run, kind, number)) return false;
+  Largest von_mises;
+  bool nonzero = false;
+  const bool put = put_list_values(run, kind, values, [&](std::int32_t position, const double *six) {
+    von_mises.offer(squared_stress(six, six + 3), position);
+    nonzero = nonzero || any_nonzero(six);
+  });
+  if (!put) return false;
+  note(body, index - run.plan.first_mode, writing_texts(kind).slot, kind, von_mises);
+  if (!nonzero) report_warning(writing_texts(kind).zero_warning, number);
+  return true;
+}
+
+bool write_kind(Emission &run, Kind kind) noexcept {
+  if (!form_list(run, kind)) return false;
+  const int kept = run.lists[kind].kept;
+  report_info(writing_texts(kind).info, static_cast<long>(run.plan.exported_modes), static_cast<long>(kept));
+  if (!run.put(ModeBlockHead{run.plan.exported_modes, kept}) || !put_list_ids(run, kind)) return false;
+  for (int m = run.plan.first_mode; m < run.plan.end_mode; ++m)
+    if (!put_kind_mode(run, kind, m)) return false;
+  return true;
+}
+
+// A pre-vector follows the list of its stress or strain block. A record without that block gets the list formed here.
+bool write_pre_vector(Emission &run, Kind kind) noexcept {
+  if (!form_list(run, kind)) return false;
+  const double *values = whole_mode(run.body, kPreVector, kind);
+  if (values == nullptr) return false;
+  const int kept = run.lists[kind].kept;
+  report_info(writing_texts(kind).pre_info, static_cast<long>(kept));
+  return run.put(CountHead{kept}) && put_list_values(run, kind, values, [](std::int32_t, const double *) noexcept {});
+}
+
+// ---- the report ----------------------------------------------------------------------------------------------------
+
+constexpr const char *kShapeHeading =
+    "     ID            dx               dy               dz               ax               ay               az\n";
+constexpr const char *kStressHeading =
+    "       ID       sigma_x          sigma_y          sigma_z           tau_xy           tau_xz           tau_yz\n";
+constexpr const char *kStrainHeading =
+    "       ID     epsilon_x        epsilon_y        epsilon_z         gamma_xy         gamma_xz         gamma_yz\n";
+constexpr const char *kShapeRow = "%9d  % 16.9e % 16.9e % 16.9e % 16.9e % 16.9e % 16.9e\n";
+constexpr const char *kStressRow = "%9d  %16.9e %16.9e %16.9e %16.9e %16.9e %16.9e\n";
+
+// 112 tildes and two line feeds.
+void put_rule(std::FILE *out) noexcept {
+  constexpr const char *kEight = "~~~~~~~~";
+  for (int i = 0; i < 14; ++i) std::fputs(kEight, out);
+  std::fputs("\n\n", out);
+}
+
+// Both parts of a mode or pre-vector as a caller gets them, cached parts included. What the body has nothing of is
+// zero.
+class Parts {
+ public:
+  // False when memory is short.
+  [[nodiscard]] bool allocate(int nodes) noexcept {
+    return parts_[0].allocate(std::int64_t{3} * nodes) && parts_[1].allocate(std::int64_t{3} * nodes);
+  }
+  void take(SbrBody &body, int mode, Kind kind) noexcept {
+    const bool recorded = mode == kPreVector || (mode >= 0 && mode < body.store.offsets[kind].count());
+    for (int part = 0; part < 2; ++part) {
+      const bool known = recorded || cached_part(body, mode, kind, part) != nullptr;
+      if (!known || !mode_part(body, mode, kind, part, parts_[part].data())) parts_[part].fill_zero();
+    }
+  }
+  [[nodiscard]] const double *values(int part, int position) const noexcept {
+    return parts_[part].data() + 3 * static_cast<std::ptrdiff_t>(position);
+  }
+
+ private:
+  Array<double> parts_[2];
+};
+
+// The rows of a mode, in ascending order of the node IDs.
+void print_rows(const Report &report, Kind kind, const Parts &parts, const char *format) noexcept {
+  const int count = kind_count(report.body, kind);
+  for (const NodeKey &key : sorted_keys(report.body, kind)) {
+    if (key.position < 0 || key.position >= count) continue;
+    const double *first = parts.values(0, key.position);
+    const double *last = parts.values(1, key.position);
+    std::fprintf(report.out, format, key.id, first[0], first[1], first[2], last[0], last[1], last[2]);
+  }
+}
+
+struct PrintingTexts {
+  const char *count;
+  const char *mode;
+  const char *heading;
+  const char *row;
+  const char *nothing;
+  const char *no_pre_vector;
+};
+constexpr PerKind<PrintingTexts> kPrintingTexts{
+    {{"Number of Mode Shapes %d\n\n", "\nMODE NUMBER %d=================================\n\n", kShapeHeading, kShapeRow,
+      nullptr, nullptr},
+     {"Number of Stress Shapes %d\n\n", "\nSTRESS SHAPE NUMBER %d=================================\n\n", kStressHeading,
+      kStressRow, "\tNo Modal Stress Information\n\n", "\tNo Nodal Pre-Stress Information\n\n"},
+     {"Number of Strain Shapes %d\n\n", "\nSTRAIN SHAPE NUMBER %d=================================\n\n", kStrainHeading,
+      kStressRow, "\tNo Modal Strain Information\n\n", "\tNo Nodal Pre-Strain Information\n\n"}}};
+
+bool print_modes(const Report &report, Kind kind) noexcept {
+  const PrintingTexts &texts = kPrintingTexts[kind];
+  const int modes = mode_count(report.body);
+  if (modes < 1 || kind_count(report.body, kind) < 1) return true;
+  std::fprintf(report.out, texts.count, modes);
+  Parts parts;
+  if (!parts.allocate(kind_count(report.body, kind))) return report.no_memory();
+  for (int m = 0; m < modes; ++m) {
+    // The report names modes by their numbers, as a caller does: number 0 of stress and strain is the pre-vector.
+    const int number = mode_number(report.body, m);
+    parts.take(report.body, number == 0 ? record_of_number(report.body, number, kind) : m, kind);
+    std::fprintf(report.out, texts.mode, number);
+    std::fputs(texts.heading, report.out);
+    put_rule(report.out);
+    print_rows(report, kind, parts, texts.row);
+  }
+  return true;
+}
+
+bool print_listed_modes(const Report &report, Kind kind) noexcept {
+  if (has_block(report.body, kKindFacts[kind].block)) return print_modes(report, kind);
+  std::fputs(kPrintingTexts[kind].nothing, report.out);
+  return true;
+}
+
+bool print_pre_vector(const Report &report, Kind kind) noexcept {
+  const PrintingTexts &texts = kPrintingTexts[kind];
+  if (!has_block(report.body, *kKindFacts[kind].pre_block)) {
+    std::fputs(texts.no_pre_vector, report.out);
+    return true;
+  }
+  // A kind without nodes has a heading and no rows.
+  Parts parts;
+  const int nodes = kind_count(report.body, kind);
+  if (nodes > 0 && !parts.allocate(nodes)) return report.no_memory();
+  parts.take(report.body, kPreVector, kind);
+  std::fputs(texts.heading, report.out);
+  put_rule(report.out);
+  print_rows(report, kind, parts, texts.row);
+  return true;
 }
 
 }  // namespace
 
-Reading read_pre_stress(SbrBody &body) noexcept {
-  return read_pre_vectors(body, kNodalPreStress, Kind::stress, body.pre.stress,
-                          {"Problem occurred while reading Pre-Stress info",
-                           "Number of nodes in pre-stress does not match that in stress modes",
-                           "Out of memory while processing Pre-Stress Block", "Problem when reading Pre-Stress Block"});
-}
-
-Reading read_pre_strain(SbrBody &body) noexcept {
-  return read_pre_vectors(body, kNodalPreStrain, Kind::strain, body.pre.strain,
-                          {"Problem occurred while reading Pre-Strain info",
-                           "Number of nodes in pre-strain does not match that in strain modes",
-                           "Out of memory while processing Pre-Strain Block", "Problem when reading Pre-Strain Block"});
-}
+constinit const BlockFunctions kModeShapesBlock{
+    .read = read_mode_shapes, .write = write_mode_shapes, .print = [](const Report &report) noexcept {
+      return print_modes(report, Kind::shape);
+    }};
+constinit const BlockFunctions kModalStressBlock{
+    .read = [](SbrBody &body) noexcept { return read_vectors(body, Kind::stress); },
+    .write = [](Emission &run) noexcept { return write_kind(run, Kind::stress); },
+    .print = [](const Report &report) noexcept { return print_listed_modes(report, Kind::stress); }};
+constinit const BlockFunctions kModalStrainBlock{
+    .read = [](SbrBody &body) noexcept { return read_vectors(body, Kind::strain); },
+    .write = [](Emission &run) noexcept { return write_kind(run, Kind::strain); },
+    .print = [](const Report &report) noexcept { return print_listed_modes(report, Kind::strain); }};
+constinit const BlockFunctions kNodalPreStressBlock{
+    .read = [](SbrBody &body) noexcept { return read_pre_vector(body, Kind::stress, body.pre.stress); },
+    .write = [](Emission &run) noexcept { return write_pre_vector(run, Kind::stress); },
+    .print = [](const Report &report) noexcept { return print_pre_vector(report, Kind::stress); }};
+constinit const BlockFunctions kNodalPreStrainBlock{
+    .read = [](SbrBody &body) noexcept { return read_pre_vector(body, Kind::strain, body.pre.strain); },
+    .write = [](Emission &run) noexcept { return write_pre_vector(run, Kind::strain); },
+    .print = [](const Report &report) noexcept { return print_pre_vector(report, Kind::strain); }};
 
 }  // namespace sbr
-
-extern "C" {
-
-int SBR_ReadGeneralizedStiffness(SBR body) {
-  if (!sbr::require_body(body)) return 0;
-  return sbr::read_entries(*body, sbr::kStiffness, nullptr) == sbr::Reading::complete ? 1 : 0;
-}
-
-int SBR_ReadGeneralizedMass(SBR body) {
-  if (!sbr::require_body(body)) return 0;
-  return sbr::read_entries(*body, sbr::kMass, nullptr) == sbr::Reading::complete ? 1 : 0;
-}
-
-int SBR_ReadGeneralizedDamping(SBR body) {
-  if (!sbr::require_body(body)) return 0;
-  return sbr::read_entries(*body, sbr::kDamping, &body->matrices.damping_on_principal_axes) == sbr::Reading::complete
-             ? 1
-             : 0;
-}
-
-}  // extern "C"

@@ -1,186 +1,125 @@
-// The content report's blocks of loads, matrix operators and monitor points.
-#include "blocks/report.h"
-#include "body/loads.h"
-#include "body/monitor_points.h"
-#include "body/node_table.h"
+#include "blocks/texts.h"
+
+#include <cstring>
+
+#include "body/header.h"
+#include "body/units.h"
 
 namespace sbr {
 namespace {
 
-// ---- modal loads ----------------------------------------------------------------------------------------------------
+// ---- version word --------------------------------------------------------------------------------------------------
 
-void put_load_case(const Report &report, int load_case) noexcept {
-  SbrBody &body = report.body;
-  char label[257] = {};
-  SBR_GetModalLoadCaseLabel(&body, load_case, label);
-  if (label[0] == '\0') std::snprintf(label, sizeof label, "%d", load_case + 1);
-  int count = 0;
-  const ReportedReals values(SBR_GetModalLoad(&body, load_case, &count));
-  if (values == nullptr) {
-    std::fprintf(report.out, "\tNo Modal load information for load case %s.\n\n", label);
-    return;
-  }
-  const bool processed = SBR_ModalLoadProcessed(&body, load_case) != 0;
-  std::fprintf(report.out, "\nCase: %s     (%s projected on principal axes)\n", label,
-               processed ? "already" : "not yet");
-  for (int m = 0; m < count; ++m) std::fprintf(report.out, "%d % 17.10lf\n", mode_number(body, m), values.get()[m]);
-}
+const char *yes_no(bool value) noexcept { return value ? "Yes" : "No"; }
 
-// ---- matrix operators -----------------------------------------------------------------------------------------------
-
-void put_sub_operator(const Report &report, const SubOperator &sub, int operator_place, int rows) noexcept {
-  // The heading deliberately counts the operators, not the sub-operators.
-  std::fprintf(report.out, "\n Sub Matrix Operator Number %d ---------------------\n\n", operator_place);
-  std::fprintf(report.out, " Tag:            %.8s\n", sub.tag);
-  std::fprintf(report.out, " Size of column: %d\n", sub.column_count);
-  std::fprintf(report.out, " Data:\n");
-  std::size_t at = 0;
-  for (int row = 0; row < rows && at < sub.data.size(); ++row) {
-    for (int column = 0; column < sub.column_count && at < sub.data.size(); ++column)
-      std::fprintf(report.out, " % 16.9e", sub.data[at++]);
-    std::fprintf(report.out, "\n");
-  }
-}
-
-void put_matrix_operator(const Report &report, const MatrixOperator &matrix, int place) noexcept {
-  std::fprintf(report.out, "\nMatrix Operator Number %d ===========================\n\n", place);
-  std::fprintf(report.out, "Name of operator:     %.80s\n", matrix.name);
-  std::fprintf(report.out, "Size of row:          %d\n", matrix.row_count);
-  std::fprintf(report.out, "Size of sub operator: %d\n", matrix.sub_operators.count());
-  for (int row = 0; row < matrix.row_count && row < matrix.row_labels.count(); ++row) {
-    const char *label = matrix.row_labels[row].data();
-    if (label[0] != '\0') std::fprintf(report.out, "Label of row %d:      %.80s\n", row + 1, label);
-  }
-  std::fprintf(report.out, "\n");
-  for (std::size_t i = 0; i < matrix.sub_operators.size(); ++i) {
-    const SubOperator *sub = matrix.sub_operators[i];
-    if (sub != nullptr && sub->column_count > 0) put_sub_operator(report, *sub, place, matrix.row_count);
-  }
-}
-
-// ---- nodal loads ----------------------------------------------------------------------------------------------------
-
-void put_nodal_case(const Report &report, const NodalLoadCase &nodal, int place) noexcept {
-  std::fprintf(report.out, "\nCase Number %d ===========================\n\n", place);
-  std::fprintf(report.out, " node_id     coord         load       \n");
-  std::fprintf(report.out, "~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~\n");
-  for (std::size_t i = 0; i < nodal.nodes.size(); ++i)
-    std::fprintf(report.out, "%8d%8d    % 16.9e\n", node_id(report.body, nodal.nodes[i]), nodal.coordinates[i],
-                 nodal.loads[i]);
-}
-
-// ---- monitor points -------------------------------------------------------------------------------------------------
-
-const char *type_name(int type) noexcept {
-  constexpr const char *kNames[] = {"MONPNT1", "MONPNT2", "MONPNT3", "MONDSP1"};
-  return type >= 1 && type <= 4 ? kNames[type - 1] : "";
-}
-
-const char *result_name(int result_type) noexcept {
-  constexpr const char *kNames[] = {"DISP", "STRESS", "STRAIN", "FORCE", "GENERAL"};
-  return result_type >= 1 && result_type <= 5 ? kNames[result_type - 1] : "";
-}
-
-// The columns of `matrices` matrices of p rows and M columns, each column on a line. False when there are none, or
-// fewer values than that.
-bool put_operator_data(const Report &report, const Array<double> &data, int matrices, int p, int modes) noexcept {
-  if (matrices < 1 || p < 1 || modes < 1) return false;
-  const std::size_t rows = static_cast<std::size_t>(matrices) * static_cast<std::size_t>(p);
-  const auto stride = static_cast<std::size_t>(modes);
-  if (rows > data.size() || rows * stride > data.size()) return false;
-  for (std::size_t matrix = 0; matrix < rows; matrix += static_cast<std::size_t>(p))
-    for (std::size_t m = 0; m < stride; ++m) {
-      for (std::size_t row = matrix; row < matrix + static_cast<std::size_t>(p); ++row)
-        std::fprintf(report.out, " %16.9e ", data[row * stride + m]);
-      std::fprintf(report.out, "\n ");
-    }
+bool print_version(const Report &report) noexcept {
+  const std::uint32_t word = report.body.layout.version;
+  const int code = version_code(word);
+  const bool single = code == 50 || code == 51 || (word & kSingleFlag) != 0;
+  const bool xdr = is_xdr_old(static_cast<std::uint32_t>(code)) || (word & kXdrFlag) != 0;
+  std::fprintf(report.out, "SBR version:%4.1f\n", code / 10.0);
+  std::fprintf(report.out, "Precision: %s   \n", single ? "Single" : "Double");
+  std::fprintf(report.out, "Platform independent (XDR encoded): %s \n", yes_no(xdr));
+  std::fprintf(report.out, "Coarsened or sketched mesh: %s \n\n", yes_no((word & kCoarsenedFlag) != 0));
   return true;
 }
 
-bool put_operator(const Report &report, const MonitorPoint &point, int type) noexcept {
-  constexpr const char *kNames[] = {"Displacement", "Velocity", "Acceleration"};
-  const int modes = mode_count(report.body);
-  const int p = point.operator_rows;
-  const int q = point.load_operators;
-  if (p == 0 || modes == 0 || (type == 4 && q == 0)) return report.no_memory();
-  if (type == 4)
-    std::fprintf(report.out, "Modal Load Operator: %8d X %-8d X %-8d CORDER\n ", q, p, modes);
-  else
-    std::fprintf(report.out, "Modal %s Operator: %8d X %-8d  CORDER\n ", kNames[type - 1], p, modes);
-  return put_operator_data(report, point.operators[type - 1], type == 4 ? q : 1, p, modes) || report.no_memory();
+// ---- header --------------------------------------------------------------------------------------------------------
+
+Reading read_header(SbrBody &body) noexcept {
+  HeaderTexts &texts = body.header;
+  FieldReader reader(body.record);
+  if (!go_to_block(body, kHeader) || !transfer(reader, texts)) return failed("Problem reading Header information");
+  terminate_text(texts.title, sizeof texts.title);
+  terminate_text(texts.date, sizeof texts.date);
+  terminate_text(texts.input_file_name, sizeof texts.input_file_name);
+  terminate_text(texts.comment1, sizeof texts.comment1);
+  terminate_text(texts.comment2, sizeof texts.comment2);
+  terminate_text(texts.comment3, sizeof texts.comment3);
+  return Reading::complete;
 }
 
-bool put_monitor_point(const Report &report, const MonitorPoint &point, int index) noexcept {
-  std::fprintf(report.out, "\n=======      Monitor Point: %-8d=======\n \n ", index + 1);
-  std::fprintf(report.out, "Name: %-8s\n ", point.name);
-  std::fprintf(report.out, "Label: %-56s\n ", point.label);
-  std::fprintf(report.out, "Type: %-8s\n ", type_name(point.type));
-  std::fprintf(report.out, "Result Type: %-8s\n ", result_name(point.result_type));
-  std::fprintf(report.out, "Component: %-6d\n ", point.component);
-  for (int type = 1; type <= 4; ++type)
-    if (monitor_point_has_operator(report.body, index, type) && !put_operator(report, point, type)) return false;
+bool print_header(const Report &report) noexcept {
+  const HeaderTexts texts = header_texts(report.body);
+  std::fprintf(report.out, "Title: %s\n", texts.title);
+  std::fprintf(report.out, "Date: %s\n", texts.date);
+  std::fprintf(report.out, "Input file name: %s\n", texts.input_file_name);
+  // The one text that may fill its field to the last byte.
+  std::fprintf(report.out, "Input file type: %.*s\n", static_cast<int>(sizeof texts.input_file_type),
+               texts.input_file_type);
+  std::fprintf(report.out, "Comments:\n");
+  for (const char *comment : {texts.comment1, texts.comment2, texts.comment3})
+    std::fprintf(report.out, "  %s\n", comment);
+  std::fprintf(report.out, "\n");
+  return true;
+}
+
+// ---- content summary -----------------------------------------------------------------------------------------------
+
+bool print_content_summary(const Report &report) noexcept {
+  std::fprintf(report.out, "Existence:\n");
+  for (int block = 0; block < kBlockCount; ++block) {
+    const char *name = block_kind(block).name;
+    if (name == nullptr) continue;
+    char label[48];
+    std::snprintf(label, sizeof label, "%s (%d)", name, block + 1);
+    std::fprintf(report.out, "%30s %s\n", label, yes_no(has_block(report.body, block)));
+  }
+  std::fprintf(report.out, "\n");
+  return true;
+}
+
+// ---- units ---------------------------------------------------------------------------------------------------------
+
+// A body without the block is in kilogram, meter, second and newton. A block that breaks off leaves its later labels
+// empty: that is no failure of the read.
+Reading read_units(SbrBody &body) noexcept {
+  UnitState &units = body.units;
+  char *const labels[] = {units.mass_units, units.length_units, units.time_units, units.force_units};
+  const PositionKeeper keeper(body.record);
+  if (!go_to_block(body, kUnits)) {
+    std::memcpy(units.mass_units, "KILOGRAM", sizeof "KILOGRAM");
+    std::memcpy(units.length_units, "METER", sizeof "METER");
+    std::memcpy(units.time_units, "SECOND", sizeof "SECOND");
+    std::memcpy(units.force_units, "NEWTON", sizeof "NEWTON");
+    return Reading::complete;
+  }
+  UnitLabels stored;
+  FieldReader reader(body.record);
+  (void)transfer(reader, stored);
+  const char *const from[] = {stored.mass, stored.length, stored.time, stored.force};
+  for (int i = 0; i < 4; ++i) std::memcpy(labels[i], from[i], kUnitChars);
+  for (char *label : labels)
+    if (SBR_ConvertUnitsLabel(label) == 0) break;
+  for (char *label : labels) terminate_text(label, kUnitChars);
+  return Reading::complete;
+}
+
+bool write_units(Emission &run) noexcept {
+  UnitLabels labels;
+  give_units(run.body, labels.mass, labels.length, labels.time, labels.force);
+  report_info("\nUnits:\n   Mass:   %.16s\n   Length: %.16s\n   Time:   %.16s\n   Force:  %.16s", labels.mass,
+              labels.length, labels.time, labels.force);
+  return run.put(labels);
+}
+
+bool print_units(const Report &report) noexcept {
+  UnitLabels labels;
+  give_units(report.body, labels.mass, labels.length, labels.time, labels.force);
+  std::fprintf(report.out, "Units:\n");
+  std::fprintf(report.out, "Mass Units    %.16s\n", labels.mass);
+  std::fprintf(report.out, "Length Units  %.16s\n", labels.length);
+  std::fprintf(report.out, "Time Units    %.16s\n", labels.time);
+  std::fprintf(report.out, "Force Units   %.16s\n", labels.force);
+  std::fprintf(report.out, "\n");
   return true;
 }
 
 }  // namespace
 
-bool report_preload(const Report &report) noexcept {
-  int count = 0;
-  const ReportedReals values(SBR_GetModalPreload(&report.body, &count));
-  if (values == nullptr) std::fputs("\tNo Preload information.\n\n", report.out);
-  for (int m = 0; values != nullptr && m < count; ++m)
-    std::fprintf(report.out, "\n%d % 17.10lf\n", mode_number(report.body, m), values.get()[m]);
-  return true;
-}
-
-bool report_modal_loads(const Report &report) noexcept {
-  const int cases = load_case_count(report.body);
-  if (cases < 1) std::fputs("\tNo Modal Load information.\n\n", report.out);
-  for (int load_case = 0; load_case < cases; ++load_case) put_load_case(report, load_case);
-  return true;
-}
-
-bool report_matrix_operators(const Report &report) noexcept {
-  const OwnedList<MatrixOperator> &operators = report.body.matrix_operators;
-  if (!has_block(report.body, kMatrixOperator) || operators.count() < 1) {
-    std::fputs("\tNo Matrix Operator Information.\n\n", report.out);
-    return true;
-  }
-  std::fprintf(report.out, "Number of Matrix Operator: %d\n", operators.count());
-  for (int i = 0; i < operators.count(); ++i) {
-    const MatrixOperator *matrix = operators[i];
-    if (matrix != nullptr && matrix->row_count > 0 && matrix->sub_operators.count() > 0)
-      put_matrix_operator(report, *matrix, i + 1);
-  }
-  return true;
-}
-
-bool report_modal_load_nodal(const Report &report) noexcept {
-  const OwnedList<NodalLoadCase> &cases = report.body.loads.nodal;
-  if (!has_block(report.body, kModalLoadNodal) || cases.count() < 1) {
-    std::fputs("\tNo Modal Load Nodal Information.\n\n", report.out);
-    return true;
-  }
-  std::fprintf(report.out, "Number of Modal Load Nodal: %d\n", cases.count());
-  for (int i = 0; i < cases.count(); ++i) {
-    const NodalLoadCase *nodal = cases[i];
-    if (nodal != nullptr && !nodal->nodes.empty()) put_nodal_case(report, *nodal, i + 1);
-  }
-  return true;
-}
-
-bool report_monitor_points(const Report &report) noexcept {
-  const OwnedList<MonitorPoint> &points = report.body.monitor_points;
-  if (!has_block(report.body, kMonitorPoints) || points.count() < 1) {
-    std::fputs("\tNo Monitor Point Information\n\n", report.out);
-    return true;
-  }
-  std::fprintf(report.out, " Number of Monitor Points: %d\n ", points.count());
-  for (int i = 0; i < points.count(); ++i) {
-    const MonitorPoint *point = points[i];
-    if (point != nullptr && !put_monitor_point(report, *point, i)) return false;
-  }
-  return true;
-}
+constinit const BlockFunctions kVersionCodeBlock{.print = print_version};
+constinit const BlockFunctions kHeaderBlock{.read = read_header, .print = print_header};
+constinit const BlockFunctions kContentSummaryBlock{.print = print_content_summary};
+constinit const BlockFunctions kUnitsBlock{.read = read_units, .write = write_units, .print = print_units};
 
 }  // namespace sbr

@@ -11,26 +11,24 @@
 #include "body/units.h"
 #include "modes/access.h"
 #include "modes/store.h"
-#include "record/channel.h"
+#include "record/field_reader.h"
 
 namespace sbr {
 namespace {
-
-constexpr int kFigures = 13;  // of which four are defined
 
 // ---- the table -----------------------------------------------------------------------------------------------------
 
 // Reads the table from the statistics block, at which the record channel stands, and brings it to the body's units.
 int read_table(SbrBody &body) noexcept {
-  std::int32_t count = 0;
-  if (!read_int(body.record, count)) return 0;
-  if (count != body.mode_table.mode_count) {
+  FieldReader reader(body.record);
+  CountHead head;
+  if (!transfer(reader, head)) return 0;
+  if (head.count != body.mode_table.mode_count) {
     report_error("Inconsistent number of modes detected at line %d in file %s", __LINE__, unit_name::kData);
     return 0;
   }
   for (ModalStatistics &mode : body.statistics) {
-    if (!read_ints(body.record, mode.node_ids, kFigures)) return 0;
-    if (!read_reals(body.record, mode.values, kFigures)) return 0;
+    if (!transfer(reader, mode)) return 0;
     convert_units(&mode.values[0], 1, shape_scale(body));
     convert_units(&mode.values[2], 1, stress_scale(body));
   }
