@@ -3,6 +3,8 @@
 // Each benchmark does both in turn and gives the two times and their ratio:
 //   nodes_and_faces   coordinates and masses of 1,000,000 nodes and 1,000,000 quadrilaterals, against an unordered_map
 //                     from node ID to index beside vectors; "ratio" is setters / containers, at most 5
+//   a_repeated_id     look-ups and additions among 200,000 nodes of which two share an ID, against the same without;
+//                     "ratio" is with / without, at most 2
 //   mode_values       100 modes x 200,000 nodes entered node by node, against 48-byte fwrites at the same places of a
 //                     file reserved alike; "speed" is setters / fwrites in values per second, at least 0.25.
 //                     Node-major, where each fwrite costs a seek, the first 10,000 nodes of the same records have to
@@ -19,6 +21,7 @@
 #include <vector>
 
 #include "body/body.h"
+#include "modes/pending.h"
 #include "modes/store.h"
 
 namespace {
@@ -116,6 +119,38 @@ void nodes_and_faces(benchmark::State &state) {
 }
 BENCHMARK(nodes_and_faces)->ArgName("scattered")->Arg(0)->Arg(1)->Iterations(3)->Unit(benchmark::kMillisecond);
 
+// ---- a repeated ID -------------------------------------------------------------------------------------------------
+
+// Looks every node up in the order of arrival and adds as many more, one of all with the ID of another when `repeated`.
+double look_up_and_add(bool scattered, bool repeated) {
+  constexpr int kSome = 200'000;
+  SBR body = SBR_Create(1, 1);
+  for (int n = 0; n < kSome; ++n) SBR_AddNode(body, node_id(n, scattered));
+  if (repeated) SBR_AddNode(body, node_id(kSome / 2, scattered));
+  long sum = 0;
+  const double seconds = seconds_of([&] {
+    for (int n = 0; n < kSome; ++n) sum += SBR_NodeIndex(body, node_id(n, scattered));
+    for (int n = 0; n < kSome; ++n) sum += SBR_LookupOrAddNode(body, 10 * kNodes - n);
+    for (int n = 0; n < kSome; ++n) sum += SBR_NodeIndex(body, node_id(n, scattered));
+  });
+  benchmark::DoNotOptimize(sum);
+  SBR_Destroy(body);
+  return seconds;
+}
+
+void a_repeated_id(benchmark::State &state) {
+  const bool scattered = state.range(0) != 0;
+  double with = 0.0;
+  double without = 0.0;
+  for (auto _ : state) {
+    without += look_up_and_add(scattered, false);
+    with += look_up_and_add(scattered, true);
+  }
+  state.counters["with_s"] = with / static_cast<double>(state.iterations());
+  state.counters["ratio"] = with / without;
+}
+BENCHMARK(a_repeated_id)->ArgName("scattered")->Arg(0)->Arg(1)->Iterations(5)->Unit(benchmark::kMillisecond);
+
 // ---- mode values ----------------------------------------------------------------------------------------
 
 constexpr int kModes = 100;
@@ -139,14 +174,14 @@ double enter_by_setters(bool node_major) {
   SBR body = SBR_Create(kModeNodes, kModes);
   for (int node = 0; node < kModeNodes; ++node) SBR_SetNodeCoordinates(body, node + 1, 0, 0, 0);
   for (int mode = 0; mode < kModes; ++mode) SBR_AddMode(body, mode + 1);
-  if (sbr::open_temporary_mode_file(*body, 0) == 0) std::abort();
+  if (!sbr::open_temporary_mode_file(*body, sbr::Kind::shape)) std::abort();
   double six[6] = {1, 2, 3, 4, 5, 6};
   const double seconds = seconds_of([&] {
     visit(node_major, [&](int mode, int node) {
       six[0] = mode + node;
       SBR_SetModeVec(body, mode + 1, node + 1, 0, six);
     });
-    if (!sbr::flush_mode_writes(*body, 0)) std::abort();
+    if (!sbr::flush_mode_writes(*body, sbr::Kind::shape)) std::abort();
   });
   SBR_Destroy(body);
   return seconds;

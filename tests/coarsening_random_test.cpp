@@ -8,7 +8,7 @@
 #include "body/body.h"
 #include "support/coarsen_reference.h"
 #include "support/messages.h"
-#include "surface/coarsen.h"
+#include "surface/coarsen_mesh.h"
 
 namespace sbrtest {
 namespace {

@@ -11,7 +11,7 @@
 
 #include "body/body.h"
 #include "body/node_table.h"
-#include "modes/store.h"
+#include "modes/pending.h"
 #include "support/files.h"
 #include "support/messages.h"
 
@@ -35,10 +35,6 @@ std::vector<double> doubles_of(const std::string &bytes) {
   std::memcpy(out.data(), bytes.data(), out.size() * 8);
   return out;
 }
-
-const Message kNoRoomForNode3 = error(
-    "Insufficient room for node 3 in temporary mode shape file.  \n"
-    "Specify larger number of nodes in SBR_Create.\n");
 
 TEST_F(ModeEntryTest, TheFirstValueMakesModeNodeAndFile) {
   SBR body = SBR_Create(2, 2);
@@ -131,55 +127,6 @@ TEST_F(ModeEntryTest, AModeBeyondTheCapacityIsRefused) {
                                        "Specify larger number of modes in SBR_Create.\n")});
 }
 
-TEST_F(ModeEntryTest, ANodeBeyondTheCapacityIsRefusedAndTheNextRecordStays) {
-  SBR body = SBR_Create(2, 2);
-  SBR_SetMode(body, 2, 1, 0, 9, 9, 9, 9, 9, 9);
-  SBR_SetMode(body, 1, 2, 0, 8, 8, 8, 8, 8, 8);
-  // Node 3 is known to the body, but a record holds two nodes.
-  EXPECT_EQ(SBR_SetMode(body, 2, 3, 0, 7, 7, 7, 7, 7, 7), 0);
-  EXPECT_EQ(SBR_SetModeEntry(body, 1, 3, 0, 0, 7), 0);
-  EXPECT_EQ(log.take_complaints(), (std::vector<Message>{kNoRoomForNode3, kNoRoomForNode3}));
-  EXPECT_EQ(SBR_NodeCount(body), 3);
-  double first[3] = {};
-  EXPECT_EQ(SBR_ModeByNodeWithoutCache(body, 1, 0, 2, first, 0), 1);
-  EXPECT_EQ(first[0], 8.0);
-  EXPECT_EQ(SBR_ModeByNodeWithoutCache(body, 1, 0, 1, first, 0), 1);
-  EXPECT_EQ(first[0], 0.0);
-}
-
-TEST_F(ModeEntryTest, AStressNodeWithoutRoomStaysOutOfTheStressList) {
-  SBR body = SBR_Create(1, 2);
-  EXPECT_EQ(SBR_SetMode(body, 1, 8, 1, 1, 1, 1, 1, 1, 1), 1);
-  EXPECT_EQ(SBR_SetMode(body, 1, 9, 1, 2, 2, 2, 2, 2, 2), 0);
-  EXPECT_EQ(log.take_complaints(),
-            std::vector<Message>{error("Insufficient room for node 9 in temporary modal stress file.  \n"
-                                       "Specify larger number of nodes in SBR_Create.\n")});
-  EXPECT_EQ(SBR_ModeNodeCount(body, 1), 1);
-  EXPECT_EQ(six_of(body, 1, 1, 8), std::vector<double>(6, 1.0));
-  EXPECT_EQ(SBR_SetMode(body, 1, 9, 2, 2, 2, 2, 2, 2, 2), 1);
-  EXPECT_EQ(SBR_SetModeEntry(body, 1, 10, 2, 0, 2), 0);
-  EXPECT_EQ(log.take_complaints(),
-            std::vector<Message>{error("Insufficient room for node 10 in temporary modal strain file.  \n"
-                                       "Specify larger number of nodes in SBR_Create.\n")});
-}
-
-TEST_F(ModeEntryTest, ABodyWithoutNodeCapacityTakesNoMode) {
-  SBR body = SBR_Create(0, 2);
-  EXPECT_EQ(SBR_SetMode(body, 1, 3, 0, 1, 1, 1, 1, 1, 1), 0);
-  const std::vector<Message> complaints = log.take_complaints();
-  ASSERT_EQ(complaints.size(), 1U);
-  EXPECT_TRUE(is_no_memory(complaints[0], "sbrdata"));
-  EXPECT_EQ(SBR_SetMode(body, 1, 3, 0, 1, 1, 1, 1, 1, 1), 0);
-  EXPECT_EQ(log.take_complaints(), std::vector<Message>{kNoRoomForNode3});
-  EXPECT_FALSE(flag(body, 7));
-}
-
-TEST_F(ModeEntryTest, ANegativeNodeCapacityTakesNoMode) {
-  SBR body = SBR_Create(-5, 2);
-  EXPECT_EQ(SBR_SetMode(body, 1, 3, 0, 1, 1, 1, 1, 1, 1), 0);
-  EXPECT_EQ(SBR_SetMode(body, 1, 3, 0, 1, 1, 1, 1, 1, 1), 0);
-}
-
 TEST_F(ModeEntryTest, AFileThatCannotBeOpenedFailsEverySetter) {
   const ScratchDirectory scratch;
   const ScopedEnvironment where("KTX_TMP_MOD", scratch.file("nowhere/modes"));
@@ -261,9 +208,6 @@ TEST_F(ModeEntryTest, SinglePrecisionRecordsKeepTheEightByteStride) {
   }
   expected[8] = 0.5F;  // byte 4 * 8
   EXPECT_EQ(floats, expected);
-  // At eight bytes a value the third node lies behind the record.
-  EXPECT_EQ(SBR_SetMode(body, 1, 3, 0, 1, 1, 1, 1, 1, 1), 0);
-  EXPECT_EQ(log.take_complaints(), std::vector<Message>{kNoRoomForNode3});
 }
 
 // ---- order of arrival -----------------------------------------------------------------------------------

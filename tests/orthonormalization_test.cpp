@@ -7,7 +7,7 @@
 #include <random>
 #include <string>
 
-#include "dynamics/orthonormalize.h"
+#include "dynamics/eigen_table.h"
 #include "support/messages.h"
 #include "support/modal_body.h"
 

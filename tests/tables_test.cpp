@@ -263,5 +263,69 @@ TEST_F(TablesTest, AKeyTableAnswersAfterAnyMixtureOfRenames) {
   }
 }
 
+// The literal model: an array in ascending order of the IDs, equal ones in order of arrival, searched by bisection.
+int found_by_bisection(const std::vector<int> &ids, int id) {
+  std::vector<sbr::NodeKey> keys;
+  for (std::size_t i = 0; i < ids.size(); ++i) keys.push_back({ids[i], static_cast<int>(i)});
+  std::stable_sort(keys.begin(), keys.end(), [](auto &a, auto &b) { return a.id < b.id; });
+  const sbr::NodeKey key{id, 0};
+  const auto *found =
+      static_cast<const sbr::NodeKey *>(std::bsearch(&key, keys.data(), keys.size(), sizeof(sbr::NodeKey), By_Id));
+  return found == nullptr ? -1 : found->position;
+}
+
+TEST_F(TablesTest, AKeyTableWithRepeatedIdsAnswersAsTheSortedArrayWould) {
+  std::mt19937 random(5);
+  for (int round = 0; round < 20; ++round) {
+    sbr::KeyTable table;
+    std::vector<int> ids;
+    for (int step = 0; step < 300; ++step) {
+      const int id = static_cast<int>(random() % 200);
+      ASSERT_TRUE(table.insert(id, static_cast<int>(ids.size())));
+      ids.push_back(id);
+      const int probe = static_cast<int>(random() % 220);
+      ASSERT_EQ(table.find(probe), found_by_bisection(ids, probe)) << "round " << round << " step " << step;
+    }
+    table.shift_ids(7);
+    for (int &id : ids) id += 7;
+    for (int probe = 0; probe < 230; ++probe) ASSERT_EQ(table.find(probe), found_by_bisection(ids, probe));
+  }
+}
+
+TEST_F(TablesTest, RenamesAmongRepeatedIdsFindANodeOfThatId) {
+  std::mt19937 random(6);
+  sbr::KeyTable table;
+  std::vector<int> ids;
+  for (int i = 0; i < 300; ++i) {
+    ids.push_back(static_cast<int>(random() % 200));
+    ASSERT_TRUE(table.insert(ids.back(), i));
+  }
+  for (int step = 0; step < 3000; ++step) {
+    const auto p = random() % 300;
+    const int wanted = static_cast<int>(random() % 300);
+    const int old = ids[p];
+    const int q = table.find(wanted);
+    if (q == static_cast<int>(p)) continue;
+    table.rename(static_cast<int>(p), wanted);
+    ids[p] = wanted;
+    if (q >= 0) {
+      ASSERT_EQ(ids[static_cast<std::size_t>(q)], wanted);
+      table.rename(q, old);
+      ids[static_cast<std::size_t>(q)] = old;
+    }
+    const int probe = static_cast<int>(random() % 300);
+    const int found = table.find(probe);
+    if (std::count(ids.begin(), ids.end(), probe) == 0)
+      ASSERT_EQ(found, -1) << step;
+    else
+      ASSERT_EQ(ids.at(static_cast<std::size_t>(found)), probe) << step;
+  }
+}
+
+TEST_F(TablesTest, ASwapReportsANullHandleOnce) {
+  SBR_SwapNodesByID(nullptr, 1, 2);
+  EXPECT_EQ(log.take(), std::vector<Message>{error("The database has not been initialized.")});
+}
+
 }  // namespace
 }  // namespace sbrtest

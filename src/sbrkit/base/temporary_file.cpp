@@ -23,12 +23,8 @@ std::uint64_t random_bits() noexcept {
   return static_cast<std::uint64_t>(now) * 0x9E3779B97F4A7C15U + ++counter;
 }
 
-}  // namespace
-
-bool temporary_name(Array<char> &path) noexcept {
-  const char *directory = std::getenv("TMP");
-  if (directory == nullptr || *directory == '\0') directory = "/tmp";
-  const std::size_t length = std::strlen(directory);
+// A free name in a directory given by the first `length` characters of a text.
+bool name_in(const char *directory, std::size_t length, Array<char> &path) noexcept {
   if (!path.allocate(static_cast<std::int64_t>(length + sizeof kPrefix + kRandomLetters))) return false;
   static constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
   do {
@@ -41,6 +37,20 @@ bool temporary_name(Array<char> &path) noexcept {
     to[kRandomLetters] = '\0';
   } while (access(path.data(), F_OK) == 0);
   return true;
+}
+
+}  // namespace
+
+bool temporary_name(Array<char> &path) noexcept {
+  const char *directory = std::getenv("TMP");
+  if (directory == nullptr || *directory == '\0') directory = "/tmp";
+  return name_in(directory, std::strlen(directory), path);
+}
+
+bool temporary_name_beside(Array<char> &path, const char *file) noexcept {
+  const char *end = std::strrchr(file, '/');
+  if (end == nullptr) return name_in(".", 1, path);
+  return name_in(file, static_cast<std::size_t>(end - file), path);
 }
 
 std::FILE *create_exclusive(const char *path) noexcept {

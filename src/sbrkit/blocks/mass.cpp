@@ -16,9 +16,10 @@ Reading read_global_properties(SbrBody &body) noexcept {
   return transfer(reader, body.global) ? Reading::complete : failed("Problem reading Global Body Properties");
 }
 
+// The properties that the invariants tell replace those that the body had.
 bool write_global_properties(Emission &run) noexcept {
-  GlobalProperties global;
-  if (SBR_TotalMassInertia(&run.body, &global.mass, global.inertia, global.center) == 0) return false;
+  calculate_global_mass(run.body);
+  const GlobalProperties &global = run.body.global;
   const double *center = global.center;
   const double *inertia = global.inertia;
   report_info("\nGlobal body properties:");
@@ -62,14 +63,10 @@ class CellsWithoutSource {
 
 bool print_global_properties(const Report &report) noexcept {
   const CellsWithoutSource without_source(report.body);
-  double mass = 0.0;
-  double i[9] = {};
-  double c[3] = {};
-  if (SBR_TotalMassInertia(&report.body, &mass, i, c) == 0) {
-    std::fprintf(report.out, "No global body property information\n");
-    return true;
-  }
-  std::fprintf(report.out, "Mass: % 17.10lf\n", mass);
+  calculate_global_mass(report.body);
+  const double *c = report.body.global.center;
+  const double *i = report.body.global.inertia;
+  std::fprintf(report.out, "Mass: % 17.10lf\n", report.body.global.mass);
   std::fprintf(report.out, "Center of Mass: % 17.10lf % 17.10lf % 17.10lf\n", c[0], c[1], c[2]);
   std::fprintf(report.out, "Inertia Tensor: % 17.10lf % 17.10lf % 17.10lf\n", i[0], i[1], i[2]);
   std::fprintf(report.out, "                % 17.10lf % 17.10lf % 17.10lf\n", i[3], i[4], i[5]);

@@ -7,6 +7,7 @@
 #include "blocks/mode_lists.h"
 #include "body/node_table.h"
 #include "modes/access.h"
+#include "modes/cache.h"
 #include "modes/statistics.h"
 #include "modes/store.h"
 
@@ -396,7 +397,7 @@ class Parts {
   void take(SbrBody &body, int mode, Kind kind) noexcept {
     const bool recorded = mode == kPreVector || (mode >= 0 && mode < body.store.offsets[kind].count());
     for (int part = 0; part < 2; ++part) {
-      const bool known = recorded || cached_part(body, mode, kind, part) != nullptr;
+      const bool known = recorded || kept_part(body, mode, kind, part) != nullptr;
       if (!known || !mode_part(body, mode, kind, part, parts_[part].data())) parts_[part].fill_zero();
     }
   }

@@ -29,12 +29,10 @@ bool write_statistics(Emission &run) noexcept {
   return true;
 }
 
-using Figure = int (*)(SBR body, int number, int *id, double *value);
-
-void put_figure(const Report &report, const char *format, int number, Figure figure) noexcept {
+void put_maximum(const Report &report, const char *format, int number, Maximum maximum) noexcept {
   int id = 0;
   double value = 0.0;
-  figure(&report.body, number, &id, &value);
+  largest_value(report.body, number, maximum, &id, &value);
   std::fprintf(report.out, format, id, value);
 }
 
@@ -49,16 +47,12 @@ bool print_statistics(const Report &report) noexcept {
   for (int m = 0; m < modes; ++m) {
     const int number = mode_number(body, m);
     std::fprintf(report.out, "\nMODE NUMBER %d=================================\n\n", number);
-    put_figure(report, "Max. Trans. Magnitude:      Node ID = %d  Magnitude = %12.6e\n", number,
-               SBR_GetMaxModeDisplacement);
-    put_figure(report, "Max. Small Rot. Magnitude:  Node ID = %d  Magnitude = %12.6e\n", number,
-               SBR_GetMaxModeRotation);
+    put_maximum(report, "Max. Trans. Magnitude:      Node ID = %d  Magnitude = %12.6e\n", number, Maximum::translation);
+    put_maximum(report, "Max. Small Rot. Magnitude:  Node ID = %d  Magnitude = %12.6e\n", number, Maximum::rotation);
     if (has_block(body, kModalStress))
-      put_figure(report, "Max. Von Mises Stress:      Node ID = %d  Magnitude = %12.6e\n", number,
-                 SBR_GetMaxVonMisesStress);
+      put_maximum(report, "Max. Von Mises Stress:      Node ID = %d  Magnitude = %12.6e\n", number, Maximum::stress);
     if (has_block(body, kModalStrain))
-      put_figure(report, "Max. Von Mises Strain:      Node ID = %d  Magnitude = %12.6e\n", number,
-                 SBR_GetMaxVonMisesStrain);
+      put_maximum(report, "Max. Von Mises Strain:      Node ID = %d  Magnitude = %12.6e\n", number, Maximum::strain);
   }
   return true;
 }

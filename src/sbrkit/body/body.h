@@ -18,7 +18,7 @@
 
 namespace sbr {
 
-// ---- node and mode tables: sbrdata ---------------------------------------------------------------------------------
+// ---- node and mode tables: body/node_table ---------------------------------------------------------------------------
 
 struct NodeRecord {
   std::int32_t id = 0;
@@ -52,16 +52,15 @@ struct ModeTable {
   Array<std::int32_t> mode_numbers;  // mode_capacity entries when built, mode_count when read
 };
 
-// ---- mode storage: sbrmodestore ------------------------------------------------------------------------------------
+// ---- mode storage: modes/store, its waiting values modes/pending -----------------------------------------------------
 
-// A run of adjacent values of one mode's record that waits to be written: unit sbrmodewrites.
+// A run of adjacent values of one mode's record that waits to be written.
 struct ModeRun {
   std::int32_t mode;     // mode index
   std::int32_t node_id;  // the node that the run starts with, for the report of a failed seek
   std::int32_t dof;      // value position of that node, 0 when the run started with all six
   std::int32_t count;    // values in the run; 0 for a free place
   std::int64_t first;    // where the run starts in the record, in values
-  std::int64_t room;     // bytes of the mode's record; 0 until worked out
 };
 
 struct PendingModeWrites {
@@ -73,24 +72,27 @@ struct PendingModeWrites {
 
 struct ModeStore {
   PerKind<Array<std::int64_t>> offsets;  // per kind, where each mode's record starts in the kind's channel
+  PerKind<std::int64_t> record_bytes;    // per kind, the length of a record in a temporary file; 0 without records
+  PerKind<std::int64_t> reserved_bytes;  // per kind, how far the temporary file is known to reach
   int keep_in_memory = 1;
-  int memory_limit = 0;  // cache slots that may be filled; 0 until worked out
-  int memory_used = 0;
-  PerKind<OwnedList<Array<double>>[2]> memory;  // by kind and part: per mode index a cached part, or an empty place
-  PerKind<PendingModeWrites> pending;           // per kind, entered but not yet in the temporary file
+  int memory_limit = 0;                   // cache slots that may be filled; 0 until worked out
+  int memory_used = 0;                    // parts stored since the cache was cleaned
+  OwnedList<Array<double>> parts;         // those parts, also the ones that no longer count
+  PerKind<Array<std::int32_t>[2]> slots;  // by kind and part: per mode index its place in `parts` plus 1, or 0
+  PerKind<PendingModeWrites> pending;     // per kind, entered but not yet in the temporary file
 };
 
-// ---- mode access: sbrmodes -----------------------------------------------------------------------------------------
+// ---- mode access: modes/access ---------------------------------------------------------------------------------------
 
 struct ModeAccess {
-  PerKind<int> current_mode{{-1, -1, -1}};  // mode index held in current_record; mode_count for a pre-vector
+  PerKind<int> current_mode{{-1, -1, -1}};  // mode index held in current_record; -1 for none, kPreVector
   PerKind<Array<double>> current_record;
   Array<double> ref_buffer;
   Array<double> transformation;  // mode_count x mode_count, row by row, at the time it was made
   Array<std::int32_t> transformation_modes;
 };
 
-// ---- units: sbrunits -----------------------------------------------------------------------------------------------
+// ---- units: body/units; frame/switch_units changes them --------------------------------------------------------------
 
 struct UnitFactors {
   double force = 1.0;
@@ -108,7 +110,7 @@ struct UnitState {
   UnitFactors unit;   // the product of all changes since the data was stored
 };
 
-// ---- generalized matrices and eigenvalues: sbrmatrices -------------------------------------------------------------
+// ---- generalized matrices and eigenvalues: body/matrices -------------------------------------------------------------
 
 struct SparseEntry {
   std::int32_t row = 0;  // mode indices
@@ -127,7 +129,7 @@ struct GeneralizedMatrices {
   int damping_on_principal_axes = 0;
 };
 
-// ---- faces and interface nodes: sbrset -----------------------------------------------------------------------------
+// ---- faces and interface nodes: body/faces ---------------------------------------------------------------------------
 
 struct FaceList {
   int face_count = 0;
@@ -141,7 +143,7 @@ struct InterfaceNodes {
   int mapped = -1;            // length of `nodes` that `place` describes; -1 for none
 };
 
-// ---- global properties and inertia invariants: sbrinvar ------------------------------------------------------------
+// ---- global properties and inertia invariants: mass/invariants -------------------------------------------------------
 
 // Filled cells have memory. The shapes follow from the mode count at the time a cell was made, kept in `modes`.
 struct Invariants {
@@ -155,7 +157,7 @@ struct Invariants {
   Array<double> invar9;  // M x M cells of 9
 };
 
-// ---- loads: sbrloads -----------------------------------------------------------------------------------------------
+// ---- loads: body/loads -----------------------------------------------------------------------------------------------
 
 struct ModalLoad {
   char label[256] = {};
@@ -176,14 +178,14 @@ struct Loads {
   OwnedList<NodalLoadCase> nodal;
 };
 
-// ---- statistics, pre-stress, pre-strain: sbrstatistics, sbrset -----------------------------------------------------
+// ---- pre-stress and pre-strain: modes/entry --------------------------------------------------------------------------
 
 struct PreVectors {
   Array<SixVector> stress;  // by kind position of kind 1
   Array<SixVector> strain;  // by kind position of kind 2
 };
 
-// ---- monitor points and matrix operators: sbrmonpnt, sbrmtxop ------------------------------------------------------
+// ---- monitor points: body/monitor_points; matrix operators: body/matrix_operators ------------------------------------
 
 struct MonitorPoint {
   int type = 0;
@@ -211,7 +213,7 @@ struct MatrixOperator {
   OwnedList<SubOperator> sub_operators;
 };
 
-// ---- surface state and free edges: sbrtools, sbrcoarse, sbrfreeedge ------------------------------------------------
+// ---- surface state: surface/discard; free edges: surface/free_edges --------------------------------------------------
 
 struct GeometryState {
   Array<std::int32_t> geometry_nodes;  // the keep list, while it lasts
@@ -228,7 +230,8 @@ struct FreeEdges {
 
 }  // namespace sbr
 
-// One flexible body. Lives on the registry of sbrcreate from its creation to its release.
+// One flexible body. Lives on the registry (body/registry) from its creation to its release.
+// The record channel and its layout belong to read/reader, header texts to body/header, statistics to modes/statistics.
 struct SbrBody {
   SbrBody *next = nullptr;
   int reference_count = 1;

@@ -50,7 +50,17 @@ class KeyTable {
   void clear() noexcept;
 
  private:
+  static constexpr std::int32_t kFree = -1;
+  static constexpr std::int32_t kRepeated = -2;  // several keys share the ID: the sorted keys decide
+
   void sort_keys() noexcept;
+  // Whether the key that a lookup came by may answer for its ID.
+  [[nodiscard]] bool stands_alone(std::int32_t id) const noexcept {
+    for (int i = 0; i < repeated_count_ && i < kFew; ++i)
+      if (repeated_ids_[i] == id) return false;
+    return repeated_count_ <= kFew;
+  }
+  [[nodiscard]] std::int32_t find_sorted(std::int32_t id) noexcept;
   [[nodiscard]] bool build_index() noexcept;
   void enter(NodeKey key) noexcept;
   [[nodiscard]] std::size_t slot_of(std::int32_t id) const noexcept;
@@ -58,14 +68,18 @@ class KeyTable {
   [[nodiscard]] bool build_places() noexcept;
 
   Array<NodeKey> keys_;
-  Array<NodeKey> slots_;          // open addressing, a power of two; position -1 is a free slot
+  Array<NodeKey> ordered_;        // a sorted copy, while an indexed table is asked for its order
+  Array<NodeKey> slots_;          // open addressing, a power of two; position kFree or kRepeated, or that of the ID
   Array<std::int32_t> place_of_;  // position -> place in keys_, for rename; built on demand
   bool present_ = false;
   bool sorted_ = true;
   bool indexed_ = false;
   std::size_t recent_ = 0;  // a place in keys_ that a lookup may try first
   bool renamed_ = false;    // IDs were changed one by one and may repeat for a while: no such short cut
-  bool repeated_ = false;   // two keys share an ID: lookups take the binary search over the sorted keys
+  // The first few IDs that are those of several keys. Beyond them there is no short cut.
+  static constexpr int kFew = 8;
+  std::int32_t repeated_ids_[kFew] = {};
+  int repeated_count_ = 0;
 };
 
 }  // namespace sbr

@@ -45,6 +45,25 @@ int monitor_point_has_operator(const SbrBody &body, int point, int type) noexcep
   return record != nullptr && valid_type(type) ? record->flags & flag_of(type) : 0;
 }
 
+void drop_operators_behind(SbrBody &body, int modes) noexcept {
+  const auto kept = static_cast<std::size_t>(std::max(modes, 0));
+  for (std::size_t p = 0; p < body.monitor_points.size(); ++p) {
+    MonitorPoint *point = body.monitor_points[p];
+    if (point == nullptr) continue;
+    for (int type = 1; type <= kLoadOperator; ++type) {
+      Array<double> &values = point->operators[type - 1];
+      // The rows are as long as the modes were many when the operator was entered.
+      const std::int64_t rows = operator_size(*point, type, 1);
+      const std::size_t had = rows > 0 ? values.size() / static_cast<std::size_t>(rows) : 0;
+      if (had <= kept) continue;
+      std::size_t out = 0;
+      for (std::size_t row = 0; row + had <= values.size(); row += had, out += kept)
+        std::copy_n(values.data() + row, kept, values.data() + out);
+      (void)values.resize(static_cast<std::int64_t>(out));
+    }
+  }
+}
+
 }  // namespace sbr
 
 using sbr::point_at;

@@ -12,6 +12,9 @@ namespace sbr {
 // operator, else 0.
 [[nodiscard]] int monitor_point_has_operator(const SbrBody &body, int point, int type) noexcept;
 
+// Cuts the rows of all operators down to the first `modes` values, for a body whose later modes go.
+void drop_operators_behind(SbrBody &body, int modes) noexcept;
+
 }  // namespace sbr
 
 #endif

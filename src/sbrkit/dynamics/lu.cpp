@@ -1,5 +1,7 @@
 // A small dense solver: LU decomposition with partial pivoting by rows (Doolittle's form: the diagonal of L is 1),
 // solution and inversion. See Golub and Van Loan, Matrix Computations, chapter 3.
+#include "dynamics/lu.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -11,7 +13,7 @@
 namespace sbr {
 namespace {
 
-bool rows_present(double *const *rows, int n) noexcept {
+bool rows_present(const double *const *rows, int n) noexcept {
   return rows != nullptr && std::none_of(rows, rows + std::max(n, 0), [](const double *row) { return row == nullptr; });
 }
 
@@ -33,18 +35,15 @@ int pivot_row(double *const *rows, int n, int k) noexcept {
 }
 
 }  // namespace
-}  // namespace sbr
 
-extern "C" {
-
-int SBR_LUPDecomposition(double **rows, int n, int *permutation) {
-  if (permutation == nullptr) return 0;
+bool lup_decompose(double *const *rows, int n, int *permutation) noexcept {
+  if (permutation == nullptr) return false;
   for (int i = 0; i < n; ++i) permutation[i] = i;
-  if (n < 2) return 1;
-  if (!sbr::rows_present(rows, n)) return 0;
+  if (n < 2) return true;
+  if (!rows_present(rows, n)) return false;
   for (int k = 0; k < n - 1; ++k) {
-    const int m = sbr::pivot_row(rows, n, k);
-    if (m < 0) return 0;
+    const int m = pivot_row(rows, n, k);
+    if (m < 0) return false;
     std::swap(permutation[k], permutation[m]);
     if (m != k) std::swap_ranges(rows[k], rows[k] + n, rows[m]);
     for (int i = k + 1; i < n; ++i) {
@@ -52,13 +51,13 @@ int SBR_LUPDecomposition(double **rows, int n, int *permutation) {
       for (int j = k + 1; j < n; ++j) rows[i][j] -= rows[i][k] * rows[k][j];
     }
   }
-  return 1;
+  return true;
 }
 
-int SBR_LUPSolve(double **rows, int n, const int *permutation, double *b) {
-  sbr::Array<double> y;
-  if (!y.allocate(n)) return sbr::report_no_memory(sbr::unit_name::kTools);
-  if (!sbr::rows_present(rows, n) || !sbr::is_index_list(permutation, n) || b == nullptr) return 0;
+bool lup_solve(const double *const *rows, int n, const int *permutation, double *b) noexcept {
+  Array<double> y;
+  if (!y.allocate(n)) return report_no_memory(unit_name::kTools);
+  if (!rows_present(rows, n) || !is_index_list(permutation, n) || b == nullptr) return false;
   for (int i = 0; i < n; ++i) {
     double sum = 0.0;
     for (int j = 0; j < i; ++j) sum += rows[i][j] * y[j];
@@ -69,23 +68,39 @@ int SBR_LUPSolve(double **rows, int n, const int *permutation, double *b) {
     for (int j = i + 1; j < n; ++j) sum += rows[i][j] * b[j];
     b[i] = (y[i] - sum) / rows[i][i];
   }
-  return 1;
+  return true;
 }
 
-int SBR_LUPInvert(double **rows, int n, const int *permutation) {
-  sbr::Array<double> x;
-  sbr::Array<double> inverse;
-  if (!x.allocate(n) || !inverse.allocate(std::int64_t{n} * n)) return sbr::report_no_memory(sbr::unit_name::kTools);
-  if (!sbr::rows_present(rows, n)) return 0;
+bool lup_invert(double *const *rows, int n, const int *permutation) noexcept {
+  Array<double> x;
+  Array<double> inverse;
+  if (!x.allocate(n) || !inverse.allocate(std::int64_t{n} * n)) return report_no_memory(unit_name::kTools);
+  if (!rows_present(rows, n)) return false;
   const auto size = static_cast<std::size_t>(n);
   for (std::size_t j = 0; j < size; ++j) {
     x.fill_zero();
     x[j] = 1.0;
-    if (SBR_LUPSolve(rows, n, permutation, x.data()) == 0) return 0;
+    if (!lup_solve(rows, n, permutation, x.data())) return false;
     for (std::size_t i = 0; i < size; ++i) inverse[i * size + j] = x[i];
   }
   for (std::size_t i = 0; i < size; ++i) std::copy_n(inverse.data() + i * size, size, rows[i]);
-  return 1;
+  return true;
+}
+
+}  // namespace sbr
+
+extern "C" {
+
+int SBR_LUPDecomposition(double **rows, int n, int *permutation) {
+  return sbr::lup_decompose(rows, n, permutation) ? 1 : 0;
+}
+
+int SBR_LUPSolve(double **rows, int n, const int *permutation, double *b) {
+  return sbr::lup_solve(rows, n, permutation, b) ? 1 : 0;
+}
+
+int SBR_LUPInvert(double **rows, int n, const int *permutation) {
+  return sbr::lup_invert(rows, n, permutation) ? 1 : 0;
 }
 
 }  // extern "C"

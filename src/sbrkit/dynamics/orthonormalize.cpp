@@ -10,7 +10,11 @@
 #include "body/node_table.h"
 #include "body/registry.h"
 #include "body/units.h"
+#include "dynamics/drop_modes.h"
+#include "dynamics/eigen_table.h"
+#include "dynamics/qz.h"
 #include "dynamics/rigid_modes.h"
+#include "dynamics/square_matrix.h"
 #include "modes/access.h"
 #include "modes/store.h"
 #include "modes/transform.h"
@@ -40,33 +44,27 @@ struct EigenProblem {
   Array<double> weights;
   Array<double> products;
   Array<int> order;
-  Array<EigenRecord> table;
-  Array<std::int32_t> numbers_before;
 
   [[nodiscard]] bool allocate(int order_of_matrices) noexcept {
     n = order_of_matrices;
     return vectors.allocate(n) && stiffness.allocate(n) && mass.allocate(n) && alfr.allocate(n) && alfi.allocate(n) &&
-           beta.allocate(n) && column.allocate(n) && weights.allocate(n) && products.allocate(n) && order.allocate(n) &&
-           table.allocate(n) && numbers_before.allocate(n);
+           beta.allocate(n) && column.allocate(n) && weights.allocate(n) && products.allocate(n) && order.allocate(n);
   }
 };
 
 // Runs the four stages of QZ on the full matrices, whose columns are their rows. The eigenvectors come as columns of T.
 void run_qz(EigenProblem &p, SquareMatrix &T) noexcept {
-  const int with_vectors = 1;
-  const double eps1 = 0.0;
-  int ierr = 0;
   double *a = p.stiffness.data();
   double *b = p.mass.data();
   double *z = p.vectors.data();
   report_info("  (Finding upper Hessenberg and upper triangular forms)");
-  SBR_QZHESS(&p.n, &p.n, a, b, &with_vectors, z);
+  qz::to_hessenberg(p.n, p.n, a, b, z);
   report_info("  (Converting upper Hessenberg form to quasi-upper triangular)");
-  SBR_QZITT(&p.n, &p.n, a, b, &eps1, &with_vectors, z, &ierr);
+  (void)qz::iterate(p.n, p.n, a, b, 0.0, z);  // eigenvalues that were not reached come as they are
   report_info("  (Calculating Eigenvalues)");
-  SBR_QZVALL(&p.n, &p.n, a, b, p.alfr.data(), p.alfi.data(), p.beta.data(), &with_vectors, z);
+  qz::eigenvalues(p.n, p.n, a, b, p.alfr.data(), p.alfi.data(), p.beta.data(), z);
   report_info("  (Calculating Eigenvectors)");
-  SBR_QZVECC(&p.n, &p.n, a, b, p.alfr.data(), p.alfi.data(), p.beta.data(), z);
+  qz::eigenvectors(p.n, p.n, a, b, p.alfr.data(), p.alfi.data(), p.beta.data(), z);
   for (int i = 0; i < p.n; ++i)
     for (int j = 0; j < p.n; ++j) T.row(i)[j] = p.vectors.row(j)[i];
 }
@@ -173,28 +171,22 @@ void orthonormalize_columns(EigenProblem &p, SquareMatrix &T) noexcept {
 }
 
 // The table of the transformed modes: unit masses, and stiffnesses from the given matrix.
-void install_table(SbrBody &body, EigenProblem &p, const SquareMatrix &T) noexcept {
+void fill_table(EigenProblem &p, const SquareMatrix &T, Array<EigenRecord> &rows) noexcept {
   for (int i = 0; i < p.n; ++i) {
-    const auto k = static_cast<std::size_t>(i);
     take_column(T, i, p.column.data());
     const double s = quadratic_form(p.stiffness, p.column.data());
-    EigenRecord &row = p.table[k];
+    EigenRecord &row = rows[i];
     row.generalized_mass = 1.0;
     row.generalized_stiffness = s;
-    set_eigenvalue(row, p.alfr[k] == kInfiniteEigenvalue ? kInfiniteEigenvalue : s, p.ucf);
+    set_eigenvalue(row, p.alfr[i] == kInfiniteEigenvalue ? kInfiniteEigenvalue : s, p.ucf);
   }
-  body.matrices.eigenvalues.swap(p.table);
-  body.matrices.eigenvalue_count = p.n;
-  body.matrices.stiffness.release();
-  renumber_modes_from_one(body, p.numbers_before);
 }
 
-// Solves the eigenproblem of the generalized matrices into T and the eigenvalue table. False when memory is short,
-// before anything has changed.
-bool solve_eigenproblem(SbrBody &body, SquareMatrix &T) noexcept {
+// Solves the eigenproblem of the generalized matrices into T and a table. False after a report when memory is short.
+bool solve_eigenproblem(SbrBody &body, SquareMatrix &T, EigenTable &table) noexcept {
   report_info("\nSolving Generalized Eigenvalue Problem to orthogonalize mode shapes.");
   EigenProblem p;
-  if (!p.allocate(T.order())) return report_no_memory(unit_name::kWriting) != 0;
+  if (!p.allocate(T.order()) || !table.allocate(T.order())) return report_no_memory(unit_name::kWriting);
   p.ucf = consistency_factor(body);
   full_stiffness(body, p.stiffness.data(), p.n);
   full_mass(body, p.mass.data(), p.n);
@@ -202,13 +194,12 @@ bool solve_eigenproblem(SbrBody &body, SquareMatrix &T) noexcept {
   take_real_eigenvalues(p);
   sort_eigenpairs(p, T);
   print_eigenvalues(p.alfr.data(), p.n, p.ucf);
-  // The solver has used both matrices up. They are read again before the table they may stem from is replaced.
+  // The solver has used both matrices up.
   full_mass(body, p.mass.data(), p.n);
   full_stiffness(body, p.stiffness.data(), p.n);
-  body.matrices.mass.release();
   report_info("\n  Applying Gram-Schmidt to eigenvectors \n ");
   orthonormalize_columns(p, T);
-  install_table(body, p, T);
+  fill_table(p, T, table.rows);
   return true;
 }
 
@@ -240,61 +231,121 @@ void scale_damping(SbrBody &body, int n, const double *scale) noexcept {
 }
 
 // A vector of modal forces in the new modes. The values before `start` stand on the principal axes and stay.
-bool transform_modal_vector(Array<double> &values, int start, const double *T, int n) noexcept {
-  // A vector that was entered before all modes were there is no load on these modes: the body is inconsistent.
-  if (values.size() < static_cast<std::size_t>(n)) {
-    report_error("Failed to transform modal loads following orthonormalization.\n");
-    return false;
-  }
-  Array<double> sums;
-  if (!sums.allocate(n)) return report_no_memory(unit_name::kWriting) != 0;
+void transform_modal_vector(Array<double> &values, int start, const double *T, Array<double> &sums) noexcept {
+  const int n = sums.count();
+  sums.fill_zero();
   for (int k = start; k < n; ++k) {
     const double *row = T + static_cast<std::ptrdiff_t>(k) * n;
     const double old = values[k];
     for (int j = start; j < n; ++j) sums[j] += old * row[j];
   }
   std::copy(sums.begin() + start, sums.end(), values.begin() + start);
-  return true;
 }
 
-// All load cases and the preload. False when one of them could not be transformed; the others are all the same.
-bool transform_loads(SbrBody &body, const double *T, int n) noexcept {
-  const int rigid = std::clamp(rigid_mode_count(body), 0, n);
-  bool good = true;
-  for (int c = 0; c < load_case_count(body); ++c) {
-    ModalLoad *load = body.loads.modal[c];
-    if (load != nullptr && !transform_modal_vector(load->values, load->processed != 0 ? rigid : 0, T, n)) good = false;
-  }
-  if (!body.loads.preload.empty()) {
-    const int start = preload_processed(body) != 0 ? rigid : 0;
-    if (!transform_modal_vector(body.loads.preload, start, T, n)) good = false;
-  }
-  return good;
+// All load cases and the preload, which have a value for every mode.
+void transform_loads(SbrBody &body, int rigid, const double *T, Array<double> &sums) noexcept {
+  for (std::size_t c = 0; c < body.loads.modal.size(); ++c)
+    if (ModalLoad *load = body.loads.modal[c]; load != nullptr)
+      transform_modal_vector(load->values, load->processed != 0 ? rigid : 0, T, sums);
+  if (!body.loads.preload.empty())
+    transform_modal_vector(body.loads.preload, preload_processed(body) != 0 ? rigid : 0, T, sums);
 }
 
-bool transform_mode_data(SbrBody &body, const double *T, int new_count) noexcept {
-  for (const Kind kind : kKinds) {
-    if (kind != Kind::shape && !has_block(body, kind_block(kind))) continue;
-    if (!transform_modes(body, kind, new_count, T)) return false;
+// One run. All that can fail happens beside the body or can be taken back; then the body changes as a whole.
+class Orthonormalization {
+ public:
+  explicit Orthonormalization(SbrBody &body) noexcept : body_(body), n_(mode_count(body)) {}
+  ~Orthonormalization() {
+    if (!done_) take_back();
   }
-  if (monitor_point_count(body) > 0) transform_monitor_points(body, T);
-  return true;
-}
+  Orthonormalization(const Orthonormalization &) = delete;
+  Orthonormalization &operator=(const Orthonormalization &) = delete;
 
-// Scales the transformation to unit masses and carries all modal quantities over.
-int carry_over(SbrBody &body, double *T, int n, int finite) noexcept {
-  double *scale = nullptr;
-  if (SBR_MassNormalizationScales(&body, &scale) == 0) {
-    report_error("Failed to mass normalize the eigen vectors\n");
-    return 0;
+  [[nodiscard]] bool run() noexcept {
+    if (!make_transformation()) return false;
+    if (!body_.matrices.eigenvalues) {
+      if (!build_eigen_table(body_, table_)) return false;
+      install_table();
+    }
+    const int finite = count_finite_modes(body_, n_);
+    double *T = body_.access.transformation.data();
+    if (modes_need_work(body_)) {
+      if (!carry_over(T, finite)) return false;
+    } else if (finite < n_ && finite >= 1) {
+      set_identity(T, finite);
+    }
+    drop_modes_behind(body_, finite);
+    done_ = true;
+    return true;
   }
-  scale_columns(T, n, scale);
-  scale_damping(body, n, scale);
-  std::free(scale);
-  if (!transform_loads(body, T, n) || !transform_mode_data(body, T, finite)) return 0;
-  body.mode_table.mode_count = finite;
-  return 1;
-}
+
+ private:
+  bool make_transformation() noexcept {
+    if (!T_.allocate(n_)) return report_no_memory(unit_name::kWriting);
+    if (body_.matrices.modes_not_orthogonal == 0) {
+      set_identity(T_.data(), n_);
+    } else {
+      if (!solve_eigenproblem(body_, T_, table_)) return false;
+      install_table();
+    }
+    body_.access.transformation.swap(T_.values());
+    transformation_installed_ = true;
+    return true;
+  }
+
+  void install_table() noexcept {
+    install_eigen_table(body_, table_);
+    table_installed_ = true;
+  }
+
+  // Scales the transformation to unit masses and carries all modal quantities over.
+  bool carry_over(double *T, int finite) noexcept {
+    Array<double> scales;
+    if (!scales.allocate(n_)) {
+      report_no_memory(unit_name::kWriting);
+      report_error("Failed to mass normalize the eigen vectors\n");
+      return false;
+    }
+    Array<double> sums;
+    if (!remember_rows() || !sums.allocate(n_) || !extend_modal_vectors(body_))
+      return report_no_memory(unit_name::kWriting);
+    normalize_masses(body_, scales.span());
+    scale_columns(T, n_, scales.data());
+    const int rigid = std::clamp(rigid_mode_count(body_), 0, n_);
+    PerKind<ModeTransformation> kinds{{{body_, Kind::shape}, {body_, Kind::stress}, {body_, Kind::strain}}};
+    for (const Kind kind : kKinds)
+      if ((kind == Kind::shape || has_block(body_, kKindFacts[kind].block)) && !kinds[kind].prepare(finite, T))
+        return false;
+    if (monitor_point_count(body_) > 0 && !transform_monitor_points(body_, T)) return false;
+    // From here on nothing fails.
+    for (ModeTransformation &transformation : kinds) transformation.install();
+    scale_damping(body_, n_, scales.data());
+    transform_loads(body_, rigid, T, sums);
+    return true;
+  }
+
+  bool remember_rows() noexcept {
+    const Array<EigenRecord> &rows = body_.matrices.eigenvalues;
+    if (!former_rows_.allocate(rows.count())) return rows.empty();
+    std::copy(rows.begin(), rows.end(), former_rows_.begin());
+    return true;
+  }
+
+  void take_back() noexcept {
+    std::copy(former_rows_.begin(), former_rows_.end(), body_.matrices.eigenvalues.begin());
+    if (transformation_installed_) body_.access.transformation.swap(T_.values());
+    if (table_installed_) withdraw_eigen_table(body_, table_);
+  }
+
+  SbrBody &body_;
+  int n_;
+  SquareMatrix T_;    // the new transformation; once it is installed, the former one
+  EigenTable table_;  // likewise
+  bool transformation_installed_ = false;
+  bool table_installed_ = false;
+  Array<EigenRecord> former_rows_;  // before their masses were normalized
+  bool done_ = false;
+};
 
 // ---- generalized masses between two groups of modes ----------------------------------------------------------------
 
@@ -344,7 +395,9 @@ void add_masses_between(SbrBody &body, int first_count, int extra_count) noexcep
       good = extra.read(body, j);
       if (!good) break;
       const double value = generalized_mass_of(body, first, extra, nodes);
-      good = SBR_SetGeneralizedMass(&body, i, j, value) != 0 && SBR_SetGeneralizedMass(&body, j, i, value) != 0;
+      const int row = mode_index(body, i);
+      const int column = mode_index(body, j);
+      good = enter_generalized_mass(body, row, column, value) && enter_generalized_mass(body, column, row, value);
     }
     if (!good) {
       report_error("Failed to extract mode information for SBR.\n");
@@ -354,30 +407,17 @@ void add_masses_between(SbrBody &body, int first_count, int extra_count) noexcep
 }
 
 }  // namespace
+
+bool orthonormalize(SbrBody &body) noexcept {
+  if (!modes_need_work(body) && body.access.transformation) return true;
+  return mode_count(body) >= 1 && Orthonormalization(body).run();
+}
+
 }  // namespace sbr
 
 extern "C" {
 
-int SBR_OrthoNormalize(SBR body) {
-  if (!sbr::require_body(body)) return 0;
-  sbr::Array<double> &transformation = body->access.transformation;
-  if (!sbr::modes_need_work(*body) && transformation) return 1;
-  const int n = sbr::mode_count(*body);
-  if (n < 1) return 0;
-  sbr::SquareMatrix T;
-  if (!T.allocate(n)) return sbr::report_no_memory(sbr::unit_name::kWriting);
-  if (body->matrices.modes_not_orthogonal == 0)
-    sbr::set_identity(T.data(), n);
-  else if (!sbr::solve_eigenproblem(*body, T))
-    return 0;
-  transformation.swap(T.values());
-  if (SBR_EnsureEigenTable(body) == 0) return 0;
-  const int finite = sbr::count_finite_modes(*body, n);
-  if (sbr::modes_need_work(*body)) return sbr::carry_over(*body, transformation.data(), n, finite);
-  body->mode_table.mode_count = finite;
-  if (finite < n && finite >= 1) sbr::set_identity(transformation.data(), finite);
-  return 1;
-}
+int SBR_OrthoNormalize(SBR body) { return sbr::require_body(body) && sbr::orthonormalize(*body) ? 1 : 0; }
 
 void SBR_AnsysAddGenMass(SBR body, int first_count, int extra_count) {
   if (!sbr::require_body(body)) return;

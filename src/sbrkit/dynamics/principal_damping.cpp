@@ -1,4 +1,6 @@
 // The general damping matrix on principal axes: six rigid-body coordinates, then the elastic modes.
+#include "dynamics/principal_damping.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -8,25 +10,12 @@
 #include "body/node_table.h"
 #include "body/registry.h"
 #include "dynamics/rigid_modes.h"
+#include "dynamics/square_matrix.h"
 
 namespace sbr {
 namespace {
 
-constexpr int kMostOrder = 1'000'000'000;  // far above any matrix that fits in memory, and its square fits 64 bits
-
-// A square matrix, row by row.
-struct SquareMatrix {
-  Array<double> values;
-  int n = 0;
-
-  [[nodiscard]] bool allocate(int order) noexcept {
-    n = order;
-    return order > 0 && order < kMostOrder && values.allocate(std::int64_t{order} * order);
-  }
-  double &at(int row, int column) noexcept {
-    return values[static_cast<std::size_t>(row) * static_cast<std::size_t>(n) + static_cast<std::size_t>(column)];
-  }
-};
+constexpr int kMostSelected = 1'000'000'000;  // far above any matrix that fits in memory
 
 // Six rows of rigid participations.
 struct Participation {
@@ -44,7 +33,7 @@ struct Participation {
 
 // P from the modal damping D, the participation A of r rigid modes, and what is left of D.
 void project_damping(SquareMatrix &D, const Participation &A, int r, SquareMatrix &P) noexcept {
-  const int n = P.n;
+  const int n = P.order();
   for (int a = 0; a < 6; ++a)
     for (int b = 0; b < 6; ++b)
       for (int i = 0; i < r; ++i)
@@ -62,8 +51,8 @@ void project_damping(SquareMatrix &D, const Participation &A, int r, SquareMatri
 // The entries of a matrix that are not small, row by row. The list exists even when it is empty.
 bool list_entries(SquareMatrix &P, Array<SparseEntry> &list) noexcept {
   if (!list.reserve(100)) return false;
-  for (int row = 0; row < P.n; ++row)
-    for (int column = 0; column < P.n; ++column)
+  for (int row = 0; row < P.order(); ++row)
+    for (int column = 0; column < P.order(); ++column)
       if (std::fabs(P.at(row, column)) > kSmallProjection && !list.push_back({row, column, P.at(row, column)}))
         return false;
   return true;
@@ -78,7 +67,7 @@ int selected_place(SbrBody &body, std::int64_t row, int shift, int count, const 
   if (row < 6) return static_cast<int>(row);
   const std::int64_t index = row - shift;
   if (index < 0 || index >= mode_count(body)) return -1;
-  const int position = SelectedModeIndex(mode_number(body, static_cast<int>(index)), selected, count);
+  const int position = selected_position(mode_number(body, static_cast<int>(index)), selected, count);
   return position < 0 ? -1 : 6 + position;
 }
 
@@ -108,38 +97,39 @@ int place_entries(SbrBody &body, double **rows, int count, const int *selected, 
 }
 
 }  // namespace
+
+bool carry_damping(SbrBody &body) noexcept {
+  GeneralizedMatrices &matrices = body.matrices;
+  if (matrices.damping.empty() || matrices.damping_on_principal_axes != 0) return true;
+  const int modes = mode_count(body);
+  const int r = rigid_mode_count(body);
+  SquareMatrix D;
+  SquareMatrix P;
+  Participation A;
+  if (!D.allocate(modes) || !P.allocate(modes - r + 6) || !A.allocate(r)) return report_no_memory(unit_name::kTools);
+  if (!full_damping(body, D.data(), modes)) return report_no_memory(unit_name::kTools);
+  if (!rigid_participation(body, A.rows, r)) return false;
+  project_damping(D, A, r, P);
+  Array<SparseEntry> list;
+  if (!list_entries(P, list)) return report_no_memory(unit_name::kTools);
+  matrices.damping.swap(list);
+  matrices.damping_on_principal_axes = 1;
+  return true;
+}
+
 }  // namespace sbr
 
 extern "C" {
 
-int SBR_DampingOnPrincipalAxes(SBR body) {
-  if (!sbr::require_body(body)) return 0;
-  sbr::GeneralizedMatrices &matrices = body->matrices;
-  if (matrices.damping.empty() || matrices.damping_on_principal_axes != 0) return 1;
-  const int modes = sbr::mode_count(*body);
-  const int r = sbr::rigid_mode_count(*body);
-  sbr::SquareMatrix D;
-  sbr::SquareMatrix P;
-  sbr::Participation A;
-  if (!D.allocate(modes) || !P.allocate(modes - r + 6) || !A.allocate(r))
-    return sbr::report_no_memory(sbr::unit_name::kTools);
-  if (!sbr::full_damping(*body, D.values.data(), modes)) return sbr::report_no_memory(sbr::unit_name::kTools);
-  if (SBR_RigidModes2VENTA(body, A.rows, r) == 0) return 0;
-  sbr::project_damping(D, A, r, P);
-  sbr::Array<sbr::SparseEntry> list;
-  if (!sbr::list_entries(P, list)) return sbr::report_no_memory(sbr::unit_name::kTools);
-  matrices.damping.swap(list);
-  matrices.damping_on_principal_axes = 1;
-  return 1;
-}
+int SBR_DampingOnPrincipalAxes(SBR body) { return sbr::require_body(body) && sbr::carry_damping(*body) ? 1 : 0; }
 
 int SBR_GenDampPrincipalAndSelected(SBR body, double **rows, int s, const int *selected) {
-  if (rows == nullptr || s < 0 || s > sbr::kMostOrder || (s > 0 && selected == nullptr)) return 0;
+  if (rows == nullptr || s < 0 || s > sbr::kMostSelected || (s > 0 && selected == nullptr)) return 0;
   if (std::any_of(rows, rows + s + 6, [](const double *row) { return row == nullptr; })) return 0;
   for (int i = 0; i < s + 6; ++i) std::fill_n(rows[i], s + 6, 0.0);
   if (!sbr::require_body(body) || body->matrices.damping.empty()) return 0;
   const int r = sbr::rigid_mode_count(*body);
-  if (body->matrices.damping_on_principal_axes == 0 && SBR_DampingOnPrincipalAxes(body) == 0) return 0;
+  if (!sbr::carry_damping(*body)) return 0;
   const bool diagonal = !sbr::has_off_diagonal(body->matrices.stiffness) && !sbr::has_off_diagonal(body->matrices.mass);
   if (!diagonal)
     sbr::report_warning(

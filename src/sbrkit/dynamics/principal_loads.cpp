@@ -1,15 +1,20 @@
 // Modal preloads and loads on principal axes: the rigid entries of a modal vector become forces and moments.
+#include "dynamics/principal_loads.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
 #include "base/reports.h"
 #include "body/body.h"
+#include "body/loads.h"
 #include "body/matrices.h"
 #include "body/node_table.h"
 #include "body/registry.h"
+#include "dynamics/lu.h"
 #include "dynamics/rigid_modes.h"
 #include "mass/invariants.h"
+#include "mass/tilde.h"
 #include "modes/access.h"
 
 namespace sbr {
@@ -48,7 +53,7 @@ void project_modal_force_by_mass(SbrBody &body, Array<double> &f, int r) noexcep
       const double s = f[i] * node.mass / g;
       const double place[3] = {node.x, node.y, node.z};
       for (int c = 0; c < 3; ++c) six[c] += s * at[c];
-      incr_scalar_tilde_vec(six + 3, s, place, at);
+      add_cross(six + 3, s, place, at);
       at += 3;
     }
   }
@@ -66,11 +71,11 @@ void mirror_upper(SixRows &matrix) noexcept {
 // The mass matrix of the rigid body about the origin. The products of inertia go in as stored, with positive sign.
 // False when the global properties could not be worked out.
 bool rigid_mass_matrix(SbrBody &body, SixRows &G) noexcept {
-  double m = 0.0;
-  double I[9] = {};
-  double c[3] = {};
   if (!fill_invar1(body) || !fill_invar2(body) || !fill_invar7(body)) return false;
-  SBR_TotalMassInertia(&body, &m, I, c);
+  calculate_global_mass(body);
+  const double m = body.global.mass;
+  const double *I = body.global.inertia;
+  const double *c = body.global.center;
   G[0][0] = G[1][1] = G[2][2] = m;
   G[0][4] = m * c[2];
   G[0][5] = -m * c[1];
@@ -128,11 +133,11 @@ void add_mode_column(const SbrBody &body, const double *t, const double *rotatio
 bool invert(SixRows &A) noexcept {
   double *rows[6] = {A[0], A[1], A[2], A[3], A[4], A[5]};
   int permutation[6] = {};
-  if (SBR_LUPDecomposition(rows, 6, permutation) == 0) {
+  if (!lup_decompose(rows, 6, permutation)) {
     report_error("LU Decomposition failed.\n");
     return false;
   }
-  if (SBR_LUPInvert(rows, 6, permutation) == 0) {
+  if (!lup_invert(rows, 6, permutation)) {
     report_error("Failed in invert matrix.\n");
     return false;
   }
@@ -181,25 +186,29 @@ void carry_preload(SbrBody &body, Projection project, int r) noexcept {
 }
 
 }  // namespace
+
+void carry_rigid_forces(SbrBody &body) noexcept {
+  const int r = rigid_mode_count(body);
+  const bool by_fit = std::getenv("KTX_MFORCE_NO_FEA_MASS") != nullptr || !has_block(body, kNodalMasses);
+  const Projection project = by_fit ? project_modal_force_by_fit : project_modal_force_by_mass;
+  carry_preload(body, project, r);
+  if (load_case_count(body) == 0) return;
+  if (r < 6)
+    report_warning("SBR only contains %d rigid body modes.\n  The resultant load vector will be mishandled.\n", r);
+  for (std::size_t i = 0; i < body.loads.modal.size(); ++i) {
+    ModalLoad *load = body.loads.modal[i];
+    if (load == nullptr || load->processed != 0) continue;
+    project(body, load->values, r);
+    load->processed = 1;
+  }
+}
+
 }  // namespace sbr
 
 extern "C" {
 
 void SBR_RigidBodyForcesOnPrincipalAxes(SBR body) {
-  if (!sbr::require_body(body)) return;
-  const int r = sbr::rigid_mode_count(*body);
-  const bool by_fit = std::getenv("KTX_MFORCE_NO_FEA_MASS") != nullptr || !sbr::has_block(*body, sbr::kNodalMasses);
-  const sbr::Projection project = by_fit ? sbr::project_modal_force_by_fit : sbr::project_modal_force_by_mass;
-  sbr::carry_preload(*body, project, r);
-  if (body->loads.modal.size() == 0) return;
-  if (r < 6)
-    sbr::report_warning("SBR only contains %d rigid body modes.\n  The resultant load vector will be mishandled.\n", r);
-  for (std::size_t i = 0; i < body->loads.modal.size(); ++i) {
-    sbr::ModalLoad *load = body->loads.modal[i];
-    if (load == nullptr || load->processed != 0) continue;
-    project(*body, load->values, r);
-    load->processed = 1;
-  }
+  if (sbr::require_body(body)) sbr::carry_rigid_forces(*body);
 }
 
 }  // extern "C"

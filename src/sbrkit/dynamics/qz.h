@@ -113,6 +113,23 @@ inline void reflect_columns(const Matrix &m, const Reflection3 &h, int k, int fr
   for (int i = from; i <= to; ++i) h.apply(x[i], y[i], z[i]);
 }
 
+// ---- the stages -----------------------------------------------------------------------------------------------------
+//
+// Matrices of an order n with a leading dimension. A null z: without vectors.
+
+// Reduces a to upper Hessenberg and b to upper triangular form; z becomes the product of the transformations.
+void to_hessenberg(int leading, int n, double *a, double *b, double *z) noexcept;
+// Brings a to quasi-triangular form. 0, or the index of the eigenvalue at which the iterations were used up.
+int iterate(int leading, int n, double *a, double *b, double eps1, double *z) noexcept;
+// Splits what is left of a and gives the eigenvalues (alfr + i alfi) / beta.
+void eigenvalues(int leading, int n, double *a, double *b, double *alfr, double *alfi, double *beta,
+                 double *z) noexcept;
+// Replaces z by the eigenvectors of the problem as posed.
+void eigenvectors(int leading, int n, double *a, double *b, double *alfr, double *alfi, double *beta,
+                  double *z) noexcept;
+// Halves x until adding it to 1.0 makes no difference.
+[[nodiscard]] double negligible_part(double x) noexcept;
+
 // Whether an order and a leading dimension describe a matrix at all.
 inline bool is_shape(const int *leading, const int *order) noexcept {
   return leading != nullptr && order != nullptr && *order >= 1 && *leading >= *order;

@@ -91,12 +91,16 @@ void reduce(const Matrix &a, const Matrix &b, const Matrix *z, int n) noexcept {
 }
 
 }  // namespace
+
+void to_hessenberg(int leading, int n, double *a, double *b, double *z) noexcept {
+  const Matrix vectors(z, leading);
+  reduce(Matrix(a, leading), Matrix(b, leading), z != nullptr ? &vectors : nullptr, n);
+}
+
 }  // namespace sbr::qz
 
 extern "C" void SBR_QZHESS(const int *nm, const int *n, double *a, double *b, const int *matz, double *z) {
   using namespace sbr::qz;
   if (!is_shape(nm, n) || a == nullptr || b == nullptr) return;
-  const bool with_vectors = matz != nullptr && *matz != 0 && z != nullptr;
-  const Matrix vectors(z, *nm);
-  reduce(Matrix(a, *nm), Matrix(b, *nm), with_vectors ? &vectors : nullptr, *n);
+  to_hessenberg(*nm, *n, a, b, matz != nullptr && *matz != 0 ? z : nullptr);
 }

@@ -90,10 +90,7 @@ void Iteration::set_tolerances(double eps1) noexcept {
   if (anorm == 0.0) anorm = 1.0;
   if (bnorm == 0.0) bnorm = 1.0;
   double ep = eps1;
-  if (!(ep > 0.0)) {
-    double one = 1.0;
-    ep = EIGPSN(&one);
-  }
+  if (!(ep > 0.0)) ep = negligible_part(1.0);
   epsa_ = ep * anorm;
   epsb_ = ep * bnorm;
 }
@@ -328,16 +325,29 @@ void Iteration::restore_triangle_from_two(int k, int last_row) noexcept {
 }
 
 }  // namespace
+
+double negligible_part(double x) noexcept {
+  do {
+    x = x / 2.0;
+  } while (1.0 + x > 1.0 && std::isfinite(x));
+  return x;
+}
+
+int iterate(int leading, int n, double *a, double *b, double eps1, double *z) noexcept {
+  const Matrix vectors(z, leading);
+  const Matrix triangle(b, leading);
+  Iteration iteration(Matrix(a, leading), triangle, z != nullptr ? &vectors : nullptr, n, eps1);
+  const int unfinished = iteration.run();
+  if (n > 1) triangle(n, 1) = iteration.epsb();
+  return unfinished;
+}
+
 }  // namespace sbr::qz
 
 extern "C" double EIGPSN(double *x) {
   if (x == nullptr) return 0.0;
-  double value = *x;
-  do {
-    value = value / 2.0;
-  } while (1.0 + value > 1.0 && std::isfinite(value));
-  *x = value;
-  return value;
+  *x = sbr::qz::negligible_part(*x);
+  return *x;
 }
 
 extern "C" void SBR_QZITT(const int *nm, const int *n, double *a, double *b, const double *eps1, const int *matz,
@@ -345,11 +355,7 @@ extern "C" void SBR_QZITT(const int *nm, const int *n, double *a, double *b, con
   using namespace sbr::qz;
   if (ierr != nullptr) *ierr = 0;
   if (!is_shape(nm, n) || a == nullptr || b == nullptr) return;
-  const bool with_vectors = matz != nullptr && *matz != 0 && z != nullptr;
-  const Matrix vectors(z, *nm);
-  const Matrix triangle(b, *nm);
-  Iteration iteration(Matrix(a, *nm), triangle, with_vectors ? &vectors : nullptr, *n, eps1 == nullptr ? 0.0 : *eps1);
-  const int unfinished = iteration.run();
+  const int unfinished =
+      iterate(*nm, *n, a, b, eps1 == nullptr ? 0.0 : *eps1, matz != nullptr && *matz != 0 ? z : nullptr);
   if (ierr != nullptr) *ierr = unfinished;
-  if (*n > 1) triangle(*n, 1) = iteration.epsb();
 }

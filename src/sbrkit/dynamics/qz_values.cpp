@@ -243,6 +243,13 @@ void Eigenvalues::store_complex(double tr, double ti, double dr, double di) noex
 }
 
 }  // namespace
+
+void eigenvalues(int leading, int n, double *a, double *b, double *alfr, double *alfi, double *beta,
+                 double *z) noexcept {
+  const Matrix vectors(z, leading);
+  Eigenvalues(Matrix(a, leading), Matrix(b, leading), z != nullptr ? &vectors : nullptr, n, alfr, alfi, beta).run();
+}
+
 }  // namespace sbr::qz
 
 extern "C" void SBR_QZVALL(const int *nm, const int *n, double *a, double *b, double *alfr, double *alfi, double *beta,
@@ -250,7 +257,5 @@ extern "C" void SBR_QZVALL(const int *nm, const int *n, double *a, double *b, do
   using namespace sbr::qz;
   if (!is_shape(nm, n) || a == nullptr || b == nullptr) return;
   if (alfr == nullptr || alfi == nullptr || beta == nullptr) return;
-  const bool with_vectors = matz != nullptr && *matz != 0 && z != nullptr;
-  const Matrix vectors(z, *nm);
-  Eigenvalues(Matrix(a, *nm), Matrix(b, *nm), with_vectors ? &vectors : nullptr, *n, alfr, alfi, beta).run();
+  eigenvalues(*nm, *n, a, b, alfr, alfi, beta, matz != nullptr && *matz != 0 ? z : nullptr);
 }

@@ -226,6 +226,16 @@ void normalize(const Matrix &z, int n, const double *alfi) noexcept {
 }
 
 }  // namespace
+
+void eigenvectors(int leading, int n, double *a, double *b, double *alfr, double *alfi, double *beta,
+                  double *z) noexcept {
+  const Matrix triangle(b, leading);
+  const Matrix vectors(z, leading);
+  BackSubstitution(Matrix(a, leading), triangle, n, alfr, alfi, beta).run();
+  to_original_coordinates(vectors, triangle, n);
+  normalize(vectors, n, alfi);
+}
+
 }  // namespace sbr::qz
 
 extern "C" void SBR_QZVECC(const int *nm, const int *n, double *a, double *b, double *alfr, double *alfi, double *beta,
@@ -233,9 +243,5 @@ extern "C" void SBR_QZVECC(const int *nm, const int *n, double *a, double *b, do
   using namespace sbr::qz;
   if (!is_shape(nm, n) || a == nullptr || b == nullptr || z == nullptr) return;
   if (alfr == nullptr || alfi == nullptr || beta == nullptr) return;
-  const Matrix triangle(b, *nm);
-  const Matrix vectors(z, *nm);
-  BackSubstitution(Matrix(a, *nm), triangle, *n, alfr, alfi, beta).run();
-  to_original_coordinates(vectors, triangle, *n);
-  normalize(vectors, *n, alfi);
+  eigenvectors(*nm, *n, a, b, alfr, alfi, beta, z);
 }

@@ -78,6 +78,23 @@ int rigid_mode_count(SbrBody &body) noexcept {
   return modes >= 7 ? count_below_threshold(body) : count_before_gap(body, modes);
 }
 
+bool rigid_participation(SbrBody &body, double *const *six_rows, int count) noexcept {
+  const int listed = kind_count(body, Kind::shape);
+  Array<double> masses;
+  Array<double> phi;
+  if (mode_count(body) < 1 || !masses.allocate(listed) || !allocate_mode_buffer(body, phi))
+    return report_no_memory(unit_name::kTools);
+  for (int k = 0; k < listed; ++k) masses[k] = nodal_mass(body, k);
+  const auto nodes = body.nodes.nodes.span().first(std::min(body.nodes.nodes.size(), masses.size()));
+  for (int i = 0; i < count; ++i) {
+    double ratios[6] = {};
+    if (mode_part(body, i, Kind::shape, 0, phi.data()))
+      project_on_rigid_motions(nodes, masses.data(), phi.data(), ratios);
+    for (int c = 0; c < 6; ++c) six_rows[c][i] = cut_small(ratios[c]);
+  }
+  return true;
+}
+
 }  // namespace sbr
 
 extern "C" {
@@ -86,22 +103,12 @@ int SBR_RigidBodyModeCount(SBR body) { return sbr::require_body(body) ? sbr::rig
 
 int SBR_RigidModes2VENTA(SBR body, double **six_rows, int count) {
   if (!sbr::require_body(body)) return 0;
-  const int listed = sbr::kind_count(*body, sbr::Kind::shape);
-  sbr::Array<double> masses;
-  sbr::Array<double> phi;
-  if (body->mode_table.mode_count < 1 || !masses.allocate(listed) || !sbr::allocate_mode_buffer(*body, phi))
-    return sbr::report_no_memory(sbr::unit_name::kTools);
-  if (six_rows == nullptr || (count > 0 && std::any_of(six_rows, six_rows + 6, [](double *r) { return r == nullptr; })))
-    return 0;
-  for (int k = 0; k < listed; ++k) masses[k] = sbr::nodal_mass(*body, k);
-  const auto nodes = body->nodes.nodes.span().first(std::min(body->nodes.nodes.size(), masses.size()));
-  for (int i = 0; i < count; ++i) {
-    double ratios[6] = {};
-    if (sbr::mode_part(*body, i, sbr::Kind::shape, 0, phi.data()))
-      sbr::project_on_rigid_motions(nodes, masses.data(), phi.data(), ratios);
-    for (int c = 0; c < 6; ++c) six_rows[c][i] = sbr::cut_small(ratios[c]);
-  }
-  return 1;
+  const bool rows_missing =
+      six_rows == nullptr ||
+      (count > 0 && std::any_of(six_rows, six_rows + 6, [](double *row) { return row == nullptr; }));
+  // A body without modes is reported first.
+  const int wanted = rows_missing ? 0 : count;
+  return sbr::rigid_participation(*body, six_rows, wanted) && !rows_missing ? 1 : 0;
 }
 
 }  // extern "C"

@@ -15,6 +15,9 @@ inline double cut_small(double value) noexcept { return std::fabs(value) <= kSma
 
 // How many of the leading modes are rigid.
 [[nodiscard]] int rigid_mode_count(SbrBody &body) noexcept;
+// What the first `count` modes are in terms of the six rigid motions: one row of `count` values for each motion. False
+// after a report when memory is short or there are no modes.
+[[nodiscard]] bool rigid_participation(SbrBody &body, double *const *six_rows, int count) noexcept;
 
 }  // namespace sbr
 

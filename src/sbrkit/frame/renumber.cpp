@@ -1,15 +1,10 @@
-// Renumbering of nodes, and the re-expression of a whole body in another frame and mode basis.
+// Renumbering of nodes: all by an offset, or the interface nodes one by one.
 #include <algorithm>
 #include <cstdint>
 
-#include "base/mat3.h"
 #include "base/reports.h"
-#include "body/body.h"
 #include "body/node_table.h"
 #include "body/registry.h"
-#include "frame/rigid_motion.h"
-#include "modes/store.h"
-#include "modes/transform.h"
 
 namespace sbr {
 namespace {
@@ -41,26 +36,31 @@ void exchange_ids(SbrBody &body, int p, int old_id, int q, int new_id) noexcept 
   set_node_id(body, p, new_id);
 }
 
-void scale_masses(SbrBody &body, double factor) noexcept {
-  for (NodeRecord &node : body.nodes.nodes) {
-    node.mass *= factor;
-    if (double *six = node_inertia(body, static_cast<int>(&node - body.nodes.nodes.begin())); six != nullptr)
-      for (int c = 0; c < 6; ++c) six[c] *= factor;
-  }
+// False, with no ID changed, when one would fall below 1 or out of range.
+bool shift_ids(SbrBody &body, int offset) noexcept {
+  const auto allowed = [&](const NodeRecord &node) noexcept {
+    const std::int64_t id = static_cast<std::int64_t>(node.id) + offset;
+    return id >= 1 && id <= INT32_MAX;
+  };
+  if (!std::all_of(body.nodes.nodes.begin(), body.nodes.nodes.end(), allowed)) return false;
+  for (NodeRecord &node : body.nodes.nodes) node.id += offset;
+  for (const Kind kind : kKinds) keys_of(body, kind).shift_ids(offset);
+  return true;
 }
 
-void move_to_frame(SbrBody &body, const double *origin3, const double *transposed9, bool rotate) noexcept {
-  double *center = body.global.center;
-  for (int c = 0; c < 3; ++c) center[c] -= origin3[c];
-  if (rotate) turn_vector(center, transposed9, 1);
-  for (NodeRecord &node : body.nodes.nodes) {
-    double at[3] = {node.x - origin3[0], node.y - origin3[1], node.z - origin3[2]};
-    if (rotate) turn_vector(at, transposed9, 1);
-    node.x = at[0];
-    node.y = at[1];
-    node.z = at[2];
+// Gives the i-th ID to the i-th interface node. Each step sees the tables as the steps before left them.
+void rename_interface_nodes(SbrBody &body, std::span<const std::int32_t> ids) noexcept {
+  for (std::size_t i = 0; i < ids.size(); ++i) {
+    const int p = body.interface_nodes.nodes[i];
+    if (p < 0 || p >= node_count(body)) continue;
+    const int old_id = node_id(body, p);
+    const int q = node_index(body, ids[i]);
+    if (q == p) continue;
+    if (q < 0)
+      take_free_id(body, p, old_id, ids[i]);
+    else
+      exchange_ids(body, p, old_id, q, ids[i]);
   }
-  body.search.drop();
 }
 
 }  // namespace
@@ -68,16 +68,7 @@ void move_to_frame(SbrBody &body, const double *origin3, const double *transpose
 
 extern "C" {
 
-int SBR_RenumberNodes(SBR body, int offset) {
-  if (!sbr::require_body(body)) return 0;
-  for (const sbr::NodeRecord &node : body->nodes.nodes) {
-    const std::int64_t id = static_cast<std::int64_t>(node.id) + offset;
-    if (id < 1 || id > INT32_MAX) return 0;
-  }
-  for (sbr::NodeRecord &node : body->nodes.nodes) node.id += offset;
-  for (const sbr::Kind kind : sbr::kKinds) sbr::keys_of(*body, kind).shift_ids(offset);
-  return 1;
-}
+int SBR_RenumberNodes(SBR body, int offset) { return sbr::require_body(body) && sbr::shift_ids(*body, offset) ? 1 : 0; }
 
 int SBR_RenumberInterfaceNodes(SBR body, int count, const int *ids) {
   if (!sbr::require_body(body)) return 0;
@@ -88,50 +79,7 @@ int SBR_RenumberInterfaceNodes(SBR body, int count, const int *ids) {
   }
   if (count < 1) return 1;
   if (ids == nullptr) return 0;
-  for (int i = 0; i < count; ++i) {
-    const int p = body->interface_nodes.nodes[i];
-    if (p < 0 || p >= sbr::node_count(*body)) continue;
-    const int old_id = sbr::node_id(*body, p);
-    const int q = sbr::node_index(*body, ids[i]);
-    if (q == p) continue;
-    if (q < 0)
-      sbr::take_free_id(*body, p, old_id, ids[i]);
-    else
-      sbr::exchange_ids(*body, p, old_id, q, ids[i]);
-  }
-  return 1;
-}
-
-int SBR_PermuteSBR(SBR body, const double *origin3, int new_mode_count, double mass_scale,
-                   const double *mode_transformation, const double *rotation9) {
-  if (!sbr::require_body(body) || origin3 == nullptr || rotation9 == nullptr || new_mode_count < 0) return 0;
-  const double transposed[9] = {rotation9[0], rotation9[3], rotation9[6], rotation9[1], rotation9[4],
-                                rotation9[7], rotation9[2], rotation9[5], rotation9[8]};
-  const bool rotate = !(rotation9[0] == 1.0 && rotation9[4] == 1.0 && rotation9[8] == 1.0);
-  if (mass_scale != 1.0) sbr::scale_masses(*body, mass_scale);
-  const int modes = sbr::mode_count(*body);
-  for (const sbr::Kind kind : sbr::kKinds)
-    if (mode_transformation != nullptr && (kind == sbr::Kind::shape || sbr::has_block(*body, sbr::kind_block(kind))))
-      (void)sbr::transform_modes(*body, kind, modes, mode_transformation);
-  if (rotate)
-    for (const sbr::Kind kind : sbr::kKinds)
-      if (kind == sbr::Kind::shape || sbr::has_block(*body, sbr::kind_block(kind)))
-        sbr::transform_mode(*body, transposed, kind);
-  sbr::move_to_frame(*body, origin3, transposed, rotate);
-  body->mode_table.mode_count = new_mode_count;
-  return 1;
-}
-
-int SBR_PreprocessBAPSBR(SBR body) {
-  if (!sbr::require_body(body)) return 0;
-  sbr::GeneralizedMatrices &matrices = body->matrices;
-  matrices.eigenvalues.release();
-  matrices.stiffness.release();
-  matrices.mass.release();
-  matrices.damping.release();
-  body->access.transformation.release();
-  matrices.modes_not_orthogonal = 0;
-  sbr::set_block(*body, sbr::kNodalMasses, false);
+  sbr::rename_interface_nodes(*body, {ids, static_cast<std::size_t>(count)});
   return 1;
 }
 

@@ -7,7 +7,8 @@
 
 #include "body/units.h"
 #include "dynamics/rigid_modes.h"
-#include "modes/store.h"
+#include "modes/access.h"
+#include "modes/cache.h"
 
 namespace sbr {
 namespace {
@@ -185,12 +186,13 @@ void scale_nodal_loads(OwnedList<NodalLoadCase> &cases, const Factors &by) noexc
 }
 
 }  // namespace
+
 void rescale(SbrBody &body) noexcept {
   const Factors by(body.units.scale);
   clean_mode_memory(body);
   scale_nodes(body.nodes, by);
   body.search.drop();
-  for (int &mode : body.access.current_mode) mode = -1;
+  for (int &mode : body.access.current_mode) mode = kNoMode;
   scale_list(body.matrices.mass, by.inertia);
   scale_list(body.matrices.stiffness, by.stiffness);
   scale_damping(body.matrices, by);

@@ -1,6 +1,6 @@
-// Moving the body's reference frame to its center of mass, as the writer does on request.
+#include "frame/to_mass_center.h"
+
 #include "base/reports.h"
-#include "body/body.h"
 #include "body/registry.h"
 #include "dynamics/rigid_modes.h"
 
@@ -16,36 +16,35 @@ void move_moments(Array<double> &load, const double *c) noexcept {
 }
 
 }  // namespace
-}  // namespace sbr
 
-extern "C" {
-
-void SBR_ShiftLBRFtoCM(SBR body) {
-  if (!sbr::require_body(body)) return;
-  const int rigid_modes = sbr::rigid_mode_count(*body);
+void shift_to_mass_center(SbrBody &body) noexcept {
+  const int rigid_modes = rigid_mode_count(body);
   double mass = 0.0;
   double moment[3] = {};
-  for (const sbr::NodeRecord &node : body->nodes.nodes) {
+  for (const NodeRecord &node : body.nodes.nodes) {
     mass += node.mass;
     moment[0] += node.mass * node.x;
     moment[1] += node.mass * node.y;
     moment[2] += node.mass * node.z;
   }
-  if (body->nodes.nodes.empty() || mass == 0.0) return;
+  if (body.nodes.nodes.empty() || mass == 0.0) return;
   const double c[3] = {moment[0] / mass, moment[1] / mass, moment[2] / mass};
-  for (sbr::NodeRecord &node : body->nodes.nodes) {
+  for (NodeRecord &node : body.nodes.nodes) {
     node.x -= c[0];
     node.y -= c[1];
     node.z -= c[2];
   }
-  body->search.drop();
-  sbr::report_info("Shifting LBRF to CM at (%.3e,%.3e,%.3e)\n", c[0], c[1], c[2]);
-  body->global.center[0] = 0.0;  // the other two components keep their values
+  body.search.drop();
+  report_info("Shifting LBRF to CM at (%.3e,%.3e,%.3e)\n", c[0], c[1], c[2]);
+  body.global.center[0] = 0.0;  // the other two components keep their values
   if (rigid_modes != 6) return;
-  if (body->loads.preload_on_principal_axes != 0) sbr::move_moments(body->loads.preload, c);
-  for (std::size_t i = 0; i < body->loads.modal.size(); ++i)
-    if (sbr::ModalLoad *load = body->loads.modal[i]; load != nullptr && load->processed != 0)
-      sbr::move_moments(load->values, c);
+  if (body.loads.preload_on_principal_axes != 0) move_moments(body.loads.preload, c);
+  for (std::size_t i = 0; i < body.loads.modal.size(); ++i)
+    if (ModalLoad *load = body.loads.modal[i]; load != nullptr && load->processed != 0) move_moments(load->values, c);
 }
 
-}  // extern "C"
+}  // namespace sbr
+
+extern "C" void SBR_ShiftLBRFtoCM(SBR body) {
+  if (sbr::require_body(body)) sbr::shift_to_mass_center(*body);
+}

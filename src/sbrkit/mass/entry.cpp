@@ -2,7 +2,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/mat3.h"
 #include "base/reports.h"
+#include "body/matrices.h"
 #include "body/node_table.h"
 #include "body/registry.h"
 #include "mass/invariants.h"
@@ -12,10 +14,10 @@ namespace {
 
 constexpr double kTolerance = 1e-8;
 
-int report_unknown_mode(int number, int line = __builtin_LINE()) noexcept {
+bool report_unknown_mode(int number, int line = __builtin_LINE()) noexcept {
   report_error("Mode number %d does not exist.  Requested at line %d in file %s.\n", number, line,
                unit_name::kInvariants);
-  return 0;
+  return false;
 }
 
 // A difference relative to a value, and absolute for values up to 1.
@@ -26,7 +28,7 @@ double relative(double difference, double value) noexcept {
 // Makes a cell of zeros at the first entry.
 bool ready(Array<double> &cell, std::int64_t size) noexcept {
   if (cell || cell.allocate(size)) return true;
-  return report_no_memory(unit_name::kInvariants) != 0;
+  return report_no_memory(unit_name::kInvariants);
 }
 
 // Enters a mode's vector in a cell of 3 x M values.
@@ -53,9 +55,9 @@ struct ModePair {
 // The indices of two mode numbers, row first; false after a report.
 bool find_modes(SBR body, int row, int column, ModePair &pair) noexcept {
   pair.row = mode_index(*body, row);
-  if (pair.row < 0) return report_unknown_mode(row) != 0;
+  if (pair.row < 0) return report_unknown_mode(row);
   pair.column = mode_index(*body, column);
-  return pair.column >= 0 || report_unknown_mode(column) != 0;
+  return pair.column >= 0 || report_unknown_mode(column);
 }
 
 // Warns of the first pair of entries that breaks the symmetry of a mode's matrix with itself.
@@ -94,7 +96,7 @@ void check_inertia(const double *tensor, const double *inertia) noexcept {
 
 // Compares given global properties with what the invariants say. Findings are warnings only.
 void check_global_mass(SbrBody &body, double mass, const double *center, const double *inertia) noexcept {
-  const double m = SBR_Invar1(&body);
+  const double m = invariant1(body);
   if (relative(m - mass, m) > kTolerance)
     report_warning("Global mass is inconsistent with INVAR1 setting or sum of nodal masses.");
   if (fill_invar2(body)) {
@@ -111,6 +113,36 @@ void check_global_mass(SbrBody &body, double mass, const double *center, const d
 }
 
 }  // namespace
+
+bool enter_invar5(SbrBody &body, int row, int column, const double *v3) noexcept {
+  if (!ready(body.invariants.invar5, pair_cell_size(3, mode_count(body)))) return false;
+  if (row == column && std::any_of(v3, v3 + 3, [](double v) { return std::fabs(v) > kTolerance; }))
+    report_warning("I5(%d, %d) is not zero.\n   (%14.8e, %14.8e, %14.8e)", mode_number(body, row),
+                   mode_number(body, column), v3[0], v3[1], v3[2]);
+  const std::span<double> values = invar5_row(body, row);
+  const std::span<double> mirror = invar5_row(body, column);
+  if (values.empty()) return report_unknown_mode(mode_number(body, row));
+  if (mirror.empty()) return report_unknown_mode(mode_number(body, column));
+  const std::size_t modes = values.size() / 3;
+  for (std::size_t c = 0; c < 3; ++c) {
+    values[c * modes + static_cast<std::size_t>(column)] = v3[c];
+    mirror[c * modes + static_cast<std::size_t>(row)] = -v3[c];
+  }
+  set_block(body, kInvariant5);
+  return true;
+}
+
+void calculate_global_mass(SbrBody &body) noexcept {
+  GlobalProperties &global = body.global;
+  global.mass = invariant1(body);
+  if (fill_invar2(body))
+    for (std::size_t c = 0; c < 3; ++c)
+      global.center[c] = global.mass != 0.0 ? body.invariants.invar2[c] / global.mass : 0.0;
+  if (fill_invar7(body))
+    for (std::size_t p = 0; p < 9; ++p)
+      global.inertia[p] = p % 4 == 0 ? body.invariants.invar7[p] : -body.invariants.invar7[p];
+}
+
 }  // namespace sbr
 
 extern "C" {
@@ -145,20 +177,7 @@ int SBR_SetInvar4(SBR body, int number, const double *v3) {
 int SBR_SetInvar5(SBR body, int row, int column, const double *v3) {
   sbr::ModePair pair{};
   if (!sbr::require_body(body) || !sbr::find_modes(body, row, column, pair) || v3 == nullptr) return 0;
-  if (!sbr::ready(body->invariants.invar5, sbr::pair_cell_size(3, body->mode_table.mode_count))) return 0;
-  if (row == column && std::any_of(v3, v3 + 3, [](double v) { return std::fabs(v) > sbr::kTolerance; }))
-    sbr::report_warning("I5(%d, %d) is not zero.\n   (%14.8e, %14.8e, %14.8e)", row, column, v3[0], v3[1], v3[2]);
-  const std::span<double> values = sbr::invar5_row(*body, pair.row);
-  const std::span<double> mirror = sbr::invar5_row(*body, pair.column);
-  if (values.empty()) return sbr::report_unknown_mode(row);
-  if (mirror.empty()) return sbr::report_unknown_mode(column);
-  const std::size_t modes = values.size() / 3;
-  for (std::size_t c = 0; c < 3; ++c) {
-    values[c * modes + static_cast<std::size_t>(pair.column)] = v3[c];
-    mirror[c * modes + static_cast<std::size_t>(pair.row)] = -v3[c];
-  }
-  sbr::set_block(*body, sbr::kInvariant5);
-  return 1;
+  return sbr::enter_invar5(*body, pair.row, pair.column, v3) ? 1 : 0;
 }
 
 int SBR_SetInvar6(SBR body, const double *diagonal) {
@@ -171,16 +190,14 @@ int SBR_SetInvar6(SBR body, const double *diagonal) {
       sbr::report_error("Inertia Invariant 6 must be an identity matrix.");
       return 0;
     }
-    const int number = sbr::mode_number(*body, i);
-    if (SBR_SetGeneralizedMass(body, number, number, diagonal[i]) == 0) return 0;
+    if (!sbr::enter_generalized_mass(*body, i, i, diagonal[i])) return 0;
   }
   return 1;
 }
 
 int SBR_SetInvar7(SBR body, const double *six) {
   if (!sbr::require_body(body) || six == nullptr || !sbr::ready(body->invariants.invar7, 9)) return 0;
-  const double matrix[9] = {six[0], six[3], six[4], six[3], six[1], six[5], six[4], six[5], six[2]};
-  std::copy_n(matrix, 9, body->invariants.invar7.data());
+  sbr::unpack_inertia(six, body->invariants.invar7.data());
   sbr::set_block(*body, sbr::kInvariant7);
   return 1;
 }
@@ -225,7 +242,8 @@ int SBR_SetGlobalMass(SBR body, double mass, const double *center3, const double
 }
 
 int SBR_TotalMassInertia(SBR body, double *mass, double *inertia9, double *center3) {
-  if (SBR_CalculateGlobalMassFromNodeMass(body) == 0) return 0;
+  if (!sbr::require_body(body)) return 0;
+  sbr::calculate_global_mass(*body);
   if (mass != nullptr) *mass = body->global.mass;
   if (inertia9 != nullptr) std::copy_n(body->global.inertia, 9, inertia9);
   if (center3 != nullptr) std::copy_n(body->global.center, 3, center3);
@@ -234,14 +252,7 @@ int SBR_TotalMassInertia(SBR body, double *mass, double *inertia9, double *cente
 
 int SBR_CalculateGlobalMassFromNodeMass(SBR body) {
   if (!sbr::require_body(body)) return 0;
-  sbr::GlobalProperties &global = body->global;
-  global.mass = SBR_Invar1(body);
-  if (sbr::fill_invar2(*body))
-    for (std::size_t c = 0; c < 3; ++c)
-      global.center[c] = global.mass != 0.0 ? body->invariants.invar2[c] / global.mass : 0.0;
-  if (sbr::fill_invar7(*body))
-    for (std::size_t p = 0; p < 9; ++p)
-      global.inertia[p] = p % 4 == 0 ? body->invariants.invar7[p] : -body->invariants.invar7[p];
+  sbr::calculate_global_mass(*body);
   return 1;
 }
 

@@ -2,8 +2,10 @@
 // other: that order decides the last bits.
 #include <algorithm>
 
+#include "base/mat3.h"
 #include "body/node_table.h"
 #include "mass/invariants.h"
+#include "mass/tilde.h"
 #include "modes/access.h"
 
 namespace sbr {
@@ -12,9 +14,7 @@ namespace {
 // The nodal inertia as a full matrix; false for a node that has none.
 bool inertia_matrix(const SbrBody &body, const NodeRecord &node, double *matrix) noexcept {
   if (node.inertia < 0 || static_cast<std::size_t>(node.inertia) >= body.nodes.inertias.size()) return false;
-  const SixVector &six = body.nodes.inertias[node.inertia];
-  const double full[9] = {six[0], six[3], six[4], six[3], six[1], six[5], six[4], six[5], six[2]};
-  std::copy_n(full, 9, matrix);
+  unpack_inertia(body.nodes.inertias[node.inertia].data(), matrix);
   return true;
 }
 
@@ -23,20 +23,27 @@ void fetch_part(SbrBody &body, int index, int part, Array<double> &buffer) noexc
   (void)mode_part(body, index, Kind::shape, part, buffer.data());
 }
 
-// Adds the nodal inertias times the rotations of a mode.
-void add_inertia_terms(const SbrBody &body, const double *theta, double *sum) noexcept {
+}  // namespace
+
+void add_orbital_terms(const SbrBody &body, const double *phi, double *sum3) noexcept {
+  for (const NodeRecord &node : body.nodes.nodes) {
+    const double place[3] = {node.x, node.y, node.z};
+    add_cross(sum3, node.mass, place, phi);
+    phi += 3;
+  }
+}
+
+void add_inertia_terms(const SbrBody &body, const double *theta, double *sum3) noexcept {
   double inertia[9];
   for (const NodeRecord &node : body.nodes.nodes) {
     if (inertia_matrix(body, node, inertia)) {
-      sum[0] += inertia[0] * theta[0] + inertia[3] * theta[1] + inertia[6] * theta[2];
-      sum[1] += inertia[1] * theta[0] + inertia[4] * theta[1] + inertia[7] * theta[2];
-      sum[2] += inertia[2] * theta[0] + inertia[5] * theta[1] + inertia[8] * theta[2];
+      sum3[0] += inertia[0] * theta[0] + inertia[3] * theta[1] + inertia[6] * theta[2];
+      sum3[1] += inertia[1] * theta[0] + inertia[4] * theta[1] + inertia[7] * theta[2];
+      sum3[2] += inertia[2] * theta[0] + inertia[5] * theta[1] + inertia[8] * theta[2];
     }
     theta += 3;
   }
 }
-
-}  // namespace
 
 bool allocate_mode_buffer(const SbrBody &body, Array<double> &buffer) noexcept {
   // A mode delivers as many nodes as its own list has; the sums run over the node table.
@@ -81,12 +88,7 @@ bool sum_invar4(SbrBody &body, Array<double> &cell) noexcept {
   for (std::size_t j = 0; j < modes; ++j) {
     double sum[3] = {};
     fetch_part(body, static_cast<int>(j), 0, phi);
-    const double *at = phi.data();
-    for (const NodeRecord &node : body.nodes.nodes) {
-      const double place[3] = {node.x, node.y, node.z};
-      incr_scalar_tilde_vec(sum, node.mass, place, at);
-      at += 3;
-    }
+    add_orbital_terms(body, phi.data(), sum);
     fetch_part(body, static_cast<int>(j), 1, phi);
     add_inertia_terms(body, phi.data(), sum);
     for (std::size_t c = 0; c < 3; ++c) cell[c * modes + j] = sum[c];
@@ -120,7 +122,7 @@ bool sum_invar8(SbrBody &body, Array<double> &cell) noexcept {
     const double *at = phi.data();
     for (const NodeRecord &node : body.nodes.nodes) {
       const double place[3] = {node.x, node.y, node.z};
-      incr_scalar_tilde_tilde(cell.data() + 9 * j, node.mass, place, at);
+      add_tilde_tilde(cell.data() + 9 * j, node.mass, place, at);
       at += 3;
     }
   }
@@ -132,27 +134,11 @@ bool sum_invar8(SbrBody &body, Array<double> &cell) noexcept {
 extern "C" {
 
 void incr_scalar_tilde_tilde(double *T9, double s, const double *a3, const double *b3) {
-  if (T9 == nullptr || a3 == nullptr || b3 == nullptr) return;
-  const double a0 = a3[0], a1 = a3[1], a2 = a3[2];
-  const double b0 = b3[0], b1 = b3[1], b2 = b3[2];
-  T9[0] -= s * (a1 * b1 + a2 * b2);
-  T9[1] += s * a1 * b0;
-  T9[2] += s * a2 * b0;
-  T9[3] += s * a0 * b1;
-  T9[4] -= s * (a2 * b2 + a0 * b0);
-  T9[5] += s * a2 * b1;
-  T9[6] += s * a0 * b2;
-  T9[7] += s * a1 * b2;
-  T9[8] -= s * (a1 * b1 + a0 * b0);
+  if (T9 != nullptr && a3 != nullptr && b3 != nullptr) sbr::add_tilde_tilde(T9, s, a3, b3);
 }
 
 void incr_scalar_tilde_vec(double *v3, double s, const double *a3, const double *b3) {
-  if (v3 == nullptr || a3 == nullptr || b3 == nullptr) return;
-  const double a0 = a3[0], a1 = a3[1], a2 = a3[2];
-  const double b0 = b3[0], b1 = b3[1], b2 = b3[2];
-  v3[0] += s * (a1 * b2 - a2 * b1);
-  v3[1] += s * (a2 * b0 - a0 * b2);
-  v3[2] += s * (a0 * b1 - a1 * b0);
+  if (v3 != nullptr && a3 != nullptr && b3 != nullptr) sbr::add_cross(v3, s, a3, b3);
 }
 
 }  // extern "C"

@@ -9,7 +9,7 @@
 #include "mass/invariants.h"
 #include "mass/pair_sums.h"
 #include "modes/access.h"
-#include "modes/store.h"
+#include "modes/cache.h"
 
 namespace sbr {
 namespace {

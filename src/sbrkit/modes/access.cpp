@@ -1,154 +1,194 @@
-// Mode access: whole modes, parts and single nodes, from the cache or past it, through one record loader.
 #include "modes/access.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/reports.h"
-#include "body/body.h"
 #include "body/node_table.h"
 #include "body/registry.h"
 #include "body/units.h"
+#include "modes/cache.h"
 #include "modes/store.h"
 
 namespace sbr {
 namespace {
 
-// The pre-stress or pre-strain vectors behind mode number 0 of kinds 1 and 2.
-const Array<SixVector> &pre_vectors(const SbrBody &body, Kind kind) noexcept {
-  return kind == Kind::stress ? body.pre.stress : body.pre.strain;
-}
-
-bool seek_to_mode(SbrBody &body, int index, Kind kind, std::int64_t value_offset) noexcept {
-  const auto &offsets = body.store.offsets[kind];
-  StreamChannel &channel = body.modes[kind];
-  if (channel.stream == nullptr || static_cast<std::size_t>(index) >= offsets.size()) return false;
-  if (!flush_mode_writes(body, kind)) return false;
-  const std::int64_t place = offsets[index] + value_offset * real_size(channel);
-  return seek_stream(channel.stream, place);
-}
+// ---- the loader ----------------------------------------------------------------------------------------------------
 
 // Six values per node of a pre-vector; positions beyond the stored vectors are zero.
 template <class Real>
 void copy_pre_vectors(const Array<SixVector> &vectors, int count, Real *out) noexcept {
   for (int p = 0; p < count; ++p)
-    for (std::size_t c = 0; c < 6; ++c)
-      *out++ = static_cast<std::size_t>(p) < vectors.size() ? static_cast<Real>(vectors[p][c]) : Real{0};
+    for (std::size_t c = 0; c < 6; ++c) *out++ = p < vectors.count() ? static_cast<Real>(vectors[p][c]) : Real{0};
 }
 
-void scale_record(SbrBody &body, Kind kind, bool good, double *values, int count) noexcept {
+// Brings a record to the body's units: the translations of a shape that was read whole, all values of stress.
+void scale_record(const SbrBody &body, Kind kind, bool good, std::span<double> values) noexcept {
   if (kind == Kind::stress) {
-    if (const double scale = stress_scale(body); scale != 1.0) convert_units(values, 6 * count, scale);
+    if (const double scale = stress_scale(body); scale != 1.0) DecimalFactor(scale).apply(values);
   } else if (kind == Kind::shape && good) {
-    if (const double scale = shape_scale(body); scale != 1.0)
-      for (int i = 0; i < count; ++i) convert_units(values + 6 * static_cast<std::ptrdiff_t>(i), 3, scale);
+    const double scale = shape_scale(body);
+    if (scale == 1.0) return;
+    const DecimalFactor factor(scale);
+    for (std::size_t i = 0; i < values.size(); i += 6) factor.apply(values.subspan(i, 3));
   }
 }
 
 void report_failed_read(const SbrBody &body, int mode, Kind kind) noexcept {
-  const KindFacts &facts = kKindFacts[kind];
   if (mode == kPreVector)
-    report_error("%s", facts.failed_pre_read);
+    report_error("%s", kKindFacts[kind].failed_pre_read);
   else
-    report_error(facts.failed_read, mode_number(body, mode));
+    report_error(kKindFacts[kind].failed_read, mode_number(body, mode));
 }
 
-// Brings a record into current_record[kind]. False when there is nothing of that name; a failed read is reported and
-// still gives true, and the caller goes on with what the buffer holds.
-bool load_mode_record(SbrBody &body, int mode, Kind kind) noexcept {
-  const bool pre = mode == kPreVector;
-  if (mode < 0 || (!pre && mode >= mode_count(body)) || (pre && (kind == Kind::shape || !pre_vectors(body, kind))))
-    return false;
-  const int count = kind_count(body, kind);
-  if (count < 1) return false;
-  Array<double> &record = body.access.current_record[kind];
-  const std::size_t wanted = 6 * static_cast<std::size_t>(count);
-  if (record.size() != wanted) {
-    if (!record.allocate(static_cast<std::int64_t>(wanted))) return false;
-    body.access.current_mode[kind] = -1;
-  }
-  if (mode == body.access.current_mode[kind]) return true;
-  body.access.current_mode[kind] = mode;
-  bool good = true;
-  if (pre)
-    copy_pre_vectors(pre_vectors(body, kind), count, record.data());
-  else
-    good = seek_to_mode(body, mode, kind, 0) &&
-           read_reals(body.modes[kind], record.data(), static_cast<std::int64_t>(record.size()));
-  scale_record(body, kind, good, record.data(), count);
-  if (!good) report_failed_read(body, mode, kind);
-  return true;
+bool has_record(const SbrBody &body, int mode, Kind kind) noexcept {
+  if (kind_count(body, kind) < 1) return false;
+  if (mode == kPreVector) return kind != Kind::shape && pre_vectors(body, kind);
+  return mode >= 0 && mode < known_mode_count(body);
 }
 
-// Copies part 0 or 1 of the current record, three values per node.
-void split_part(const SbrBody &body, Kind kind, int part, double *out) noexcept {
-  const double *from = body.access.current_record[kind].data() + 3 * static_cast<std::ptrdiff_t>(part);
-  const int count = body.nodes.kinds[kind].count;
-  for (int i = 0; i < count; ++i, from += 6) {
-    *out++ = from[0];
-    *out++ = from[1];
-    *out++ = from[2];
-  }
-}
-
-// The index whose cached parts a public number means. A pre-vector is cached under a mode of number 0, if there is one.
-int cached_index(const SbrBody &body, int mode) noexcept { return mode == kPreVector ? mode_index(body, 0) : mode; }
-
-const double *kept_part(const SbrBody &body, int mode, Kind kind, int part) noexcept {
-  if (body.store.keep_in_memory == 0) return nullptr;
-  return cached_part(body, cached_index(body, mode), kind, part);
-}
-
-std::size_t part_bytes(const SbrBody &body, Kind kind) noexcept {
-  return 24 * static_cast<std::size_t>(body.nodes.kinds[kind].count);
-}
+// ---- parts of the loaded record ------------------------------------------------------------------------------------
 
 bool valid_part(int part) noexcept { return part == 0 || part == 1; }
 
-// Reads a whole record in the width of its stream. The two public readers differ in that width only.
-template <class Real>
-bool read_record(SbrBody &body, int mode, Kind kind, Real *out) noexcept {
-  constexpr bool kDouble = sizeof(Real) == 8;
-  const int count = body.nodes.kinds[kind].count;
-  if (count < 1) return false;
-  const std::int64_t values = 6 * static_cast<std::int64_t>(count);
-  if (mode == kPreVector) {
-    if (!pre_vectors(body, kind)) return false;
-    copy_pre_vectors(pre_vectors(body, kind), count, out);
-  } else {
-    if (mode < 0 || !seek_to_mode(body, mode, kind, 0)) return false;
-    StreamChannel &channel = body.modes[kind];
-    if ((channel.double_precision != 0) != kDouble) return false;
-    if constexpr (kDouble) {
-      if (!read_reals(channel, out, values)) return false;
-    } else {
-      if (!read_floats(channel, out, values)) return false;
+// Copies part 0 or 1 of a record of `count` nodes, three values per node.
+void split_part(const double *record, int count, int part, double *out) noexcept {
+  const double *from = record + 3 * static_cast<std::ptrdiff_t>(part);
+  for (int i = 0; i < count; ++i, from += 6, out += 3) std::memcpy(out, from, 24);
+}
+
+std::size_t part_bytes(const SbrBody &body, Kind kind) noexcept {
+  return 24 * static_cast<std::size_t>(kind_count(body, kind));
+}
+
+// The place of a node in a part; null when the kind does not have the node.
+const double *node_of_part(SbrBody &body, const double *part, Kind kind, int id) noexcept {
+  const int position = kind_position(body, kind, id);
+  return position < 0 || position >= kind_count(body, kind) ? nullptr
+                                                            : part + 3 * static_cast<std::ptrdiff_t>(position);
+}
+
+// The three values of one part at a node. The whole part goes into the cache as a side effect, where there is room.
+bool part_at_node(SbrBody &body, int mode, Kind kind, int id, int part, double *out3) noexcept {
+  if (const double *kept = kept_part(body, mode, kind, part); kept != nullptr)
+    if (const double *three = node_of_part(body, kept, kind, id); three != nullptr) {
+      std::memcpy(out3, three, 24);
+      return true;
     }
-  }
-  if (kind == Kind::shape) {
-    const auto scale = static_cast<Real>(shape_scale(body));
-    if (scale != Real{1})
-      for (std::int64_t i = 0; i < values; i += 6)
-        for (int c = 0; c < 3; ++c) out[i + c] *= scale;
-  } else if (kind == Kind::stress) {
-    const auto scale = static_cast<Real>(stress_scale(body));
-    if (scale != Real{1})
-      for (std::int64_t i = 0; i < values; ++i) out[i] *= scale;
+  std::memset(out3, 0, 24);
+  const double *record = whole_mode(body, mode, kind);
+  if (record == nullptr || !valid_part(part)) return false;
+  const int position = kind_position(body, kind, id);
+  const int count = kind_count(body, kind);
+  if (position < 0 || position >= count) return false;
+  std::memcpy(out3, record + 6 * static_cast<std::ptrdiff_t>(position) + 3 * static_cast<std::ptrdiff_t>(part), 24);
+  if (!cache_is_on(body) || mode == kPreVector || !cache_has_room(body)) return true;
+  Array<double> whole;
+  if (whole.allocate(std::int64_t{3} * count)) {
+    split_part(record, count, part, whole.data());
+    mode_to_memory(body, mode, kind, whole.data(), part);
   }
   return true;
 }
 
-void keep_part(SbrBody &body, int mode, Kind kind, const double *data, int part) noexcept {
-  if (body.store.keep_in_memory != 0) mode_to_memory(body, cached_index(body, mode), kind, data, part);
+// A part by its address: in the cache, or in the buffer that all misses share.
+double *part_by_address(SbrBody &body, int mode, Kind kind, int part) noexcept {
+  if (const double *kept = kept_part(body, mode, kind, part); kept != nullptr) return const_cast<double *>(kept);
+  const double *record = whole_mode(body, mode, kind);
+  if (record == nullptr) return nullptr;
+  const int count = kind_count(body, kind);
+  Array<double> &buffer = body.access.ref_buffer;
+  const std::int64_t values = std::int64_t{3} * count;
+  if (static_cast<std::int64_t>(buffer.size()) < values && !buffer.resize(values)) return nullptr;
+  if (!valid_part(part)) return nullptr;
+  split_part(record, count, part, buffer.data());
+  if (cache_is_on(body)) mode_to_memory(body, mode, kind, buffer.data(), part);
+  return buffer.data();
+}
+
+// Three values straight from the file.
+bool part_at_node_from_file(SbrBody &body, int mode, Kind kind, int id, int part, double *out3) noexcept {
+  if (mode < 0) return false;
+  const int position = kind_position(body, kind, id);
+  if (position < 0 || position >= kind_count(body, kind)) return false;
+  const std::int64_t value = 6 * static_cast<std::int64_t>(position) + (part == 1 ? 3 : 0);
+  if (read_stored_values(body, mode, kind, value, out3, 3) < 3) return false;
+  const bool shape = kind == Kind::shape && part == 0;
+  const double scale = shape ? shape_scale(body) : kind == Kind::stress ? stress_scale(body) : 1.0;
+  if (scale != 1.0) convert_units(out3, 3, scale);
+  return true;
+}
+
+// ---- whole records in the width of their stream --------------------------------------------------------------------
+
+template <class Real>
+void multiply_all(std::span<Real> values, Kind kind, double shape, double stress) noexcept {
+  if (kind == Kind::shape) {
+    const auto scale = static_cast<Real>(shape);
+    if (scale != Real{1})
+      for (std::size_t i = 0; i < values.size(); i += 6)
+        for (std::size_t c = 0; c < 3; ++c) values[i + c] *= scale;
+  } else if (kind == Kind::stress) {
+    const auto scale = static_cast<Real>(stress);
+    if (scale != Real{1})
+      for (Real &value : values) value *= scale;
+  }
+}
+
+// Reads a whole record in the width of its stream. The two public readers differ in that width only.
+template <class Real>
+bool read_record(SBR body, int number, int kind_number, Real *out) noexcept {
+  const auto kind = kind_of(kind_number);
+  if (body == nullptr || out == nullptr || !kind) return false;
+  const int mode = record_of_number(*body, number, *kind);
+  if (!has_record(*body, mode, *kind)) return false;
+  const int count = kind_count(*body, *kind);
+  const std::int64_t values = 6 * static_cast<std::int64_t>(count);
+  if (mode == kPreVector) {
+    copy_pre_vectors(pre_vectors(*body, *kind), count, out);
+  } else {
+    if (real_size(body->modes[*kind]) != static_cast<int>(sizeof(Real))) return false;
+    if (read_stored_values(*body, mode, *kind, 0, out, values) < values) return false;
+  }
+  multiply_all(std::span<Real>(out, static_cast<std::size_t>(values)), *kind, shape_scale(*body), stress_scale(*body));
+  return true;
 }
 
 }  // namespace
+
+// ---- access by index -----------------------------------------------------------------------------------------------
+
+Array<SixVector> &pre_vectors(SbrBody &body, Kind kind) noexcept {
+  return kind == Kind::stress ? body.pre.stress : body.pre.strain;
+}
+const Array<SixVector> &pre_vectors(const SbrBody &body, Kind kind) noexcept {
+  return kind == Kind::stress ? body.pre.stress : body.pre.strain;
+}
 
 int record_of_number(const SbrBody &body, int number, Kind kind) noexcept {
   return number == 0 && kind != Kind::shape ? kPreVector : mode_index(body, number);
 }
 
+// The mode counts as current before it is read, and a failed read does not undo that.
 const double *whole_mode(SbrBody &body, int mode, Kind kind) noexcept {
-  return load_mode_record(body, mode, kind) ? body.access.current_record[kind].data() : nullptr;
+  if (!has_record(body, mode, kind)) return nullptr;
+  const int count = kind_count(body, kind);
+  const std::int64_t values = std::int64_t{6} * count;
+  Array<double> &record = body.access.current_record[kind];
+  if (static_cast<std::int64_t>(record.size()) != values) {
+    if (!record.allocate(values)) return nullptr;
+    body.access.current_mode[kind] = kNoMode;
+  }
+  if (mode == body.access.current_mode[kind]) return record.data();
+  body.access.current_mode[kind] = mode;
+  bool good = true;
+  if (mode == kPreVector)
+    copy_pre_vectors(pre_vectors(body, kind), count, record.data());
+  else
+    good = read_stored_values(body, mode, kind, 0, record.data(), values) == values;
+  scale_record(body, kind, good, record.span());
+  if (!good) report_failed_read(body, mode, kind);
+  return record.data();
 }
 
 bool mode_part(SbrBody &body, int mode, Kind kind, int part, double *out) noexcept {
@@ -156,157 +196,28 @@ bool mode_part(SbrBody &body, int mode, Kind kind, int part, double *out) noexce
     std::memcpy(out, kept, part_bytes(body, kind));
     return true;
   }
-  if (!load_mode_record(body, mode, kind) || !valid_part(part)) return false;
-  split_part(body, kind, part, out);
-  keep_part(body, mode, kind, out, part);
+  const double *record = whole_mode(body, mode, kind);
+  if (record == nullptr || !valid_part(part)) return false;
+  split_part(record, kind_count(body, kind), part, out);
+  if (cache_is_on(body)) mode_to_memory(body, mode, kind, out, part);
   return true;
-}
-
-bool read_stored_values(SbrBody &body, int mode, Kind kind, std::int64_t first, double *out,
-                        std::int64_t count) noexcept {
-  return mode >= 0 && seek_to_mode(body, mode, kind, first) && read_reals(body.modes[kind], out, count);
 }
 
 bool mode_record_is_whole(SbrBody &body, int mode, Kind kind) noexcept {
   const std::int64_t nodes = kind_count(body, kind);
   double last[6];
-  if (nodes > 0 && read_stored_values(body, mode, kind, 6 * (nodes - 1), last, 6)) return true;
+  if (nodes > 0 && read_stored_values(body, mode, kind, 6 * (nodes - 1), last, 6) == 6) return true;
   report_failed_read(body, mode, kind);
   return false;
 }
 
-}  // namespace sbr
-
-using sbr::kind_of;
-
-extern "C" {
-
-int SBR_Mode(SBR body, int number, int kind, double *out, int part) {
-  const auto which = kind_of(kind);
-  if (body == nullptr || out == nullptr || !which) return 0;
-  return sbr::mode_part(*body, sbr::record_of_number(*body, number, *which), *which, part, out) ? 1 : 0;
-}
-
-int SBR_ModeByNode(SBR body, int number, int kind, int id, double *out3, int part) {
-  if (out3 == nullptr) return 0;
-  const auto which = kind_of(kind);
-  const int mode = body != nullptr && which ? sbr::record_of_number(*body, number, *which) : -1;
-  if (body != nullptr && which)
-    if (const double *kept = sbr::kept_part(*body, mode, *which, part); kept != nullptr) {
-      const int position = sbr::kind_position(*body, *which, id);
-      if (position >= 0 && position < sbr::kind_count(*body, *which)) {
-        std::memcpy(out3, kept + 3 * static_cast<std::ptrdiff_t>(position), 24);
-        return 1;
-      }
-    }
-  std::memset(out3, 0, 24);
-  if (body == nullptr || !which || !sbr::load_mode_record(*body, mode, *which)) return 0;
-  const int position = sbr::kind_position(*body, *which, id);
-  const int count = sbr::kind_count(*body, *which);
-  if (position < 0 || position >= count || !sbr::valid_part(part)) return 0;
-  const double *record = body->access.current_record[*which].data();
-  std::memcpy(out3, record + 6 * static_cast<std::ptrdiff_t>(position) + 3 * static_cast<std::ptrdiff_t>(part), 24);
-  if (body->store.keep_in_memory == 0) return 1;
-  // The whole part goes into the cache as a side effect, unless the cache could not take it anyway.
-  if (body->store.memory_limit != 0 && body->store.memory_used >= body->store.memory_limit) return 1;
-  if (sbr::mode_index(*body, number) < 0) return 1;
-  sbr::Array<double> whole;
-  if (whole.allocate(3 * static_cast<std::int64_t>(count))) {
-    sbr::split_part(*body, *which, part, whole.data());
-    sbr::keep_part(*body, mode, *which, whole.data(), part);
-  }
-  return 1;
-}
-
-int SBR_ModeByRef(SBR body, int number, int kind, double **out, int part) {
-  const auto which = kind_of(kind);
-  if (body == nullptr || out == nullptr || !which) return 0;
-  const int mode = sbr::record_of_number(*body, number, *which);
-  if (const double *kept = sbr::kept_part(*body, mode, *which, part); kept != nullptr) {
-    *out = const_cast<double *>(kept);
-    return 1;
-  }
-  if (!sbr::load_mode_record(*body, mode, *which)) return 0;
-  sbr::Array<double> &buffer = body->access.ref_buffer;
-  const std::int64_t values = 3 * static_cast<std::int64_t>(sbr::kind_count(*body, *which));
-  if (buffer.size() < static_cast<std::size_t>(values) && !buffer.resize(values)) return 0;
-  if (!sbr::valid_part(part)) return 0;
-  sbr::split_part(*body, *which, part, buffer.data());
-  *out = buffer.data();
-  sbr::keep_part(*body, mode, *which, buffer.data(), part);
-  return 1;
-}
-
-int SBR_ModeByNodeWithoutCache(SBR body, int number, int kind, int id, double *out3, int part) {
-  if (out3 == nullptr) return 0;
-  std::memset(out3, 0, 24);
-  const auto which = kind_of(kind);
-  if (body == nullptr || !which || number == 0) return 0;
-  const int mode = sbr::mode_index(*body, number);
-  if (mode < 0) return 0;
-  const int position = sbr::kind_position(*body, *which, id);
-  if (position < 0 || position >= sbr::kind_count(*body, *which)) return 0;
-  const std::int64_t value = 6 * static_cast<std::int64_t>(position) + (part == 1 ? 3 : 0);
-  if (!sbr::read_stored_values(*body, mode, *which, value, out3, 3)) return 0;
-  const double scale = *which == sbr::Kind::shape && part == 0 ? sbr::shape_scale(*body)
-                       : *which == sbr::Kind::stress           ? sbr::stress_scale(*body)
-                                                               : 1.0;
-  if (scale != 1.0) sbr::convert_units(out3, 3, scale);
-  return 1;
-}
-
-int SBR_ModeFromMemory(SBR body, int number, int kind, double *out, int part) {
-  const auto which = kind_of(kind);
-  if (body == nullptr || out == nullptr || !which) return 0;
-  const double *kept = sbr::cached_part(*body, sbr::mode_index(*body, number), *which, part);
-  if (kept == nullptr) return 0;
-  std::memcpy(out, kept, sbr::part_bytes(*body, *which));
-  return 1;
-}
-
-int SBR_ModeFromMemoryByNode(SBR body, int number, int kind, int id, double *out3, int part) {
-  const auto which = kind_of(kind);
-  if (body == nullptr || out3 == nullptr || !which) return 0;
-  const double *kept = sbr::cached_part(*body, sbr::mode_index(*body, number), *which, part);
-  const int position = kept != nullptr ? sbr::kind_position(*body, *which, id) : -1;
-  if (position < 0 || position >= sbr::kind_count(*body, *which)) return 0;
-  std::memcpy(out3, kept + 3 * static_cast<std::ptrdiff_t>(position), 24);
-  return 1;
-}
-
-int SBR_ModeFromMemoryByRef(SBR body, int number, int kind, double **out, int part) {
-  const auto which = kind_of(kind);
-  if (body == nullptr || out == nullptr || !which) return 0;
-  const double *kept = sbr::cached_part(*body, sbr::mode_index(*body, number), *which, part);
-  if (kept == nullptr) return 0;
-  *out = const_cast<double *>(kept);
-  return 1;
-}
-
-int SBR_Read_Mode_Double(SBR body, int number, int kind, double *out) {
-  const auto which = kind_of(kind);
-  if (body == nullptr || out == nullptr || !which) return 0;
-  return sbr::read_record(*body, sbr::record_of_number(*body, number, *which), *which, out) ? 1 : 0;
-}
-
-int SBR_Read_Mode_Single(SBR body, int number, int kind, float *out) {
-  const auto which = kind_of(kind);
-  if (body == nullptr || out == nullptr || !which) return 0;
-  return sbr::read_record(*body, sbr::record_of_number(*body, number, *which), *which, out) ? 1 : 0;
-}
-
-int SBR_ModeExist(SBR body, int kind) {
-  const auto which = kind_of(kind);
-  return which && sbr::require_body(body) && sbr::has_block(*body, sbr::kind_block(*which)) ? 1 : 0;
-}
-
-int SBR_SetTransformation(SBR body, const double *matrix) {
-  if (body == nullptr || matrix == nullptr || body->mode_table.mode_count < 1) return 0;
-  const auto n = static_cast<std::size_t>(body->mode_table.mode_count);
-  sbr::Array<double> &present = body->access.transformation;
-  sbr::Array<double> product;
-  if (!product.allocate(static_cast<std::int64_t>(n * n))) return 0;
-  if (!present || present.size() < n * n) {
+bool multiply_transformation(SbrBody &body, const double *matrix) noexcept {
+  if (mode_count(body) < 1) return false;
+  const auto n = static_cast<std::size_t>(mode_count(body));
+  Array<double> &present = body.access.transformation;
+  Array<double> product;
+  if (!product.allocate(static_cast<std::int64_t>(n * n))) return false;
+  if (present.size() < n * n) {
     std::memcpy(product.data(), matrix, n * n * sizeof(double));
   } else {
     for (std::size_t i = 0; i < n; ++i)
@@ -314,12 +225,97 @@ int SBR_SetTransformation(SBR body, const double *matrix) {
         for (std::size_t j = 0; j < n; ++j) product[i * n + j] += present[i * n + k] * matrix[k * n + j];
   }
   present.swap(product);
+  return true;
+}
+
+}  // namespace sbr
+
+// ---- the C operations ----------------------------------------------------------------------------------------------
+
+extern "C" {
+
+int SBR_Mode(SBR body, int number, int kind, double *out, int part) {
+  const auto valid = sbr::kind_of(kind);
+  if (body == nullptr || out == nullptr || !valid) return 0;
+  return sbr::mode_part(*body, sbr::record_of_number(*body, number, *valid), *valid, part, out) ? 1 : 0;
+}
+
+int SBR_ModeByNode(SBR body, int number, int kind, int id, double *out3, int part) {
+  if (out3 == nullptr) return 0;
+  const auto valid = sbr::kind_of(kind);
+  if (body == nullptr || !valid) {
+    std::memset(out3, 0, 24);
+    return 0;
+  }
+  return sbr::part_at_node(*body, sbr::record_of_number(*body, number, *valid), *valid, id, part, out3) ? 1 : 0;
+}
+
+int SBR_ModeByRef(SBR body, int number, int kind, double **out, int part) {
+  const auto valid = sbr::kind_of(kind);
+  if (body == nullptr || out == nullptr || !valid) return 0;
+  double *values = sbr::part_by_address(*body, sbr::record_of_number(*body, number, *valid), *valid, part);
+  if (values == nullptr) return 0;
+  *out = values;
   return 1;
+}
+
+int SBR_ModeByNodeWithoutCache(SBR body, int number, int kind, int id, double *out3, int part) {
+  if (out3 == nullptr) return 0;
+  std::memset(out3, 0, 24);
+  const auto valid = sbr::kind_of(kind);
+  if (body == nullptr || !valid || number == 0) return 0;
+  return sbr::part_at_node_from_file(*body, sbr::mode_index(*body, number), *valid, id, part, out3) ? 1 : 0;
+}
+
+int SBR_ModeFromMemory(SBR body, int number, int kind, double *out, int part) {
+  const auto valid = sbr::kind_of(kind);
+  if (body == nullptr || out == nullptr || !valid) return 0;
+  const double *kept = sbr::cached_part(*body, sbr::mode_index(*body, number), *valid, part);
+  if (kept == nullptr) return 0;
+  std::memcpy(out, kept, sbr::part_bytes(*body, *valid));
+  return 1;
+}
+
+int SBR_ModeFromMemoryByNode(SBR body, int number, int kind, int id, double *out3, int part) {
+  const auto valid = sbr::kind_of(kind);
+  if (body == nullptr || out3 == nullptr || !valid) return 0;
+  const double *kept = sbr::cached_part(*body, sbr::mode_index(*body, number), *valid, part);
+  const double *three = kept != nullptr ? sbr::node_of_part(*body, kept, *valid, id) : nullptr;
+  if (three == nullptr) return 0;
+  std::memcpy(out3, three, 24);
+  return 1;
+}
+
+int SBR_ModeFromMemoryByRef(SBR body, int number, int kind, double **out, int part) {
+  const auto valid = sbr::kind_of(kind);
+  if (body == nullptr || out == nullptr || !valid) return 0;
+  const double *kept = sbr::cached_part(*body, sbr::mode_index(*body, number), *valid, part);
+  if (kept == nullptr) return 0;
+  *out = const_cast<double *>(kept);
+  return 1;
+}
+
+int SBR_Read_Mode_Double(SBR body, int number, int kind, double *out) {
+  return sbr::read_record(body, number, kind, out) ? 1 : 0;
+}
+
+int SBR_Read_Mode_Single(SBR body, int number, int kind, float *out) {
+  return sbr::read_record(body, number, kind, out) ? 1 : 0;
+}
+
+int SBR_ModeExist(SBR body, int kind) {
+  const auto valid = sbr::kind_of(kind);
+  if (!valid || !sbr::require_body(body)) return 0;
+  return body->layout.content[sbr::content_byte(sbr::kKindFacts[*valid].block)];
+}
+
+int SBR_SetTransformation(SBR body, const double *matrix) {
+  return body != nullptr && matrix != nullptr && sbr::multiply_transformation(*body, matrix) ? 1 : 0;
 }
 
 int SBR_Transformation(SBR body, double *matrix) {
   if (body == nullptr || matrix == nullptr || !body->access.transformation) return 0;
-  const auto n = static_cast<std::size_t>(std::max(body->mode_table.mode_count, 0));
+  const auto n = static_cast<std::size_t>(std::max(sbr::mode_count(*body), 0));
   const std::size_t held = std::min(n * n, body->access.transformation.size());
   std::memcpy(matrix, body->access.transformation.data(), held * sizeof(double));
   std::fill(matrix + held, matrix + n * n, 0.0);

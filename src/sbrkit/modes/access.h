@@ -1,6 +1,8 @@
-// Mode access: whole modes and parts of modes, from the cache or past it. The unit owns SbrBody::access.
+// Mode access: whole modes, parts and single nodes, from the cache or past it, through one record loader. Inside the
+// library a mode is told by its index, so that two modes of one number, or one of number 0, are never mixed up. The
+// unit owns SbrBody::access.
 //
-// A mode is told by its index; kPreVector stands for the pre-vector of stress or strain.
+// Stored values are in the units of their file; what is delivered is in those of the body.
 #ifndef SBRKIT_MODES_ACCESS_H
 #define SBRKIT_MODES_ACCESS_H
 
@@ -10,22 +12,27 @@
 
 namespace sbr {
 
-constexpr int kPreVector = std::numeric_limits<int>::max();
+// In place of a mode index: the pre-stress or pre-strain vector of the kind.
+inline constexpr int kPreVector = std::numeric_limits<int>::max();
+// In place of a mode index: no mode.
+inline constexpr int kNoMode = -1;
 
-// What a public mode number means for a kind: a mode index, kPreVector for number 0 of stress and strain, or -1.
+// The pre-vector's rows by kind position. Shapes have none.
+[[nodiscard]] Array<SixVector> &pre_vectors(SbrBody &body, Kind kind) noexcept;
+[[nodiscard]] const Array<SixVector> &pre_vectors(const SbrBody &body, Kind kind) noexcept;
+// What a host's mode number names: an index, the pre-vector for number 0 of stress and strain, or nothing (kNoMode).
 [[nodiscard]] int record_of_number(const SbrBody &body, int number, Kind kind) noexcept;
 
-// The six values per kind position of a mode or a pre-vector, in the units of the body. Null when there is nothing of
-// that name. A failed read is reported and gives what the buffer holds. Valid until the next access to the kind.
+// A whole mode or pre-vector: six values per kind position. Null when there is no such mode, no pre-vector or no node.
+// A read that breaks off is reported and gives what came. Valid until the next access to the kind.
 [[nodiscard]] const double *whole_mode(SbrBody &body, int mode, Kind kind) noexcept;
-// One part of a mode, three values per kind position; through the cache, if it is on. Null for the part that is copied
-// out by the caller's own buffer: false when there is nothing of that name.
+// One part of a mode, three values per kind position, through the cache. False when there is no such mode.
 [[nodiscard]] bool mode_part(SbrBody &body, int mode, Kind kind, int part, double *out) noexcept;
-// Values of a mode's record as they are stored: in the units of the file. False when they cannot be read.
-[[nodiscard]] bool read_stored_values(SbrBody &body, int mode, Kind kind, std::int64_t first, double *out,
-                                      std::int64_t count) noexcept;
 // Whether a mode's record can be read to its end; a failure is reported as the accessors do.
-[[nodiscard]] bool mode_record_is_whole(SbrBody &body, int mode, Kind kind) noexcept;
+bool mode_record_is_whole(SbrBody &body, int mode, Kind kind) noexcept;
+// Multiplies a matrix of modes x modes into the body's accumulated transformation, from the right. False when there
+// are no modes, or memory is short.
+bool multiply_transformation(SbrBody &body, const double *matrix) noexcept;
 
 }  // namespace sbr
 

@@ -1,16 +1,10 @@
-// Mode values on their way to a temporary file.
-//
-// A translator enters mode data one node at a time, in any order. A seek and a write per node would cost several system
-// calls each, so adjacent values of a mode's record gather in a run and go to the file together. One run serves one
-// mode at a time, and a mode always uses the same run, so that values never overtake each other.
-#include <sys/stat.h>
+#include "modes/pending.h"
 
 #include <algorithm>
 #include <cstring>
 
 #include "base/reports.h"
 #include "body/node_table.h"
-#include "modes/store.h"
 
 namespace sbr {
 namespace {
@@ -34,26 +28,14 @@ bool make_runs(PendingModeWrites &pending, int mode_capacity) noexcept {
   return true;
 }
 
-// The bytes of a mode's record: up to the next record, or to the end of the file. 0 for a record that the file lacks.
-std::int64_t record_bytes(const SbrBody &body, Kind kind, int mode) noexcept {
-  const auto &offsets = body.store.offsets[kind];
-  const auto at = static_cast<std::size_t>(mode);
-  if (mode < 0 || at >= offsets.size()) return 0;
-  const std::int64_t start = offsets[at];
-  if (mode > 0 && start == 0) return 0;
-  if (at + 1 < offsets.size() && offsets[at + 1] > start) return offsets[at + 1] - start;
-  struct stat status {};
-  if (body.modes[kind].stream == nullptr || fstat(fileno(body.modes[kind].stream), &status) != 0) return 0;
-  return std::max<std::int64_t>(status.st_size - start, 0);
-}
-
-void report_failed_seek(SbrBody &body, int mode, int node_id, int dof) noexcept {
-  const long number = mode_number(body, mode);
-  if (dof == 0)
-    report_error("Couldn't seek to mode %ld node %ld position in temporary file", number, static_cast<long>(node_id));
+void report_failed_seek(const SbrBody &body, const ModeValues &entry) noexcept {
+  const long number = mode_number(body, entry.mode);
+  const long node = entry.node_id;
+  if (entry.dof == 0)
+    report_error("Couldn't seek to mode %ld node %ld position in temporary file", number, node);
   else
-    report_error("Couldn't seek to mode %ld node %ld dof %ld position in temporary file", number,
-                 static_cast<long>(node_id), static_cast<long>(dof));
+    report_error("Couldn't seek to mode %ld node %ld dof %ld position in temporary file", number, node,
+                 static_cast<long>(entry.dof));
 }
 
 // Seeks to the values' place in the file and writes them.
@@ -61,7 +43,7 @@ bool put_in_file(SbrBody &body, const ModeValues &entry) noexcept {
   StreamChannel &channel = body.modes[entry.kind];
   const std::int64_t place = body.store.offsets[entry.kind][entry.mode] + 8 * entry.first;
   if (!seek_stream(channel.stream, place) || tell_stream(channel.stream) != place) {
-    report_failed_seek(body, entry.mode, entry.node_id, entry.dof);
+    report_failed_seek(body, entry);
     return false;
   }
   return write_reals(channel, entry.values, entry.count);
@@ -93,17 +75,6 @@ bool may_wait(const StreamChannel &channel) noexcept {
 
 }  // namespace
 
-bool mode_record_holds(SbrBody &body, const ModeValues &entry) noexcept {
-  PendingModeWrites &pending = body.store.pending[entry.kind];
-  std::int64_t bytes = 0;
-  if (pending.runs && entry.mode >= 0) {
-    const ModeRun &run = run_of_mode(pending, entry.mode);
-    if (run.mode == entry.mode) bytes = run.room;
-  }
-  if (bytes == 0) bytes = record_bytes(body, entry.kind, entry.mode);
-  return 8 * entry.first + static_cast<std::int64_t>(entry.count) * real_size(body.modes[entry.kind]) <= bytes;
-}
-
 bool write_mode_values(SbrBody &body, const ModeValues &entry) noexcept {
   PendingModeWrites &pending = body.store.pending[entry.kind];
   if (!may_wait(body.modes[entry.kind]) || !make_runs(pending, body.mode_table.mode_capacity))
@@ -114,11 +85,7 @@ bool write_mode_values(SbrBody &body, const ModeValues &entry) noexcept {
                      ahead + entry.count <= pending.values_per_run;
   if (!joins) {
     if (!put_run(body, entry.kind, run)) return false;
-    if (run.mode != entry.mode || run.room == 0) run.room = record_bytes(body, entry.kind, entry.mode);
-    run.mode = entry.mode;
-    run.node_id = entry.node_id;
-    run.dof = entry.dof;
-    run.first = entry.first;
+    run = {.mode = entry.mode, .node_id = entry.node_id, .dof = entry.dof, .count = 0, .first = entry.first};
     pending.waiting += 1;
   }
   const auto at = static_cast<int>(entry.first - run.first);

@@ -4,33 +4,12 @@
 #include <algorithm>
 
 #include "base/reports.h"
-#include "body/node_table.h"
 #include "body/registry.h"
 #include "modes/access.h"
 #include "modes/store.h"
 
 namespace sbr {
 namespace {
-
-// Modes go past the memory cache while this lives.
-class WithoutModeCache {
- public:
-  explicit WithoutModeCache(SbrBody &body) noexcept : body_(body), kept_(body.store.keep_in_memory) {
-    keep_modes_in_memory(body_, 0);
-  }
-  ~WithoutModeCache() { keep_modes_in_memory(body_, kept_); }
-  WithoutModeCache(const WithoutModeCache &) = delete;
-  WithoutModeCache &operator=(const WithoutModeCache &) = delete;
-
- private:
-  SbrBody &body_;
-  int kept_;
-};
-
-bool has_pre_vectors(const SbrBody &body, Kind kind) noexcept {
-  return (kind == Kind::stress && has_block(body, kNodalPreStress)) ||
-         (kind == Kind::strain && has_block(body, kNodalPreStrain));
-}
 
 // Where a node index stands first in the keep list; -1 when it is not kept.
 int place_of(std::span<const std::int32_t> keep, bool ascending, std::int32_t node) noexcept {
@@ -64,77 +43,83 @@ void compact_case(NodalLoadCase &load_case, std::span<const std::int32_t> keep, 
 
 }  // namespace
 
-bool ModeShortening::prepare(std::span<const std::int32_t> keep) noexcept {
-  const WithoutModeCache past_the_cache(body_);
-  if (!rewrite_.name()) return report_no_memory(unit_name::kTools) != 0;
-  if (!rewrite_.open()) {
-    report_error(
-        "Unable to open %s for write.  Specify different temporary file directory by\n"
-        "setting the %s environment variable",
-        rewrite_.path(), "TMP");
-    return false;
-  }
-  report_info(" Shortened %s mode file: %s\n", kKindFacts[kind_].short_name, rewrite_.path());
-  const std::int64_t nodes = kind_count(body_, kind_);
-  const auto kept = static_cast<std::int64_t>(keep.size());
-  if (!map_.allocate(kept) || !row_.allocate(6 * kept) ||
-      (nodes > 0 && (!parts_[0].allocate(3 * nodes) || !parts_[1].allocate(3 * nodes))))
-    return report_no_memory(unit_name::kTools) != 0;
-  if (mode_count(body_) < 1) {
-    report_warning("No Mode Shape Data found in this SBR file. \n");
-    return false;
-  }
+bool ModeShortening::make_map(std::span<const std::int32_t> keep) noexcept {
+  if (!map_.allocate(static_cast<std::int64_t>(keep.size()))) return false;
+  const int nodes = kind_count(body_, kind_);
   for (std::size_t k = 0; k < keep.size(); ++k) {
     const int position = kind_position(body_, kind_, node_id(body_, keep[k]));
     map_[k] = position < nodes ? position : -1;
   }
-  if (write_modes()) return true;
-  report_error(
-      "Insufficient disk space for file %s.  Specify different temporary\n"
-      "file directory by setting the %s environment variable",
-      rewrite_.path(), "TMP");
-  return false;
+  return true;
 }
 
-bool ModeShortening::write_modes() noexcept {
-  const int modes = mode_count(body_);
-  for (int m = 0; m < modes; ++m)
-    if (!write_mode(m)) return false;
-  return rewrite_.complete();
+bool ModeShortening::prepare(std::span<const std::int32_t> keep) noexcept {
+  if (!rewrite_.begin()) return false;
+  if (!make_map(keep)) return rewrite_.complete(Rewriting::no_memory);
+  if (mode_count(body_) < 1) {
+    report_warning("No Mode Shape Data found in this SBR file. \n");
+    rewrite_.abandon();
+    return false;
+  }
+  has_file_ = rewrite_.complete(write_modes());
+  return has_file_;
+}
+
+bool ModeShortening::prepare_without_modes(std::span<const std::int32_t> keep) noexcept {
+  if (!make_map(keep)) return report_no_memory(unit_name::kTools);
+  const Array<SixVector> &rows = pre_vectors(body_, kind_);
+  if (!rows) return true;
+  if (!pre_rows_.allocate(rows.count())) return report_no_memory(unit_name::kTools);
+  int place = 0;
+  for (const std::int32_t position : map_) {
+    if (position < 0) continue;
+    if (position < rows.count() && place < rows.count()) pre_rows_[place] = rows[position];
+    place += 1;
+  }
+  return true;
+}
+
+Rewriting ModeShortening::write_modes() noexcept {
+  const auto kept = std::count_if(map_.begin(), map_.end(), [](std::int32_t position) { return position >= 0; });
+  return rewrite_.change_modes(6 * static_cast<std::int64_t>(kept),
+                               [&](int mode, double *record) noexcept { return keep_rows(mode, record); });
 }
 
 // The file keeps the units of the record, so that reading can bring it to those of the body.
-bool ModeShortening::write_mode(int mode) noexcept {
-  for (int part = 0; part < 2; ++part)
-    if (!parts_[part] || !mode_part(body_, mode, kind_, part, parts_[part].data())) return false;
-  const double first_factor = kind_ == Kind::shape    ? 1.0 / shape_scale(body_)
-                              : kind_ == Kind::stress ? 1.0 / stress_scale(body_)
-                                                      : 1.0;
-  const double second_factor = kind_ == Kind::stress ? first_factor : 1.0;
-  std::int64_t values = 0;
-  double *out = row_.data();
+Rewriting ModeShortening::keep_rows(int mode, double *out) noexcept {
+  const double *record = whole_mode(body_, mode, kind_);
+  if (record == nullptr) return Rewriting::unreadable;
+  const bool is_stress = kind_ == Kind::stress;
+  const double first_factor = kind_ == Kind::shape ? 1.0 / shape_scale(body_)
+                              : is_stress          ? 1.0 / stress_scale(body_)
+                                                   : 1.0;
+  const double second_factor = is_stress ? first_factor : 1.0;
   for (const std::int32_t position : map_) {
     if (position < 0) continue;
-    const double *first = parts_[0].data() + 3 * static_cast<std::ptrdiff_t>(position);
-    const double *second = parts_[1].data() + 3 * static_cast<std::ptrdiff_t>(position);
-    for (int c = 0; c < 3; ++c) out[values + c] = first[c] * first_factor;
-    for (int c = 0; c < 3; ++c) out[values + 3 + c] = second[c] * second_factor;
-    values += 6;
+    const double *six = record + 6 * static_cast<std::ptrdiff_t>(position);
+    for (int c = 0; c < 3; ++c) out[c] = six[c] * first_factor;
+    for (int c = 3; c < 6; ++c) out[c] = six[c] * second_factor;
+    out += 6;
   }
-  return rewrite_.begin_mode() && rewrite_.put(out, values);
+  return Rewriting::done;
 }
 
 void ModeShortening::install() noexcept {
-  if (!rewrite_.install()) return;
-  if (has_pre_vectors(body_, kind_)) move_pre_vectors();
+  if (has_file_) {
+    rewrite_.install();
+    if (const auto pre = kKindFacts[kind_].pre_block; pre && has_block(body_, *pre)) move_pre_vectors();
+  } else if (pre_rows_) {
+    pre_vectors(body_, kind_).swap(pre_rows_);
+    body_.access.current_mode[kind_] = kNoMode;
+  }
 }
 
 // Rows move to the place of their node in the keep list, one after the other; a row without a source stays. That lines
 // up with the kind positions when all kept nodes belong to the kind.
 void ModeShortening::move_pre_vectors() noexcept {
-  Array<SixVector> &rows = kind_ == Kind::stress ? body_.pre.stress : body_.pre.strain;
+  Array<SixVector> &rows = pre_vectors(body_, kind_);
   for (std::size_t k = 0; k < map_.size() && k < rows.size(); ++k)
-    if (map_[k] >= 0 && static_cast<std::size_t>(map_[k]) < rows.size()) rows[k] = rows[map_[k]];
+    if (map_[k] >= 0 && map_[k] < rows.count()) rows[k] = rows[map_[k]];
 }
 
 void compact_nodal_loads(SbrBody &body, std::span<const std::int32_t> keep) noexcept {
@@ -150,9 +135,9 @@ extern "C" {
 int SBR_ShortenModeFile(SBR body, const int *keep, int keep_count, int kind) {
   if (!sbr::require_body(body)) return 0;
   if (keep == nullptr) return 1;
-  const auto which = sbr::kind_of(kind);
-  if (!which) return 0;
-  sbr::ModeShortening shortening(*body, *which);
+  const auto valid = sbr::kind_of(kind);
+  if (!valid) return 0;
+  sbr::ModeShortening shortening(*body, *valid);
   if (!shortening.prepare({keep, static_cast<std::size_t>(keep_count > 0 ? keep_count : 0)})) return 0;
   shortening.install();
   return 1;

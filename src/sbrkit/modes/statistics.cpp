@@ -5,8 +5,6 @@
 #include <cmath>
 
 #include "base/reports.h"
-#include "body/body.h"
-#include "body/node_table.h"
 #include "body/registry.h"
 #include "body/units.h"
 #include "modes/access.h"
@@ -19,37 +17,38 @@ namespace {
 // ---- the table -----------------------------------------------------------------------------------------------------
 
 // Reads the table from the statistics block, at which the record channel stands, and brings it to the body's units.
-int read_table(SbrBody &body) noexcept {
+bool read_table(SbrBody &body) noexcept {
   FieldReader reader(body.record);
   CountHead head;
-  if (!transfer(reader, head)) return 0;
-  if (head.count != body.mode_table.mode_count) {
+  if (!transfer(reader, head)) return false;
+  if (head.count != mode_count(body)) {
     report_error("Inconsistent number of modes detected at line %d in file %s", __LINE__, unit_name::kData);
-    return 0;
+    return false;
   }
   for (ModalStatistics &mode : body.statistics) {
-    if (!transfer(reader, mode)) return 0;
+    if (!transfer(reader, mode)) return false;
     convert_units(&mode.values[0], 1, shape_scale(body));
     convert_units(&mode.values[2], 1, stress_scale(body));
   }
-  return 1;
+  return true;
 }
 
-// The table, made at the first request and read from the file where it has one. 0 after a failure.
-int ensure_table(SbrBody &body) noexcept {
-  if (body.statistics) return 1;
-  if (!body.statistics.allocate(body.mode_table.mode_count)) return report_no_memory(unit_name::kData);
-  return go_to_block(body, kModalStatistics) ? read_table(body) : 1;
+// The table, made at the first request and read from the file where it has one. It has a place for each mode that there
+// is, whatever count a host gave. False after a failure.
+bool ensure_table(SbrBody &body) noexcept {
+  if (body.statistics) return true;
+  if (known_mode_count(body) < 1) return false;
+  if (!body.statistics.allocate(known_mode_count(body))) return report_no_memory(unit_name::kData);
+  return !go_to_block(body, kModalStatistics) || read_table(body);
 }
 
 // The record of a mode; the table grows when modes have been added since it was made. Null when memory is short.
 ModalStatistics *statistics_of(SbrBody &body, int index) noexcept {
-  const auto place = static_cast<std::size_t>(index);
-  if (place >= body.statistics.size() && !body.statistics.resize(body.mode_table.mode_count)) {
+  if (index >= body.statistics.count() && !body.statistics.resize(known_mode_count(body))) {
     report_no_memory(unit_name::kData);
     return nullptr;
   }
-  return &body.statistics[place];
+  return &body.statistics[index];
 }
 
 // ---- the four figures ----------------------------------------------------------------------------------------------
@@ -100,22 +99,31 @@ int compute(SbrBody &body, int record, const Figure &figure, ModalStatistics &mo
   return status;
 }
 
-int request(SBR body, int number, int *id, double *value, const Figure &figure) noexcept {
-  if (!require_body(body) || body->mode_table.mode_count < 1) return 0;
-  if (ensure_table(*body) == 0) return 0;
-  const int index = mode_index(*body, number);
-  if (index < 0) return 0;
-  ModalStatistics *mode = statistics_of(*body, index);
-  if (mode == nullptr) return 0;
-  const int status = mode->node_ids[figure.slot] != 0
-                         ? 1
-                         : compute(*body, record_of_number(*body, number, figure.kind), figure, *mode);
-  if (id != nullptr) *id = mode->node_ids[figure.slot];
-  if (value != nullptr) *value = mode->values[figure.slot];
-  return status;
+const Figure &figure_of(Maximum maximum) noexcept {
+  constexpr const Figure *kFigures[] = {&kTranslation, &kRotation, &kStress, &kStrain};
+  return *kFigures[static_cast<std::size_t>(maximum)];
+}
+
+int request(SBR body, int number, int *id, double *value, Maximum maximum) noexcept {
+  return require_body(body) && largest_value(*body, number, maximum, id, value) ? 1 : 0;
 }
 
 }  // namespace
+
+bool largest_value(SbrBody &body, int number, Maximum maximum, int *id, double *value) noexcept {
+  if (mode_count(body) < 1 || !ensure_table(body)) return false;
+  const int index = mode_index(body, number);
+  if (index < 0) return false;
+  ModalStatistics *mode = statistics_of(body, index);
+  if (mode == nullptr) return false;
+  const Figure &figure = figure_of(maximum);
+  const bool good =
+      mode->node_ids[figure.slot] != 0 || compute(body, record_of_number(body, number, figure.kind), figure, *mode);
+  if (id != nullptr) *id = mode->node_ids[figure.slot];
+  if (value != nullptr) *value = mode->values[figure.slot];
+  return good;
+}
+
 }  // namespace sbr
 
 extern "C" {
@@ -123,19 +131,19 @@ extern "C" {
 int SBR_ModalStatisticsExist(SBR body) { return body != nullptr && body->statistics ? 1 : 0; }
 
 int SBR_GetMaxModeDisplacement(SBR body, int number, int *id, double *value) {
-  return sbr::request(body, number, id, value, sbr::kTranslation);
+  return sbr::request(body, number, id, value, sbr::Maximum::translation);
 }
 
 int SBR_GetMaxModeRotation(SBR body, int number, int *id, double *value) {
-  return sbr::request(body, number, id, value, sbr::kRotation);
+  return sbr::request(body, number, id, value, sbr::Maximum::rotation);
 }
 
 int SBR_GetMaxVonMisesStress(SBR body, int number, int *id, double *value) {
-  return sbr::request(body, number, id, value, sbr::kStress);
+  return sbr::request(body, number, id, value, sbr::Maximum::stress);
 }
 
 int SBR_GetMaxVonMisesStrain(SBR body, int number, int *id, double *value) {
-  return sbr::request(body, number, id, value, sbr::kStrain);
+  return sbr::request(body, number, id, value, sbr::Maximum::strain);
 }
 
 }  // extern "C"

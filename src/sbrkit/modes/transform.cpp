@@ -1,4 +1,3 @@
-// Modes and monitor points through a matrix: what a change of the modal basis does to the data that stands in it.
 #include "modes/transform.h"
 
 #include <algorithm>
@@ -6,9 +5,7 @@
 #include <limits>
 
 #include "base/reports.h"
-#include "body/loads.h"
 #include "body/monitor_points.h"
-#include "body/node_table.h"
 #include "body/registry.h"
 #include "modes/access.h"
 #include "modes/combine.h"
@@ -18,8 +15,6 @@
 namespace sbr {
 namespace {
 
-enum class Outcome { done, no_memory, unreadable, disk_full };
-
 // The transformation of one kind of mode data.
 struct ModeTask {
   SbrBody &body;
@@ -28,21 +23,6 @@ struct ModeTask {
   int new_count;
   const double *matrix;  // old_count x old_count, row by row: row old mode, column new mode
   std::int64_t values;   // of one mode
-};
-
-// Switches the mode cache off for as long as it lives.
-class CacheOff {
- public:
-  explicit CacheOff(SbrBody &body) noexcept : body_(body), before_(body.store.keep_in_memory) {
-    keep_modes_in_memory(body_, 0);
-  }
-  ~CacheOff() { keep_modes_in_memory(body_, before_); }
-  CacheOff(const CacheOff &) = delete;
-  CacheOff &operator=(const CacheOff &) = delete;
-
- private:
-  SbrBody &body_;
-  int before_;
 };
 
 bool monitor_is_wanted() noexcept { return std::getenv("KTX_NO_TIME_MONITOR_STAMP") == nullptr; }
@@ -73,28 +53,19 @@ class Progress {
   std::int64_t shown_ = 0;
 };
 
-// The mode indices of the old modes, and which of them lie whole in the file. A mode that does not is reported once;
-// what is missing of it counts as zeros.
-class SourceModes {
- public:
-  [[nodiscard]] Outcome find(const ModeTask &task) noexcept {
-    if (task.values < 1) return task.old_count < 1 ? Outcome::done : Outcome::unreadable;
-    if (task.old_count > 0 && !indices_.allocate(task.old_count)) return Outcome::no_memory;
-    for (int m = 0; m < task.old_count; ++m) {
-      const int index = mode_index(task.body, mode_number(task.body, m));
-      if (index < 0) return Outcome::unreadable;
-      indices_[m] = index;
-      static_cast<void>(mode_record_is_whole(task.body, index, task.kind));
-    }
-    return Outcome::done;
-  }
-  void read(const ModeTask &task, int m, std::int64_t first, double *out, std::int64_t count) const noexcept {
-    if (!read_stored_values(task.body, indices_[m], task.kind, first, out, count)) std::fill_n(out, count, 0.0);
-  }
+// Looks at every old mode. One that does not lie whole in the file is reported once.
+Rewriting look_at_modes(const ModeTask &task) noexcept {
+  if (task.old_count < 1) return Rewriting::done;
+  if (task.values < 1 || task.old_count > known_mode_count(task.body)) return Rewriting::unreadable;
+  for (int m = 0; m < task.old_count; ++m) mode_record_is_whole(task.body, m, task.kind);
+  return Rewriting::done;
+}
 
- private:
-  Array<std::int32_t> indices_;
-};
+// Values of an old mode. What the file lacks counts as zeros.
+void read_old_values(const ModeTask &task, int m, std::int64_t first, double *out, std::int64_t count) noexcept {
+  const std::int64_t came = read_stored_values(task.body, m, task.kind, first, out, count);
+  std::fill(out + came, out + count, 0.0);
+}
 
 // Values per strip: enough for long reads and writes, few enough that the strips of all modes together take no more
 // than some 16 MiB.
@@ -104,90 +75,55 @@ std::int64_t strip_length(const ModeTask &task) noexcept {
   return std::clamp<std::int64_t>(length / kStripPiece, 4, 256) * kStripPiece;
 }
 
-// Full matrix: every new mode is the sum of the old modes with the weights of its column. Each value of an old mode is
-// read once, and all new modes gain from it while it is at hand.
-Outcome combine(const ModeTask &task, ModeRewrite &rewrite) noexcept {
-  Progress progress(task);
-  SourceModes modes;
-  if (const Outcome found = modes.find(task); found != Outcome::done) return found;
-  CombinationWeights weights;
-  if (!weights.prepare(task.matrix, task.old_count, task.old_count, task.new_count)) return Outcome::no_memory;
+// Every new mode, strip by strip: each value of an old mode is read once, and all new modes gain from it while it is at
+// hand.
+Rewriting combine_strips(const ModeTask &task, const CombinationWeights &weights, Progress &progress,
+                         ModeRewrite &rewrite) noexcept {
   const std::int64_t length = strip_length(task);
   StripBuffer old_values;
   StripBuffer new_values;
-  if (!rewrite.reserve_modes(task.new_count, task.values)) return Outcome::no_memory;
-  if (task.new_count > 0) {
-    if (!old_values.allocate(task.old_count, length) || !new_values.allocate(4 * weights.groups(), length))
-      return Outcome::no_memory;
-    const Strip &sources = old_values.strip();
-    const Strip &outputs = new_values.strip();
-    for (std::int64_t first = 0; first < task.values; first += length) {
-      const std::int64_t count = std::min(length, task.values - first);
-      for (int m = 0; m < task.old_count; ++m) modes.read(task, m, first, sources.mode(m), count);
-      combine_modes(weights, sources, outputs, count);
-      for (int j = 0; j < task.new_count; ++j)
-        if (!rewrite.put_at(j, first, outputs.mode(j), count)) return Outcome::disk_full;
-      progress.show(first + count, task.values);
-    }
+  if (!old_values.allocate(task.old_count, length) || !new_values.allocate(4 * weights.groups(), length))
+    return Rewriting::no_memory;
+  const Strip &sources = old_values.strip();
+  const Strip &outputs = new_values.strip();
+  for (std::int64_t first = 0; first < task.values; first += length) {
+    const std::int64_t count = std::min(length, task.values - first);
+    for (int m = 0; m < task.old_count; ++m) read_old_values(task, m, first, sources.mode(m), count);
+    combine_modes(weights, sources, outputs, count);
+    for (int j = 0; j < task.new_count; ++j)
+      if (!rewrite.put_at(j, first, outputs.mode(j), count)) return Rewriting::disk_full;
+    progress.show(first + count, task.values);
   }
+  return Rewriting::done;
+}
+
+// Full matrix: every new mode is the sum of the old modes with the weights of its column.
+Rewriting combine(const ModeTask &task, ModeRewrite &rewrite) noexcept {
+  Progress progress(task);
+  if (const Rewriting found = look_at_modes(task); found != Rewriting::done) return found;
+  CombinationWeights weights;
+  if (!weights.prepare(task.matrix, task.old_count, task.old_count, task.new_count)) return Rewriting::no_memory;
+  if (!rewrite.lay_out(task.new_count, task.values)) return Rewriting::no_memory;
+  if (task.new_count > 0)
+    if (const Rewriting made = combine_strips(task, weights, progress, rewrite); made != Rewriting::done) return made;
   progress.show(1, 1);
   if (monitor_is_wanted()) report_info("%s", "");
-  return Outcome::done;
+  return Rewriting::done;
 }
 
-// Diagonal matrix: each mode times its own weight. A weight of zero leaves in the buffer what the mode before put
+// Diagonal matrix: each mode times its own weight. A weight of zero leaves in the record what the mode before put
 // there.
-Outcome scale(const ModeTask &task, ModeRewrite &rewrite) noexcept {
-  SourceModes modes;
-  if (const Outcome found = modes.find(task); found != Outcome::done) return found;
+Rewriting scale(const ModeTask &task, ModeRewrite &rewrite) noexcept {
+  if (const Rewriting found = look_at_modes(task); found != Rewriting::done) return found;
   Array<double> source;
-  Array<double> scaled;
-  if (task.new_count > 0 && (!source.allocate(task.values) || !scaled.allocate(task.values))) return Outcome::no_memory;
-  for (int m = 0; m < task.new_count; ++m) {
+  if (task.new_count > 0 && !source.allocate(task.values)) return Rewriting::no_memory;
+  return rewrite.write_modes(task.new_count, task.values, [&](int m, double *record) noexcept {
     const double c = task.matrix[static_cast<std::int64_t>(m) * task.old_count + m];
-    if (c != 0.0) {
-      modes.read(task, m, 0, source.data(), task.values);
-      for (std::size_t i = 0; i < source.size(); ++i) scaled[i] = c * source[i];
-    }
-    if (!rewrite.begin_mode() || !rewrite.put(scaled.data(), task.values)) return Outcome::disk_full;
-  }
-  return Outcome::done;
-}
-
-int report(Outcome outcome, const ModeRewrite &rewrite) noexcept {
-  switch (outcome) {
-    case Outcome::no_memory:
-      return report_no_memory(unit_name::kWriting);
-    case Outcome::unreadable:
-      report_error("Failed to extract mode information for SBR.\n");
-      return 0;
-    case Outcome::disk_full:
-      report_error(
-          "Insufficient disk space for file %s.  Specify different temporary\n"
-          "file directory by setting the %s environment variable",
-          rewrite.path(), "TMP");
-      return 0;
-    case Outcome::done:
-      break;
-  }
-  return 1;
-}
-
-int transform_modes(const ModeTask &task) noexcept {
-  const CacheOff cache_off(task.body);
-  ModeRewrite rewrite(task.body, task.kind);
-  if (!rewrite.name()) return report_no_memory(unit_name::kWriting);
-  if (!rewrite.open()) {
-    report_error(
-        "Unable to open %s for write.  Specify different temporary file directory by\n"
-        "setting the %s environment variable.",
-        rewrite.path(), "TMP");
-    return 0;
-  }
-  report_info("Orthogonal mode file: %s", rewrite.path());
-  Outcome outcome = task.body.matrices.modes_not_orthogonal != 0 ? combine(task, rewrite) : scale(task, rewrite);
-  if (outcome == Outcome::done && !rewrite.install()) outcome = Outcome::disk_full;
-  return report(outcome, rewrite);
+    if (c == 0.0) return Rewriting::done;
+    read_old_values(task, m, 0, source.data(), task.values);
+    for (std::size_t i = 0; i < source.size(); ++i) record[i] = c * source[i];
+    return Rewriting::done;
+  });
 }
 
 // Every whole row of n values becomes the row times the matrix.
@@ -208,7 +144,7 @@ void transform_monitor_point(SbrBody &body, int point, const double *matrix, Arr
   for (int type = 1; type <= 4; ++type) {
     if (!monitor_point_has_operator(body, point, type)) continue;
     // Displacement, velocity and acceleration are one matrix each, the load operator one per modal load case.
-    const auto matrices = type < 4 ? std::size_t{1} : static_cast<std::size_t>(load_case_count(body));
+    const std::size_t matrices = type < 4 ? 1 : body.loads.modal.size();
     const std::span<double> data = monitor.operators[type - 1].span();
     transform_rows(data.first(std::min(data.size(), matrices * rows * work.size())), matrix, work);
   }
@@ -216,14 +152,29 @@ void transform_monitor_point(SbrBody &body, int point, const double *matrix, Arr
 
 }  // namespace
 
-bool transform_modes(SbrBody &body, Kind kind, int new_count, const double *matrix) noexcept {
-  const int old_count = mode_count(body);
+bool ModeTransformation::prepare(int new_count, const double *matrix) noexcept {
+  const int old_count = mode_count(body_);
   if (new_count < 0 || new_count > old_count) {
     report_error("Cannot make %d modes out of the %d modes of the body.\n", new_count, old_count);
     return false;
   }
-  const std::int64_t values = 6 * static_cast<std::int64_t>(kind_count(body, kind));
-  return transform_modes(ModeTask{body, kind, old_count, new_count, matrix, values}) != 0;
+  const std::int64_t values = 6 * static_cast<std::int64_t>(kind_count(body_, kind_));
+  const ModeTask task{body_, kind_, old_count, new_count, matrix, values};
+  if (!rewrite_.begin()) return false;
+  prepared_ =
+      rewrite_.complete(body_.matrices.modes_not_orthogonal != 0 ? combine(task, rewrite_) : scale(task, rewrite_));
+  return prepared_;
+}
+
+void ModeTransformation::install() noexcept {
+  if (prepared_) rewrite_.install();
+}
+
+bool transform_modes(SbrBody &body, Kind kind, int new_count, const double *matrix) noexcept {
+  ModeTransformation transformation(body, kind);
+  if (!transformation.prepare(new_count, matrix)) return false;
+  transformation.install();
+  return true;
 }
 
 bool transform_monitor_points(SbrBody &body, const double *matrix) noexcept {
@@ -231,7 +182,7 @@ bool transform_monitor_points(SbrBody &body, const double *matrix) noexcept {
   if (n < 1) return true;
   Array<double> work;
   if (!work.allocate(n)) return report_no_memory(unit_name::kWriting);
-  for (int p = 0; p < monitor_point_count(body); ++p)
+  for (int p = 0; p < body.monitor_points.count(); ++p)
     if (body.monitor_points[p] != nullptr) transform_monitor_point(body, p, matrix, work);
   return true;
 }
@@ -242,9 +193,8 @@ extern "C" {
 
 int SBR_TransformModes(SBR body, int kind, int new_count, const double *matrix) {
   if (matrix == nullptr) return 1;
-  const auto which = sbr::kind_of(kind);
-  if (!sbr::require_body(body) || !which) return 0;
-  return sbr::transform_modes(*body, *which, new_count, matrix) ? 1 : 0;
+  const auto valid = sbr::kind_of(kind);
+  return sbr::require_body(body) && valid && sbr::transform_modes(*body, *valid, new_count, matrix) ? 1 : 0;
 }
 
 int SBR_TransformMonitorPoints(SBR body, const double *matrix) {

@@ -46,14 +46,17 @@ struct KindFacts {
   std::optional<Block> pre_block;  // its pre-vector
   const char *failed_read;         // the report of a mode that cannot be read; its number follows
   const char *failed_pre_read;     // the same for the pre-vector
+  const char *file_name;           // "modeshape", where its temporary file is told
+  const char *file_variable;       // the environment variable that names that file
 };
 
 inline constexpr PerKind<KindFacts> kKindFacts{
-    {{"mode shape", "Shape", kModeShapes, std::nullopt, "Problem reading mode shape %d", nullptr},
+    {{"mode shape", "Shape", kModeShapes, std::nullopt, "Problem reading mode shape %d", nullptr, "modeshape",
+      "KTX_TMP_MOD"},
      {"modal stress", "Stress", kModalStress, kNodalPreStress, "Problem reading modal stress vector %d",
-      "Problem reading pre stress vector"},
+      "Problem reading pre stress vector", "modal stress", "KTX_TMP_STR"},
      {"modal strain", "Strain", kModalStrain, kNodalPreStrain, "Problem reading modal strain vector %d",
-      "Problem reading pre strain vector"}}};
+      "Problem reading pre strain vector", "modal strain", "KTX_TMP_STN"}}};
 
 }  // namespace sbr
 

@@ -1,5 +1,5 @@
 // Coarsening: wherever a node sits in a small and nearly flat neighbourhood, the faces around it become one polygon.
-// This unit reads the options and runs the reduction; sbrcoarse.h tells where its steps stand.
+// This unit reads the options and runs the reduction; coarsen.h tells where its steps stand.
 #include "surface/coarsen.h"
 
 #include <algorithm>
@@ -12,6 +12,7 @@
 #include "body/faces.h"
 #include "body/node_table.h"
 #include "body/registry.h"
+#include "surface/coarsen_mesh.h"
 
 namespace sbr::coarse {
 
@@ -34,7 +35,7 @@ bool build_faces(Mesh &mesh, const SbrBody &body) noexcept {
   for (FaceWalk walk(body.faces); walk.next(); ++slot) {
     Face &face = mesh.face(slot);
     face.nodes = room;
-    face.count = face.capacity = static_cast<std::int32_t>(walk.face().size());
+    face.count = static_cast<std::int32_t>(walk.face().size());
     face.present = true;
     room = std::copy(walk.face().begin(), walk.face().end(), room);
     mesh.merged_into[slot] = slot;
@@ -204,32 +205,32 @@ void preserve(Mesh &mesh, std::int32_t index, int id) noexcept {
 }
 
 // The same for a node named by its ID. An unknown node, or one that is out of play already, is passed over.
-int preserve_id(Mesh &mesh, SBR body, int id) noexcept {
-  const int index = node_index(*body, id);
+int preserve_id(Mesh &mesh, SbrBody &body, int id) noexcept {
+  const int index = node_index(body, id);
   if (!mesh.in_play(index)) return 0;
   preserve(mesh, index, id);
   return 1;
 }
 
-int preserve_interface_nodes(Mesh &mesh, SBR body) noexcept {
+int preserve_interface_nodes(Mesh &mesh, SbrBody &body) noexcept {
   int preserved = 0;
-  for (const std::int32_t index : body->interface_nodes.nodes) {
+  for (const std::int32_t index : body.interface_nodes.nodes) {
     if (index < 0 || static_cast<std::size_t>(index) >= mesh.nodes.size()) continue;
-    preserve(mesh, index, node_id(*body, index));
+    preserve(mesh, index, node_id(body, index));
     preserved += 1;
   }
   return preserved;
 }
 
-int apply_preserve_list(Mesh &mesh, SBR body, OptionReader &options) noexcept {
+int apply_preserve_list(Mesh &mesh, SbrBody &body, OptionReader &options) noexcept {
   report_info("Preserving nodes: ");
   int preserved = preserve_interface_nodes(mesh, body);
   for (std::int64_t id = options.list_item(); id != 0; id = options.list_item())
     if (id >= INT_MIN && id <= INT_MAX) preserved += preserve_id(mesh, body, static_cast<int>(id));
   if (options.rest_contains("preserve_str")) {
     for (const Kind kind : kListedKinds)
-      for (int position = 0; position < kind_count(*body, kind); ++position)
-        preserved += preserve_id(mesh, body, kind_node_id(*body, kind, position));
+      for (int position = 0; position < kind_count(body, kind); ++position)
+        preserved += preserve_id(mesh, body, kind_node_id(body, kind, position));
   }
   if (preserved == 0) report_info(" NONE");
   return preserved;
@@ -266,51 +267,67 @@ void merge_all(Mesh &mesh, const Limits &limits) noexcept {
   }
 }
 
-}  // namespace
-}  // namespace sbr::coarse
+// What an option string asks for.
+struct Request {
+  Limits limits;
+  bool colinear;
+};
 
-extern "C" {
-
-void SBR_TrimGeometry(SBR body, const char *options) {
-  using namespace sbr::coarse;
-  if (options == nullptr || !sbr::require_body(body)) return;
-  Mesh mesh;
-  bool built = build_tables(mesh, *body);
-  const double diagonal = diagonal_of(*body);
-
-  OptionReader reader(options);
+Request read_request(OptionReader &reader, double diagonal) noexcept {
   const double resolution = read_resolution(reader);
   const double angle = read_face_angle(reader);
   const bool colinear = reader.whole_number() != 0;
   announce(resolution, angle, colinear);
+  const double distance = resolution * diagonal;
+  return {{distance * distance, std::cos(angle * 3.141592653589793 / 180)}, colinear};
+}
+
+}  // namespace
+}  // namespace sbr::coarse
+
+namespace sbr {
+
+void trim_geometry(SbrBody &body, const char *options) noexcept {
+  using namespace coarse;
+  Mesh mesh;
+  bool built = build_tables(mesh, body);
+  const double diagonal = diagonal_of(body);
+  OptionReader reader(options);
+  const Request request = read_request(reader, diagonal);
   built = built && fill_incidence(mesh);
   if (!built) {
-    sbr::report_error("Problem encountered while trimming geometry\n");
+    report_error("Problem encountered while trimming geometry\n");
     return;
   }
-
-  const double distance = resolution * diagonal;
-  const Limits limits{distance * distance, std::cos(angle * 3.141592653589793 / 180)};
   compute_normals(mesh);
   apply_preserve_list(mesh, body, reader);
-  merge_all(mesh, limits);
-  if (colinear) remove_colinear_vertices(mesh, diagonal);
+  merge_all(mesh, request.limits);
+  if (request.colinear) remove_colinear_vertices(mesh, diagonal);
 
-  const int before = body->faces.face_count;
-  if (!flatten_faces(mesh, *body)) return;
-  body->geometry.is_coarsened = 1;
-  sbr::report_info("\nFace reduction from %d to %d", before, body->faces.face_count);
+  const int before = body.faces.face_count;
+  if (!flatten_faces(mesh, body)) return;
+  body.geometry.is_coarsened = 1;
+  report_info("\nFace reduction from %d to %d", before, body.faces.face_count);
 }
 
-int SBR_IsCoarsened(SBR body) {
-  if (!sbr::require_body(body)) return 0;
-  if (body->geometry.is_coarsened != 0) return 1;
-  for (sbr::FaceWalk walk(body->faces); walk.next();)
+bool is_coarsened(SbrBody &body) noexcept {
+  if (body.geometry.is_coarsened != 0) return true;
+  for (FaceWalk walk(body.faces); walk.next();)
     if (walk.face().size() > 4) {
-      body->geometry.is_coarsened = 1;
-      return 1;
+      body.geometry.is_coarsened = 1;
+      return true;
     }
-  return 0;
+  return false;
 }
+
+}  // namespace sbr
+
+extern "C" {
+
+void SBR_TrimGeometry(SBR body, const char *options) {
+  if (options != nullptr && sbr::require_body(body)) sbr::trim_geometry(*body, options);
+}
+
+int SBR_IsCoarsened(SBR body) { return sbr::require_body(body) && sbr::is_coarsened(*body) ? 1 : 0; }
 
 }  // extern "C"

@@ -6,7 +6,7 @@
 
 #include "base/reports.h"
 #include "body/faces.h"
-#include "surface/coarsen.h"
+#include "surface/coarsen_mesh.h"
 
 namespace sbr::coarse {
 namespace {

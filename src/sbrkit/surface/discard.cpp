@@ -1,5 +1,7 @@
 // Discarding: the nodes that no face, interface node or nodal load refers to leave the node table, and with it the mode
 // data of all kinds.
+#include "surface/discard.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -9,6 +11,7 @@
 #include "body/node_table.h"
 #include "body/registry.h"
 #include "modes/shorten.h"
+#include "surface/strip.h"
 
 namespace sbr {
 namespace {
@@ -59,7 +62,7 @@ bool build_geometry_nodes(SbrBody &body) noexcept {
   const std::int64_t room = static_cast<std::int64_t>(body.faces.list.size() + body.interface_nodes.nodes.size()) +
                             (with_loads ? nodal_load_count(body) : 0);
   Array<std::int32_t> nodes;
-  if (!nodes.allocate(room)) return report_no_memory(unit_name::kTools) != 0;
+  if (!nodes.allocate(room)) return report_no_memory(unit_name::kTools);
   if (body.faces.list.empty()) {
     report_warning("Missing element face information.");
     return false;
@@ -70,7 +73,7 @@ bool build_geometry_nodes(SbrBody &body) noexcept {
     if (node_id(body, node) > 0) *end++ = node;
   if (with_loads) gather_load_nodes(body, end);
   tidy(nodes, node_count(body));
-  if (nodes.empty()) return report_no_memory(unit_name::kTools) != 0;
+  if (nodes.empty()) return report_no_memory(unit_name::kTools);
   body.geometry.geometry_nodes = std::move(nodes);
   return true;
 }
@@ -80,18 +83,14 @@ bool build_geometry_nodes(SbrBody &body) noexcept {
 struct KindTexts {
   const char *modes_gone;
   const char *pre_vectors_gone;
-  Block modes;
-  Block pre_vectors;
 };
 
 constexpr PerKind<KindTexts> kTexts{
-    {{nullptr, nullptr, kModeShapes, kModeShapes},
+    {{nullptr, nullptr},
      {"All the nodes referenced in Stress Mode have been removed. Stress Mode data is eliminated.",
-      "All the nodes referenced in Pre-Stress have been removed. Pre-Stress data is eliminated.", kModalStress,
-      kNodalPreStress},
+      "All the nodes referenced in Pre-Stress have been removed. Pre-Stress data is eliminated."},
      {"All the nodes referenced in Strain Mode have been removed. Strain Mode data is eliminated.",
-      "All the nodes referenced in Pre-Strain have been removed. Pre-Strain data is eliminated.", kModalStrain,
-      kNodalPreStrain}}};
+      "All the nodes referenced in Pre-Strain have been removed. Pre-Strain data is eliminated."}}};
 
 // Where a node index stands in the keep list; -1 for one that is not kept.
 std::int32_t new_index(std::span<const std::int32_t> keep, std::int32_t old) noexcept {
@@ -106,11 +105,12 @@ class Discarding {
       : body_(body), keep_(keep), kinds_{{{body, Kind::shape}, {body, Kind::stress}, {body, Kind::strain}}} {}
 
   [[nodiscard]] bool prepare() noexcept {
+    if (!keeps_all_references()) return false;
     for (const Kind kind : kKinds)
-      if (affects(kind) && !kinds_[kind].prepare(keep_)) return false;
-    if (!copy_nodes(body_, keep_, nodes_)) return report_no_memory(unit_name::kTools) != 0;
+      if (!prepare_kind(kind)) return false;
+    if (!copy_nodes(body_, keep_, nodes_)) return report_no_memory(unit_name::kTools);
     for (const Kind kind : kListedKinds)
-      if (affects(kind) && !list_kept_nodes(kind)) return report_no_memory(unit_name::kTools) != 0;
+      if (affects(kind) && !list_kept_nodes(kind)) return report_no_memory(unit_name::kTools);
     return true;
   }
 
@@ -124,8 +124,37 @@ class Discarding {
   }
 
  private:
-  [[nodiscard]] bool affects(Kind kind) const noexcept {
-    return kind == Kind::shape || has_block(body_, kTexts[kind].modes);
+  [[nodiscard]] bool has_modes(Kind kind) const noexcept {
+    return kind == Kind::shape || has_block(body_, kKindFacts[kind].block);
+  }
+  // A kind may have nodes without modes: those of a pre-vector alone.
+  [[nodiscard]] bool affects(Kind kind) const noexcept { return has_modes(kind) || kind_count(body_, kind) > 0; }
+
+  [[nodiscard]] bool prepare_kind(Kind kind) noexcept {
+    if (!affects(kind)) return true;
+    return has_modes(kind) ? kinds_[kind].prepare(keep_) : kinds_[kind].prepare_without_modes(keep_);
+  }
+
+  // A keep list may be older than the faces. An index that it does not have would be lost.
+  [[nodiscard]] bool keeps_all_references() const noexcept {
+    for (FaceWalk walk(body_.faces); walk.next();)
+      for (const std::int32_t node : walk.face())
+        if (new_index(keep_, node) < 0) {
+          report_error(
+              "A face refers to node %d, which is not in the list of nodes to keep.  No nodes are discarded.\n"
+              "The list is older than the face; the next call makes it anew.",
+              node_id(body_, node));
+          return false;
+        }
+    for (const std::int32_t node : body_.interface_nodes.nodes)
+      if (new_index(keep_, node) < 0) {
+        report_error(
+            "Interface node %d is not in the list of nodes to keep.  No nodes are discarded.\n"
+            "The list has nodes of positive ID, as they were when it was made; the next call makes it anew.",
+            node_id(body_, node));
+        return false;
+      }
+    return true;
   }
 
   // The kind's nodes among those kept, in the order of the keep list.
@@ -137,15 +166,16 @@ class Discarding {
   }
 
   void install_kind_nodes(Kind kind) noexcept {
-    const KindTexts &texts = kTexts[kind];
-    const bool had_block = has_block(body_, texts.modes);
+    const bool had_nodes = has_modes(kind) || kind_count(body_, kind) > 0;
     replace_kind_nodes(body_, kind, std::move(kind_nodes_[kind]));
-    if (!had_block || body_.nodes.kinds[kind].count > 0) return;
-    report_warning("%s", texts.modes_gone);
-    set_block(body_, texts.modes, false);
-    if (!has_block(body_, texts.pre_vectors)) return;
-    report_warning("%s", texts.pre_vectors_gone);
-    set_block(body_, texts.pre_vectors, false);
+    if (!had_nodes || kind_count(body_, kind) > 0) return;
+    if (has_modes(kind)) {
+      report_warning("%s", kTexts[kind].modes_gone);
+      set_block(body_, kKindFacts[kind].block, false);
+    }
+    if (!has_block(body_, *kKindFacts[kind].pre_block)) return;
+    report_warning("%s", kTexts[kind].pre_vectors_gone);
+    set_block(body_, *kKindFacts[kind].pre_block, false);
   }
 
   void renumber_references() noexcept {
@@ -166,17 +196,35 @@ class Discarding {
   PerKind<Array<std::int32_t>> kind_nodes_;
 };
 
-struct FreeBlock {
-  int *block;
-  ~FreeBlock() { std::free(block); }
-};
-
 // A keep list is good for the node table it was made of; one that outlived it keeps what is left.
-int valid_count(const SbrBody &body, const int *keep, int count) noexcept {
-  return static_cast<int>(std::lower_bound(keep, keep + count, node_count(body)) - keep);
+std::span<const std::int32_t> valid_part(const SbrBody &body, const Array<std::int32_t> &keep) noexcept {
+  return {keep.begin(), std::lower_bound(keep.begin(), keep.end(), node_count(body))};
 }
 
 }  // namespace
+
+const Array<std::int32_t> *geometry_nodes(SbrBody &body) noexcept {
+  const Array<std::int32_t> &nodes = body.geometry.geometry_nodes;
+  return nodes || build_geometry_nodes(body) ? &nodes : nullptr;
+}
+
+bool discard_unreferenced_nodes(SbrBody &body) noexcept {
+  const Array<std::int32_t> *keep = geometry_nodes(body);
+  if (keep == nullptr) return true;
+  Discarding discarding(body, valid_part(body, *keep));
+  const bool prepared = discarding.prepare();
+  if (prepared) discarding.install();
+  body.geometry.geometry_nodes.release();
+  return prepared;
+}
+
+void remove_internal_geometry(SbrBody &body) noexcept {
+  if (body.geometry.internal_geometry_removed != 0) return;
+  report_info("\n Remove internal geometry of SBR\n");
+  strip_common_faces(body);
+  (void)discard_unreferenced_nodes(body);
+}
+
 }  // namespace sbr
 
 extern "C" {
@@ -184,37 +232,25 @@ extern "C" {
 int *SBR_GeometryNodes(SBR body, int *count) {
   if (count != nullptr) *count = 0;
   if (!sbr::require_body(body)) return nullptr;
-  sbr::Array<std::int32_t> &nodes = body->geometry.geometry_nodes;
-  if (!nodes && !sbr::build_geometry_nodes(*body)) return nullptr;
+  const sbr::Array<std::int32_t> *nodes = sbr::geometry_nodes(*body);
+  if (nodes == nullptr) return nullptr;
   sbr::Array<std::int32_t> copy;
-  if (!copy.allocate(nodes.count())) {
+  if (!copy.allocate(nodes->count())) {
     sbr::report_no_memory(sbr::unit_name::kTools);
     return nullptr;
   }
-  std::copy(nodes.begin(), nodes.end(), copy.begin());
+  std::copy(nodes->begin(), nodes->end(), copy.begin());
   if (count != nullptr) *count = copy.count();
   return copy.detach();
 }
 
 int SBR_DiscardUnreferencedNodes(SBR body) {
-  if (!sbr::require_body(body)) return 0;
-  int count = 0;
-  const sbr::FreeBlock keep{SBR_GeometryNodes(body, &count)};
-  if (keep.block == nullptr) return 1;
-  count = sbr::valid_count(*body, keep.block, count);
-  sbr::Discarding discarding(*body, {keep.block, static_cast<std::size_t>(count)});
-  const bool prepared = discarding.prepare();
-  if (prepared) discarding.install();
-  body->geometry.geometry_nodes.release();
-  return prepared ? 1 : 0;
+  return sbr::require_body(body) && sbr::discard_unreferenced_nodes(*body) ? 1 : 0;
 }
 
 int SBR_RemoveInternalGeometry(SBR body) {
   if (!sbr::require_body(body)) return 0;
-  if (body->geometry.internal_geometry_removed != 0) return body->geometry.internal_geometry_removed;
-  sbr::report_info("\n Remove internal geometry of SBR\n");
-  SBR_StripCommonFaces(body);
-  (void)SBR_DiscardUnreferencedNodes(body);
+  sbr::remove_internal_geometry(*body);
   return body->geometry.internal_geometry_removed;
 }
 

@@ -8,6 +8,7 @@
 
 #include "body/node_table.h"
 #include "body/registry.h"
+#include "surface/discard.h"
 
 namespace sbr {
 namespace {
@@ -220,48 +221,54 @@ bool find_free_edges(FaceWalk walk, OwnedList<Array<std::int32_t>> &chains) noex
   return rims.build(sides) && rims.make_chains(chains);
 }
 
-}  // namespace sbr
+void generate_free_edges(SbrBody &body) noexcept {
+  // Inner faces would give rims of their own.
+  remove_internal_geometry(body);
+  OwnedList<Array<std::int32_t>> chains;
+  if (!find_free_edges(FaceWalk(body.faces), chains)) return;
+  for (std::size_t c = 0; c < chains.size(); ++c)
+    for (std::int32_t &node : *chains[c]) node = node_id(body, node);
+  body.free_edges.count = chains.count();
+  body.free_edges.chains = std::move(chains);
+}
 
 namespace {
 
+void ensure_free_edges(SbrBody &body) noexcept {
+  if (body.free_edges.count == -1) generate_free_edges(body);
+}
+
 // The chain at an index, or null.
-const sbr::Array<std::int32_t> *chain_at(const SbrBody &body, int chain) noexcept {
+const Array<std::int32_t> *chain_at(const SbrBody &body, int chain) noexcept {
   if (chain < 0 || chain >= body.free_edges.count) return nullptr;
   return body.free_edges.chains[chain];
 }
 
 }  // namespace
+}  // namespace sbr
 
 extern "C" {
 
 void SBR_GenerateFreeEdges(SBR body) {
-  if (!sbr::require_body(body)) return;
-  // Inner faces would give rims of their own.
-  (void)SBR_RemoveInternalGeometry(body);
-  sbr::OwnedList<sbr::Array<std::int32_t>> chains;
-  if (!sbr::find_free_edges(sbr::FaceWalk(body->faces), chains)) return;
-  for (std::size_t c = 0; c < chains.size(); ++c)
-    for (std::int32_t &node : *chains[c]) node = sbr::node_id(*body, node);
-  body->free_edges.count = chains.count();
-  body->free_edges.chains = std::move(chains);
+  if (sbr::require_body(body)) sbr::generate_free_edges(*body);
 }
 
 int SBR_GetFreeEdgeCount(SBR body) {
   if (!sbr::require_body(body)) return 0;
-  if (body->free_edges.count == -1) SBR_GenerateFreeEdges(body);
+  sbr::ensure_free_edges(*body);
   return body->free_edges.count;
 }
 
 int SBR_GetFreeEdgeSize(SBR body, int chain) {
   if (!sbr::require_body(body)) return 0;
-  if (body->free_edges.count == -1) SBR_GenerateFreeEdges(body);
-  const sbr::Array<std::int32_t> *ids = chain_at(*body, chain);
+  sbr::ensure_free_edges(*body);
+  const sbr::Array<std::int32_t> *ids = sbr::chain_at(*body, chain);
   return ids != nullptr ? ids->count() : 0;
 }
 
 int SBR_GetFreeEdge(SBR body, int chain, int *ids) {
   if (!sbr::require_body(body)) return 0;
-  const sbr::Array<std::int32_t> *found = chain_at(*body, chain);
+  const sbr::Array<std::int32_t> *found = sbr::chain_at(*body, chain);
   if (found == nullptr) return 0;
   if (ids != nullptr) std::copy(found->begin(), found->end(), ids);
   return found->count();

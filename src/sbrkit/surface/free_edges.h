@@ -10,6 +10,9 @@ namespace sbr {
 // Finds the chains, as the numbers that stand in the face list. False when memory is short.
 [[nodiscard]] bool find_free_edges(FaceWalk walk, OwnedList<Array<std::int32_t>> &chains) noexcept;
 
+// Finds the chains of a body, as node IDs, once its internal geometry is removed. Short of memory the body has none.
+void generate_free_edges(SbrBody &body) noexcept;
+
 }  // namespace sbr
 
 #endif

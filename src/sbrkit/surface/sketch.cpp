@@ -1,4 +1,6 @@
 // Sketching: a plain text file with faces written by hand takes the place of the face list.
+#include "surface/sketch.h"
+
 #include <climits>
 #include <cstdio>
 #include <memory>
@@ -40,25 +42,25 @@ class IntegerScanner {
 };
 
 // Reads face number f, counted from 1, to the end of the list.
-bool read_face(SBR body, IntegerScanner &scanner, int f, Array<std::int32_t> &list) noexcept {
+bool read_face(SbrBody &body, IntegerScanner &scanner, int f, Array<std::int32_t> &list) noexcept {
   std::int32_t count = 0;
   if (!scanner.next(count) || count < 0) {
     report_warning("Incorrect definition of face %d.  Aborting.", f);
     return false;
   }
-  if (!list.push_back(count)) return report_no_memory(unit_name::kWriting) != 0;
+  if (!list.push_back(count)) return report_no_memory(unit_name::kWriting);
   for (std::int32_t vertex = 0; vertex < count; ++vertex) {
     std::int32_t id = 0;
     if (!scanner.next(id)) {
       report_warning("Incorrect definition of face %d.  Aborting.", f);
       return false;
     }
-    const int index = node_index(*body, id);
+    const int index = node_index(body, id);
     if (index < 0) {
       report_warning("Incorrect definition of face %d.  No node %d. Aborting.", f, id);
       return false;
     }
-    if (list.size() >= INT_MAX || !list.push_back(index)) return report_no_memory(unit_name::kWriting) != 0;
+    if (list.size() >= INT_MAX || !list.push_back(index)) return report_no_memory(unit_name::kWriting);
   }
   return true;
 }
@@ -68,11 +70,8 @@ struct CloseFile {
 };
 
 }  // namespace
-}  // namespace sbr
 
-extern "C" void SBR_SketchGrid(SBR body, const char *path) {
-  using namespace sbr;
-  if (!require_body(body)) return;
+void sketch_faces(SbrBody &body, const char *path) noexcept {
   if (path == nullptr) {
     report_warning("Failed to apply sketch file.  Usage: sketch(filename)");
     return;
@@ -93,10 +92,16 @@ extern "C" void SBR_SketchGrid(SBR body, const char *path) {
     report_no_memory(unit_name::kWriting);
     return;
   }
-  report_info("Using sketch file %s to replace %d faces with %d", path, body->faces.face_count, face_count);
+  report_info("Using sketch file %s to replace %d faces with %d", path, body.faces.face_count, face_count);
   for (std::int32_t f = 1; f <= face_count && f > 0; ++f)
     if (!read_face(body, scanner, f, list)) return;
-  replace_faces(*body, std::move(list), face_count > 0 ? face_count : 0);
-  body->geometry.is_coarsened = 1;
-  set_block(*body, kElementFaces);
+  replace_faces(body, std::move(list), face_count > 0 ? face_count : 0);
+  body.geometry.is_coarsened = 1;
+  set_block(body, kElementFaces);
+}
+
+}  // namespace sbr
+
+extern "C" void SBR_SketchGrid(SBR body, const char *path) {
+  if (sbr::require_body(body)) sbr::sketch_faces(*body, path);
 }

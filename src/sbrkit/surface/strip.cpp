@@ -1,5 +1,7 @@
 // Stripping: the faces that two solid elements share lie inside the body. Sorting brings equal polygons together,
 // wherever they start and whichever way they wind; pairs of opposite winding go.
+#include "surface/strip.h"
+
 #include <algorithm>
 
 #include "base/reports.h"
@@ -133,17 +135,22 @@ class Stripper {
 };
 
 }  // namespace
+
+void strip_common_faces(SbrBody &body) noexcept {
+  if (body.geometry.internal_geometry_removed != 0) return;
+  Stripper stripper;
+  if (!stripper.load(body.faces)) {
+    report_no_memory(unit_name::kTools);
+    return;
+  }
+  report_info(" Stripping interior faces\n");
+  stripper.sort();
+  stripper.write(body.faces);
+  body.geometry.internal_geometry_removed = 1;
+}
+
 }  // namespace sbr
 
 extern "C" void SBR_StripCommonFaces(SBR body) {
-  if (!sbr::require_body(body) || body->geometry.internal_geometry_removed != 0) return;
-  sbr::Stripper stripper;
-  if (!stripper.load(body->faces)) {
-    sbr::report_no_memory(sbr::unit_name::kTools);
-    return;
-  }
-  sbr::report_info(" Stripping interior faces\n");
-  stripper.sort();
-  stripper.write(body->faces);
-  body->geometry.internal_geometry_removed = 1;
+  if (sbr::require_body(body)) sbr::strip_common_faces(*body);
 }
