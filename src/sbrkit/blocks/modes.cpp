@@ -386,37 +386,32 @@ void put_rule(std::FILE *out) noexcept {
   std::fputs("\n\n", out);
 }
 
-// Both parts of a mode or pre-vector as a caller gets them, cached parts included. What the body has nothing of is
-// zero.
-class Parts {
- public:
-  // False when memory is short.
-  [[nodiscard]] bool allocate(int nodes) noexcept {
-    return parts_[0].allocate(std::int64_t{3} * nodes) && parts_[1].allocate(std::int64_t{3} * nodes);
-  }
-  void take(SbrBody &body, int mode, Kind kind) noexcept {
-    const bool recorded = mode == kPreVector || (mode >= 0 && mode < body.store.offsets[kind].count());
-    for (int part = 0; part < 2; ++part) {
-      const bool known = recorded || kept_part(body, mode, kind, part) != nullptr;
-      if (!known || !mode_part(body, mode, kind, part, parts_[part].data())) parts_[part].fill_zero();
-    }
-  }
-  [[nodiscard]] const double *values(int part, int position) const noexcept {
-    return parts_[part].data() + 3 * static_cast<std::ptrdiff_t>(position);
-  }
+// One part of a mode or pre-vector as a caller gets it: from the cache, from the record, or zeros where the body has
+// nothing of it.
+struct PartView {
+  const double *first;
+  std::ptrdiff_t stride;
 
- private:
-  Array<double> parts_[2];
+  [[nodiscard]] const double *at(int position) const noexcept { return first + stride * position; }
 };
 
+PartView part_of(SbrBody &body, int mode, Kind kind, int part) noexcept {
+  static constexpr double kZeros[3] = {};
+  if (const double *kept = kept_part(body, mode, kind, part); kept != nullptr) return {kept, 3};
+  const bool recorded = mode == kPreVector || (mode >= 0 && mode < body.store.offsets[kind].count());
+  const double *six = recorded ? whole_mode(body, mode, kind) : nullptr;
+  return six != nullptr ? PartView{six + 3 * static_cast<std::ptrdiff_t>(part), 6} : PartView{kZeros, 0};
+}
+
 // The rows of a mode, in ascending order of the node IDs.
-void print_rows(const Report &report, Kind kind, const Parts &parts, const char *format) noexcept {
+void print_rows(const Report &report, int mode, Kind kind, const char *format) noexcept {
+  const PartView parts[2] = {part_of(report.body, mode, kind, 0), part_of(report.body, mode, kind, 1)};
   const int count = kind_count(report.body, kind);
   for (const NodeKey &key : sorted_keys(report.body, kind)) {
     if (key.position < 0 || key.position >= count) continue;
-    const double *first = parts.values(0, key.position);
-    const double *last = parts.values(1, key.position);
-    std::fprintf(report.out, format, key.id, first[0], first[1], first[2], last[0], last[1], last[2]);
+    const double *u = parts[0].at(key.position);
+    const double *v = parts[1].at(key.position);
+    std::fprintf(report.out, format, key.id, u[0], u[1], u[2], v[0], v[1], v[2]);
   }
 }
 
@@ -441,16 +436,14 @@ bool print_modes(const Report &report, Kind kind) noexcept {
   const int modes = mode_count(report.body);
   if (modes < 1 || kind_count(report.body, kind) < 1) return true;
   std::fprintf(report.out, texts.count, modes);
-  Parts parts;
-  if (!parts.allocate(kind_count(report.body, kind))) return report.no_memory();
   for (int m = 0; m < modes; ++m) {
-    // The report names modes by their numbers, as a caller does: number 0 of stress and strain is the pre-vector.
+    // A caller names modes by their numbers: number 0 of stress and strain is the pre-vector.
     const int number = mode_number(report.body, m);
-    parts.take(report.body, number == 0 ? record_of_number(report.body, number, kind) : m, kind);
+    const int mode = number == 0 && kind != Kind::shape ? kPreVector : m;
     std::fprintf(report.out, texts.mode, number);
     std::fputs(texts.heading, report.out);
     put_rule(report.out);
-    print_rows(report, kind, parts, texts.row);
+    print_rows(report, mode, kind, texts.row);
   }
   return true;
 }
@@ -467,14 +460,9 @@ bool print_pre_vector(const Report &report, Kind kind) noexcept {
     std::fputs(texts.no_pre_vector, report.out);
     return true;
   }
-  // A kind without nodes has a heading and no rows.
-  Parts parts;
-  const int nodes = kind_count(report.body, kind);
-  if (nodes > 0 && !parts.allocate(nodes)) return report.no_memory();
-  parts.take(report.body, kPreVector, kind);
   std::fputs(texts.heading, report.out);
   put_rule(report.out);
-  print_rows(report, kind, parts, texts.row);
+  print_rows(report, kPreVector, kind, texts.row);
   return true;
 }
 
