@@ -40,9 +40,16 @@ static void shape(int mode, int station, const double *xyz, double *six) {
 int main(int argc, char **argv) {
   const message_handlers handlers = {print, print, NULL};
   char title[] = "A bar of point masses", file[] = "-", type[] = "by hand", empty[] = "";
-  if (argc != 2) return 2;
+  if (argc != 2) {
+    fprintf(stderr, "body_by_hand: the name of the record is needed\nUsage: body_by_hand BODY.sbr\n");
+    return 2;
+  }
   SetMessageHandlers(&handlers);
   SBR body = SBR_Create(STATIONS * CORNERS, MODES);
+  if (body == NULL) {
+    fprintf(stderr, "body_by_hand: no memory for %d nodes and %d modes\n", STATIONS * CORNERS, MODES);
+    return 1;
+  }
   int ok = SBR_SetUnits(body, "MEGAGRAM", "MILLIMETER", "SECOND", "NEWTON");
   ok &= SBR_SetHeader(body, title, file, type, empty, empty, empty);
   for (int i = 0; i < STATIONS; ++i)
@@ -69,8 +76,9 @@ int main(int argc, char **argv) {
     ok &= SBR_SetGeneralizedMass(body, mode, mode, 1.0);
     ok &= SBR_SetGeneralizedStiffness(body, mode, mode, 4.0 * kSpring / (CORNERS * kMass) * wave * wave);
   }
-  ok &= SBR_write_SBR(body, argv[1]);
-  printf("%s: %d nodes, %d modes, %s\n", argv[1], STATIONS * CORNERS, MODES, ok ? "written" : "failed");
+  if (!ok) fprintf(stderr, "body_by_hand: the body could not be built, so nothing is written to %s\n", argv[1]);
+  if (ok && !(ok = SBR_write_SBR(body, argv[1]))) fprintf(stderr, "body_by_hand: %s: not written\n", argv[1]);
+  if (ok) printf("%s: %d nodes, %d modes, written\n", argv[1], STATIONS * CORNERS, MODES);
   SBR_Terminate();
   return ok ? 0 : 1;
 }

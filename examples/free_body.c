@@ -3,9 +3,11 @@
      S = I2 + I3 q, J = I7 - (I8 + I8^T) q - q I9 q, B = I4 + q I5, M = [I1 E, -~S, I3; ., J, B; ., ., I6].
    Usage: free_body BODY.sbr [steps [time step]]; the exit code is 1 unless energy and momentum are conserved to a
    millionth. */
+#include <errno.h>
 #include <math.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 
 #include "sbrkit/sbrkit.h"
 
@@ -16,6 +18,12 @@ static double s[3], j[9], b[MODES][3], h[MODES][9]; /* of the present state; h =
 static double rows[SIZE][SIZE], f[SIZE];
 
 static int print(const char *text) { return fprintf(stderr, "%s\n", text) < 0; }
+
+/* Says what is wrong; 2 is the exit code of a body that cannot be moved. */
+static int refuse(const char *name, const char *reason) {
+  fprintf(stderr, "free_body: %s: %s\n", name, reason);
+  return 2;
+}
 
 static double dot(const double *x, const double *y) { return x[0] * y[0] + x[1] * y[1] + x[2] * y[2]; }
 
@@ -101,11 +109,23 @@ static void step(double *y, double dt) { /* Runge and Kutta, fourth order */
 int main(int argc, char **argv) {
   const message_handlers handlers = {print, print, NULL};
   SetMessageHandlers(&handlers);
-  SBR body = argc > 1 ? SBR_CreateFromSBR(argv[1]) : NULL;
-  if (body == NULL || (m = SBR_ModeCount(body)) < 1 || m > MODES) return 2;
+  if (argc < 2) {
+    fprintf(stderr, "free_body: the name of a record is needed\nUsage: free_body BODY.sbr [steps [time step]]\n");
+    return 2;
+  }
+  FILE *probe = fopen(argv[1], "rb");
+  if (probe == NULL) return refuse(argv[1], strerror(errno));
+  fclose(probe);
+  SBR body = SBR_CreateFromSBR(argv[1]);
+  if (body == NULL) return refuse(argv[1], "not a readable Shape Body Record");
+  m = SBR_ModeCount(body);
+  if (m < 1) return refuse(argv[1], "the record has no modes");
+  if (m > MODES) return refuse(argv[1], "more modes than this example has room for (64); write it with --lowpass");
   r = SBR_RigidBodyModeCount(body), e = m - r, n = 6 + e, ucf = SBR_UCF(body);
   i1 = SBR_Invar1(body), i2 = SBR_Invar2(body), i3 = SBR_Invar3(body), i4 = SBR_Invar4(body);
   i6 = SBR_Invar6(body), i7 = SBR_Invar7(body);
+  if (i1 <= 0.0) return refuse(argv[1], "the record tells no mass");
+  if (!i2 || !i3 || !i4 || !i6 || !i7) return refuse(argv[1], "the inertia invariants cannot be had");
   double highest = 1.0, hz = 0.0;
   for (int k = 0; k < m; ++k) {
     i5[k] = SBR_Invar5(body, k), i8[k] = SBR_Invar8(body, k);
@@ -113,8 +133,11 @@ int main(int argc, char **argv) {
     SBR_Eigenvalue(body, SBR_ModeNumber(body, k), NULL, &hz, NULL, NULL, k < r ? NULL : &stiffness[k - r]);
     if (hz > highest) highest = hz;
   }
+  for (int k = 0; k < m; ++k)
+    if (!i5[k] || !i8[k] || !i9[k][0]) return refuse(argv[1], "the inertia invariants of a mode cannot be had");
   const int steps = argc > 2 ? atoi(argv[2]) : 500;
   const double dt = argc > 3 ? atof(argv[3]) : 0.02 / highest;
+  if (steps < 1 || !(dt > 0.0)) return refuse(argv[2], "a number of steps from 1 and a time step above 0 are needed");
   double y[SIZE + MODES] = {0};
   y[0] = 100.0, y[3] = 10.0, y[4] = 5.0, y[5] = 20.0; /* it flies, tumbles, and rings in its first elastic mode */
   if (e > 0) y[n] = 0.01;
@@ -127,5 +150,8 @@ int main(int argc, char **argv) {
   printf("energy %.12g, then %.12g: drift %.2e\n", before, after, after / before - 1.0);
   printf("momentum %.12g, then %.12g: drift %.2e\n", push, push_after, push_after / push - 1.0);
   SBR_Terminate();
-  return fabs(after / before - 1.0) < 1e-6 && fabs(push_after / push - 1.0) < 1e-6 ? 0 : 1;
+  if (fabs(after / before - 1.0) < 1e-6 && fabs(push_after / push - 1.0) < 1e-6) return 0;
+  fprintf(stderr, "free_body: %s: energy or momentum drifts by more than a millionth; take a smaller time step than %g\n",
+          argv[1], dt);
+  return 1;
 }

@@ -139,6 +139,28 @@ TEST_F(RenumberingTest, APermutationMovesScalesAndCutsTheModeCount) {
   EXPECT_EQ(SBR_PermuteSBR(nullptr, origin, 0, 1.0, nullptr, R), 0);
 }
 
+TEST_F(RenumberingTest, APermutationCutsWhatHasAValuePerMode) {
+  SBR two = SBR_Create(1, 2);
+  const double six[6] = {1, 2, 3, 4, 5, 6};
+  for (int mode = 1; mode <= 2; ++mode) SBR_SetModeVec(two, mode, 7, 0, six);
+  const double location[3] = {0, 0, 0};
+  const double rows[4] = {1, 2, 3, 4};
+  SBR_SetMonitorPointInfo(two, 1, 1, 12, 1, location, "POINT", "label");
+  SBR_SetMonitorPointOperator(two, 0, 1, rows);
+  const double first[3] = {1, 2, 3};
+  const double second[3] = {4, 5, 6};
+  SBR_SetInvar3(two, 1, first);
+  SBR_SetInvar3(two, 2, second);
+  const double unit[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+  ASSERT_EQ(SBR_PermuteSBR(two, location, 1, 1.0, nullptr, unit), 1);
+  double left[2] = {};
+  ASSERT_EQ(SBR_GetMonitorPointOperator(two, 0, 1, left), 0);
+  EXPECT_EQ((std::array<double, 2>{left[0], left[1]}), (std::array<double, 2>{1, 3}));
+  double *third = SBR_Invar3(two);
+  EXPECT_EQ((std::vector<double>{third, third + 3}), (std::vector<double>{1, 2, 3}));
+  SBR_FreeMemory(third);
+}
+
 TEST_F(RenumberingTest, AUnitDiagonalSkipsTheRotation) {
   const double origin[3] = {0, 0, 0};
   const double sheared[9] = {1, 5, 0, 0, 1, 0, 0, 0, 1};

@@ -413,6 +413,23 @@ TEST_F(TransformModesTest, AMissingRecordIsReportedOnceAndCountsAsZeros) {
   }
 }
 
+TEST_F(TransformModesTest, WhatCameOfABrokenRecordIsTransformed) {
+  for (const int full : {0, 1}) {
+    SBR body = make_modal_body(400, 3);
+    body->matrices.modes_not_orthogonal = full;
+    const std::vector<Values> before = modes_of(body, 0);
+    std::filesystem::resize_file(body->modes[sbr::Kind::shape].path.data(), 3 * 2400 * 8 - 8);
+    const Values T{2, 0, 0, 0, 2, 0, 0, 0, 3};
+    log.clear();
+    EXPECT_EQ(SBR_TransformModes(body, 0, 3, T.data()), 1);
+    EXPECT_EQ(log.take_complaints(), std::vector<Message>{error("Problem reading mode shape 3")});
+    const Values after = whole_mode_of(body, 3, 0);
+    for (std::size_t i = 0; i < 2399; ++i) EXPECT_EQ(after[i], 3.0 * before[2][i]) << full << " " << i;
+    EXPECT_EQ(after[2399], 0.0) << "the value that the file lacks";
+    SBR_DeReference(body);
+  }
+}
+
 TEST_F(TransformModesTest, ModesBeyondTheirTablesFail) {
   SBR body = make_modal_body(2, 2);
   body->mode_table.mode_count = 5;

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "interrupt.h"
 #include "record/layout.h"
 #include "record/shapes.h"
 #include "session.h"
@@ -61,9 +62,11 @@ class Trial {
  private:
   // Reads and drops words; false where the record ends.
   bool drop(std::int64_t words) {
-    constexpr std::int64_t kStep = 1 << 30;
-    for (std::int64_t left = words; left > 0; left -= kStep)
+    constexpr std::int64_t kStep = 1 << 20;
+    for (std::int64_t left = words; left > 0; left -= kStep) {
+      require_no_interrupt();
       if (DB_SeekFWD(block_, -static_cast<int>(std::min(left, kStep))) == 0) return false;
+    }
     return true;
   }
 
@@ -142,6 +145,7 @@ class Copy {
   bool move(int (*read)(db_block, Value *, int), std::int64_t values) {
     std::array<Value, kPiece> piece;
     for (std::int64_t left = values; left > 0; left -= kPiece) {
+      require_no_interrupt();
       const std::int64_t size = std::min(left, kPiece);
       if (read(block_, piece.data(), static_cast<int>(size)) == 0) damaged("ends too early");
       write(piece.data(), static_cast<std::size_t>(size) * sizeof(Value));

@@ -4,6 +4,8 @@
 #include <iostream>
 #include <optional>
 
+#include "blocknames.h"
+#include "commandline.h"
 #include "record/rows.h"
 #include "session.h"
 
@@ -11,10 +13,6 @@ namespace sbrtool {
 namespace {
 
 // ---- info ----------------------------------------------------------------------------------------------------------
-
-const char *block_name(int block) {
-  return block == sbr::kOldMonitorPoints ? "Monitor Points (old place)" : sbr::kBlockTexts[block].name;
-}
 
 Json header_texts(SBR body) {
   char title[129] = {};
@@ -176,6 +174,38 @@ void print_description(const Json &all) {
   table.print();
 }
 
+// A line for each record; what cannot be read is told in its line.
+int show_several(const std::vector<std::string> &files, bool json) {
+  Table table({"<file", "version", "nodes", "faces", "modes", "rigid", "mass", "<units", "lowest Hz", "highest Hz"});
+  Json list = Json::array();
+  int code = kDone;
+  for (const std::string &file : files) {
+    try {
+      const Body body = open_record(file);
+      list.push_back(describe(body.get(), file));
+    } catch (const Failure &failure) {
+      if (failure.code() != kUnreadable) throw;
+      list.push_back({{"file", file}, {"unreadable", failure.what()}});
+      std::cerr << "sbr: " << failure.what() << '\n';
+      code = kUnreadable;
+      table.add({file, "unreadable"});
+      continue;
+    }
+    const Json &all = list.back();
+    const Json &range = all["frequency_range_hz"];
+    const auto real = [](const Json &value) { return value.is_null() ? "-" : brief(value.get<double>()); };
+    table.add({file, all["version"].dump(), all["counts"]["nodes"].dump(), all["counts"]["faces"].dump(),
+               all["counts"]["modes"].dump(), all["counts"]["rigid_body_modes"].dump(), real(all["mass"]),
+               text_of(all["units"]["mass"]) + ", " + text_of(all["units"]["length"]),
+               range.is_null() ? "-" : real(range[0]), range.is_null() ? "-" : real(range[1])});
+  }
+  if (json)
+    std::cout << list.dump(2) << '\n';
+  else
+    table.print();
+  return code;
+}
+
 // ---- modes ---------------------------------------------------------------------------------------------------------
 
 struct Eigen {
@@ -191,6 +221,11 @@ Eigen eigen_of(SBR body, int number_of_mode) {
   Eigen eigen;
   eigen.known = SBR_Eigenvalue(body, number_of_mode, &eigen.eigenvalue, &eigen.hz, &eigen.rad, &eigen.mass,
                                &eigen.stiffness) != 0;
+  // The oldest layout gives the frequency of a negative eigenvalue as no number.
+  if (SBR_Version(body) == 10 && eigen.eigenvalue < 0.0 && std::isnan(eigen.hz)) {
+    eigen.rad = -std::sqrt(-eigen.eigenvalue * SBR_UCF(body));
+    eigen.hz = eigen.rad / 6.28318530718;
+  }
   return eigen;
 }
 
@@ -323,9 +358,9 @@ void show_mode(SBR body, int mode, int kind, const std::vector<int> &ids, bool j
 }  // namespace
 
 void add_information_commands(CLI::App &app, int &exit_code) {
-  (void)exit_code;
   struct Options {
     std::string file;
+    std::vector<std::string> files;
     bool json = false;
     std::vector<int> ids;
     int mode = 0;
@@ -334,40 +369,50 @@ void add_information_commands(CLI::App &app, int &exit_code) {
   const auto options = std::make_shared<Options>();
   const auto command = [&](const char *name, const char *text) {
     CLI::App *sub = app.add_subcommand(name, text);
-    sub->add_option("FILE", options->file, "The record")->required();
     sub->add_flag("--json", options->json, "Print JSON");
     return sub;
   };
+  const auto command_with_file = [&](const char *name, const char *text) {
+    CLI::App *sub = command(name, text);
+    sub->add_option("FILE", options->file, "The record")->required();
+    return sub;
+  };
 
-  command("info", "Show what a record holds: format, units, texts, counts, mass, frequencies, blocks")
+  CLI::App *info = command("info", "Show what records hold: format, units, texts, counts, mass, frequencies, blocks");
+  info->add_option("FILE", options->files, "The records")->required();
+  info->callback([options, &exit_code] {
+    if (options->files.size() > 1) {
+      exit_code = show_several(options->files, options->json);
+      return;
+    }
+    const Body body = open_record(options->files[0]);
+    const Json all = describe(body.get(), options->files[0]);
+    if (options->json)
+      std::cout << all.dump(2) << '\n';
+    else
+      print_description(all);
+  });
+  command_with_file("modes", "List the modes: number, eigenvalue, Hz, generalized mass and stiffness")
       ->callback([options] {
         const Body body = open_record(options->file);
-        const Json all = describe(body.get(), options->file);
         if (options->json)
-          std::cout << all.dump(2) << '\n';
+          std::cout << modes_of(body.get()).dump(2) << '\n';
         else
-          print_description(all);
+          print_modes(body.get());
       });
-  command("modes", "List the modes: number, eigenvalue, Hz, generalized mass and stiffness")->callback([options] {
-    const Body body = open_record(options->file);
-    if (options->json)
-      std::cout << modes_of(body.get()).dump(2) << '\n';
-    else
-      print_modes(body.get());
-  });
-  CLI::App *nodes = command("nodes", "List the nodes: ID, coordinates, mass");
-  nodes->add_option("--id", options->ids, "Only these nodes")->delimiter(',');
+  CLI::App *nodes = command_with_file("nodes", "List the nodes: ID, coordinates, mass");
+  as_list(nodes->add_option("--id", options->ids, "Only these nodes"))->type_name("ID,...");
   nodes->callback([options] {
     const Body body = open_record(options->file);
     show_nodes(body.get(), options->ids, options->json);
   });
-  CLI::App *mode = command("mode", "Show one mode, node by node");
+  CLI::App *mode = command_with_file("mode", "Show one mode, node by node");
   mode->add_option("NUMBER", options->mode,
                    "The mode's number; 0 with --kind stress or strain names the pre-stress or pre-strain")
       ->required();
-  mode->add_option("--node", options->ids, "Only at these nodes")->delimiter(',');
-  mode->add_option("--kind", options->kind, "shape, stress or strain")
-      ->check(CLI::IsMember(kKinds))
+  as_list(mode->add_option("--node", options->ids, "Only at these nodes"))->type_name("ID,...");
+  mode->add_option("--kind", options->kind, "What of the mode")
+      ->check(CLI::IsMember({"shape", "stress", "strain"}))
       ->default_str("shape");
   mode->callback([options] {
     const Body body = open_record(options->file);

@@ -42,7 +42,7 @@ UnitSystem unit_system(const std::string &name) {
     if (lower(known) == lower(name)) return system;
   std::vector<std::string> labels;
   std::istringstream words(name);
-  for (std::string label; std::getline(words, label, ',');) labels.push_back(label);
+  for (std::string label; std::getline(words, label, ',');) labels.push_back(CLI::detail::trim_copy(label));
   if (labels.size() == 4) return {labels[0], labels[1], labels[2], labels[3]};
   throw Failure(kUsage, "unknown unit system '" + name + "'; known are " + unit_system_names() +
                             ", or four labels MASS,LENGTH,TIME,FORCE");

@@ -1,4 +1,4 @@
-#include "deck.h"
+#include "calculix/deck.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -53,7 +53,7 @@ Card parse_card(const std::string &text, const Place &place) {
 
 class DeckReader {
  public:
-  Deck read(const std::string &path) {
+  Mesh read(const std::string &path) {
     read_file(path);
     finish_element();
     finish_section();
@@ -79,7 +79,7 @@ class DeckReader {
   void finish_section();
   void sort_deck();
   void assign_sections();
-  void check_element(const DeckElement &element) const;
+  void check_element(const MeshElement &element) const;
 
   static int whole(std::string_view field, const Place &place, const char *what) {
     const auto value = to_int(field);
@@ -92,7 +92,7 @@ class DeckReader {
     return *value;
   }
 
-  Deck deck_;
+  Mesh deck_;
   Card card_;
   std::vector<std::filesystem::path> open_files_;
   std::string material_;      // the material that *DENSITY belongs to
@@ -168,7 +168,7 @@ void DeckReader::begin_elements(const Card &card) {
 }
 
 void DeckReader::begin_section(const Card &card) {
-  DeckSection section;
+  Section section;
   section.shell = card.keyword == "*SHELLSECTION";
   section.set = card.value("ELSET");
   section.material = card.value("MATERIAL");
@@ -211,7 +211,7 @@ void DeckReader::data_line(std::string_view line, const Place &place) {
 
 void DeckReader::node_line(std::string_view line, const Place &place) {
   const auto fields = split_fields(line);
-  DeckNode node;
+  MeshNode node;
   node.id = whole(fields[0], place, "a node number");
   if (node.id < 1) throw InputError(place, "node numbers start at 1, found " + std::to_string(node.id));
   for (std::size_t k = 0; k < 3; ++k)
@@ -244,7 +244,7 @@ void DeckReader::finish_element() {
                                          " has " + std::to_string(type->nodes));
   if (element_[0] < 1)
     throw InputError(element_place_, "element numbers start at 1, found " + std::to_string(element_[0]));
-  DeckElement element;
+  MeshElement element;
   element.id = element_[0];
   element.type = type;
   element.first_node = deck_.connectivity.size();
@@ -295,7 +295,7 @@ void DeckReader::generate_line(const std::vector<std::string_view> &fields, cons
 }
 
 void DeckReader::density_line(std::string_view line, const Place &place) {
-  DeckMaterial &material = deck_.materials[material_];
+  Material &material = deck_.materials[material_];
   if (material.has_density) return;  // further lines are for other temperatures
   material.density = real(split_fields(line)[0], place, "a density");
   if (!(material.density > 0.0)) throw InputError(place, "material " + material_ + " has no density above zero");
@@ -303,7 +303,7 @@ void DeckReader::density_line(std::string_view line, const Place &place) {
 }
 
 void DeckReader::thickness_line(std::string_view line, const Place &place) {
-  DeckSection &section = deck_.sections.back();
+  Section &section = deck_.sections.back();
   if (section.thickness > 0.0) return;
   section.thickness = real(split_fields(line)[0], place, "a thickness");
   if (!(section.thickness > 0.0)) throw InputError(place, "a shell thickness has to be above zero");
@@ -325,16 +325,16 @@ void unite(std::vector<int> &set) {
 // Sorts nodes and elements by ID. A node that comes again takes the place of the first; an element must not.
 void DeckReader::sort_deck() {
   auto &nodes = deck_.nodes;
-  std::stable_sort(nodes.begin(), nodes.end(), [](const DeckNode &a, const DeckNode &b) { return a.id < b.id; });
+  std::stable_sort(nodes.begin(), nodes.end(), [](const MeshNode &a, const MeshNode &b) { return a.id < b.id; });
   std::size_t kept = 0;
-  for (const DeckNode &node : nodes) {
+  for (const MeshNode &node : nodes) {
     if (kept != 0 && nodes[kept - 1].id == node.id) --kept;
     nodes[kept++] = node;
   }
   nodes.resize(kept);
   auto &elements = deck_.elements;
   std::stable_sort(elements.begin(), elements.end(),
-                   [](const DeckElement &a, const DeckElement &b) { return a.id < b.id; });
+                   [](const MeshElement &a, const MeshElement &b) { return a.id < b.id; });
   for (std::size_t i = 1; i < elements.size(); ++i)
     if (elements[i].id == elements[i - 1].id)
       throw InputError(deck_.place_of(elements[i]), "element " + std::to_string(elements[i].id) + " comes twice");
@@ -343,7 +343,7 @@ void DeckReader::sort_deck() {
   if (elements.empty()) throw InputError({deck_.files.front(), 0}, "the deck has no elements");
 }
 
-void DeckReader::check_element(const DeckElement &element) const {
+void DeckReader::check_element(const MeshElement &element) const {
   const Place place = deck_.place_of(element);
   std::set<int> nodes;
   for (int i = 0; i < element.type->nodes; ++i) {
@@ -359,7 +359,7 @@ void DeckReader::check_element(const DeckElement &element) const {
 
 void DeckReader::assign_sections() {
   for (std::size_t s = 0; s < deck_.sections.size(); ++s) {
-    const DeckSection &section = deck_.sections[s];
+    const Section &section = deck_.sections[s];
     const auto set = deck_.element_sets.find(section.set);
     if (set == deck_.element_sets.end()) throw InputError(section.place, "no element set '" + section.set + "'");
     const auto material = deck_.materials.find(section.material);
@@ -371,7 +371,7 @@ void DeckReader::assign_sections() {
       if (position < 0)
         throw InputError(section.place, "set '" + section.set + "' names element " + std::to_string(id) +
                                             ", which is not in the deck");
-      DeckElement &element = deck_.elements[static_cast<std::size_t>(position)];
+      MeshElement &element = deck_.elements[static_cast<std::size_t>(position)];
       if (element.type->shell() != section.shell)
         throw InputError(section.place,
                          "element " + std::to_string(id) +
@@ -379,26 +379,15 @@ void DeckReader::assign_sections() {
       element.section = static_cast<int>(s);
     }
   }
-  for (const DeckElement &element : deck_.elements) {
+  for (const MeshElement &element : deck_.elements) {
     check_element(element);
     if (element.section < 0)
       throw InputError(deck_.place_of(element), "element " + std::to_string(element.id) + " belongs to no section");
   }
 }
 
-template <class Item>
-int position_of(const std::vector<Item> &items, int id) {
-  const auto found =
-      std::lower_bound(items.begin(), items.end(), id, [](const Item &item, int wanted) { return item.id < wanted; });
-  return found != items.end() && found->id == id ? static_cast<int>(found - items.begin()) : -1;
-}
-
 }  // namespace
 
-int Deck::node_position(int id) const { return position_of(nodes, id); }
-
-int Deck::element_position(int id) const { return position_of(elements, id); }
-
-Deck read_deck(const std::string &path) { return DeckReader().read(path); }
+Mesh read_deck(const std::string &path) { return DeckReader().read(path); }
 
 }  // namespace sbrtranslate

@@ -1,13 +1,15 @@
-#include "ccximport.h"
+#include "calculix/job.h"
 
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <stdexcept>
 
-#include "craigbampton.h"
-#include "resultmap.h"
-#include "results.h"
+#include "calculix/deck.h"
+#include "calculix/result_map.h"
+#include "calculix/results.h"
+#include "common/reduction.h"
+#include "common/rigid_fit.h"
 
 namespace sbrtranslate {
 namespace {
@@ -60,72 +62,6 @@ double von_mises(const double *s) {
                    3.0 * (s[3] * s[3] + s[4] * s[4] + s[5] * s[5]));
 }
 
-// The inverse of a symmetric matrix by its cofactors; zeros for a singular one.
-std::array<double, 9> inverse(const std::array<double, 9> &m) {
-  const Vec3 a{m[0], m[1], m[2]};
-  const Vec3 b{m[3], m[4], m[5]};
-  const Vec3 c{m[6], m[7], m[8]};
-  const Vec3 bc = cross(b, c);
-  const Vec3 ca = cross(c, a);
-  const Vec3 ab = cross(a, b);
-  const double determinant = dot(a, bc);
-  const double size = m[0] + m[4] + m[8];
-  if (!(determinant > 1e-12 * size * size * size)) return {};
-  const double s = 1.0 / determinant;
-  return {s * bc[0], s * ca[0], s * ab[0], s * bc[1], s * ca[1], s * ab[1], s * bc[2], s * ca[2], s * ab[2]};
-}
-
-Vec3 times(const std::array<double, 9> &m, const Vec3 &v) {
-  return {dot({m[0], m[1], m[2]}, v), dot({m[3], m[4], m[5]}, v), dot({m[6], m[7], m[8]}, v)};
-}
-
-// How much of a shape's mass-weighted square no rigid motion explains: the best rigid motion in the sense of the nodal
-// masses has the shape's momentum and angular momentum.
-class RigidFit {
- public:
-  explicit RigidFit(const Model &model) : model_(model), centre_(model.lumped.centre()) {
-    Moments moments;
-    for (const BodyNode &node : model.nodes) moments.add(node.mass, node.place - centre_);
-    inverse_ = inverse(moments.inertia({}));
-    mass_ = moments.mass;
-  }
-  // `shape(i)` is the translation of node i.
-  template <class Shape>
-  void judge(const Shape &shape, ModeReport &mode) const {
-    Vec3 momentum{};
-    Vec3 spin{};
-    double all = 0.0;
-    for (std::size_t i = 0; i < model_.nodes.size(); ++i) {
-      const BodyNode &node = model_.nodes[i];
-      const Vec3 u = shape(i);
-      momentum = momentum + node.mass * u;
-      spin = spin + node.mass * cross(node.place - centre_, u);
-      all += node.mass * dot(u, u);
-      if (const double size = length(u); size > mode.largest_displacement) {
-        mode.largest_displacement = size;
-        mode.displacement_node = node.id;
-      }
-    }
-    const Vec3 velocity = (1.0 / mass_) * momentum;
-    const Vec3 rotation = times(inverse_, spin);
-    double rest = 0.0;
-    for (std::size_t i = 0; i < model_.nodes.size(); ++i) {
-      const BodyNode &node = model_.nodes[i];
-      const Vec3 d = shape(i) - velocity - cross(rotation, node.place - centre_);
-      rest += node.mass * dot(d, d);
-    }
-    mode.lumped_mass = all;
-    mode.elastic_share = all > 0.0 ? rest / all : 1.0;
-    mode.rigid = mode.elastic_share < 1e-3;
-  }
-
- private:
-  const Model &model_;
-  Vec3 centre_;
-  double mass_ = 0.0;
-  std::array<double, 9> inverse_{};
-};
-
 // Takes each set of nodal values into the body and the report.
 class BodyFeeder : public ResultReceiver {
  public:
@@ -174,14 +110,6 @@ Where decide(std::optional<Where> asked, Where otherwise, bool present, const ch
   return Where::none;
 }
 
-BodyHandle create_body(const ImportReport &report, int modes, const std::string &source,
-                       const std::array<std::string, 3> &comments) {
-  BodyHandle body(SBR_Create(static_cast<int>(report.model.nodes.size()), modes));
-  if (!body) throw std::runtime_error("the library made no body");
-  feed_model(body.get(), report.model, report.units, source, comments);
-  return body;
-}
-
 BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
   const auto frd = options.frd ? options.frd : beside(options.deck, ".frd");
   if (!frd) throw InputError({options.deck, 0}, "no .frd or .frd.gz file beside the deck; name it with --frd");
@@ -201,7 +129,7 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
 
   const std::string name = std::filesystem::path(*frd).filename().string();
   BodyHandle body = create_body(
-      report, count, options.deck,
+      report.model, report.units, "CalculiX", count, options.deck,
       {"Modes of " + name, "Lumped nodal masses from the deck's elements",
        dat.empty() ? "Eigenvalues of " + name : "Eigenvalues of " + std::filesystem::path(dat).filename().string()});
   for (int i = 0; i < count; ++i) {
@@ -247,24 +175,6 @@ std::vector<char> held_rows(const std::vector<Dof> &dofs, const Model &model, co
   return held;
 }
 
-// Whether the interface nodes hold a free body: three of them must not be in line.
-bool interface_holds(const Model &model) {
-  Moments moments;
-  const Vec3 first = model.nodes[static_cast<std::size_t>(model.node_position(model.interface_nodes.front()))].place;
-  for (const int id : model.interface_nodes)
-    moments.add(1.0, model.nodes[static_cast<std::size_t>(model.node_position(id))].place - first);
-  return inverse(moments.inertia(moments.centre())) != std::array<double, 9>{};
-}
-
-void feed_matrix(SBR body, const std::vector<double> &matrix, int count, int (*set)(SBR, int, int, double)) {
-  for (int r = 0; r < count; ++r)
-    for (int c = r; c < count; ++c) {
-      const double value =
-          matrix[static_cast<std::size_t>(r) * static_cast<std::size_t>(count) + static_cast<std::size_t>(c)];
-      if (r == c || value != 0.0) require(set(body, r + 1, c + 1, value), "a generalized matrix");
-    }
-}
-
 BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   const MatrixFiles &files = *options.matrices;
   if (options.stress.value_or(Where::none) != Where::none || options.strain.value_or(Where::none) != Where::none)
@@ -285,7 +195,7 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   report.normal_modes = reduction.normal_modes;
 
   BodyHandle body =
-      create_body(report, reduction.count(), options.deck,
+      create_body(report.model, report.units, "CalculiX", reduction.count(), options.deck,
                   {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) + " constraint, " +
                        std::to_string(reduction.normal_modes) + " normal",
                    "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
@@ -305,71 +215,7 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   return body;
 }
 
-void judge_model(ImportReport &report) {
-  const Model &model = report.model;
-  if (!model.left_out.empty())
-    report.warnings.push_back(std::to_string(model.left_out.size()) +
-                              " nodes of the deck belong to no element and are left " + "out, the first is " +
-                              std::to_string(model.left_out.front()));
-  if (model.pieces > 1)
-    report.warnings.push_back("the mesh falls into " + std::to_string(model.pieces) + " pieces that share no node");
-  const auto exact = model.mesh.inertia(model.mesh.centre());
-  const auto lumped = model.lumped.inertia(model.lumped.centre());
-  for (std::size_t k = 0; k < 3; ++k)
-    if (const double ratio = lumped[4 * k] / exact[4 * k]; ratio > 1.05 || ratio < 0.95)
-      report.warnings.push_back(std::string("the lumped masses give ") + show(100.0 * (ratio - 1.0), 3) +
-                                " % more inertia about " + "xyz"[k] +
-                                " than the elements have: the mesh is coarse there");
-}
-
 }  // namespace
-
-void judge_modes(ImportReport &report) {
-  std::string negative;
-  std::string unstable;
-  int rigid = 0;
-  for (const ModeReport &mode : report.modes) {
-    if (mode.eigenvalue < 0.0) {
-      std::string &list = mode.rigid ? negative : unstable;
-      list += (list.empty() ? "" : ", ") + std::to_string(mode.number);
-    }
-    rigid += mode.rigid ? 1 : 0;
-  }
-  if (!negative.empty())
-    report.warnings.push_back("negative eigenvalues of rigid modes (zero within rounding): " + negative);
-  if (!unstable.empty()) report.warnings.push_back("negative eigenvalues of elastic modes: " + unstable);
-  if (rigid != 6 && !report.modes.empty())
-    report.warnings.push_back(std::to_string(rigid) + " modes are rigid motions, a free body has 6" +
-                              (rigid < 6 ? " (is it supported, or are modes missing?)" : ""));
-  for (std::size_t i = 0; i + 1 < report.modes.size(); ++i)
-    if (!report.modes[i].rigid && report.modes[i + 1].rigid) {
-      report.warnings.push_back("mode " + std::to_string(report.modes[i].number) +
-                                " comes before the last rigid mode and is elastic: a mechanism or a loose part?");
-      break;
-    }
-}
-
-void report_body_modes(SBR body, ImportReport &report) {
-  report.modes.clear();
-  const RigidFit fit(report.model);
-  const int count = SBR_ModeCount(body);
-  std::vector<double> shape(3 * static_cast<std::size_t>(std::max(SBR_NodeCount(body), 1)));
-  for (int i = 0; i < count; ++i) {
-    ModeReport mode;
-    mode.number = SBR_ModeNumber(body, i);
-    SBR_Eigenvalue(body, mode.number, &mode.eigenvalue, &mode.hz, nullptr, nullptr, nullptr);
-    require(SBR_Mode(body, mode.number, 0, shape.data(), 0), "to give a mode");
-    fit.judge(
-        [&](std::size_t n) {
-          const int at = SBR_ModeNodeIndex(body, 0, report.model.nodes[n].id);
-          if (at < 0) return Vec3{};
-          const auto p = 3 * static_cast<std::size_t>(at);
-          return Vec3{shape[p], shape[p + 1], shape[p + 2]};
-        },
-        mode);
-    report.modes.push_back(mode);
-  }
-}
 
 BodyHandle import_ccx(const ImportOptions &options, ImportReport &report) {
   report.units = options.units;

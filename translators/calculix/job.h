@@ -1,14 +1,15 @@
 // From a CalculiX job to a body: deck and modal results, or deck and matrices, become a body that is ready to be
 // written.
-#ifndef SBRKIT_TRANSLATORS_CCXIMPORT_H
-#define SBRKIT_TRANSLATORS_CCXIMPORT_H
+#ifndef SBRKIT_TRANSLATORS_CALCULIX_JOB_H
+#define SBRKIT_TRANSLATORS_CALCULIX_JOB_H
 
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "model.h"
+#include "common/feeder.h"
+#include "common/report.h"
 
 namespace sbrtranslate {
 
@@ -35,46 +36,8 @@ struct ImportOptions {
   std::optional<double> max_hz;  // or all of them up to a frequency
 };
 
-struct ModeReport {
-  int number = 0;
-  double eigenvalue = 0.0;
-  double hz = 0.0;
-  double lumped_mass = 0.0;    // generalized mass with the lumped nodal masses
-  double elastic_share = 0.0;  // of that mass, what no rigid motion explains
-  double largest_displacement = 0.0;
-  int displacement_node = 0;
-  double largest_stress = 0.0;  // von Mises
-  int stress_node = 0;
-  bool rigid = false;  // the shape is a rigid motion
-};
-
-struct ImportReport {
-  Model model;
-  UnitLabels units;
-  std::string results;  // the file that the modes come from
-  std::vector<ModeReport> modes;
-  std::vector<double> full_model_hz;  // with matrices: the frequencies of the .dat file, if there is one
-  int constraint_modes = 0;
-  int normal_modes = 0;
-  int stress_nodes = 0;
-  int strain_nodes = 0;
-  bool has_stress = false;
-  std::vector<std::string> warnings;
-};
-
-struct ReleaseBody {
-  void operator()(SBR body) const { SBR_DeReference(body); }
-};
-using BodyHandle = std::unique_ptr<SbrBody, ReleaseBody>;
-
 // Builds the body. Throws InputError for what is wrong with an input, std::invalid_argument for the options.
 BodyHandle import_ccx(const ImportOptions &options, ImportReport &report);
-
-// What the modes of a body tell, by its own accessors: for bodies whose modes the library has made orthogonal.
-void report_body_modes(SBR body, ImportReport &report);
-
-// Warnings that follow from the modes: negative eigenvalues, rigid motions missing or too many.
-void judge_modes(ImportReport &report);
 
 }  // namespace sbrtranslate
 

@@ -1,4 +1,4 @@
-#include "resultmap.h"
+#include "calculix/result_map.h"
 
 #include <algorithm>
 #include <cmath>
@@ -32,7 +32,7 @@ constexpr const char *kKindNames[] = {"displacement", "stress", "strain"};
 }  // namespace
 
 Survey ResultMap::survey(const std::string &path) {
-  element_seen_.assign(model_.deck.elements.size(), 0);
+  element_seen_.assign(model_.mesh.elements.size(), 0);
   mode_has_.assign(3, 0);
   read_results(path, *this);
   if (survey_.modes.empty()) throw InputError({path, 0}, "the file has no modes (a *FREQUENCY step is expected)");
@@ -61,9 +61,9 @@ void ResultMap::node(int id, const Vec3 &xyz, const Place &place) {
 
 void ResultMap::element(int id, int type, std::span<const int> nodes, const Place &place) {
   if (receiver_ != nullptr) return;
-  const int position = model_.deck.element_position(id);
+  const int position = model_.mesh.element_position(id);
   if (position < 0) throw InputError(place, "element " + std::to_string(id) + " is not in the deck");
-  const DeckElement &element = model_.deck.elements[static_cast<std::size_t>(position)];
+  const MeshElement &element = model_.mesh.elements[static_cast<std::size_t>(position)];
   element_seen_[static_cast<std::size_t>(position)] = 1;
   if (element.type->shell() && expands(*element.type, type))
     add_pairs(element, nodes);
@@ -71,9 +71,9 @@ void ResultMap::element(int id, int type, std::span<const int> nodes, const Plac
     same_nodes(element, nodes, place);
 }
 
-void ResultMap::same_nodes(const DeckElement &element, std::span<const int> nodes, const Place &place) const {
+void ResultMap::same_nodes(const MeshElement &element, std::span<const int> nodes, const Place &place) const {
   std::vector<int> here(nodes.begin(), nodes.end());
-  const int *ids = model_.deck.nodes_of(element);
+  const int *ids = model_.mesh.nodes_of(element);
   std::vector<int> there(ids, ids + element.type->nodes);
   std::sort(here.begin(), here.end());
   std::sort(there.begin(), there.end());
@@ -81,15 +81,15 @@ void ResultMap::same_nodes(const DeckElement &element, std::span<const int> node
     throw InputError(place, "element " + std::to_string(element.id) + " has other nodes than in the deck");
 }
 
-void ResultMap::add_pairs(const DeckElement &element, std::span<const int> nodes) {
+void ResultMap::add_pairs(const MeshElement &element, std::span<const int> nodes) {
   const auto corners = static_cast<std::size_t>(element.type->corners);
   const auto count = static_cast<std::size_t>(element.type->nodes);
-  const int *ids = model_.deck.nodes_of(element);
+  const int *ids = model_.mesh.nodes_of(element);
   std::vector<Vec3> places;
   for (std::size_t i = 0; i < count; ++i)
     places.push_back(model_.nodes[static_cast<std::size_t>(model_.node_position(ids[i]))].place);
   Moments unused;
-  const double thickness = model_.deck.sections[static_cast<std::size_t>(element.section)].thickness;
+  const double thickness = model_.mesh.sections[static_cast<std::size_t>(element.section)].thickness;
   const ElementMass shell = lump_mass(*element.type, places, 1.0, thickness, unused);
   for (std::size_t i = 0; i < count; ++i) {
     // Corners: below, above. Mid-edge nodes: below, upright, above.
@@ -130,7 +130,7 @@ void ResultMap::mesh_done(const Place &place) {
   for (std::size_t e = 0; e < element_seen_.size(); ++e)
     if (element_seen_[e] == 0)
       throw InputError(place,
-                       "element " + std::to_string(model_.deck.elements[e].id) + " of the deck is not in the file");
+                       "element " + std::to_string(model_.mesh.elements[e].id) + " of the deck is not in the file");
   merge_pairs(place);
   map_nodes(place);
   raw_.assign(6 * file_nodes_.size(), 0.0);
@@ -146,7 +146,7 @@ void ResultMap::check_file_nodes(const Place &place) {
   for (const FileNode &node : file_nodes_) {
     const int position = model_.node_position(node.id);
     if (position < 0) {
-      if (!model_.has_shells && model_.deck.node_position(node.id) < 0)
+      if (!model_.has_shells && model_.mesh.node_position(node.id) < 0)
         throw InputError({place.file, node.line}, node_text(node.id) + " is not in the deck: results of another mesh?");
       continue;
     }

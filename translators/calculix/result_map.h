@@ -1,14 +1,14 @@
 // How the nodes of an .frd file stand for the nodes of the body: node by node, and pair by pair where the solver has
 // expanded a shell to solids.
-#ifndef SBRKIT_TRANSLATORS_RESULTMAP_H
-#define SBRKIT_TRANSLATORS_RESULTMAP_H
+#ifndef SBRKIT_TRANSLATORS_CALCULIX_RESULT_MAP_H
+#define SBRKIT_TRANSLATORS_CALCULIX_RESULT_MAP_H
 
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "ccximport.h"
-#include "results.h"
+#include "calculix/job.h"
+#include "calculix/results.h"
 
 namespace sbrtranslate {
 
@@ -65,8 +65,8 @@ class ResultMap : private ResultHandler {
   void value(int node, std::span<const double> values, const Place &place) override;
   void end_set(const Place &place) override;
 
-  void same_nodes(const DeckElement &element, std::span<const int> nodes, const Place &place) const;
-  void add_pairs(const DeckElement &element, std::span<const int> nodes);
+  void same_nodes(const MeshElement &element, std::span<const int> nodes, const Place &place) const;
+  void add_pairs(const MeshElement &element, std::span<const int> nodes);
   void check_pair(const Pair &pair, const Place &place) const;
   [[nodiscard]] int file_position(int id) const;
   void check_file_nodes(const Place &place);

@@ -1,4 +1,4 @@
-#include "results.h"
+#include "calculix/results.h"
 
 #include <cmath>
 

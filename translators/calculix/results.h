@@ -1,15 +1,15 @@
 // The results of a CalculiX job: the .frd file, one set of nodal values at a time, and the eigenvalues of the .dat
 // file.
-#ifndef SBRKIT_TRANSLATORS_RESULTS_H
-#define SBRKIT_TRANSLATORS_RESULTS_H
+#ifndef SBRKIT_TRANSLATORS_CALCULIX_RESULTS_H
+#define SBRKIT_TRANSLATORS_CALCULIX_RESULTS_H
 
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "elements.h"
-#include "textinput.h"
+#include "common/elements.h"
+#include "common/text_input.h"
 
 namespace sbrtranslate {
 

@@ -1,4 +1,4 @@
-#include "elements.h"
+#include "common/elements.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 // The element types of the translators: names, faces, shape functions, and the mass of one element.
-#ifndef SBRKIT_TRANSLATORS_ELEMENTS_H
-#define SBRKIT_TRANSLATORS_ELEMENTS_H
+#ifndef SBRKIT_TRANSLATORS_COMMON_ELEMENTS_H
+#define SBRKIT_TRANSLATORS_COMMON_ELEMENTS_H
 
 #include <array>
 #include <span>

@@ -1,4 +1,4 @@
-#include "model.h"
+#include "common/model.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,8 +25,8 @@ class Pieces {
 
 class ModelBuilder {
  public:
-  ModelBuilder(Deck deck, const std::vector<std::string> &interfaces) : interfaces_(interfaces) {
-    model_.deck = std::move(deck);
+  ModelBuilder(Mesh mesh, const std::vector<std::string> &interfaces) : interfaces_(interfaces) {
+    model_.mesh = std::move(mesh);
   }
   Model build() {
     choose_nodes();
@@ -41,7 +41,7 @@ class ModelBuilder {
  private:
   void choose_nodes();
   void add_masses();
-  void add_element_mass(const DeckElement &element);
+  void add_element_mass(const MeshElement &element);
   void add_faces();
   void mark_surface();
   void add_interfaces();
@@ -54,33 +54,33 @@ class ModelBuilder {
 
 // The nodes of the body are those of its elements.
 void ModelBuilder::choose_nodes() {
-  const Deck &deck = model_.deck;
-  std::vector<char> used(deck.nodes.size(), 0);
-  for (const int id : deck.connectivity) used[static_cast<std::size_t>(deck.node_position(id))] = 1;
-  for (std::size_t i = 0; i < deck.nodes.size(); ++i) {
+  const Mesh &mesh = model_.mesh;
+  std::vector<char> used(mesh.nodes.size(), 0);
+  for (const int id : mesh.connectivity) used[static_cast<std::size_t>(mesh.node_position(id))] = 1;
+  for (std::size_t i = 0; i < mesh.nodes.size(); ++i) {
     if (used[i] == 0) {
-      model_.left_out.push_back(deck.nodes[i].id);
+      model_.left_out.push_back(mesh.nodes[i].id);
       continue;
     }
     BodyNode node;
-    node.id = deck.nodes[i].id;
-    node.place = deck.nodes[i].place;
+    node.id = mesh.nodes[i].id;
+    node.place = mesh.nodes[i].place;
     model_.nodes.push_back(node);
   }
 }
 
-void ModelBuilder::add_element_mass(const DeckElement &element) {
-  const DeckSection &section = model_.deck.sections[static_cast<std::size_t>(element.section)];
-  const double density = model_.deck.materials.at(section.material).density;
+void ModelBuilder::add_element_mass(const MeshElement &element) {
+  const Section &section = model_.mesh.sections[static_cast<std::size_t>(element.section)];
+  const double density = model_.mesh.materials.at(section.material).density;
   std::vector<Vec3> places;
   std::vector<std::size_t> positions;
   for (int i = 0; i < element.type->nodes; ++i) {
-    positions.push_back(body_position(model_.deck.nodes_of(element)[i]));
+    positions.push_back(body_position(model_.mesh.nodes_of(element)[i]));
     places.push_back(model_.nodes[positions.back()].place);
   }
-  const ElementMass mass = lump_mass(*element.type, places, density, section.thickness, model_.mesh);
+  const ElementMass mass = lump_mass(*element.type, places, density, section.thickness, model_.exact);
   if (!(mass.smallest_determinant > 0.0))
-    throw InputError(model_.deck.place_of(element),
+    throw InputError(model_.mesh.place_of(element),
                      "element " + std::to_string(element.id) +
                          (element.type->shell() ? " is degenerate: it has no area at an integration point"
                                                 : " is degenerate: its volume is not positive at an integration point "
@@ -102,9 +102,9 @@ void ModelBuilder::add_element_mass(const DeckElement &element) {
 
 void ModelBuilder::add_masses() {
   Pieces pieces(model_.nodes.size());
-  for (const DeckElement &element : model_.deck.elements) {
+  for (const MeshElement &element : model_.mesh.elements) {
     add_element_mass(element);
-    const int *ids = model_.deck.nodes_of(element);
+    const int *ids = model_.mesh.nodes_of(element);
     for (int i = 1; i < element.type->nodes; ++i) pieces.join(body_position(ids[0]), body_position(ids[i]));
     model_.has_shells = model_.has_shells || element.type->shell();
   }
@@ -120,8 +120,8 @@ void ModelBuilder::add_masses() {
 }
 
 void ModelBuilder::add_faces() {
-  for (const DeckElement &element : model_.deck.elements) {
-    const int *ids = model_.deck.nodes_of(element);
+  for (const MeshElement &element : model_.mesh.elements) {
+    const int *ids = model_.mesh.nodes_of(element);
     for (const auto &face : element.type->faces) {
       model_.faces.push_back(static_cast<int>(face.size()));
       for (const int corner : face) model_.faces.push_back(ids[corner]);
@@ -138,9 +138,9 @@ void ModelBuilder::mark_surface() {
     std::uint32_t face;
   };
   std::vector<Face> faces;
-  const auto &elements = model_.deck.elements;
+  const auto &elements = model_.mesh.elements;
   for (std::size_t e = 0; e < elements.size(); ++e) {
-    const int *ids = model_.deck.nodes_of(elements[e]);
+    const int *ids = model_.mesh.nodes_of(elements[e]);
     const auto &list = elements[e].type->faces;
     for (std::size_t f = 0; f < list.size(); ++f) {
       Face face{{0, 0, 0, 0}, static_cast<std::uint32_t>(e), static_cast<std::uint32_t>(f)};
@@ -153,10 +153,10 @@ void ModelBuilder::mark_surface() {
   for (std::size_t i = 0; i < faces.size();) {
     std::size_t end = i + 1;
     while (end < faces.size() && faces[end].corners == faces[i].corners) ++end;
-    const DeckElement &element = elements[faces[i].element];
+    const MeshElement &element = elements[faces[i].element];
     if (end == i + 1 || element.type->shell()) {
       const auto &face = element.type->faces[faces[i].face];
-      const int *ids = model_.deck.nodes_of(element);
+      const int *ids = model_.mesh.nodes_of(element);
       for (const int corner : face) model_.nodes[body_position(ids[corner])].surface = true;
       for (const int middle : element.type->mid_nodes(face)) model_.nodes[body_position(ids[middle])].surface = true;
       ++model_.surface_face_count;
@@ -167,16 +167,16 @@ void ModelBuilder::mark_surface() {
 
 void ModelBuilder::add_interfaces() {
   for (const std::string &name : interfaces_) {
-    const auto set = model_.deck.node_sets.find(upper(name));
-    if (set == model_.deck.node_sets.end()) {
+    const auto set = model_.mesh.node_sets.find(upper(name));
+    if (set == model_.mesh.node_sets.end()) {
       std::string names;
-      for (const auto &[known, members] : model_.deck.node_sets) names += (names.empty() ? "" : ", ") + known;
-      throw InputError({model_.deck.files.front(), 0},
+      for (const auto &[known, members] : model_.mesh.node_sets) names += (names.empty() ? "" : ", ") + known;
+      throw InputError({model_.mesh.files.front(), 0},
                        "no node set '" + name + "'" + (names.empty() ? "; the deck has none" : "; there are " + names));
     }
     for (const int id : set->second) {
       if (model_.node_position(id) < 0)
-        throw InputError({model_.deck.files.front(), 0},
+        throw InputError({model_.mesh.files.front(), 0},
                          "node set '" + name + "' names node " + std::to_string(id) + ", which belongs to no element");
       model_.interface_nodes.push_back(id);
     }
@@ -205,41 +205,8 @@ int Model::node_position(int id) const {
   return found != nodes.end() && found->id == id ? static_cast<int>(found - nodes.begin()) : -1;
 }
 
-Model build_model(Deck deck, const std::vector<std::string> &interfaces) {
-  return ModelBuilder(std::move(deck), interfaces).build();
-}
-
-void require(int result, const char *what) {
-  if (result == 0) throw std::runtime_error(std::string("the library refused ") + what);
-}
-
-void feed_model(SBR body, const Model &model, const UnitLabels &units, const std::string &source,
-                const std::array<std::string, 3> &comments) {
-  if (SBR_SetUnits(body, units.mass.c_str(), units.length.c_str(), units.time.c_str(), units.force.c_str()) == 0)
-    throw std::invalid_argument("unknown units " + units.mass + ", " + units.length + ", " + units.time + ", " +
-                                units.force);
-  const double consistency = SBR_UCF(body);
-  if (!(std::fabs(consistency - 1.0) < 1e-3))
-    throw std::invalid_argument("the units are not consistent: force is " + show(consistency) +
-                                " times mass x length / time^2, and a finite-element model needs 1");
-  const auto limited = [](std::string text, std::size_t most) { return text.substr(0, most); };
-  std::string title = limited(model.deck.title, 127);
-  std::string file = source.size() > 127 ? "..." + source.substr(source.size() - 124) : source;
-  std::string type = "CalculiX";
-  std::array<std::string, 3> texts;
-  for (std::size_t i = 0; i < 3; ++i) texts[i] = limited(comments[i], 79);
-  require(
-      SBR_SetHeader(body, title.data(), file.data(), type.data(), texts[0].data(), texts[1].data(), texts[2].data()),
-      "the header texts");
-  for (const BodyNode &node : model.nodes) {
-    require(SBR_SetNodeCoordinates(body, node.id, node.place[0], node.place[1], node.place[2]), "a node");
-    require(SBR_SetNodalMass(body, node.id, node.mass), "a nodal mass");
-    const auto &i = node.inertia;
-    if (node.shell) require(SBR_SetNodalInertia(body, node.id, i[0], i[1], i[2], i[3], i[4], i[5]), "a nodal inertia");
-  }
-  for (std::size_t at = 0; at < model.faces.size(); at += static_cast<std::size_t>(model.faces[at]) + 1)
-    require(SBR_SetFaceList(body, model.faces[at], &model.faces[at + 1]), "a face");
-  for (const int id : model.interface_nodes) require(SBR_SetInterfaceNode(body, id), "an interface node");
+Model build_model(Mesh mesh, const std::vector<std::string> &interfaces) {
+  return ModelBuilder(std::move(mesh), interfaces).build();
 }
 
 }  // namespace sbrtranslate

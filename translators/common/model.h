@@ -1,13 +1,12 @@
-// What a deck makes of a flexible body before any result: its nodes with lumped masses, faces, surface and interface.
-#ifndef SBRKIT_TRANSLATORS_MODEL_H
-#define SBRKIT_TRANSLATORS_MODEL_H
+// What a mesh makes of a flexible body before any result: its nodes with lumped masses, faces, surface and interface.
+#ifndef SBRKIT_TRANSLATORS_COMMON_MODEL_H
+#define SBRKIT_TRANSLATORS_COMMON_MODEL_H
 
 #include <array>
 #include <string>
 #include <vector>
 
-#include "deck.h"
-#include "sbrkit/sbrkit.h"
+#include "common/mesh.h"
 
 namespace sbrtranslate {
 
@@ -22,16 +21,16 @@ struct BodyNode {
 };
 
 struct Model {
-  Deck deck;
+  Mesh mesh;
   std::vector<BodyNode> nodes;  // ascending IDs
   std::vector<int> faces;       // flat: a count of corners, then that many node IDs
   int face_count = 0;
   int surface_face_count = 0;
   std::vector<int> interface_nodes;  // IDs, without repeats
-  std::vector<int> left_out;         // IDs of the deck's nodes that no element has
+  std::vector<int> left_out;         // IDs of the mesh's nodes that no element has
   int pieces = 0;                    // into which the mesh falls
   double volume = 0.0;
-  Moments mesh;         // of the elements themselves
+  Moments exact;        // of the elements themselves
   Moments lumped;       // of the nodal masses
   double extent = 0.0;  // the longest side of the box around the nodes
   bool has_shells = false;
@@ -39,25 +38,9 @@ struct Model {
   [[nodiscard]] int node_position(int id) const;
 };
 
-// Works out the model of a deck. `interfaces` names node sets. Throws InputError for degenerate elements and unknown
+// Works out the model of a mesh. `interfaces` names node sets. Throws InputError for degenerate elements and unknown
 // sets.
-Model build_model(Deck deck, const std::vector<std::string> &interfaces);
-
-// The labels of the record's units.
-struct UnitLabels {
-  std::string mass = "MEGAGRAM";
-  std::string length = "MILLIMETER";
-  std::string time = "SECOND";
-  std::string force = "NEWTON";
-};
-
-// Gives a body the model's nodes, masses, faces, interface nodes, units and header texts. Units that are unknown or not
-// consistent throw std::invalid_argument.
-void feed_model(SBR body, const Model &model, const UnitLabels &units, const std::string &source,
-                const std::array<std::string, 3> &comments);
-
-// Ends a translation when the library has refused a call; its own message has gone to the handlers.
-void require(int result, const char *what);
+Model build_model(Mesh mesh, const std::vector<std::string> &interfaces);
 
 }  // namespace sbrtranslate
 

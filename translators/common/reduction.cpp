@@ -1,4 +1,4 @@
-#include "craigbampton.h"
+#include "common/reduction.h"
 
 #include <Spectra/SymGEigsShiftSolver.h>
 

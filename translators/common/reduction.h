@@ -1,7 +1,7 @@
 // Component mode synthesis after Craig and Bampton, "Coupling of substructures for dynamic analyses", AIAA Journal 6
 // (1968): constraint modes of the interface degrees of freedom, and normal modes with the interface held.
-#ifndef SBRKIT_TRANSLATORS_CRAIGBAMPTON_H
-#define SBRKIT_TRANSLATORS_CRAIGBAMPTON_H
+#ifndef SBRKIT_TRANSLATORS_COMMON_REDUCTION_H
+#define SBRKIT_TRANSLATORS_COMMON_REDUCTION_H
 
 #include <functional>
 #include <optional>
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "textinput.h"
+#include "common/text_input.h"
 
 namespace sbrtranslate {
 

@@ -1,4 +1,4 @@
-#include "textinput.h"
+#include "common/text_input.h"
 
 #include <zlib.h>
 

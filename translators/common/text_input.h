@@ -1,7 +1,7 @@
 // Text files of a solver, plain or gzip-packed, line by line, and the numbers and names on their lines. An error in an
 // input names its file and line.
-#ifndef SBRKIT_TRANSLATORS_TEXTINPUT_H
-#define SBRKIT_TRANSLATORS_TEXTINPUT_H
+#ifndef SBRKIT_TRANSLATORS_COMMON_TEXT_INPUT_H
+#define SBRKIT_TRANSLATORS_COMMON_TEXT_INPUT_H
 
 #include <memory>
 #include <optional>

@@ -57,11 +57,7 @@ void SBR_localtime_ISO8601(int selector, char *text) {
   }
   char both[sizeof date + sizeof time];
   std::snprintf(both, sizeof both, "%s %s", date, time);
-  sbr::give_text(text,
-                 selector == 1 || selector == -1   ? date
-                 : selector == 2 || selector == -2 ? time
-                                                   : both,
-                 kTimeTextSize);
+  sbr::give_text(text, selector == 1 ? date : selector == 2 ? time : both, kTimeTextSize);
 }
 
 int SBR_uname(int selector, char *text) {

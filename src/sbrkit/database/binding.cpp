@@ -1,205 +1,156 @@
-// The binding of the database library: it is loaded on demand, its entries are looked up by name, and each CDB_
-// operation hands its arguments to the entry of the same name.
+// Loading the database library and looking up its entries.
 #include "database/binding.h"
 
 #include <limits>
+#include <memory>
 #include <new>
 
 #include "base/reports.h"
 #include "sbrkit/dynamic_library.hpp"
-#include "sbrkit/qsrv_entries.h"
 #include "sbrkit/sbrkit.h"
 
+namespace sbr::db {
 namespace {
 
 constexpr const char *kLibraryName = "Qsrv_22_2";
 
-// ---- state ---------------------------------------------------------------------------------------------------------
-
-struct Entries {
-  QS_GetSysBuf_entry *get_sys_buf = nullptr;
-  QS_GetDbName_entry *get_db_name = nullptr;
-  QS_DbaseCls_entry *dbase_cls = nullptr;
-  QS_DbaseBst_entry *dbase_bst = nullptr;
-  QS_DbaseOld_entry *dbase_old = nullptr;
-  QS_DbaseNew_entry *dbase_new = nullptr;
-  QS_DbaseNdl_entry *dbase_ndl = nullptr;
-  QS_DbCommand_entry *db_command = nullptr;
-  QS_GetDbdict_entry *get_dbdict = nullptr;
-  QS_AllocDatablk_entry *alloc_datablk = nullptr;
-  QS_CreateDatablk_entry *create_datablk = nullptr;
-  Ruvo_Open_entry *open = nullptr;
-  Ruvo_Close_entry *close = nullptr;
-  Ruvo_WriteTrailer_entry *write_trailer = nullptr;
-  Ruvo_SkipRecord_entry *skip_record = nullptr;
-  Ruvo_SavePos_entry *save_pos = nullptr;
-  Ruvo_SetPos_entry *set_pos = nullptr;
-  Ruvo_Read_entry *read = nullptr;
-  Ruvo_Write_entry *write = nullptr;
+// Lives as long as the process: the library may be in use until then.
+struct Binding {
+  std::unique_ptr<ktxDynamicLibrary> library;  // from the first need on, until what it loaded is let go
+  bool loaded = false;
+  EntryPoints entries;
 };
 
-ktxDynamicLibrary *library = nullptr;
-bool loaded = false;
-Entries entries;
-
-// ---- looking up and calling ----------------------------------------------------------------------------------------
-
-template <class Entry>
-void look_up(const char *name, Entry *&entry) noexcept {
-  entry = reinterpret_cast<Entry *>(library->find_symbol(name));
+Binding &binding() noexcept {
+  alignas(Binding) static unsigned char storage[sizeof(Binding)];
+  static Binding *const state = new (storage) Binding;
+  return *state;
 }
 
-void look_up_all() noexcept {
-  look_up("QS_GetSysBuf", entries.get_sys_buf);
-  look_up("QS_GetDbName", entries.get_db_name);
-  look_up("QS_DbaseCls", entries.dbase_cls);
-  look_up("QS_DbaseBst", entries.dbase_bst);
-  look_up("QS_DbaseOld", entries.dbase_old);
-  look_up("QS_DbaseNew", entries.dbase_new);
-  look_up("QS_DbaseNdl", entries.dbase_ndl);
-  look_up("QS_DbCommand", entries.db_command);
-  look_up("QS_GetDbdict", entries.get_dbdict);
-  look_up("QS_AllocDatablk", entries.alloc_datablk);
-  look_up("QS_CreateDatablk", entries.create_datablk);
-  look_up("Ruvo_Open", entries.open);
-  look_up("Ruvo_Close", entries.close);
-  look_up("Ruvo_WriteTrailer", entries.write_trailer);
-  look_up("Ruvo_SkipRecord", entries.skip_record);
-  look_up("Ruvo_SavePos", entries.save_pos);
-  look_up("Ruvo_SetPos", entries.set_pos);
-  look_up("Ruvo_Read", entries.read);
-  look_up("Ruvo_Write", entries.write);
+template <class... Entries>
+void look_up(ktxDynamicLibrary &library, Entries &...entries) noexcept {
+  (entries.bind(library.find_symbol(entries.name())), ...);
 }
 
-// Calls the entry; without one, reports that and answers 0.
-template <class Entry, class... Arguments>
-int call(Entry *entry, const char *name, Arguments... arguments) noexcept {
-  if (entry == nullptr) {
-    sbr::report_error(
-        loaded ? "The Qsrv library has no entry %s." : "The Qsrv library is not loaded, %s cannot be called.", name);
-    return 0;
-  }
-  entry(arguments...);
-  return 1;
-}
-
-// The answer of an operation with a status: an entry that could not be called gives the failing one.
-int with_status(int called, int *status) noexcept {
-  if (called == 0 && status != nullptr) *status = sbr::kEntryMissing;
-  return called;
+void look_up_all(ktxDynamicLibrary &library, EntryPoints &e) noexcept {
+  look_up(library, e.get_sys_buf, e.get_db_name, e.dbase_cls, e.dbase_bst, e.dbase_old, e.dbase_new, e.dbase_ndl,
+          e.db_command, e.get_dbdict, e.alloc_datablk, e.create_datablk, e.open, e.close, e.write_trailer,
+          e.skip_record, e.save_pos, e.set_pos, e.read, e.write);
 }
 
 }  // namespace
 
-namespace sbr {
+bool report_missing_entry(const char *name) noexcept {
+  report_error(
+      binding().loaded ? "The Qsrv library has no entry %s." : "The Qsrv library is not loaded, %s cannot be called.",
+      name);
+  return false;
+}
+
+const EntryPoints &entries() noexcept { return binding().entries; }
+
+bool load_library() noexcept {
+  Binding &state = binding();
+  if (state.loaded) return true;
+  if (!state.library) state.library.reset(new (std::nothrow) ktxDynamicLibrary());
+  if (!state.library) return report_no_memory(unit_name::kDatabaseBinding);
+  if (!state.library->load(kLibraryName)) return false;
+  look_up_all(*state.library, state.entries);
+  state.loaded = true;
+  return true;
+}
+
+void unload_library() noexcept {
+  Binding &state = binding();
+  if (!state.loaded) return;
+  state.entries = EntryPoints{};
+  state.loaded = false;
+  state.library.reset();
+}
 
 int record_limit() noexcept {
   int maximum = std::numeric_limits<int>::max();
   int second = 0;
-  if (entries.get_sys_buf != nullptr) entries.get_sys_buf(&maximum, &second, 0);
+  if (entries().get_sys_buf.is_bound()) entries().get_sys_buf(&maximum, &second, 0);
   return maximum;
 }
 
-}  // namespace sbr
+}  // namespace sbr::db
+
+using sbr::db::entries;
 
 extern "C" {
 
-int CDB_LoadLibrary(void) {
-  if (loaded) return 1;
-  if (library == nullptr) library = new (std::nothrow) ktxDynamicLibrary();
-  if (library == nullptr) return sbr::report_no_memory(sbr::unit_name::kDatabaseBinding);
-  if (!library->load(kLibraryName)) return 0;
-  look_up_all();
-  loaded = true;
-  return 1;
-}
+int CDB_LoadLibrary(void) { return sbr::db::load_library() ? 1 : 0; }
 
-void CDB_UnloadLibrary(void) {
-  if (!loaded) return;
-  entries = Entries{};
-  loaded = false;
-  library->unload();
-  delete library;
-  library = nullptr;
-}
+void CDB_UnloadLibrary(void) { sbr::db::unload_library(); }
 
 // ---- the system and the database -----------------------------------------------------------------------------------
 
 int CDB_QS_GetSysBuf(int *maximum, int *second, int zero) {
-  return call(entries.get_sys_buf, "QS_GetSysBuf", maximum, second, zero);
+  return entries().get_sys_buf(maximum, second, zero) ? 1 : 0;
 }
 
 int CDB_QS_GetDbName(const char *kind, char *name, int *length, int *status) {
-  return with_status(call(entries.get_db_name, "QS_GetDbName", kind, name, length, status), status);
+  return entries().get_db_name(kind, name, length, status) ? 1 : 0;
 }
 
-int CDB_QS_DbaseCls(int *status) { return with_status(call(entries.dbase_cls, "QS_DbaseCls", status), status); }
+int CDB_QS_DbaseCls(int *status) { return entries().dbase_cls(status) ? 1 : 0; }
 
 int CDB_QS_DbaseBst(const char *message_file, const char *directory, int *status) {
-  return with_status(call(entries.dbase_bst, "QS_DbaseBst", message_file, directory, status), status);
+  return entries().dbase_bst(message_file, directory, status) ? 1 : 0;
 }
 
 int CDB_QS_DbaseOld(const char *base, const char *options, int *status) {
-  return with_status(call(entries.dbase_old, "QS_DbaseOld", base, options, status), status);
+  return entries().dbase_old(base, options, status) ? 1 : 0;
 }
 
 int CDB_QS_DbaseNew(const char *base, const char *command, int *status) {
-  return with_status(call(entries.dbase_new, "QS_DbaseNew", base, command, status), status);
+  return entries().dbase_new(base, command, status) ? 1 : 0;
 }
 
-int CDB_QS_DbaseNdl(const char *directory, int *status) {
-  return with_status(call(entries.dbase_ndl, "QS_DbaseNdl", directory, status), status);
-}
+int CDB_QS_DbaseNdl(const char *directory, int *status) { return entries().dbase_ndl(directory, status) ? 1 : 0; }
 
-int CDB_QS_DbCommand(const char *command, int *status) {
-  return with_status(call(entries.db_command, "QS_DbCommand", command, status), status);
-}
+int CDB_QS_DbCommand(const char *command, int *status) { return entries().db_command(command, status) ? 1 : 0; }
 
 int CDB_QS_GetDbdict(const char *command, char *buffer, int size, int *needed, int *status) {
-  const int called =
-      with_status(call(entries.get_dbdict, "QS_GetDbdict", command, buffer, size, needed, status), status);
-  if (called == 0 && needed != nullptr) *needed = 0;
-  return called;
+  if (entries().get_dbdict(command, buffer, size, needed, status)) return 1;
+  if (needed != nullptr) *needed = 0;
+  return 0;
 }
 
 // ---- data blocks ---------------------------------------------------------------------------------------------------
 
 int CDB_QS_AllocDatablk(const char *command, int *unit, int *count, int *status) {
-  return with_status(call(entries.alloc_datablk, "QS_AllocDatablk", command, unit, count, status), status);
+  return entries().alloc_datablk(command, unit, count, status) ? 1 : 0;
 }
 
 int CDB_QS_CreateDatablk(const char *command, int *unit, int *count, int *status) {
-  return with_status(call(entries.create_datablk, "QS_CreateDatablk", command, unit, count, status), status);
+  return entries().create_datablk(command, unit, count, status) ? 1 : 0;
 }
 
-int CDB_Ruvo_Open(int unit, int zero, int mode) { return call(entries.open, "Ruvo_Open", unit, zero, mode); }
+int CDB_Ruvo_Open(int unit, int zero, int mode) { return entries().open(unit, zero, mode) ? 1 : 0; }
 
-int CDB_Ruvo_Close(int unit, int keep) { return call(entries.close, "Ruvo_Close", unit, keep); }
+int CDB_Ruvo_Close(int unit, int keep) { return entries().close(unit, keep) ? 1 : 0; }
 
-int CDB_Ruvo_WriteTrailer(const int64_t *trailer7) {
-  return call(entries.write_trailer, "Ruvo_WriteTrailer", trailer7);
-}
+int CDB_Ruvo_WriteTrailer(const int64_t *trailer7) { return entries().write_trailer(trailer7) ? 1 : 0; }
 
 // ---- records -------------------------------------------------------------------------------------------------------
 
-int CDB_Ruvo_SkipRecord(int *status, int unit) {
-  return with_status(call(entries.skip_record, "Ruvo_SkipRecord", status, unit), status);
-}
+int CDB_Ruvo_SkipRecord(int *status, int unit) { return entries().skip_record(status, unit) ? 1 : 0; }
 
 int CDB_Ruvo_SavePos(int unit, int64_t *position2, int *first, int *second) {
-  return call(entries.save_pos, "Ruvo_SavePos", unit, position2, first, second);
+  return entries().save_pos(unit, position2, first, second) ? 1 : 0;
 }
 
-int CDB_Ruvo_SetPos(int unit, const int64_t *position2) {
-  return call(entries.set_pos, "Ruvo_SetPos", unit, position2);
-}
+int CDB_Ruvo_SetPos(int unit, const int64_t *position2) { return entries().set_pos(unit, position2) ? 1 : 0; }
 
 int CDB_Ruvo_Read(int *status, int unit, int64_t *buffer, int words, int zero, int *value) {
-  return with_status(call(entries.read, "Ruvo_Read", status, unit, buffer, words, zero, value), status);
+  return entries().read(status, unit, buffer, words, zero, value) ? 1 : 0;
 }
 
 int CDB_Ruvo_Write(int unit, const int64_t *buffer, int words, int end_of_record) {
-  return call(entries.write, "Ruvo_Write", unit, buffer, words, end_of_record);
+  return entries().write(unit, buffer, words, end_of_record) ? 1 : 0;
 }
 
 }  // extern "C"

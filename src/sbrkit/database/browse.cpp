@@ -1,18 +1,18 @@
 // The database front, browsing: which bodies a database file holds, and by which qualifiers each is known.
+#include "database/browse.h"
+
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
 #include "base/reports.h"
-#include "database/front.h"
+#include "database/binding.h"
+#include "database/blocks.h"
+#include "database/check.h"
 #include "sbrkit/sbrkit.h"
 
+namespace sbr::db {
 namespace {
-
-using sbr::append;
-using sbr::print;
-using sbr::Text;
-using sbr::text_of;
-using sbr::view_of;
 
 constexpr std::int64_t kListSlack = 2;  // bytes that the list's buffer has beyond the length given
 
@@ -22,17 +22,17 @@ int browse_count = 0;  // the logical numbers used so far
 
 // Makes the bodies of the file known in the open database under the qualifier highqual = -number.
 int locate_bodies(const char *path, int number) noexcept {
-  int status = sbr::assign("dbbrw", number, path);
+  int status = assign("dbbrw", number, path);
   if (status != 0) return status;
   Text command;
   if (!print(command,
              "dblocate logical=dbbrw%d datablk=(sbrdb) where(projno=* and version=*) "
              "convert(projno=projno;version=version;highqual=%d)",
              number, -number)) {
-    sbr::report_no_memory(sbr::unit_name::kDatabaseBrowse);
+    report_no_memory(unit_name::kDatabaseBrowse);
     return 1;
   }
-  CDB_QS_DbCommand(text_of(command), &status);
+  entries().db_command(text_of(command), &status);
   return status;
 }
 
@@ -43,21 +43,21 @@ int list_bodies(int number, Text &list) noexcept {
              "dbdict datablk(sbrdb) where(highqual=%d) "
              "select(selabel,projno='projno',version='version',peid,desiter,stepcur)",
              -number)) {
-    sbr::report_no_memory(sbr::unit_name::kDatabaseBrowse);
+    report_no_memory(unit_name::kDatabaseBrowse);
     return 1;
   }
   char one = 0;
   int needed = 0;
   int status = 0;
-  CDB_QS_GetDbdict(text_of(command), &one, 1, &needed, &status);
+  entries().get_dbdict(text_of(command), &one, 1, &needed, &status);
   if (needed <= 0) return 1;
   const std::int64_t size = needed + kListSlack;
   if (size > INT32_MAX || !list.allocate(size + 1)) {
-    sbr::report_no_memory(sbr::unit_name::kDatabaseBrowse);
+    report_no_memory(unit_name::kDatabaseBrowse);
     return 1;
   }
   status = 0;
-  CDB_QS_GetDbdict(text_of(command), list.data(), static_cast<int>(size), &needed, &status);
+  entries().get_dbdict(text_of(command), list.data(), static_cast<int>(size), &needed, &status);
   return status;
 }
 
@@ -115,43 +115,49 @@ bool describe(std::string_view header, std::string_view line, Text &out) noexcep
   return room;
 }
 
-}  // namespace
+// The line of body number index of `count`: the bodies are the last lines that are not empty. Null when there are
+// fewer.
+std::string_view body_line(std::string_view text, std::int64_t count, int index) noexcept {
+  std::int64_t lines = 0;
+  for (std::string_view rest = text; !take_line(rest).empty();) ++lines;
+  std::string_view line;
+  for (std::int64_t i = std::max<std::int64_t>(lines - count, 0) + index; i > 0; --i) line = take_line(text);
+  return line;
+}
 
-namespace sbr {
+}  // namespace
 
 std::int64_t browse(const char *path, int index, Text &qualifiers) noexcept {
   qualifiers.release();
-  if (DB_CheckDBset(path) != 0) return kUnusableFile;
+  if (judge_file(path) != FileCheck::usable) return kUnusableFile;
   const int number = ++browse_count;
   Text list;
   if (locate_bodies(path, number) != 0) return 0;
   const int status = list_bodies(number, list);
 
   std::string_view text = view_of(list);
-  std::int64_t bodies = -2;  // the header and the line below it are no bodies
-  for (const char character : text) bodies += character == '\n' ? 1 : 0;
-  if (bodies < 0) bodies = 0;
+  // The names take a line, and so does what stands below them or an empty end.
+  const std::int64_t bodies = std::max<std::int64_t>(std::count(text.begin(), text.end(), '\n') - 2, 0);
   if (status != 0 || index < 1 || index > bodies) return bodies;
 
   const std::string_view header = take_line(text);
-  std::string_view line;
-  for (int i = 0; i <= index; ++i) line = take_line(text);
-  if (!describe(header, line, qualifiers)) {
+  const std::string_view line = body_line(text, bodies, index);
+  if (!line.empty() && !describe(header, line, qualifiers)) {
     qualifiers.release();
-    sbr::report_no_memory(sbr::unit_name::kDatabaseBrowse);
+    report_no_memory(unit_name::kDatabaseBrowse);
   }
   return bodies;
 }
 
-}  // namespace sbr
+}  // namespace sbr::db
 
 extern "C" {
 
 uint32_t DB_BodyBrowser(const char *path, int index, char *text) {
-  Text qualifiers;
-  const std::int64_t bodies = sbr::browse(path, index, qualifiers);
+  sbr::Text qualifiers;
+  const std::int64_t bodies = sbr::db::browse(path, index, qualifiers);
   if (text != nullptr) {
-    const std::string_view shown = view_of(qualifiers).substr(0, DB_BROWSER_TEXT - 1);
+    const std::string_view shown = sbr::view_of(qualifiers).substr(0, DB_BROWSER_TEXT - 1);
     if (!shown.empty()) std::memcpy(text, shown.data(), shown.size());
     text[shown.size()] = '\0';
   }

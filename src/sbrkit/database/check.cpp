@@ -148,16 +148,15 @@ void report_other_platform(const FileReport &report) noexcept {
   static const char *const word[] = {"32-bit", "64-bit"};
   static const char *const endian[] = {"big-endian", "little-endian"};
   static const char *const format[] = {"IEEE", "CRAY", "IBM", "VAX"};
-  sbr::report_error("%s\n%s\nCurrent Platform: %s/%s/%s \nQS DB file      : %s/%s/%s.  ",
-                    "The specified QS DB file is valid but its numeric format ",
-                    "is not compatible with this platform.", word[report.platform.word], endian[report.platform.endian],
-                    format[report.platform.format], word[report.file.word], endian[report.file.endian],
-                    format[report.file.format]);
+  report_error("%s\n%s\nCurrent Platform: %s/%s/%s \nQS DB file      : %s/%s/%s.  ",
+               "The specified QS DB file is valid but its numeric format ", "is not compatible with this platform.",
+               word[report.platform.word], endian[report.platform.endian], format[report.platform.format],
+               word[report.file.word], endian[report.file.endian], format[report.file.format]);
 }
 
 void report_bad_header(const char *reason) noexcept {
-  sbr::report_error("%s\n%s\n%s", "The specified QS DB file exists.",
-                    "However, the timestamp header could not be validated.", reason);
+  report_error("%s\n%s\n%s", "The specified QS DB file exists.",
+               "However, the timestamp header could not be validated.", reason);
 }
 
 }  // namespace
@@ -181,7 +180,7 @@ FileCheck decode_header(std::span<const unsigned char, kTimeStampHeaderSize> byt
 }
 
 FileCheck check_file(const char *path, FileReport &report) noexcept {
-  const std::int64_t limit = record_limit();
+  const std::int64_t limit = db::record_limit();
   report = FileReport{};
   struct stat facts {};
   if (path == nullptr) return FileCheck::unknown_error;
@@ -201,61 +200,62 @@ FileCheck check_file(const char *path, FileReport &report) noexcept {
   return decode_header(bytes, limit, facts.st_size, report);
 }
 
-}  // namespace sbr
-
-extern "C" {
-
-int DB_CheckDBset(const char *path) {
-  using sbr::FileCheck;
-  sbr::FileReport report;
-  const FileCheck code = sbr::check_file(path, report);
+FileCheck judge_file(const char *path) noexcept {
+  FileReport report;
+  const FileCheck code = check_file(path, report);
   const char *shown = path != nullptr ? path : "";
   switch (code) {
     case FileCheck::usable:
       break;
     case FileCheck::unknown_error:
-      sbr::report_error("An unknown error was encountered while opening QS DB file %s.", shown);
+      report_error("An unknown error was encountered while opening QS DB file %s.", shown);
       break;
     case FileCheck::other_platform:
     case FileCheck::other_form_64:
     case FileCheck::other_form_32:
-      sbr::report_other_platform(report);
+      report_other_platform(report);
       break;
     case FileCheck::not_found:
-      sbr::report_error("The QS DB file %s could not be found.", shown);
+      report_error("The QS DB file %s could not be found.", shown);
       break;
     case FileCheck::no_access:
-      sbr::report_warning("QS DB file %s could be read-only.", shown);
-      return 0;
+      report_warning("QS DB file %s could be read-only.", shown);
+      return FileCheck::usable;
     case FileCheck::not_regular:
-      sbr::report_error("Specified QS DB file %s not a normal/regular file.", shown);
+      report_error("Specified QS DB file %s not a normal/regular file.", shown);
       break;
     case FileCheck::not_opened:
-      sbr::report_error("Unable to open the QS DB file %s.", shown);
+      report_error("Unable to open the QS DB file %s.", shown);
       break;
     case FileCheck::too_short:
-      sbr::report_error("QS DB file %s is too short.", shown);
+      report_error("QS DB file %s is too short.", shown);
       break;
     case FileCheck::not_read:
-      sbr::report_error("Read failed for the QS DB file %s.", shown);
+      report_error("Read failed for the QS DB file %s.", shown);
       break;
     case FileCheck::bad_offsets:
-      sbr::report_bad_header("Reason: Timestamp signature offset is invalid.");
+      report_bad_header("Reason: Timestamp signature offset is invalid.");
       break;
     case FileCheck::bad_signature:
-      sbr::report_bad_header("Reason: Timestamp signature is invalid.");
+      report_bad_header("Reason: Timestamp signature is invalid.");
       break;
     case FileCheck::bad_flags:
-      sbr::report_bad_header("Reason: Floating point, endian word length invalid for this platform.");
+      report_bad_header("Reason: Floating point, endian word length invalid for this platform.");
       break;
     case FileCheck::bad_record_length:
-      sbr::report_bad_header("Reason: DBset record length (BUFFSIZE) is out of range.");
+      report_bad_header("Reason: DBset record length (BUFFSIZE) is out of range.");
       break;
     default:
-      sbr::report_error("Unknown Error code?");
+      report_error("Unknown Error code?");
       break;
   }
-  return static_cast<int>(code);
+  return code;
 }
+
+}  // namespace sbr
+
+extern "C" {
+
+int DB_CheckDBset(const char *path) { return static_cast<int>(sbr::judge_file(path)); }
 
 }  // extern "C"

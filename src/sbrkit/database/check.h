@@ -61,6 +61,10 @@ FileCheck decode_header(std::span<const unsigned char, kTimeStampHeaderSize> byt
 // Judges the file of that name; report.file stays -1 where the file does not tell.
 FileCheck check_file(const char *path, FileReport &report) noexcept;
 
+// Checks the file and reports what is wrong with it. Gives `usable` also where it only warns, that the file could be
+// read-only.
+FileCheck judge_file(const char *path) noexcept;
+
 }  // namespace sbr
 
 #endif

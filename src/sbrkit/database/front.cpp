@@ -10,15 +10,12 @@
 
 #include "base/reports.h"
 #include "database/binding.h"
+#include "database/check.h"
+#include "database/text.h"
 #include "sbrkit/sbrkit.h"
 
+namespace sbr::db {
 namespace {
-
-using sbr::append;
-using sbr::print;
-using sbr::Text;
-using sbr::text_of;
-using sbr::view_of;
 
 constexpr std::string_view kMasterSuffix = ".MASTER";
 constexpr int kNameSize = 8192;
@@ -47,28 +44,28 @@ bool prepare_environment() noexcept {
   if (state.home.empty()) {
     const char *home = std::getenv("KTX_QSRVHOME_DIR");
     if (home == nullptr) {
-      sbr::report_error("Cannot get KTX_QSRVHOME_DIR.");
+      report_error("Cannot get KTX_QSRVHOME_DIR.");
       return false;
     }
-    if (!print(state.home, "%s", home)) return sbr::report_no_memory(sbr::unit_name::kDatabaseFront) != 0;
+    if (!print(state.home, "%s", home)) return report_no_memory(unit_name::kDatabaseFront);
   }
   const char *home = text_of(state.home);
   Text assignments;
   if (!print(state.message_file, "%s/analysis.msg", home) || !print(state.sss_dir, "%s/SSS", home) ||
       !print(assignments, "%s/dbcomkey.asg", home) || setenv("QSBASGFILE", assignments.data(), 1) != 0)
-    return sbr::report_no_memory(sbr::unit_name::kDatabaseFront) != 0;
+    return report_no_memory(unit_name::kDatabaseFront);
   return true;
 }
 
 int boot() noexcept {
   int status = 0;
-  CDB_QS_DbaseBst(text_of(run().message_file), "./", &status);
+  entries().dbase_bst(text_of(run().message_file), "./", &status);
   return status;
 }
 
 int load_definitions() noexcept {
   int status = 0;
-  CDB_QS_DbaseNdl(text_of(run().sss_dir), &status);
+  entries().dbase_ndl(text_of(run().sss_dir), &status);
   return status;
 }
 
@@ -76,20 +73,17 @@ int load_definitions() noexcept {
 bool database_file_name(const char *kind, Text &name, int &status) noexcept {
   int length = kNameSize;
   status = 0;
-  if (!name.allocate(kNameSize + 1)) return sbr::report_no_memory(sbr::unit_name::kDatabaseFront) != 0;
-  CDB_QS_GetDbName(kind, name.data(), &length, &status);
+  if (!name.allocate(kNameSize + 1)) return report_no_memory(unit_name::kDatabaseFront);
+  entries().get_db_name(kind, name.data(), &length, &status);
   name[kNameSize] = '\0';
   if (length >= 0 && length < kNameSize) name[length] = '\0';
   if (status != 0) name[0] = '\0';
   return true;
 }
 
-// Cuts a path at the last "_" of its file name.
+// Cuts a path at its last "_", wherever that stands.
 void cut_tail(Text &path) noexcept {
-  const std::string_view text = view_of(path);
-  const std::size_t bar = text.rfind('_');
-  const std::size_t slash = text.rfind('/');
-  if (bar != std::string_view::npos && (slash == std::string_view::npos || bar > slash)) path[bar] = '\0';
+  if (const std::size_t bar = view_of(path).rfind('_'); bar != std::string_view::npos) path[bar] = '\0';
 }
 
 // The current directory with a "/" behind it.
@@ -106,15 +100,15 @@ int create_scratch_base() noexcept {
   Text &name = run().name;
   Text tail;
   int status = 0;
-  if (!database_file_name("DBS", tail, status)) return sbr::kEntryMissing;
+  if (!database_file_name("DBS", tail, status)) return kEntryMissing;
   if (status != 0) return status;
   if (!current_directory(name) || !append(name, view_of(tail))) {
     name.release();
-    sbr::report_no_memory(sbr::unit_name::kDatabaseFront);
-    return sbr::kEntryMissing;
+    report_no_memory(unit_name::kDatabaseFront);
+    return kEntryMissing;
   }
   cut_tail(name);
-  CDB_QS_DbaseNew(text_of(name), "init dbsbr", &status);
+  entries().dbase_new(text_of(name), "init dbsbr", &status);
   if (status != 0) name.release();
   return status;
 }
@@ -133,17 +127,22 @@ void delete_print_file(const Text &print_file) noexcept {
     unlink(text_of(rebuilt));
 }
 
-// Closes the open database and deletes its print file. False, with a report, when the database could not be closed.
-bool close_database() noexcept {
+// Closes the database and deletes its print file. The status.
+int close_files() noexcept {
   Text print_file;
   int status = 0;
-  if (!database_file_name("F06", print_file, status)) return false;
+  if (!database_file_name("F06", print_file, status)) return kEntryMissing;
   status = 0;
-  const int called = CDB_QS_DbaseCls(&status);
+  entries().dbase_cls(&status);
   delete_print_file(print_file);
-  if (status == 0) return true;
-  if (called != 0) sbr::report_error("Cannot close the database, %d.", status);
-  return false;
+  return status;
+}
+
+// Closes the open database. False, with a report, when it could not be closed.
+bool close_database() noexcept {
+  const int status = close_files();
+  if (status != 0 && entries().dbase_cls.is_bound()) report_error("Cannot close the database, %d.", status);
+  return status == 0;
 }
 
 // Opens the database for a body: the present one when its file passes the check, else a new one. The failure of the
@@ -154,38 +153,37 @@ int open_for_write(const char *path, const Text &base) noexcept {
   int status = 0;
   if (std::FILE *present = std::fopen(path, "rb"); present != nullptr) {
     std::fclose(present);
-    if (DB_CheckDBset(path) != 0) {
-      close_database();
+    if (judge_file(path) != FileCheck::usable) {
+      // No database was opened by then: that none can be closed is no news.
+      close_files();
       return kCheckFailed;
     }
-    CDB_QS_DbaseOld(text_of(base), "", &status);
+    entries().dbase_old(text_of(base), "", &status);
   } else {
-    CDB_QS_DbaseNew(text_of(base), "dbsetdel dball", &status);
+    entries().dbase_new(text_of(base), "dbsetdel dball", &status);
   }
   return status;
 }
 
 }  // namespace
 
-extern "C" {
-
-int DB_StartBase(void) {
+bool start_base() noexcept {
   DatabaseRun &state = run();
-  if (state.started) return 1;
-  if (!prepare_environment() || boot() != 0) return 0;
+  if (state.started) return true;
+  if (!prepare_environment() || boot() != 0) return false;
   int status = 0;
   if (state.name.empty())
     status = create_scratch_base();
   else
-    CDB_QS_DbaseOld(text_of(state.name), "", &status);
-  if (status != 0 || load_definitions() != 0) return 0;
+    entries().dbase_old(text_of(state.name), "", &status);
+  if (status != 0 || load_definitions() != 0) return false;
   state.started = true;
-  return 1;
+  return true;
 }
 
-int DB_TermBase(void) {
+bool end_base() noexcept {
   DatabaseRun &state = run();
-  if (!state.started && state.name.empty()) return 1;
+  if (!state.started && state.name.empty()) return true;
   const bool closed = close_database();
   state.started = false;
   for (const char *suffix : {".MASTER", ".DBALL", ".DBSBR"}) {
@@ -194,45 +192,53 @@ int DB_TermBase(void) {
     if (print(file, "%s%s", text_of(state.name), suffix)) unlink(text_of(file));
   }
   state.name.release();
-  return closed ? 1 : 0;
+  return closed;
 }
 
-int DB_StartWrite(const char *path) {
+bool start_write(const char *path) noexcept {
   DatabaseRun &state = run();
-  if (CDB_LoadLibrary() == 0) {
-    sbr::report_error("Fail to load Qsrv library.");
-    return 0;
+  if (!load_library()) {
+    report_error("Fail to load Qsrv library.");
+    return false;
   }
   const std::string_view file = path != nullptr ? path : "";
   const std::size_t suffix = file.rfind(kMasterSuffix);
   if (suffix == std::string_view::npos) {
-    sbr::report_error("The database file name %s does not contain %s.", path != nullptr ? path : "",
-                      kMasterSuffix.data());
-    return 0;
+    report_error("The database file name %s does not contain %s.", path != nullptr ? path : "", kMasterSuffix.data());
+    return false;
   }
   Text base;
-  if (!append(base, file.substr(0, suffix))) return sbr::report_no_memory(sbr::unit_name::kDatabaseFront);
-  if (!prepare_environment()) return 0;
+  if (!append(base, file.substr(0, suffix))) return report_no_memory(unit_name::kDatabaseFront);
+  if (!prepare_environment()) return false;
 
   int status = boot();
   if (status == 0) status = open_for_write(path, base);
-  if (status == kCheckFailed) return 0;
+  if (status == kCheckFailed) return false;
   if (status == 0) status = load_definitions();
   if (status != 0) {
-    sbr::report_error("Cannot open the database, %d.", status);
-    return 0;
+    report_error("Cannot open the database, %d.", status);
+    return false;
   }
   state.started = true;
-  return 1;
+  return true;
 }
 
-int DB_TermWrite(void) {
+bool end_write() noexcept {
   DatabaseRun &state = run();
   bool closed = true;
   if (state.started) closed = close_database();
   state.started = false;
-  CDB_UnloadLibrary();
-  return closed ? 1 : 0;
+  unload_library();
+  return closed;
 }
+
+}  // namespace sbr::db
+
+extern "C" {
+
+int DB_StartBase(void) { return sbr::db::start_base() ? 1 : 0; }
+int DB_TermBase(void) { return sbr::db::end_base() ? 1 : 0; }
+int DB_StartWrite(const char *path) { return sbr::db::start_write(path) ? 1 : 0; }
+int DB_TermWrite(void) { return sbr::db::end_write() ? 1 : 0; }
 
 }  // extern "C"

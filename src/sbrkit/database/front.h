@@ -1,25 +1,19 @@
-// The database front: starting and ending (sbrdbfront), data blocks and their records (sbrdbblocks), browsing
-// (sbrdbbrowse). The state of the database run is owned by sbrdbfront, each counter by the unit that raises it.
+// The database front: the run of a database, from its start to its end. The unit owns the state of the run, of which
+// there is one per process.
 #ifndef SBRKIT_DATABASE_FRONT_H
 #define SBRKIT_DATABASE_FRONT_H
 
-#include <cstdint>
+namespace sbr::db {
 
-#include "database/text.h"
+// A private scratch database for reading bodies of others. False on a status; true also when one is started already.
+[[nodiscard]] bool start_base() noexcept;
+// Closes the scratch database and deletes its files. False, after a report, when it could not be closed.
+[[nodiscard]] bool end_base() noexcept;
+// The database with that ".MASTER" file, opened or made for writing. False after a report.
+[[nodiscard]] bool start_write(const char *path) noexcept;
+// Closes it and lets the library go. False, after a report, when it could not be closed.
+[[nodiscard]] bool end_write() noexcept;
 
-namespace sbr {
-
-// The answer of browse for a file that cannot be used.
-inline constexpr std::int64_t kUnusableFile = -1;
-
-// The number of bodies in the database file, 0 for none, kUnusableFile; and the qualifiers of body number index,
-// counted from 1, as "NAME=value,NAME=value". The text is empty for an index that names no body.
-std::int64_t browse(const char *path, int index, Text &qualifiers) noexcept;
-
-// Gives the name that an assignment puts to a file's path: sends "assign <logical>='<path>'". The status of the
-// command.
-int assign(const char *logical, int number, const char *path) noexcept;
-
-}  // namespace sbr
+}  // namespace sbr::db
 
 #endif

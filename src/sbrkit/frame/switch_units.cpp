@@ -75,11 +75,12 @@ int SBR_SetUnits(SBR body, const char *mass, const char *length, const char *tim
 }
 
 int SBR_SetUnitsByMultiplierOnSI(SBR body, double mass, double length, double time, double force) {
+  if (body == nullptr) return 0;
   const char *labels[] = {sbr::units_label(mass, sbr::mass_table), sbr::units_label(length, sbr::length_table),
                           sbr::units_label(time, sbr::time_table), sbr::units_label(force, sbr::force_table)};
   for (const char *label : labels)
     if (label == nullptr) return 0;
-  return SBR_SetUnits(body, labels[0], labels[1], labels[2], labels[3]);
+  return sbr::set_units(*body, labels[0], labels[1], labels[2], labels[3]) ? 1 : 0;
 }
 
 }  // extern "C"

@@ -23,20 +23,28 @@ bool can_be_laid_out(const SbrBody &body, std::int64_t values, int modes) noexce
   return !__builtin_mul_overflow(values * 8, std::max({modes, body.mode_table.mode_capacity, 1}), &bytes);
 }
 
+// Copies what the records hold to the front of the longer ones. The rest of those is zeros.
+Rewriting copy_records(SbrBody &body, Kind kind, ModeRewrite &rewrite) noexcept {
+  const std::int64_t present = body.store.record_bytes[kind] / real_size(body.modes[kind]);
+  if (present < 1) return Rewriting::done;
+  Array<double> record;
+  if (!record.allocate(present)) return Rewriting::no_memory;
+  for (int mode = 0; mode < known_mode_count(body); ++mode) {
+    const std::int64_t came = read_stored_values(body, mode, kind, 0, record.data(), present);
+    if (!rewrite.put_at(mode, 0, record.data(), came)) return Rewriting::disk_full;
+  }
+  return Rewriting::done;
+}
+
 bool lengthen_records(SbrBody &body, Kind kind, std::int64_t bytes) noexcept {
   if (!flush_mode_writes(body, kind)) return false;
-  const std::int64_t present = body.store.record_bytes[kind] / real_size(body.modes[kind]);
   const std::int64_t values = longer_record(body, kind, bytes);
   const int modes = std::max(body.mode_table.mode_capacity, known_mode_count(body));
   if (!can_be_laid_out(body, values, modes)) return report_disk_full(kind, body.modes[kind].path.data());
   ModeRewrite rewrite(body, kind, RewritePurpose::growth);
   if (!rewrite.begin()) return false;
-  // Of a record that the file does not hold whole, or not yet, the rest is zeros.
-  const Rewriting outcome = rewrite.write_modes(modes, values, [&](int mode, double *record) noexcept {
-    const std::int64_t came = read_stored_values(body, mode, kind, 0, record, present);
-    std::fill(record + came, record + present, 0.0);
-    return Rewriting::done;
-  });
+  Rewriting outcome = rewrite.lay_out(modes, values) ? rewrite.claim_space() : Rewriting::no_memory;
+  if (outcome == Rewriting::done) outcome = copy_records(body, kind, rewrite);
   if (!rewrite.complete(outcome)) return false;
   rewrite.install();
   return true;

@@ -1,6 +1,9 @@
 #include "modes/rewrite.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
+#include <cerrno>
 
 #include "base/reports.h"
 #include "base/temporary_file.h"
@@ -101,6 +104,14 @@ bool ModeRewrite::lay_out(int modes, std::int64_t values) noexcept {
     end += record_bytes_;
   }
   return true;
+}
+
+Rewriting ModeRewrite::claim_space() noexcept {
+  const std::int64_t bytes = record_bytes_ * modes_;
+  if (bytes < 1) return Rewriting::done;
+  int failure = EINTR;
+  while (failure == EINTR) failure = posix_fallocate(fileno(file_.channel().stream), 0, bytes);
+  return failure == 0 ? Rewriting::done : Rewriting::disk_full;
 }
 
 bool ModeRewrite::put_at(int mode, std::int64_t first, const double *values, std::int64_t count) noexcept {

@@ -78,6 +78,8 @@ class ModeRewrite {
   }
   // In place of write_modes, when modes come in pieces: the records of `modes` modes, and a piece of one of them.
   [[nodiscard]] bool lay_out(int modes, std::int64_t values) noexcept;
+  // Claims the disk space of all records, so that a full disk shows now. What is not written reads as zeros.
+  [[nodiscard]] Rewriting claim_space() noexcept;
   [[nodiscard]] bool put_at(int mode, std::int64_t first, const double *values, std::int64_t count) noexcept;
 
   // Brings all to the file and the cache back to what it was. False after a report: of a failure so far, or of a disk

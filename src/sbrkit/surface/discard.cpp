@@ -18,11 +18,6 @@ namespace {
 
 // ---- the keep list ----------------------------------------------------------------------------------------
 
-bool modal_load_nodes_are_kept() noexcept {
-  const char *options = std::getenv("KTX_SBRWRITE_OPTIONS");
-  return options == nullptr || std::strstr(options, "optimize_mforce_nodes") == nullptr;
-}
-
 std::int64_t nodal_load_count(const SbrBody &body) noexcept {
   std::int64_t count = 0;
   for (std::size_t i = 0; i < body.loads.nodal.size(); ++i)
@@ -57,8 +52,7 @@ void tidy(Array<std::int32_t> &nodes, int node_count) noexcept {
 }
 
 // Fills the cached keep list. False after a report.
-bool build_geometry_nodes(SbrBody &body) noexcept {
-  const bool with_loads = modal_load_nodes_are_kept();
+bool build_geometry_nodes(SbrBody &body, bool with_loads) noexcept {
   const std::int64_t room = static_cast<std::int64_t>(body.faces.list.size() + body.interface_nodes.nodes.size()) +
                             (with_loads ? nodal_load_count(body) : 0);
   Array<std::int32_t> nodes;
@@ -203,13 +197,18 @@ std::span<const std::int32_t> valid_part(const SbrBody &body, const Array<std::i
 
 }  // namespace
 
-const Array<std::int32_t> *geometry_nodes(SbrBody &body) noexcept {
-  const Array<std::int32_t> &nodes = body.geometry.geometry_nodes;
-  return nodes || build_geometry_nodes(body) ? &nodes : nullptr;
+bool load_nodes_are_kept() noexcept {
+  const char *options = std::getenv("KTX_SBRWRITE_OPTIONS");
+  return options == nullptr || std::strstr(options, "optimize_mforce_nodes") == nullptr;
 }
 
-bool discard_unreferenced_nodes(SbrBody &body) noexcept {
-  const Array<std::int32_t> *keep = geometry_nodes(body);
+const Array<std::int32_t> *geometry_nodes(SbrBody &body, bool keep_load_nodes) noexcept {
+  const Array<std::int32_t> &nodes = body.geometry.geometry_nodes;
+  return nodes || build_geometry_nodes(body, keep_load_nodes) ? &nodes : nullptr;
+}
+
+bool discard_unreferenced_nodes(SbrBody &body, bool keep_load_nodes) noexcept {
+  const Array<std::int32_t> *keep = geometry_nodes(body, keep_load_nodes);
   if (keep == nullptr) return true;
   Discarding discarding(body, valid_part(body, *keep));
   const bool prepared = discarding.prepare();
@@ -222,7 +221,7 @@ void remove_internal_geometry(SbrBody &body) noexcept {
   if (body.geometry.internal_geometry_removed != 0) return;
   report_info("\n Remove internal geometry of SBR\n");
   strip_common_faces(body);
-  (void)discard_unreferenced_nodes(body);
+  (void)discard_unreferenced_nodes(body, load_nodes_are_kept());
 }
 
 }  // namespace sbr
@@ -232,7 +231,7 @@ extern "C" {
 int *SBR_GeometryNodes(SBR body, int *count) {
   if (count != nullptr) *count = 0;
   if (!sbr::require_body(body)) return nullptr;
-  const sbr::Array<std::int32_t> *nodes = sbr::geometry_nodes(*body);
+  const sbr::Array<std::int32_t> *nodes = sbr::geometry_nodes(*body, sbr::load_nodes_are_kept());
   if (nodes == nullptr) return nullptr;
   sbr::Array<std::int32_t> copy;
   if (!copy.allocate(nodes->count())) {
@@ -245,7 +244,7 @@ int *SBR_GeometryNodes(SBR body, int *count) {
 }
 
 int SBR_DiscardUnreferencedNodes(SBR body) {
-  return sbr::require_body(body) && sbr::discard_unreferenced_nodes(*body) ? 1 : 0;
+  return sbr::require_body(body) && sbr::discard_unreferenced_nodes(*body, sbr::load_nodes_are_kept()) ? 1 : 0;
 }
 
 int SBR_RemoveInternalGeometry(SBR body) {

@@ -74,6 +74,20 @@ bool close_output(OutputFile &file, bool ok) noexcept {
   return ok;
 }
 
+bool write_record_file(SbrBody &body, const char *path) noexcept {
+  if (is_own_source(body, path)) return false;
+  OutputFile file;
+  if (!set_path(file.channel, path)) return report_no_memory(unit_name::kWriting);
+  if (!open_output(file, file.channel.path.data())) return false;
+  const WriteTarget target{{&file, put_ints, put_chars, put_reals, begin_block, end_block, mark_mode},
+                           kFileVersion,
+                           unit_name::kWriting,
+                           prepare};
+  WritePlan plan;
+  const bool ok = run_write_pipeline(body, target, plan);
+  return close_output(file, ok);
+}
+
 }  // namespace
 }  // namespace sbr
 
@@ -81,19 +95,7 @@ extern "C" {
 
 int SBR_write_SBR(SBR body, const char *path) {
   if (!sbr::require_body(body)) return 0;
-  if (path == nullptr) path = "";
-  if (sbr::is_own_source(*body, path)) return 0;
-  sbr::OutputFile file;
-  if (!sbr::set_path(file.channel, path)) return sbr::report_no_memory(sbr::unit_name::kWriting);
-  if (!sbr::open_output(file, file.channel.path.data())) return 0;
-  const sbr::WriteTarget target{
-      {&file, sbr::put_ints, sbr::put_chars, sbr::put_reals, sbr::begin_block, sbr::end_block, sbr::mark_mode},
-      sbr::kFileVersion,
-      sbr::unit_name::kWriting,
-      sbr::prepare};
-  sbr::WritePlan plan;
-  const bool ok = sbr::run_write_pipeline(*body, target, plan);
-  return sbr::close_output(file, ok) ? 1 : 0;
+  return sbr::write_record_file(*body, path != nullptr ? path : "") ? 1 : 0;
 }
 
 }  // extern "C"

@@ -1,8 +1,10 @@
-// The option vocabulary of a write, and how its values are taken from the text.
+// How the values of the option vocabulary are taken from the text.
 #include "write/options.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace sbr {
 namespace {
@@ -11,17 +13,28 @@ enum class Scan { absent, nothing, value, end_of_text, no_memory };
 
 using Accepts = bool (*)(char c);
 
-// Takes the characters behind the first `opening` for as long as they are accepted.
-Scan scan_value(const char *text, const char *opening, Accepts accepts, Array<char> &value) noexcept {
-  const char *found = std::strstr(text, opening);
-  if (found == nullptr) return Scan::absent;
-  const char *first = found + std::strlen(opening);
-  const char *last = first;
-  while (*last != '\0' && accepts(*last)) ++last;
-  if (last == first && *first != '\0') return Scan::nothing;
-  const auto length = static_cast<std::size_t>(last - first);
+// What opens a value behind its keyword, and the characters that belong to it.
+struct ValueForm {
+  std::string_view opening;
+  Accepts accepts;
+};
+
+// The text behind the first keyword with that opening; a null view when there is none.
+std::string_view behind_opening(std::string_view text, std::string_view keyword, std::string_view opening) noexcept {
+  for (std::size_t at = text.find(keyword); at != std::string_view::npos; at = text.find(keyword, at + 1))
+    if (const std::string_view rest = text.substr(at + keyword.size()); rest.starts_with(opening))
+      return rest.substr(opening.size());
+  return {};
+}
+
+// Takes the characters behind the first opening for as long as they are accepted.
+Scan scan_value(std::string_view text, std::string_view keyword, const ValueForm &form, Array<char> &value) noexcept {
+  const std::string_view rest = behind_opening(text, keyword, form.opening);
+  if (rest.data() == nullptr) return Scan::absent;
+  const auto length = static_cast<std::size_t>(std::find_if_not(rest.begin(), rest.end(), form.accepts) - rest.begin());
+  if (length == 0 && !rest.empty()) return Scan::nothing;
   if (!value.allocate(static_cast<std::int64_t>(length) + 1)) return Scan::no_memory;
-  std::memcpy(value.data(), first, length);
+  if (length != 0) std::memcpy(value.data(), rest.data(), length);
   return length == 0 ? Scan::end_of_text : Scan::value;
 }
 
@@ -30,18 +43,15 @@ bool in_double_quotes(char c) noexcept { return c != '"'; }
 bool in_single_quotes(char c) noexcept { return c != '\''; }
 bool in_brackets(char c) noexcept { return c != ')'; }
 bool in_coarsening(char c) noexcept {
-  return c == ' ' || c == '.' || c == ',' || is_digit(c) || std::strchr("preserve_str", c) != nullptr;
+  return is_digit(c) || std::string_view(" .,preserve_str").find(c) != std::string_view::npos;
 }
-bool in_frequency(char c) noexcept { return c == ' ' || c == '.' || c == 'e' || c == '-' || is_digit(c); }
+bool in_frequency(char c) noexcept { return is_digit(c) || std::string_view(" .e-").find(c) != std::string_view::npos; }
 
 // The first form of the sketch option that is present and gives a value names the file. An empty name is no sketch.
-bool take_sketch(const char *text, WriteOptions &options) noexcept {
-  constexpr struct {
-    const char *opening;
-    Accepts accepts;
-  } kForms[] = {{"sketch(\"", in_double_quotes}, {"sketch('", in_single_quotes}, {"sketch(", in_brackets}};
-  for (const auto &form : kForms) {
-    const Scan scan = scan_value(text, form.opening, form.accepts, options.sketch_path);
+bool take_sketch(std::string_view text, std::string_view keyword, WriteOptions &options) noexcept {
+  constexpr ValueForm kForms[] = {{"(\"", in_double_quotes}, {"('", in_single_quotes}, {"(", in_brackets}};
+  for (const ValueForm &form : kForms) {
+    const Scan scan = scan_value(text, keyword, form, options.sketch_path);
     if (scan == Scan::no_memory) return false;
     if (scan == Scan::end_of_text) options.sketch_path.release();
     if (scan == Scan::value || scan == Scan::end_of_text) return true;
@@ -49,15 +59,28 @@ bool take_sketch(const char *text, WriteOptions &options) noexcept {
   return true;
 }
 
-bool take_coarsening(const char *text, WriteOptions &options) noexcept {
-  return scan_value(text, "coarsen(", in_coarsening, options.coarsen) != Scan::no_memory;
-}
-
-bool take_frequency(const char *text, const char *opening, double &frequency) noexcept {
+bool take_frequency(std::string_view text, std::string_view keyword, double &frequency) noexcept {
   Array<char> value;
-  const Scan scan = scan_value(text, opening, in_frequency, value);
+  const Scan scan = scan_value(text, keyword, {"(", in_frequency}, value);
   if (scan == Scan::no_memory) return false;
   if (scan == Scan::value || scan == Scan::end_of_text) frequency = std::strtod(value.data(), nullptr);
+  return true;
+}
+
+bool take_option(std::string_view text, const WriteOption &option, WriteOptions &options) noexcept {
+  switch (option.value) {
+    case OptionValue::none:
+      options.*option.member = option.is_in(text);
+      return true;
+    case OptionValue::sketch:
+      return take_sketch(text, option.keyword, options);
+    case OptionValue::coarsening:
+      return scan_value(text, option.keyword, {"(", in_coarsening}, options.coarsen) != Scan::no_memory;
+    case OptionValue::lowpass:
+      return take_frequency(text, option.keyword, options.lowpass);
+    case OptionValue::highpass:
+      return take_frequency(text, option.keyword, options.highpass);
+  }
   return true;
 }
 
@@ -65,23 +88,8 @@ bool take_frequency(const char *text, const char *opening, double &frequency) no
 
 bool parse_write_options(const char *text, WriteOptions &options) noexcept {
   if (text == nullptr) return true;
-  const auto has = [text](const char *keyword) { return std::strstr(text, keyword) != nullptr; };
-  options.lbrf2cm = has("lbrf2cm");
-  options.strip_face = has("strip_face");
-  options.sparse = has("sparse_str");
-  options.full = has("full_str");
-  options.no_ortho = has("no_ortho");
-  options.single = has("single");
-  options.no_xdr = has("no_xdr");
-  options.layout_82 = has("82_comp");
-  options.layout_81 = has("81_comp");
-  options.invariants = has("invar");
-  options.full_invariants = has("full_invar");
-  options.fast_invariants = has("fast_invar");
-  options.empty = has("empty");
-  options.mks = has("MKS");
-  return take_sketch(text, options) && take_coarsening(text, options) &&
-         take_frequency(text, "lowpass(", options.lowpass) && take_frequency(text, "highpass(", options.highpass);
+  return std::all_of(kWriteOptions.begin(), kWriteOptions.end(),
+                     [&](const WriteOption &option) { return take_option(text, option, options); });
 }
 
 }  // namespace sbr

@@ -9,9 +9,21 @@
 
 #include "base/reports.h"
 #include "blocks/emission.h"
+#include "body/faces.h"
 #include "body/header.h"
 #include "body/matrices.h"
 #include "body/node_table.h"
+#include "dynamics/orthonormalize.h"
+#include "dynamics/principal_damping.h"
+#include "dynamics/principal_loads.h"
+#include "frame/switch_units.h"
+#include "frame/to_mass_center.h"
+#include "mass/invariants.h"
+#include "modes/cache.h"
+#include "surface/coarsen.h"
+#include "surface/discard.h"
+#include "surface/sketch.h"
+#include "surface/strip.h"
 
 namespace sbr {
 namespace {
@@ -28,11 +40,11 @@ struct WriteRun {
 // ---- reductions -----------------------------------------------------------------------------------------------------
 
 void apply_reductions(WriteRun &run) noexcept {
-  if (run.options.lbrf2cm) SBR_ShiftLBRFtoCM(&run.body);
-  if (run.options.sketch_path) SBR_SketchGrid(&run.body, run.options.sketch_path.data());
-  if (run.options.strip_face) SBR_StripCommonFaces(&run.body);
-  if (run.options.coarsen) SBR_TrimGeometry(&run.body, run.options.coarsen.data());
-  run.plan.sparse = run.options.sparse;
+  if (run.options.shift_to_cm) shift_to_mass_center(run.body);
+  if (run.options.sketch_path) sketch_faces(run.body, run.options.sketch_path.data());
+  if (run.options.strip_faces) strip_common_faces(run.body);
+  if (run.options.coarsen) trim_geometry(run.body, run.options.coarsen.data());
+  run.plan.sparse = run.options.sparse_stress;
 }
 
 // ---- version word and header ----------------------------------------------------------------------------------------
@@ -145,14 +157,14 @@ void plan_modes(WriteRun &run) noexcept {
   run.plan.end_mode = run.plan.entry_mode_count;
   run.plan.exported_modes = mode_count(body);
   if (run.options.no_ortho) return;
-  const bool transformed = SBR_OrthoNormalize(&body) != 0;
+  const bool transformed = orthonormalize(body);
   run.plan.set(kEigenvalues, mode_count(body) > 0);
   run.plan.set(kModeShapeTransformation, transformed || static_cast<bool>(body.access.transformation));
   limit_frequency_range(run);
 }
 
 void plan_invariants(WriteRun &run) noexcept {
-  if (!run.options.invariants) return;
+  if (!run.options.any_invariants) return;
   const bool full = run.options.full_invariants;
   if (!full && !run.options.fast_invariants) {
     report_error("Illegal invariants option, use full_invar or fast_invar.");
@@ -160,9 +172,9 @@ void plan_invariants(WriteRun &run) noexcept {
     return;
   }
   if (full)
-    SBR_FullComputeInvars(&run.body);
+    compute_full_invariants(run.body);
   else
-    SBR_FastComputeInvars(&run.body);
+    compute_fast_invariants(run.body);
   for (const int block : {kInvariant1, kInvariant2, kInvariant3, kInvariant4, kInvariant7, kInvariant8})
     run.plan.set(block, true);
   run.plan.set(kInvariant5, full);
@@ -178,18 +190,28 @@ void plan_global_properties(WriteRun &run) noexcept {
                  has_block(body, kGlobalBodyProps) || (has_block(body, kNodalCoords) && has_block(body, kNodalMasses)));
     return;
   }
-  SBR_RigidBodyForcesOnPrincipalAxes(&body);
-  static_cast<void>(SBR_DampingOnPrincipalAxes(&body));
-  if (run.setup_ok) run.setup_ok = SBR_DiscardUnreferencedNodes(&body) != 0;
-  static_cast<void>(SBR_CalculateGlobalMassFromNodeMass(&body));
+  carry_rigid_forces(body);
+  static_cast<void>(carry_damping(body));
+  if (run.setup_ok) run.setup_ok = discard_unreferenced_nodes(body, !run.options.drop_load_nodes);
+  calculate_global_mass(body);
   run.plan.set(kGlobalBodyProps, true);
+}
+
+// A range that ends before it begins holds no mode; a record without modal data does not need any.
+void require_modes(WriteRun &run) noexcept {
+  if (run.plan.exported_modes >= 0) return;
+  run.plan.end_mode = run.plan.first_mode;
+  run.plan.exported_modes = 0;
+  if (run.options.empty) return;
+  report_error("No mode lies in the frequency range [%le,%le].", run.options.highpass, run.options.lowpass);
+  run.ok = false;
 }
 
 // Fresh statistics, which the mode blocks fill as they are emitted.
 void plan_statistics(WriteRun &run) noexcept {
   SbrBody &body = run.body;
   body.statistics.release();
-  if (run.plan.exported_modes != 0 && !body.statistics.allocate(run.plan.exported_modes)) {
+  if (run.plan.exported_modes > 0 && !body.statistics.allocate(run.plan.exported_modes)) {
     report_no_memory(run.target.unit);
     run.ok = false;
   }
@@ -199,6 +221,7 @@ void plan_statistics(WriteRun &run) noexcept {
 
 void plan_last_blocks(WriteRun &run) noexcept {
   take_from_body(run, {kModalStress, kModalPreload, kModalLoads, kModalStrain});
+  require_modes(run);
   plan_statistics(run);
   take_from_body(run, {kNodalPreStress, kNodalPreStrain, kMatrixOperator, kModalLoadNodal, kMonitorPoints});
 }
@@ -211,9 +234,62 @@ void plan_without_modes(WriteRun &run) noexcept {
   take_from_body(run, {kNodalCoords, kNodalMasses, kNodalInertias, kInterfaceNodes});
   plan_faces(run);
   run.plan.set(kGlobalBodyProps, true);
-  SBR_RigidComputeInvars(&run.body);
+  compute_rigid_invariants(run.body);
   for (const int block : {kInvariant1, kInvariant2, kInvariant7}) run.plan.set(block, true);
 }
+
+// ---- references
+
+bool is_node(const SbrBody &body, std::int32_t index) noexcept { return index >= 0 && index < node_count(body); }
+
+bool faces_have_their_nodes(const SbrBody &body) noexcept {
+  int number = 0;
+  for (FaceWalk walk(body.faces); walk.next();) {
+    ++number;
+    for (const std::int32_t node : walk.face()) {
+      if (is_node(body, node)) continue;
+      report_error("Face %d refers to node index %d; the body has %d nodes.  The record is not written.", number, node,
+                   node_count(body));
+      return false;
+    }
+  }
+  return true;
+}
+
+bool interface_nodes_exist(const SbrBody &body) noexcept {
+  for (std::size_t i = 0; i < body.interface_nodes.nodes.size(); ++i) {
+    const std::int32_t node = body.interface_nodes.nodes[i];
+    if (is_node(body, node)) continue;
+    report_error("Interface node %ld refers to node index %d; the body has %d nodes.  The record is not written.",
+                 static_cast<long>(i + 1), node, node_count(body));
+    return false;
+  }
+  return true;
+}
+
+bool loaded_nodes_exist(const SbrBody &body) noexcept {
+  for (std::size_t i = 0; i < body.loads.nodal.size(); ++i) {
+    const NodalLoadCase *load_case = body.loads.nodal[i];
+    if (load_case == nullptr) continue;
+    for (const std::int32_t node : load_case->nodes) {
+      if (is_node(body, node)) continue;
+      report_error("Nodal load case %ld refers to node index %d; the body has %d nodes.  The record is not written.",
+                   static_cast<long>(i + 1), node, node_count(body));
+      return false;
+    }
+  }
+  return true;
+}
+
+// No record gets an index outside its node table: a reader could make nothing of it.
+bool references_are_good(const WriteRun &run) noexcept {
+  const SbrBody &body = run.body;
+  const bool faces = run.plan.has(kElementFaces) || run.plan.has(kElementTopology);
+  return (!faces || faces_have_their_nodes(body)) && (!run.plan.has(kInterfaceNodes) || interface_nodes_exist(body)) &&
+         (!run.plan.has(kModalLoadNodal) || loaded_nodes_exist(body));
+}
+
+// ---- the whole
 
 void make_plan(WriteRun &run) noexcept {
   plan_first_blocks(run);
@@ -223,7 +299,9 @@ void make_plan(WriteRun &run) noexcept {
   plan_last_blocks(run);
   if (!run.ok) return;
   plan_without_modes(run);
-  if (run.options.mks && run.setup_ok) SBR_SetUnits(&run.body, "KILOGRAM", "METER", "SECOND", "NEWTON");
+  run.ok = references_are_good(run);
+  if (!run.ok) return;
+  if (run.options.mks && run.setup_ok) set_units(run.body, "KILOGRAM", "METER", "SECOND", "NEWTON");
 }
 
 // ---- summary --------------------------------------------------------------------------------------------------------
@@ -270,11 +348,8 @@ void write_content_summary(WriteRun &run) noexcept {
 
 // Modes pass once each, so they are kept out of the cache.
 void write_blocks(WriteRun &run) noexcept {
-  int keep = 0;
-  SBR_GetKeepModesInMemory(&run.body, &keep);
-  SBR_SetKeepModesInMemory(&run.body, 0);
+  const WithoutModeCache past_the_cache(run.body);
   run.ok = emit_blocks(run.body, run.plan, run.target.sink, run.target.unit);
-  SBR_SetKeepModesInMemory(&run.body, keep);
 }
 
 }  // namespace
@@ -300,7 +375,7 @@ bool is_own_source(const SbrBody &body, const char *path) noexcept {
 bool run_write_pipeline(SbrBody &body, const WriteTarget &target, WritePlan &plan) noexcept {
   WriteRun run{body, target, plan, {}, true, true};
   plan.entry_mode_count = mode_count(body);
-  if (!parse_write_options(std::getenv("KTX_SBRWRITE_OPTIONS"), run.options)) {
+  if (!parse_write_options(std::getenv(kWriteOptionsVariable), run.options)) {
     report_no_memory(target.unit);
     run.ok = false;
   } else {
