@@ -32,7 +32,7 @@ class TemporaryModeFile {
   ~TemporaryModeFile() { remove(); }
   TemporaryModeFile(const TemporaryModeFile &) = delete;
   TemporaryModeFile &operator=(const TemporaryModeFile &) = delete;
-  // Chooses a name in a directory, or without one in that of temporary files. False when memory is short.
+  // Chooses a name beside a file, or with null in the directory of temporary files. False when memory is short.
   [[nodiscard]] bool name(const char *beside) noexcept;
   // Creates the file, native, in the precision of a store.
   [[nodiscard]] bool create(const StreamChannel &like) noexcept;
