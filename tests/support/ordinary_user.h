@@ -2,9 +2,13 @@
 #ifndef SBRKIT_TESTS_SUPPORT_ORDINARY_USER_H
 #define SBRKIT_TESTS_SUPPORT_ORDINARY_USER_H
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
+
+#include "support/files.h"
 
 namespace sbrtest {
 
@@ -20,6 +24,20 @@ class OrdinaryUser {
 
  private:
   bool active_;
+};
+
+// A copy of the shared libraries of a directory where an ordinary user reaches them: a checkout in root's home is
+// closed to everyone else. As long as it lives, they are looked for there.
+class ReachablePlugins {
+ public:
+  explicit ReachablePlugins(const std::filesystem::path &built) {
+    std::filesystem::copy(built, directory_.path());
+    chmod(directory_.path().c_str(), 0755);
+  }
+
+ private:
+  ScratchDirectory directory_;
+  ScopedEnvironment variable_{"KTX_USER_PLUGIN_DIR", directory_.path().string()};
 };
 
 }  // namespace sbrtest
