@@ -13,7 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "record/layout.h"
+#include "record/field_reader.h"
 #include "sbrkit/sbrkit.h"
 
 namespace {

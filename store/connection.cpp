@@ -155,6 +155,22 @@ std::string Connection::text(const char *sql) {
   return statement.step() ? statement.text(0) : std::string();
 }
 
+// The file is read through SQLite's own descriptor: closing another one would end the locks of this process.
+std::int64_t Connection::application_in_header() {
+  constexpr std::string_view kMagic("SQLite format 3\0", 16);
+  constexpr std::size_t kPlace = 68;
+  sqlite3_file *file = nullptr;
+  sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file);
+  unsigned char header[100] = {};
+  if (file == nullptr || file->pMethods == nullptr ||
+      file->pMethods->xRead(file, header, sizeof header, 0) != SQLITE_OK ||
+      std::memcmp(header, kMagic.data(), kMagic.size()) != 0)
+    return 0;
+  std::int64_t application = 0;
+  for (std::size_t i = kPlace; i < kPlace + 4; ++i) application = application * 256 + header[i];
+  return application;
+}
+
 int Connection::first_access(bool writes) noexcept {
   const auto code_of = [this](const char *sql) {
     const int code = sqlite3_exec(connection_.get(), sql, nullptr, nullptr, nullptr);

@@ -30,6 +30,9 @@ class Connection {
   std::int64_t number(const char *sql);
   std::string text(const char *sql);
 
+  // The application ID that the file itself holds, also in the middle of another process's commit; 0 for what is no
+  // SQLite file.
+  std::int64_t application_in_header();
   // The code of the first access, which opens what stands beside the file; with `writes` also of beginning to write,
   // which is not waited for.
   int first_access(bool writes) noexcept;

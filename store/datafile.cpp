@@ -19,6 +19,7 @@ namespace {
 constexpr int kApplication = 0x53425244;
 constexpr int kOldLayout = 1;
 constexpr int kLayout = 2;
+constexpr int kFirstPage = 4096;      // bytes
 constexpr int kLayoutWithoutLog = 3;  // the file system that it was on had no use for a write-ahead log
 
 constexpr const char *kBlockTable =
@@ -88,15 +89,17 @@ DataFile::DataFile(const std::string &path, Access access) : path_(path), access
   const bool empty = ::lstat(path.c_str(), &state_) != 0 || (S_ISREG(state_.st_mode) && state_.st_size == 0);
   if (!empty) {
     // The owner is asked before anything could be written beside the file.
-    Connection look(path, Connection::Mode::untouched);
-    if (look.number("PRAGMA application_id") != kApplication) throw Failure{Status::not_a_store};
+    const std::int64_t application = Connection(path, Connection::Mode::untouched).application_in_header();
+    // SQLite makes the first page by itself, before there are tables and their application.
+    const bool unfinished = access == Access::create && application == 0 && state_.st_size <= kFirstPage;
+    if (application != kApplication && !unfinished) throw Failure{Status::not_a_store};
   } else if (access != Access::create) {
     throw Failure{file_exists(path) ? Status::not_a_store : Status::not_opened};
   }
-  if (empty)
+  if (!empty) connect();
+  // A creator that was killed leaves a file that is empty once its commit has been undone.
+  if (empty || (access == Access::create && connection_->number("SELECT 1 FROM sqlite_schema LIMIT 1") == 0))
     create_tables();
-  else
-    connect();
   require_store();
   if (access == Access::read)
     connection_->run("PRAGMA query_only = ON");

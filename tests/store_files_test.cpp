@@ -78,6 +78,14 @@ TEST_F(StoreFilesTest, AnAbandonedFileOfAnEarlierCreationDoesNotStopTheNext) {
   EXPECT_EQ(first_value(1), 1);
 }
 
+TEST_F(StoreFilesTest, AFirstPageWithoutTablesIsAnAbandonedFileToo) {
+  run_sql("wing.DBALL", "PRAGMA auto_vacuum = INCREMENTAL");
+  ASSERT_EQ(fs::file_size("wing.DBALL"), 4096U);
+  ASSERT_EQ(put("", {1}), 1);
+  start_reading();
+  EXPECT_EQ(first_value(1), 1);
+}
+
 TEST_F(StoreFilesTest, ARunWithoutABodyOfItsOwnLeavesNoNewDatabase) {
   ASSERT_EQ(DB_StartWrite(kMaster), 1);
   EXPECT_EQ(DB_CreateSBRblk("selabel='open"), 0);

@@ -49,7 +49,7 @@ bool is_given(const sbr::WriteOption &option, const WriteOptions &options) {
     case sbr::OptionValue::none:
       break;
   }
-  return option.flag == "--invariants" && !options.invariants.empty();
+  return option.member == &sbr::WriteFlags::any_invariants && !options.invariants.empty();
 }
 
 // What stands behind a keyword; nothing when the flags do not ask for the option.
@@ -82,8 +82,9 @@ std::optional<std::string> value_of(const sbr::WriteOption &option, const WriteO
 void check_variable(const std::string &variable, const WriteOptions &options) {
   for (const sbr::WriteOption &option : sbr::kWriteOptions)
     if (!option.value_name.empty() && option.is_in(variable) && is_given(option, options))
-      throw Failure(kUsage, std::string(option.flag) + " is given while " + sbr::kWriteOptionsVariable + " holds '" +
-                                std::string(option.keyword) + "' too, which would win; unset the variable");
+      throw Failure(kUsage, (option.flag.empty() ? "--invariants" : std::string(option.flag)) + " is given while " +
+                                sbr::kWriteOptionsVariable + " holds '" + std::string(option.keyword) +
+                                "' too, which would win; unset the variable");
 }
 
 // ---- flags ---------------------------------------------------------------------------------------------------------

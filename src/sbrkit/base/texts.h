@@ -30,6 +30,25 @@ void give_text(char *out, const char (&field)[Size]) noexcept {
   give_text(out, field, Size);
 }
 
+// The same for fields that a text may fill to the last character: nothing of it is lost, and a text as long as its field
+// has no end.
+template <std::size_t Size>
+void store_field(char (&field)[Size], const char *text) noexcept {
+  std::memset(field, 0, Size);
+  if (text != nullptr) std::memcpy(field, text, strnlen(text, Size));
+}
+// Writes all `size` characters: the text, and zeros behind it.
+inline void give_field(char *out, const char *field, std::size_t size) noexcept {
+  if (out == nullptr) return;
+  const std::size_t length = strnlen(field, size);
+  std::memcpy(out, field, length);
+  std::memset(out + length, 0, size - length);
+}
+template <std::size_t Size>
+void give_field(char *out, const char (&field)[Size]) noexcept {
+  give_field(out, field, Size);
+}
+
 }  // namespace sbr
 
 #endif

@@ -209,7 +209,7 @@ struct SubOperator {
 struct MatrixOperator {
   char name[80] = {};
   int row_count = 0;
-  Array<std::array<char, 80>> row_labels;
+  Array<RowLabel> row_labels;
   OwnedList<SubOperator> sub_operators;
 };
 

@@ -18,10 +18,6 @@ int SBR_goto_block(SBR body, int block_index) {
   return sbr::go_to_block(body->record, body->layout, block_index) ? 1 : 0;
 }
 
-int64_t SBR_size_of_block(SBR body, int block_index) {
-  return require_body(body) ? sbr::size_of_block(body->record, body->layout, block_index) : 0;
-}
-
 int SBR_Version(SBR body) { return require_body(body) ? sbr::version_code(body->layout.version) : 0; }
 
 void SBR_SetVersion(SBR body, uint32_t version) {

@@ -106,7 +106,7 @@ void SBR_Header(SBR body, char *title, char *date, char *input_file_name, char *
   sbr::give_text(title, texts.title);
   sbr::give_text(date, texts.date);
   sbr::give_text(input_file_name, texts.input_file_name);
-  sbr::give_text(input_file_type, texts.input_file_type);
+  sbr::give_field(input_file_type, texts.input_file_type);
   sbr::give_text(comment1, texts.comment1);
   sbr::give_text(comment2, texts.comment2);
   sbr::give_text(comment3, texts.comment3);

@@ -167,8 +167,7 @@ int SBR_GetModalLoadCaseCount(SBR body) { return body != nullptr ? sbr::load_cas
 int SBR_GetModalLoadCaseLabel(SBR body, int load_case, char *label256) {
   const sbr::ModalLoad *load = modal_case(body, load_case);
   if (load == nullptr || label256 == nullptr) return 0;
-  std::memset(label256, 0, sizeof load->label);
-  sbr::give_text(label256, load->label);
+  sbr::give_field(label256, load->label);
   return 1;
 }
 

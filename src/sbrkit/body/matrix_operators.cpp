@@ -25,8 +25,8 @@ int refuse_no_memory(int line = __builtin_LINE()) noexcept {
   return -1;
 }
 
-void store_label(std::array<char, 80> &field, const char *label) noexcept {
-  if (label != nullptr) std::copy_n(label, strnlen(label, field.size() - 1), field.data());
+void store_label(RowLabel &field, const char *label) noexcept {
+  if (label != nullptr) std::copy_n(label, strnlen(label, field.size()), field.data());
 }
 
 }  // namespace
@@ -42,7 +42,7 @@ extern "C" {
 int SBR_SetMatrixOperatorInfo(SBR body, const char *name, const char **row_labels, int rows) {
   if (!sbr::require_body(body)) return -1;
   // The labels come first: a size that cannot be had leaves the list as it was.
-  sbr::Array<std::array<char, 80>> labels;
+  sbr::Array<sbr::RowLabel> labels;
   if (rows < 0 || !labels.resize(rows)) return sbr::refuse_no_memory();
   for (int i = 0; row_labels != nullptr && i < rows; ++i) sbr::store_label(labels[i], row_labels[i]);
   if (!body->matrix_operators.add_place()) return sbr::refuse_no_memory();
@@ -69,7 +69,7 @@ int SBR_SetMatrixOperatorData(SBR body, int op, const char *tag, int columns, co
   sbr::SubOperator *sub = record->sub_operators.add();
   if (sub == nullptr) return sbr::refuse_no_memory();
   std::copy(data, data + values.size(), values.data());
-  sbr::store_text(sub->tag, tag);
+  sbr::store_field(sub->tag, tag);
   sub->column_count = columns;
   sub->data.swap(values);
   return record->sub_operators.count() - 1;
@@ -90,7 +90,7 @@ int SBR_GetMatrixOperatorLabels(SBR body, int op, char **labels) {
   const sbr::MatrixOperator *record = operator_at(body, op);
   if (record == nullptr || labels == nullptr) return -1;
   for (std::size_t i = 0; i < record->row_labels.size(); ++i)
-    sbr::give_text(labels[i], record->row_labels[i].data(), record->row_labels[i].size());
+    sbr::give_field(labels[i], record->row_labels[i].data(), record->row_labels[i].size());
   return 0;
 }
 
@@ -112,7 +112,7 @@ int SBR_GetMatrixOperatorSubNumCols(SBR body, int op, int sub) {
 int SBR_GetMatrixOperatorSubTag(SBR body, int op, int sub, char *tag) {
   const sbr::SubOperator *record = sub_operator_at(body, op, sub);
   if (record == nullptr || tag == nullptr) return -1;
-  sbr::give_text(tag, record->tag);
+  sbr::give_field(tag, record->tag);
   return 0;
 }
 

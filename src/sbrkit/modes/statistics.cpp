@@ -9,25 +9,24 @@
 #include "body/units.h"
 #include "modes/access.h"
 #include "modes/store.h"
+#include "record/field_reader.h"
 
 namespace sbr {
 namespace {
-
-constexpr int kFigures = 13;  // of which four are defined
 
 // ---- the table -----------------------------------------------------------------------------------------------------
 
 // Reads the table from the statistics block, at which the record channel stands, and brings it to the body's units.
 bool read_table(SbrBody &body) noexcept {
-  std::int32_t count = 0;
-  if (!read_int(body.record, count)) return false;
-  if (count != mode_count(body)) {
+  FieldReader reader(body.record);
+  CountHead head;
+  if (!transfer(reader, head)) return false;
+  if (head.count != mode_count(body)) {
     report_error("Inconsistent number of modes detected at line %d in file %s", __LINE__, unit_name::kData);
     return false;
   }
   for (ModalStatistics &mode : body.statistics) {
-    if (!read_ints(body.record, mode.node_ids, kFigures)) return false;
-    if (!read_reals(body.record, mode.values, kFigures)) return false;
+    if (!transfer(reader, mode)) return false;
     convert_units(&mode.values[0], 1, shape_scale(body));
     convert_units(&mode.values[2], 1, stress_scale(body));
   }
@@ -100,21 +99,31 @@ int compute(SbrBody &body, int record, const Figure &figure, ModalStatistics &mo
   return status;
 }
 
-int request(SBR body, int number, int *id, double *value, const Figure &figure) noexcept {
-  if (!require_body(body) || mode_count(*body) < 1 || !ensure_table(*body)) return 0;
-  const int index = mode_index(*body, number);
-  if (index < 0) return 0;
-  ModalStatistics *mode = statistics_of(*body, index);
-  if (mode == nullptr) return 0;
-  const int status = mode->node_ids[figure.slot] != 0
-                         ? 1
-                         : compute(*body, record_of_number(*body, number, figure.kind), figure, *mode);
-  if (id != nullptr) *id = mode->node_ids[figure.slot];
-  if (value != nullptr) *value = mode->values[figure.slot];
-  return status ? 1 : 0;
+const Figure &figure_of(Maximum maximum) noexcept {
+  constexpr const Figure *kFigures[] = {&kTranslation, &kRotation, &kStress, &kStrain};
+  return *kFigures[static_cast<std::size_t>(maximum)];
+}
+
+int request(SBR body, int number, int *id, double *value, Maximum maximum) noexcept {
+  return require_body(body) && largest_value(*body, number, maximum, id, value) ? 1 : 0;
 }
 
 }  // namespace
+
+bool largest_value(SbrBody &body, int number, Maximum maximum, int *id, double *value) noexcept {
+  if (mode_count(body) < 1 || !ensure_table(body)) return false;
+  const int index = mode_index(body, number);
+  if (index < 0) return false;
+  ModalStatistics *mode = statistics_of(body, index);
+  if (mode == nullptr) return false;
+  const Figure &figure = figure_of(maximum);
+  const bool good =
+      mode->node_ids[figure.slot] != 0 || compute(body, record_of_number(body, number, figure.kind), figure, *mode);
+  if (id != nullptr) *id = mode->node_ids[figure.slot];
+  if (value != nullptr) *value = mode->values[figure.slot];
+  return good;
+}
+
 }  // namespace sbr
 
 extern "C" {
@@ -122,19 +131,19 @@ extern "C" {
 int SBR_ModalStatisticsExist(SBR body) { return body != nullptr && body->statistics ? 1 : 0; }
 
 int SBR_GetMaxModeDisplacement(SBR body, int number, int *id, double *value) {
-  return sbr::request(body, number, id, value, sbr::kTranslation);
+  return sbr::request(body, number, id, value, sbr::Maximum::translation);
 }
 
 int SBR_GetMaxModeRotation(SBR body, int number, int *id, double *value) {
-  return sbr::request(body, number, id, value, sbr::kRotation);
+  return sbr::request(body, number, id, value, sbr::Maximum::rotation);
 }
 
 int SBR_GetMaxVonMisesStress(SBR body, int number, int *id, double *value) {
-  return sbr::request(body, number, id, value, sbr::kStress);
+  return sbr::request(body, number, id, value, sbr::Maximum::stress);
 }
 
 int SBR_GetMaxVonMisesStrain(SBR body, int number, int *id, double *value) {
-  return sbr::request(body, number, id, value, sbr::kStrain);
+  return sbr::request(body, number, id, value, sbr::Maximum::strain);
 }
 
 }  // extern "C"

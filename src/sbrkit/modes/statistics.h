@@ -3,6 +3,8 @@
 #ifndef SBRKIT_MODES_STATISTICS_H
 #define SBRKIT_MODES_STATISTICS_H
 
+#include "body/body.h"
+
 namespace sbr {
 
 // Three values of a node: translations, rotations, normal components, or shear components.
@@ -28,6 +30,12 @@ inline double squared_strain(NodeValues normal, NodeValues shear) noexcept {
   const double of_shear = squared_length(shear) * 0.3333333333333333;
   return of_shear + normal_deviation(normal) * 0.4444444444444444;
 }
+
+// The figures of a mode, in the order of their slots.
+enum class Maximum { translation, rotation, stress, strain };
+// A figure of a mode, told by its number, and its node; computed when it is not known yet. Either place may be null.
+// False for an unknown mode, when memory is short, and when the mode data could not be had.
+bool largest_value(SbrBody &body, int number, Maximum maximum, int *id, double *value) noexcept;
 
 }  // namespace sbr
 

@@ -1,9 +1,10 @@
-// Opening a record: sharing by file name, the encoding, the content summary, and the order in which blocks are read.
 #include "read/reader.h"
 
 #include <cstring>
 
 #include "base/reports.h"
+#include "blocks/sizing.h"
+#include "blocks/table.h"
 #include "body/registry.h"
 #include "record/toc.h"
 
@@ -105,33 +106,35 @@ bool read_content_summary(SbrBody &body) noexcept {
   return ok;
 }
 
-using BlockStep = Reading (*)(SbrBody &) noexcept;
-
-// In the order of their messages.
-constexpr BlockStep kBlockSteps[] = {
-    read_header,
-    read_nodal_coords,
-    read_global_block,
-    read_eigenvalue_block,
-    read_mode_shapes,
-    read_nodal_mass_block,
-    read_nodal_inertia_block,
-    read_stiffness,
-    read_mass,
-    read_faces,
-    read_damping,
-    read_transformation,
-    read_interface_nodes,
-    read_modal_stress,
-    read_preload,
-    read_modal_loads,
-    read_modal_strain,
-    read_statistics,
-    read_pre_stress,
-    read_pre_strain,
-    read_matrix_operators,
-    read_nodal_loads,
-    read_monitor_points,
+// In the order of their messages. Faces are read from the present block or else from the old one, monitor points
+// likewise.
+constexpr Block kReadingOrder[] = {
+    kUnits,
+    kHeader,
+    kNodalCoords,
+    kGlobalBodyProps,
+    kEigenvalues,
+    kModeShapes,
+    kNodalMasses,
+    kNodalInertias,
+    kGeneralizedStiffness,
+    kGeneralizedMass,
+    kElementFaces,
+    kElementTopology,
+    kGeneralizedDamping,
+    kModeShapeTransformation,
+    kInterfaceNodes,
+    kModalStress,
+    kModalPreload,
+    kModalLoads,
+    kModalStrain,
+    kModalStatistics,
+    kNodalPreStress,
+    kNodalPreStrain,
+    kMatrixOperator,
+    kModalLoadNodal,
+    kMonitorPoints,
+    kOldMonitorPoints,
 };
 
 // From now on the body has its monitor points at the current place, whichever block they came from.
@@ -141,16 +144,19 @@ void move_monitor_points(SbrBody &body) noexcept {
   set_block(body, kMonitorPoints);
 }
 
+// Fills a body from its file. The result is that of the first block that did not read well.
+Reading read_body(SbrBody &body, std::FILE *stream, const char *file_name) noexcept {
+  attach_stream(body, stream, file_name);
+  if (!recognize(body) || !read_content_summary(body)) return Reading::failed;
+  build_block_offsets(body.record, body.layout);
+  body.geometry.body_size = 0.0;
+  for (const Block block : kReadingOrder)
+    if (const Reading reading = block_kind(block).functions->read(body); reading != Reading::complete) return reading;
+  move_monitor_points(body);
+  return Reading::complete;
+}
+
 }  // namespace
-
-Reading failed(const char *message) noexcept {
-  report_error("%s", message);
-  return Reading::failed;
-}
-
-bool rows_left(StreamChannel &channel, std::int64_t count, std::int64_t row_bytes) noexcept {
-  return count >= 0 && bounded_product(count, row_bytes) <= bytes_left(channel);
-}
 
 SbrBody *share_body(const char *file_name, int surface_mesh) noexcept {
   if (file_name == nullptr) return nullptr;
@@ -171,7 +177,7 @@ SbrBody *open_body(const char *file_name) noexcept {
     std::fclose(stream);
     return nullptr;
   }
-  if (SBR_ReadSBR(body, stream, file_name) != 0) return body;
+  if (read_body(*body, stream, file_name) != Reading::failed) return body;
   destroy_body(body);
   return nullptr;
 }
@@ -187,15 +193,7 @@ SBR SBR_CreateFromSBR(const char *file_name) {
 
 int SBR_ReadSBR(SBR body, FILE *stream, const char *file_name) {
   if (body == nullptr || stream == nullptr) return 0;
-  sbr::attach_stream(*body, stream, file_name);
-  if (!sbr::recognize(*body) || !sbr::read_content_summary(*body)) return 0;
-  sbr::build_block_offsets(body->record, body->layout);
-  body->geometry.body_size = 0.0;
-  sbr::read_units_block(*body);
-  for (const sbr::BlockStep step : sbr::kBlockSteps)
-    if (const sbr::Reading reading = step(*body); reading != sbr::Reading::complete) return static_cast<int>(reading);
-  sbr::move_monitor_points(*body);
-  return 1;
+  return static_cast<int>(sbr::read_body(*body, stream, file_name));
 }
 
 }  // extern "C"

@@ -1,4 +1,4 @@
-// The layout of a record: the table of its 36 blocks, the version word, and where the blocks of one file lie.
+// The layout of a record: the version word, and where the blocks of one file lie.
 #ifndef SBRKIT_RECORD_LAYOUT_H
 #define SBRKIT_RECORD_LAYOUT_H
 
@@ -7,16 +7,6 @@
 #include "record/kinds.h"
 
 namespace sbr {
-
-// ---- the table of blocks -------------------------------------------------------------------------------------------
-
-struct BlockEntry {
-  const char *name;            // in reports; null for the old place of the monitor points
-  const char *sizing_problem;  // the report when the block cannot be sized; null when sizing reads nothing
-};
-
-// Indexed by the block.
-[[nodiscard]] const BlockEntry &block_entry(int block) noexcept;
 
 // ---- versions ------------------------------------------------------------------------------------------------------
 

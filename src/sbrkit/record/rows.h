@@ -5,13 +5,15 @@
 //   bool transfer(Io &io, Record &record)
 //
 // that walks its fields in file order and stops at the first that fails. Sizing, reading and writing differ in Io only:
-// FieldSize counts bytes, FieldReader and RowReader decode, a writer's sink encodes. An Io has
+// FieldSize counts bytes, FieldReader (record/field_reader.h) and RowReader decode, a writer's sink encodes. An Io has
 //
-//   bool integer(std::int32_t &value)
+//   bool count(std::int32_t &value)    a word that says how much follows
+//   bool integer(std::int32_t &value)  any other word
 //   bool chars(char *text, std::int64_t count)
 //   bool reals(double *values, std::int64_t count)
 //
-// The header owns no data. Some rows are also what a body holds: header texts, eigenvalues, global properties.
+// Which rows follow which heads is told in record/shapes.h. The header owns no data. Some rows are also what a body
+// holds: header texts, eigenvalues, global properties.
 #ifndef SBRKIT_RECORD_ROWS_H
 #define SBRKIT_RECORD_ROWS_H
 
@@ -21,7 +23,6 @@
 
 #include "base/mat3.h"
 #include "record/blocks.h"
-#include "record/channel.h"
 
 namespace sbr {
 
@@ -44,14 +45,13 @@ struct Encoding {
   int real_bytes = 8;
   int char_bytes = 1;
 };
-inline Encoding encoding_of(const StreamChannel &channel) { return {real_size(channel), char_size(channel)}; }
 
 // Io that counts the bytes of what passes; it looks at no value.
 class FieldSize {
  public:
   explicit FieldSize(Encoding encoding) noexcept : encoding_(encoding) {}
+  bool count(const std::int32_t &) noexcept { return add(1, 4); }
   bool integer(const std::int32_t &) noexcept { return add(1, 4); }
-  bool integers(const std::int32_t *, std::int64_t count) noexcept { return add(count, 4); }
   bool chars(const char *, std::int64_t count) noexcept { return add(count, encoding_.char_bytes); }
   bool reals(const double *, std::int64_t count) noexcept { return add(count, encoding_.real_bytes); }
   [[nodiscard]] std::int64_t bytes() const noexcept { return bytes_; }
@@ -65,20 +65,7 @@ class FieldSize {
   std::int64_t bytes_ = 0;
 };
 
-// Io that reads a channel field by field.
-class FieldReader {
- public:
-  explicit FieldReader(StreamChannel &channel) noexcept : channel_(channel) {}
-  bool integer(std::int32_t &value) noexcept { return read_int(channel_, value); }
-  bool integers(std::int32_t *values, std::int64_t count) noexcept { return read_ints(channel_, values, count); }
-  bool chars(char *text, std::int64_t count) noexcept { return read_chars(channel_, text, count); }
-  bool reals(double *values, std::int64_t count) noexcept { return read_reals(channel_, values, count); }
-
- private:
-  StreamChannel &channel_;
-};
-
-// ---- header texts and units (blocks 1, 10) -------------------------------------------------------------------------
+// ---- header texts, content summary and units (blocks 1, 2, 10) -----------------------------------------------------
 
 constexpr int kHeaderChars = 544;
 constexpr int kUnitChars = 16;
@@ -102,6 +89,14 @@ bool transfer(Io &io, HeaderTexts &texts) {
          io.chars(texts.comment3, sizeof texts.comment3);
 }
 
+struct ContentSummary {
+  char bytes[kContentBytes] = {};
+};
+template <class Io>
+bool transfer(Io &io, ContentSummary &summary) {
+  return io.chars(summary.bytes, kContentBytes);
+}
+
 struct UnitLabels {
   char mass[kUnitChars] = {};
   char length[kUnitChars] = {};
@@ -122,7 +117,7 @@ struct NodalCoordsHead {
 };
 template <class Io>
 bool transfer(Io &io, NodalCoordsHead &head) {
-  return io.integer(head.node_count) && io.integer(head.dimension);
+  return io.count(head.node_count) && io.count(head.dimension);
 }
 
 struct NodeRow {
@@ -143,7 +138,7 @@ struct ElementTopologyHead {
 };
 template <class Io>
 bool transfer(Io &io, ElementTopologyHead &head) {
-  return io.integer(head.face_count) && io.integer(head.group_count);
+  return io.integer(head.face_count) && io.count(head.group_count);
 }
 
 struct FaceGroup {
@@ -154,7 +149,7 @@ struct FaceGroup {
 constexpr int kIgnoredFaceWords = 2;
 template <class Io>
 bool transfer(Io &io, FaceGroup &group) {
-  return io.integer(group.type) && io.integer(group.size) && io.integer(group.nodes_per_face);
+  return io.integer(group.type) && io.count(group.size) && io.count(group.nodes_per_face);
 }
 
 struct ElementFacesHead {
@@ -165,8 +160,8 @@ struct ElementFacesHead {
 };
 template <class Io>
 bool transfer(Io &io, ElementFacesHead &head) {
-  return io.integer(head.block_size) && io.integer(head.reserved) && io.integer(head.face_count) &&
-         io.integer(head.list_length);
+  return io.count(head.block_size) && io.integer(head.reserved) && io.integer(head.face_count) &&
+         io.count(head.list_length);
 }
 
 // ---- mass and global properties (blocks 5, 8, 9) -------------------------------------------------------------------
@@ -188,7 +183,7 @@ struct NodalMassesHead {
 };
 template <class Io>
 bool transfer(Io &io, NodalMassesHead &head) {
-  return io.integer(head.node_count) && io.integer(head.values_per_node);
+  return io.count(head.node_count) && io.count(head.values_per_node);
 }
 
 struct NodalMassRow {
@@ -206,7 +201,7 @@ struct CountHead {
 };
 template <class Io>
 bool transfer(Io &io, CountHead &head) {
-  return io.integer(head.count);
+  return io.count(head.count);
 }
 
 struct NodalInertiaRow {
@@ -240,11 +235,21 @@ bool transfer(Io &io, EigenRecord &record) {
 
 struct ModeBlockHead {
   std::int32_t mode_count = 0;
-  std::int32_t node_count = 0;  // this many node IDs follow, then the vectors of 6 * node_count reals
+  std::int32_t node_count = 0;  // this many node IDs follow, then the vectors
 };
 template <class Io>
 bool transfer(Io &io, ModeBlockHead &head) {
-  return io.integer(head.mode_count) && io.integer(head.node_count);
+  return io.count(head.mode_count) && io.count(head.node_count);
+}
+
+// One vector. Its values are too many to be kept here: whoever reads or writes them brings the place.
+struct ModeVectorRow {
+  std::int32_t word = 0;
+  double *values = nullptr;  // six per node
+};
+template <class Io>
+bool transfer(Io &io, ModeVectorRow &row, std::int64_t nodes, bool with_word) {
+  return (!with_word || io.integer(row.word)) && io.reals(row.values, bounded_product(6, nodes));
 }
 
 // ---- generalized matrices and transformation (blocks 11, 12, 14, 15) -----------------------------------------------
@@ -255,7 +260,7 @@ struct SparseHead {
 };
 template <class Io>
 bool transfer(Io &io, SparseHead &head) {
-  return io.integer(head.entry_count) && io.integer(head.second_word);
+  return io.count(head.entry_count) && io.integer(head.second_word);
 }
 
 struct SparseRow {
@@ -269,8 +274,7 @@ bool transfer(Io &io, SparseRow &row) {
   return io.integer(row.row) && io.integer(row.column) && io.reals(&row.value, 1) && io.integer(row.trailer);
 }
 
-// Block 15: a CountHead of M, M mode numbers, M x M reals. Block 16: a CountHead of C, C node indices.
-// Blocks 18 to 25: a CountHead of M in the blocks 20, 21, 22, 24, 25, then invariant_reals() reals.
+// ---- invariants (blocks 18 to 25) ----------------------------------------------------------------------------------
 
 // The reals of an invariant block for M modes.
 constexpr std::int64_t invariant_reals(int block, std::int64_t modes) {
@@ -307,7 +311,7 @@ struct ModalPreloadHead {
 };
 template <class Io>
 bool transfer(Io &io, ModalPreloadHead &head) {
-  return io.integer(head.mode_count) && io.integer(head.on_principal_axes);
+  return io.count(head.mode_count) && io.integer(head.on_principal_axes);
 }
 
 struct ModalLoadsHead {
@@ -316,20 +320,20 @@ struct ModalLoadsHead {
 };
 template <class Io>
 bool transfer(Io &io, ModalLoadsHead &head) {
-  return io.integer(head.mode_count) && io.integer(head.load_count);
+  return io.count(head.mode_count) && io.count(head.load_count);
 }
 
 constexpr int kLoadLabelChars = 256;
 struct ModalLoadRow {
   char label[kLoadLabelChars] = {};
-  std::int32_t on_principal_axes = 0;  // then one real per mode
+  std::int32_t on_principal_axes = 0;
 };
+// One value per mode follows; `values` is where they are brought to or taken from.
 template <class Io>
-bool transfer(Io &io, ModalLoadRow &row) {
-  return io.chars(row.label, kLoadLabelChars) && io.integer(row.on_principal_axes);
+bool transfer(Io &io, ModalLoadRow &row, std::int64_t modes, double *values = nullptr) {
+  return io.chars(row.label, kLoadLabelChars) && io.integer(row.on_principal_axes) && io.reals(values, modes);
 }
 
-// Block 34: a CountHead of cases; each case a CountHead of rows.
 struct NodalLoadRow {
   std::int32_t node = 0;
   std::int32_t coordinate = 0;
@@ -362,8 +366,6 @@ bool transfer(Io &io, SixVector &row) {
 
 // ---- matrix operators (block 33) -----------------------------------------------------------------------------------
 
-// A CountHead of operators; each: a MatrixOperatorHead, row_count labels, a CountHead of sub-operators; each of those:
-// a SubOperatorHead, row_count x column_count reals.
 constexpr int kOperatorNameChars = 8;
 constexpr int kRowLabelChars = 80;
 
@@ -373,7 +375,13 @@ struct MatrixOperatorHead {
 };
 template <class Io>
 bool transfer(Io &io, MatrixOperatorHead &head) {
-  return io.integer(head.row_count) && io.chars(head.name, kOperatorNameChars);
+  return io.count(head.row_count) && io.chars(head.name, kOperatorNameChars);
+}
+
+using RowLabel = std::array<char, kRowLabelChars>;
+template <class Io>
+bool transfer(Io &io, RowLabel &label) {
+  return io.chars(label.data(), kRowLabelChars);
 }
 
 struct SubOperatorHead {
@@ -382,13 +390,11 @@ struct SubOperatorHead {
 };
 template <class Io>
 bool transfer(Io &io, SubOperatorHead &head) {
-  return io.integer(head.column_count) && io.chars(head.tag, kOperatorNameChars);
+  return io.count(head.column_count) && io.chars(head.tag, kOperatorNameChars);
 }
 
 // ---- monitor points (blocks 32, 35) --------------------------------------------------------------------------------
 
-// A CountHead of points; each: a MonitorPointHead, then for each of the four flag bits that is set
-// monitor_operator_reals() reals.
 struct MonitorPointHead {
   std::int32_t type = 0;
   std::int32_t result_type = 0;
@@ -403,8 +409,9 @@ template <class Io>
 bool transfer(Io &io, MonitorPointHead &head) {
   return io.integer(head.type) && io.integer(head.result_type) && io.integer(head.component) &&
          io.chars(head.name, sizeof head.name) && io.chars(head.label, sizeof head.label) &&
-         io.integer(head.operator_rows) && io.integer(head.load_operators) && io.integer(head.flags);
+         io.count(head.operator_rows) && io.count(head.load_operators) && io.integer(head.flags);
 }
+// The reals of the operator of a flag bit: 0 displacement, 1 velocity, 2 acceleration, 3 load.
 constexpr std::int64_t monitor_operator_reals(int bit, std::int64_t rows, std::int64_t load_operators,
                                               std::int64_t modes) {
   const std::int64_t one = bounded_product(rows, modes);

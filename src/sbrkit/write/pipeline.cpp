@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "base/reports.h"
-#include "blocks/emit.h"
+#include "blocks/emission.h"
 #include "body/faces.h"
 #include "body/header.h"
 #include "body/matrices.h"

@@ -3,9 +3,9 @@
 #ifndef SBRKIT_WRITE_PIPELINE_H
 #define SBRKIT_WRITE_PIPELINE_H
 
+#include "blocks/sink.h"
 #include "body/body.h"
 #include "write/plan.h"
-#include "write/sink.h"
 
 namespace sbr {
 

@@ -1,4 +1,3 @@
-// Forming the version word of a plan from the options.
 #include "write/plan.h"
 
 #include "base/reports.h"

@@ -1,7 +1,7 @@
 // Where the blocks of a write go: a small record of functions over a target. The record file is one sink, the data
 // block of a solver database another; the emission of the blocks knows neither.
-#ifndef SBRKIT_WRITE_SINK_H
-#define SBRKIT_WRITE_SINK_H
+#ifndef SBRKIT_BLOCKS_SINK_H
+#define SBRKIT_BLOCKS_SINK_H
 
 #include <cstdint>
 
