@@ -112,7 +112,6 @@ TEST_F(StoreTest, AWriteProtectedDatabaseCanBeRead) {
   chmod("wing.MASTER", 0444);
   chmod("wing.DBALL", 0444);
   chmod(directory.path().c_str(), 0777);
-  const ReachablePlugins reachable(SBRKIT_STORE_DIRECTORY);
   const OrdinaryUser user;
   start_reading();
   EXPECT_EQ(first_value(1), 5);

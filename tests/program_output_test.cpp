@@ -88,7 +88,7 @@ TEST_F(ProgramOutputTest, AFileThatMayNotBeWrittenStays) {
   ASSERT_EQ(chmod(scratch.file("kept.sbr").c_str(), 0444), 0);
   ASSERT_EQ(chmod(scratch.path().c_str(), 0777), 0);
   // The administrator may write everything.
-  const char *as_user = geteuid() == 0 ? "setpriv --reuid 65534 --clear-groups " : "";
+  const char *as_user = geteuid() == 0 ? "setpriv --bounding-set -dac_override " : "";
   EXPECT_EQ(shell(as_user + std::string(SBR_PROGRAM " write ") + beam + " kept.sbr 2>/dev/null").code, 4);
   EXPECT_TRUE(is_untouched());
 }

@@ -153,7 +153,6 @@ TEST_F(StoreFilesTest, ADatabaseInAReadOnlyDirectoryCanBeRead) {
   chmod(directory.path().c_str(), 0555);
   const std::string path = fs::absolute(kMaster);
   {
-    const ReachablePlugins reachable(SBRKIT_STORE_DIRECTORY);
     const OrdinaryUser user;
     fs::current_path("scratch");
     start_reading();
