@@ -114,7 +114,7 @@ void OutputFile::make_beside() {
   pending_ = true;
   // A file system without rights has none to lose.
   static_cast<void>(fchmod(descriptor, replaces ? before.st_mode & 07777 : rights_of_new_files()));
-  close(descriptor);
+  ::close(descriptor);
 }
 
 OutputFile::~OutputFile() {
@@ -131,7 +131,7 @@ std::FILE *OutputFile::stream() {
   return stream_;
 }
 
-void OutputFile::close_stream() {
+void OutputFile::close() {
   if (stream_ == nullptr) return;
   const bool written = std::ferror(stream_) == 0;
   const bool closed = std::fclose(stream_) == 0;
@@ -140,7 +140,7 @@ void OutputFile::close_stream() {
 }
 
 void OutputFile::commit() {
-  close_stream();
+  close();
   if (!pending_) return;
   const SignalsHeldBack held;
   if (std::rename(path_.c_str(), target_.c_str()) != 0) fail(std::strerror(errno));
