@@ -8,11 +8,10 @@ step() { printf '\n== %s\n' "$*"; }
 
 step "Packages"
 scripts/install-packages.sh
-step "Build (release, without tests)"
-cmake -S . -B build/demo-build -G Ninja -DCMAKE_BUILD_TYPE=Release -DSBRKIT_BUILD_TESTS=OFF \
-  -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
-cmake --build build/demo-build
-sbr=$PWD/build/demo-build/tools/sbr/sbr
+step "Build (release, the program alone)"
+cmake --preset release -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
+cmake --build --preset release --target sbr
+sbr=$PWD/build/release/tools/sbr/sbr
 out=$PWD/build/demo
 mkdir -p "$out"
 

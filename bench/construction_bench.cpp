@@ -3,10 +3,14 @@
 // Each benchmark does both in turn and gives the two times and their ratio:
 //   nodes_and_faces   coordinates and masses of 1,000,000 nodes and 1,000,000 quadrilaterals, against an unordered_map
 //                     from node ID to index beside vectors; "ratio" is setters / containers, at most 5
+//   a_repeated_id     look-ups and additions among 200,000 nodes of which two share an ID, against the same without;
+//                     "ratio" is with / without, at most 2
 //   mode_values       100 modes x 200,000 nodes entered node by node, against 48-byte fwrites at the same places of a
 //                     file reserved alike; "speed" is setters / fwrites in values per second, at least 0.25.
 //                     Node-major, where each fwrite costs a seek, the first 10,000 nodes of the same records have to
 //                     do.
+//   mode_growth       20 modes x 200,000 nodes entered into a body that announced one node, against the same with all
+//                     of them announced; "ratio" is at most 3
 // The times are those of the processor, so that a busy machine does not change the ratios.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
@@ -18,8 +22,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "body.h"
-#include "modestore.h"
+#include "body/body.h"
+#include "modes/pending.h"
+#include "modes/store.h"
 
 namespace {
 
@@ -116,6 +121,38 @@ void nodes_and_faces(benchmark::State &state) {
 }
 BENCHMARK(nodes_and_faces)->ArgName("scattered")->Arg(0)->Arg(1)->Iterations(3)->Unit(benchmark::kMillisecond);
 
+// ---- a repeated ID -------------------------------------------------------------------------------------------------
+
+// Looks every node up in the order of arrival and adds as many more, one of all with the ID of another when `repeated`.
+double look_up_and_add(bool scattered, bool repeated) {
+  constexpr int kSome = 200'000;
+  SBR body = SBR_Create(1, 1);
+  for (int n = 0; n < kSome; ++n) SBR_AddNode(body, node_id(n, scattered));
+  if (repeated) SBR_AddNode(body, node_id(kSome / 2, scattered));
+  long sum = 0;
+  const double seconds = seconds_of([&] {
+    for (int n = 0; n < kSome; ++n) sum += SBR_NodeIndex(body, node_id(n, scattered));
+    for (int n = 0; n < kSome; ++n) sum += SBR_LookupOrAddNode(body, 10 * kNodes - n);
+    for (int n = 0; n < kSome; ++n) sum += SBR_NodeIndex(body, node_id(n, scattered));
+  });
+  benchmark::DoNotOptimize(sum);
+  SBR_Destroy(body);
+  return seconds;
+}
+
+void a_repeated_id(benchmark::State &state) {
+  const bool scattered = state.range(0) != 0;
+  double with = 0.0;
+  double without = 0.0;
+  for (auto _ : state) {
+    without += look_up_and_add(scattered, false);
+    with += look_up_and_add(scattered, true);
+  }
+  state.counters["with_s"] = with / static_cast<double>(state.iterations());
+  state.counters["ratio"] = with / without;
+}
+BENCHMARK(a_repeated_id)->ArgName("scattered")->Arg(0)->Arg(1)->Iterations(5)->Unit(benchmark::kMillisecond);
+
 // ---- mode values ----------------------------------------------------------------------------------------
 
 constexpr int kModes = 100;
@@ -139,14 +176,14 @@ double enter_by_setters(bool node_major) {
   SBR body = SBR_Create(kModeNodes, kModes);
   for (int node = 0; node < kModeNodes; ++node) SBR_SetNodeCoordinates(body, node + 1, 0, 0, 0);
   for (int mode = 0; mode < kModes; ++mode) SBR_AddMode(body, mode + 1);
-  if (sbr::open_temporary_mode_file(*body, 0) == 0) std::abort();
+  if (!sbr::open_temporary_mode_file(*body, sbr::Kind::shape)) std::abort();
   double six[6] = {1, 2, 3, 4, 5, 6};
   const double seconds = seconds_of([&] {
     visit(node_major, [&](int mode, int node) {
       six[0] = mode + node;
       SBR_SetModeVec(body, mode + 1, node + 1, 0, six);
     });
-    if (!sbr::flush_mode_writes(*body, 0)) std::abort();
+    if (!sbr::flush_mode_writes(*body, sbr::Kind::shape)) std::abort();
   });
   SBR_Destroy(body);
   return seconds;
@@ -194,5 +231,44 @@ void mode_values(benchmark::State &state) {
   state.counters["speed"] = fwrites / setters;
 }
 BENCHMARK(mode_values)->ArgName("node_major")->Arg(0)->Arg(1)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+// ---- more nodes than announced --------------------------------------------------------------------------
+
+constexpr int kGrowthModes = 20;
+constexpr int kGrowthNodes = 200'000;
+
+// From the body's creation to its last value in the file, nodes and modes as they are mentioned.
+double enter_with_announcement(int announced, bool node_major) {
+  SBR body = nullptr;
+  const double seconds = seconds_of([&] {
+    body = SBR_Create(announced, kGrowthModes);
+    double six[6] = {1, 2, 3, 4, 5, 6};
+    const int outer = node_major ? kGrowthNodes : kGrowthModes;
+    const int inner = node_major ? kGrowthModes : kGrowthNodes;
+    for (int i = 0; i < outer; ++i)
+      for (int k = 0; k < inner; ++k) {
+        six[0] = i + k;
+        if (SBR_SetModeVec(body, (node_major ? k : i) + 1, (node_major ? i : k) + 1, 0, six) == 0) std::abort();
+      }
+    if (!sbr::flush_mode_writes(*body, sbr::Kind::shape)) std::abort();
+  });
+  SBR_Destroy(body);
+  return seconds;
+}
+
+void mode_growth(benchmark::State &state) {
+  const bool node_major = state.range(0) != 0;
+  double right = 0.0;
+  double one = 0.0;
+  for (auto _ : state) {
+    right += enter_with_announcement(kGrowthNodes, node_major);
+    one += enter_with_announcement(1, node_major);
+  }
+  const auto runs = static_cast<double>(state.iterations());
+  state.counters["announced_s"] = right / runs;
+  state.counters["one_s"] = one / runs;
+  state.counters["ratio"] = one / right;
+}
+BENCHMARK(mode_growth)->ArgName("node_major")->Arg(0)->Arg(1)->Iterations(2)->Unit(benchmark::kMillisecond);
 
 }  // namespace

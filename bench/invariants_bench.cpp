@@ -12,9 +12,9 @@
 #include <random>
 #include <vector>
 
-#include "body.h"
-#include "pairsums.h"
-#include "sbrinvar.h"
+#include "body/body.h"
+#include "mass/invariants.h"
+#include "mass/pair_sums.h"
 
 namespace {
 

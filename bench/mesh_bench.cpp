@@ -10,8 +10,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "body.h"
-#include "sbrfreeedge.h"
+#include "body/body.h"
+#include "surface/free_edges.h"
 
 namespace {
 

@@ -5,12 +5,13 @@
 #include <lapack.h>
 #include <openblas_config.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <random>
 #include <vector>
 
-#include "body.h"
-#include "moderewrite.h"
+#include "body/body.h"
+#include "modes/rewrite.h"
 
 namespace {
 
@@ -33,15 +34,17 @@ SBR make_body() {
   SBR body = SBR_Create(kNodes, kModes);
   for (int n = 1; n <= kNodes; ++n) SBR_LookupOrAddNode(body, n);
   for (int m = 1; m <= kModes; ++m) SBR_LookupOrAddMode(body, m);
-  body->nodes.kinds[0].count = kNodes;
+  body->nodes.kinds[sbr::Kind::shape].count = kNodes;
   body->matrices.modes_not_orthogonal = 1;
-  sbr::ModeRewrite file(*body, 0);
-  if (!file.name() || !file.open()) std::abort();
-  for (int m = 0; m < kModes; ++m) {
+  sbr::ModeRewrite file(*body, sbr::Kind::shape, sbr::RewritePurpose::basis);
+  if (!file.begin()) std::abort();
+  const auto make_mode = [](int m, double *record) {
     const Values mode = random_values(kValues, static_cast<unsigned>(m));
-    if (!file.begin_mode() || !file.put(mode.data(), static_cast<std::int64_t>(kValues))) std::abort();
-  }
-  if (!file.install()) std::abort();
+    std::copy(mode.begin(), mode.end(), record);
+    return sbr::Rewriting::done;
+  };
+  if (!file.complete(file.write_modes(kModes, static_cast<std::int64_t>(kValues), make_mode))) std::abort();
+  file.install();
   return body;
 }
 

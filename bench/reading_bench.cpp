@@ -13,7 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "recordlayout.h"
+#include "record/field_reader.h"
 #include "sbrkit/sbrkit.h"
 
 namespace {

@@ -2,7 +2,11 @@
 # the rounding of each operation are part of what the library promises.
 add_library(sbrkit_options INTERFACE)
 target_compile_options(sbrkit_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Werror -ffp-contract=off)
+  -Wall -Wextra -Wpedantic -Wshadow -ffp-contract=off)
+# Another compiler may warn of something new: that stops a developer, never a user.
+if(SBRKIT_WARNINGS_AS_ERRORS)
+  target_compile_options(sbrkit_options INTERFACE -Werror)
+endif()
 if(SBRKIT_SANITIZE)
   # GCC takes the sanitizers' own code in the standard library for uninitialized use.
   target_compile_options(sbrkit_options INTERFACE

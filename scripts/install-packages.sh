@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building, testing and the demonstrations need, if any of them is missing.
+# Installs the Debian packages that building, testing and the demonstrations need, if any of them is missing; with --ci
+# also those of continuous integration (clang and its tools).
 set -euo pipefail
 
 packages=(
@@ -9,7 +10,13 @@ packages=(
   libsqlite3-dev                                      # the open store
   libgtest-dev libgmock-dev liblapacke-dev libopenblas-dev libnanoflann-dev  # tests and benchmarks
   libbenchmark-dev man-db python3 python3-numpy
+  doxygen                                             # the reference of the public headers
 )
+case ${1:-} in
+  '') ;;
+  --ci) packages+=(clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev git) ;;
+  *) echo "usage: install-packages.sh [--ci]" >&2; exit 2 ;;
+esac
 
 missing=()
 for package in "${packages[@]}"; do

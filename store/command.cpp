@@ -1,4 +1,4 @@
-// Commands: a small scanner and a parser by recursive descent.
+// Commands: a scanner, and a parser by recursive descent over the grammar of the header.
 #include "command.h"
 
 #include <algorithm>
@@ -79,7 +79,9 @@ bool separates(const Token &token) {
   return token.is(';') || token.is(',') || (token.kind == Kind::word && lower_case(token.text) == "and");
 }
 
-// name, name=value, name=
+bool is_value(const Token &token) { return token.kind == Kind::word || token.kind == Kind::quoted; }
+
+// Behind "=" every word is a value, also one that separates elsewhere.
 Term parse_term(Scanner &scanner) {
   Term term;
   if (scanner.token().kind != Kind::word) refuse();
@@ -87,18 +89,18 @@ Term parse_term(Scanner &scanner) {
   scanner.advance();
   if (!scanner.token().is('=')) return term;
   scanner.advance();
+  if (!is_value(scanner.token())) refuse();
   term.has_value = true;
-  if (separates(scanner.token()) || scanner.token().is(')')) return term;
-  if (scanner.token().kind != Kind::word && scanner.token().kind != Kind::quoted) refuse();
   term.quoted = scanner.token().kind == Kind::quoted;
   term.value = scanner.token().text;
   scanner.advance();
   return term;
 }
 
-// Terms up to the closing bracket, which is taken.
+// Terms between brackets.
 Terms parse_list(Scanner &scanner) {
   Terms terms;
+  scanner.expect('(');
   while (separates(scanner.token())) scanner.advance();
   while (!scanner.token().is(')')) {
     terms.push_back(parse_term(scanner));
@@ -111,16 +113,9 @@ Terms parse_list(Scanner &scanner) {
 
 // What follows an item's name: (list), =(list), =value, ='value'.
 Terms parse_item(Scanner &scanner) {
-  if (scanner.token().is('(')) {
-    scanner.advance();
-    return parse_list(scanner);
-  }
-  scanner.expect('=');
-  if (scanner.token().is('(')) {
-    scanner.advance();
-    return parse_list(scanner);
-  }
-  if (scanner.token().kind != Kind::word && scanner.token().kind != Kind::quoted) refuse();
+  if (scanner.token().is('=')) scanner.advance();
+  if (scanner.token().is('(')) return parse_list(scanner);
+  if (!is_value(scanner.token())) refuse();
   Term term;
   term.name = scanner.token().text;
   term.quoted = scanner.token().kind == Kind::quoted;
@@ -180,8 +175,8 @@ Command parse_command(std::string_view text) {
       if (!command.items.emplace(name, parse_item(scanner)).second) refuse();
     } else if (command.verb.empty() && command.items.empty()) {
       command.verb = name;
-    } else {
-      command.items.emplace(name, Terms{});  // a bare word, as the set in "init dbsbr"
+    } else if (!command.items.emplace(name, Terms{}).second) {
+      refuse();
     }
   }
   return command;

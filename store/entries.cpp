@@ -6,6 +6,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "database.h"
 #include "masterfile.h"
@@ -21,10 +22,23 @@ std::unique_ptr<Database> &database() {
   return open;
 }
 
+// A list that did not fit: the caller asks again at once, with room for it.
+struct Remembered {
+  std::string command;
+  std::string list;
+};
+Remembered remembered;
+
 Database &open_database() {
   if (!booted) throw Failure{Status::not_booted};
   if (!database()) throw Failure{Status::no_database};
   return *database();
+}
+
+// The same for what may change the lists.
+Database &changing_database() {
+  remembered = {};
+  return open_database();
 }
 
 const char *given(const char *text) {
@@ -59,6 +73,12 @@ void write_step(Step step) noexcept {
   if (status_of(step) != 0 && database()) database()->spoil();
 }
 
+std::string list_of(const std::string &command) {
+  Database &open = open_database();
+  Remembered last = std::exchange(remembered, {});
+  return last.command == command ? std::move(last.list) : open.list(parse_command(command));
+}
+
 // A base name for a scratch database that no files in the current directory have.
 std::string scratch_base() {
   for (int number = 1;; ++number) {
@@ -87,6 +107,7 @@ using qsrv::Status;
 
 // Called before the store is unloaded: an open database is left as it was when it was opened.
 QSRV_ENTRY Qsrv_22_2_terminate() {
+  qsrv::remembered = {};
   qsrv::database().reset();
   qsrv::booted = false;
 }
@@ -110,7 +131,7 @@ QSRV_ENTRY QS_GetDbName(const char *kind, char *name, int *length, int *status) 
 
 QSRV_ENTRY QS_DbaseCls(int *status) {
   qsrv::set_status(status, [] {
-    qsrv::open_database();
+    qsrv::changing_database();
     const std::unique_ptr<Database> closing = std::move(qsrv::database());
     closing->close();
   });
@@ -118,6 +139,7 @@ QSRV_ENTRY QS_DbaseCls(int *status) {
 
 QSRV_ENTRY QS_DbaseBst(const char *, const char *, int *status) {
   qsrv::set_status(status, [] {
+    qsrv::remembered = {};
     qsrv::database().reset();
     qsrv::booted = true;
   });
@@ -126,6 +148,7 @@ QSRV_ENTRY QS_DbaseBst(const char *, const char *, int *status) {
 QSRV_ENTRY QS_DbaseOld(const char *base, const char *, int *status) {
   qsrv::set_status(status, [&] {
     if (!qsrv::booted) throw Failure{Status::not_booted};
+    qsrv::remembered = {};
     qsrv::database().reset();
     qsrv::database() = Database::open(qsrv::given(base));
   });
@@ -134,6 +157,7 @@ QSRV_ENTRY QS_DbaseOld(const char *base, const char *, int *status) {
 QSRV_ENTRY QS_DbaseNew(const char *base, const char *command, int *status) {
   qsrv::set_status(status, [&] {
     if (!qsrv::booted) throw Failure{Status::not_booted};
+    qsrv::remembered = {};
     qsrv::database().reset();
     qsrv::database() = Database::create(qsrv::given(base), qsrv::given(command));
   });
@@ -144,17 +168,19 @@ QSRV_ENTRY QS_DbaseNdl(const char *, int *status) {
 }
 
 QSRV_ENTRY QS_DbCommand(const char *command, int *status) {
-  qsrv::set_status(status, [&] { qsrv::open_database().run(qsrv::parse_command(qsrv::given(command))); });
+  qsrv::set_status(status, [&] { qsrv::changing_database().run(qsrv::parse_command(qsrv::given(command))); });
 }
 
 QSRV_ENTRY QS_GetDbdict(const char *command, char *buffer, int size, int *needed, int *status) {
   if (needed != nullptr) *needed = 0;
   qsrv::set_status(status, [&] {
-    const std::string list = qsrv::open_database().list(qsrv::parse_command(qsrv::given(command)));
+    const std::string list = qsrv::list_of(qsrv::given(command));
     if (list.size() > INT32_MAX) throw Failure{Status::no_room};
     if (needed != nullptr) *needed = static_cast<int>(list.size());
-    if (buffer == nullptr || size < 1) return;
-    const std::size_t shown = std::min(list.size(), static_cast<std::size_t>(size) - 1);
+    const std::size_t room = buffer == nullptr || size < 1 ? 0 : static_cast<std::size_t>(size);
+    if (room <= list.size()) qsrv::remembered = {command, list};
+    if (room == 0) return;
+    const std::size_t shown = std::min(list.size(), room - 1);
     std::memcpy(buffer, list.data(), shown);
     buffer[shown] = '\0';
   });
@@ -166,15 +192,14 @@ QSRV_ENTRY QS_AllocDatablk(const char *command, int *unit, int *count, int *stat
   int first = 0;
   int found = 0;
   qsrv::set_status(status,
-                   [&] { found = qsrv::open_database().attach(qsrv::parse_command(qsrv::given(command)), first); });
+                   [&] { found = qsrv::changing_database().attach(qsrv::parse_command(qsrv::given(command)), first); });
   if (unit != nullptr) *unit = first;
   if (count != nullptr) *count = found;
 }
 
 QSRV_ENTRY QS_CreateDatablk(const char *command, int *unit, int *count, int *status) {
   int created = 0;
-  qsrv::set_status(status,
-                   [&] { created = qsrv::open_database().create_block(qsrv::parse_command(qsrv::given(command))); });
+  qsrv::set_status(status, [&] { created = qsrv::changing_database().create_block(qsrv::given(command)); });
   if (unit != nullptr) *unit = created;
   if (count != nullptr) *count = created != 0 ? 1 : 0;
 }
@@ -190,7 +215,7 @@ QSRV_ENTRY Ruvo_Open(int unit, int, int mode) {
 }
 
 QSRV_ENTRY Ruvo_Close(int unit, int keep) {
-  qsrv::write_step([&] { qsrv::open_database().unit(unit).close(keep != 0); });
+  qsrv::write_step([&] { qsrv::changing_database().close_unit(unit, keep != 0); });
 }
 
 QSRV_ENTRY Ruvo_WriteTrailer(const int64_t *trailer7) {

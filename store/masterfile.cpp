@@ -2,9 +2,11 @@
 #include "masterfile.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include "status.h"
@@ -59,7 +61,50 @@ MasterRecord master_record(const std::tm &created) {
   return record;
 }
 
-bool file_exists(const std::string &path) { return ::access(path.c_str(), F_OK) == 0; }
+bool file_exists(const std::string &path) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0;
+}
+
+std::string directory_of(const std::string &path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+int create_beside(const std::string &path, std::string &made) {
+  constexpr int kMostTries = 10000;
+  for (int number = 1; number <= kMostTries; ++number) {
+    made = path + ".new-" + std::to_string(::getpid()) + '-' + std::to_string(number);
+    const int file = ::open(made.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+    if (file >= 0) return file;
+    if (errno != EEXIST) break;
+  }
+  throw Failure{Status::not_opened};
+}
+
+namespace {
+
+// Gives a file its name unless that name is taken. Not every file system knows the exclusive form, nor hard links:
+// there the lock on the data file, which whoever creates a master holds, keeps other creators away.
+bool rename_exclusively(const std::string &from, const std::string &to) {
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+  if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) return false;
+  if (file_exists(to)) {
+    errno = EEXIST;
+    return false;
+  }
+  return ::rename(from.c_str(), to.c_str()) == 0;
+}
+
+// The name of a new file lasts when its directory has reached the disk.
+void keep_name(const std::string &path) {
+  const int directory = ::open(directory_of(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (directory < 0) return;
+  ::fsync(directory);
+  ::close(directory);
+}
+
+}  // namespace
 
 void create_master(const std::string &path) {
   const std::time_t now = std::time(nullptr);
@@ -67,17 +112,15 @@ void create_master(const std::string &path) {
   ::localtime_r(&now, &local);
   const MasterRecord record = master_record(local);
 
-  const std::string fresh = path + ".new";
-  const int file = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (file < 0) throw Failure{Status::not_opened};
+  std::string fresh;
+  const int file = create_beside(path, fresh);
   const bool written =
       ::write(file, record.data(), sizeof record) == static_cast<ssize_t>(sizeof record) && ::fsync(file) == 0;
-  ::close(file);
-  const bool linked = written && ::link(fresh.c_str(), path.c_str()) == 0;
-  const bool present = written && !linked && errno == EEXIST;
+  const bool closed = ::close(file) == 0;
+  if (written && closed && rename_exclusively(fresh, path)) return keep_name(path);
+  const bool taken = written && closed && errno == EEXIST;
   ::unlink(fresh.c_str());
-  if (present) throw Failure{Status::exists};
-  if (!linked) throw Failure{Status::not_opened};
+  throw Failure{taken ? Status::exists : Status::not_opened};
 }
 
 }  // namespace qsrv

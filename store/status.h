@@ -21,7 +21,8 @@ enum class Status : int {
   not_written = 113,  // something could not be stored; the run is undone
   no_memory = 114,
   bad_argument = 115,
-  no_room = 116,  // a result does not fit into the caller's buffer
+  no_room = 116,      // a result does not fit into the caller's buffer
+  lost_master = 117,  // data blocks without the ".MASTER" file that belongs to them
 };
 
 struct Failure {

@@ -11,9 +11,24 @@ void Unit::require(Mode mode) const {
 
 // ---- opening and closing -------------------------------------------------------------------------------------------
 
+Unit::Unit(std::shared_ptr<DataFile> file, std::int64_t id, std::shared_ptr<StagedBlock> rewrite)
+    : file_(std::move(file)), id_(id), staged_(std::move(rewrite)) {
+  attach_stored();
+}
+
+void Unit::attach_stored() {
+  auto snapshot = std::make_shared<Snapshot>(file_);
+  if (!file_->has_block(id_)) throw Failure{Status::bad_unit};
+  source_ = std::make_shared<StoredBlock>(std::move(snapshot), id_);
+}
+
 void Unit::open_to_read() {
   if (mode_ == Mode::write) throw Failure{Status::bad_unit};
-  record_ = file_->record(block_, 1).value_or(Record{1, 0, 0});
+  if (is_written_)
+    source_ = staged_;
+  else if (!source_)
+    attach_stored();
+  record_ = source_->record(1).value_or(Record{1, 0, 0});
   word_ = record_.first_word;
   lost_ = false;
   buffer_.clear();
@@ -22,8 +37,10 @@ void Unit::open_to_read() {
 }
 
 void Unit::open_to_write() {
-  if (!ours_ || mode_ == Mode::write) throw Failure{Status::bad_unit};
-  file_->drop_contents(block_);
+  if (!staged_ || mode_ == Mode::write) throw Failure{Status::bad_unit};
+  is_written_ = true;
+  source_.reset();
+  staged_->clear();
   record_ = Record{1, 0, 0};
   word_ = 0;
   buffer_.clear();
@@ -35,23 +52,29 @@ void Unit::close(bool keep) {
   if (mode_ == Mode::write) {
     if (word_ > record_.first_word) end_record();
     if (!buffer_.empty()) store_piece();
-    if (keep)
-      file_->keep_block(block_);
-    else
-      file_->drop_block(block_);
+    if (keep) {
+      staged_->keep();
+    } else {
+      staged_->clear();
+      if (file_) dropped_ = id_;
+    }
   }
   mode_ = Mode::closed;
+  source_.reset();
+  buffer_ = {};
 }
 
 void Unit::set_trailer(std::span<const std::int64_t, 7> trailer) {
-  if (!ours_) throw Failure{Status::bad_unit};
-  file_->set_trailer(block_, trailer);
+  if (!is_written_) throw Failure{Status::bad_unit};
+  Trailer words{};
+  std::copy(trailer.begin(), trailer.end(), words.begin());
+  staged_->set_trailer(words);
 }
 
 // ---- writing -------------------------------------------------------------------------------------------------------
 
 void Unit::store_piece() {
-  file_->add_piece(block_, buffer_start_, buffer_);
+  staged_->add_piece(buffer_);
   buffer_start_ += static_cast<std::int64_t>(buffer_.size());
   buffer_.clear();
 }
@@ -71,7 +94,7 @@ void Unit::write(std::span<const std::int64_t> words) {
 void Unit::end_record() {
   require(Mode::write);
   record_.words = word_ - record_.first_word;
-  file_->add_record(block_, record_);
+  staged_->add_record(record_);
   record_ = Record{record_.number + 1, word_, 0};
 }
 
@@ -83,7 +106,7 @@ void Unit::copy_words(std::span<std::int64_t> words) {
     const std::int64_t start = word_ - word_ % kPieceWords;
     if (start != buffer_start_) {
       buffer_start_ = -1;
-      buffer_ = file_->piece(block_, start);
+      buffer_ = source_->piece(start);
       buffer_start_ = start;
     }
     const auto offset = static_cast<std::size_t>(word_ - start);
@@ -110,7 +133,7 @@ Status Unit::read(std::span<std::int64_t> words, std::int64_t &count) {
 
 void Unit::skip_record() {
   require(Mode::read);
-  const std::optional<Record> next = lost_ ? std::nullopt : file_->record(block_, record_.number + 1);
+  const std::optional<Record> next = lost_ ? std::nullopt : source_->record(record_.number + 1);
   if (!next) throw Failure{Status::end_of_data};
   record_ = *next;
   word_ = record_.first_word;
@@ -119,7 +142,7 @@ void Unit::skip_record() {
 void Unit::set_position(const Position &position) {
   require(Mode::read);
   lost_ = true;
-  const std::optional<Record> record = file_->record(block_, position[0]);
+  const std::optional<Record> record = source_->record(position[0]);
   if (!record || position[1] < record->first_word || position[1] > record->first_word + record->words)
     throw Failure{Status::end_of_data};
   record_ = *record;

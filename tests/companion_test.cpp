@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "sbrunits.h"
+#include "body/units.h"
 #include "support/messages.h"
 
 namespace sbrtest {

@@ -7,7 +7,7 @@
 #include <random>
 #include <regex>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -85,6 +85,19 @@ TEST_F(ConstructionTest, HeaderDropsALineFeedAtTheEndOfAStoredDate) {
   SBR body = SBR_Create(1, 1);
   std::strcpy(body->header.date, "yesterday\n");
   EXPECT_STREQ(HeaderOut(body).date, "yesterday");
+}
+
+TEST_F(ConstructionTest, TheInputFileTypeIsGivenAsItsSixteenCharacters) {
+  SBR body = SBR_Create(1, 1);
+  HeaderStrings given{"t", "n", "FEM", "a", "b", "c"};
+  given.set(body);
+  char type[17];
+  std::memset(type, 'x', sizeof type);
+  SBR_Header(body, nullptr, nullptr, nullptr, type, nullptr, nullptr, nullptr);
+  EXPECT_EQ(std::string(type, 17), "FEM" + std::string(13, '\0') + "x");
+  std::memcpy(body->header.input_file_type, "sixteen letters!", 16);
+  SBR_Header(body, nullptr, nullptr, nullptr, type, nullptr, nullptr, nullptr);
+  EXPECT_EQ(std::string(type, 17), "sixteen letters!x");
 }
 
 TEST_F(ConstructionTest, ALongTitleIsCutTo127CharactersWithAWarning) {

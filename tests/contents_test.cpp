@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/messages.h"
@@ -98,8 +98,17 @@ TEST_F(ContentsTest, TheVersionIsToldInWords) {
 TEST_F(ContentsTest, TheHeaderIsToldLineByLine) {
   EXPECT_EQ(contents(read(full_record(0x3C)), 2),
             banner(2, "Header:") +
-                "Title: Bracket\nDate: 2024-05-06\nInput file name: bracket.inp\nInput file type: solid model    \n"
+                "Title: Bracket\nDate: 2024-05-06\nInput file name: bracket.inp\nInput file type: solid model     \n"
                 "Comments:\n  first\n  second\n  third\n\n");
+}
+
+TEST_F(ContentsTest, TextsThatFillTheirFieldsAreToldWhole) {
+  RecordBuilder record = full_record(0x3C);
+  record.header("T", "D", "N", "sixteen letters!", "a", "b", "c", '\0');
+  record.loads(2, {{std::string(256, 'l'), 0, {1, 2}}});
+  SBR body = read(record);
+  EXPECT_NE(contents(body, 2).find("Input file type: sixteen letters!\n"), std::string::npos);
+  EXPECT_NE(contents(body, 28).find("\nCase: " + std::string(256, 'l') + "     (not yet"), std::string::npos);
 }
 
 TEST_F(ContentsTest, TheSummaryHasARowForEveryBlockButTheOldMonitorPoints) {
@@ -281,6 +290,52 @@ TEST_F(ContentsTest, StatisticsNameTheNodesOfTheMaxima) {
   EXPECT_EQ(contents(read(no_stress), 30).find("Von Mises"), std::string::npos);
 }
 
+TEST_F(ContentsTest, CachedPartsAreWhatTheReportShows) {
+  SBR body = build_bracket();
+  SBR_SetKeepModesInMemory(body, 1);
+  const std::vector<double> shape = {9, 8, 7, 6, 5, 4, 3, 2, 1};
+  ASSERT_EQ(SBR_ModetoMemory(body, 1, 0, shape.data(), 0), 1);
+  const std::string text = contents(body, 8);
+  // Part 0 comes from the cache, part 1 from the record.
+  EXPECT_NE(text.find("       10   9.000000000e+00  8.000000000e+00  7.000000000e+00 "), std::string::npos);
+  EXPECT_NE(text.find("       35   3.000000000e+00  2.000000000e+00  1.000000000e+00 "), std::string::npos);
+}
+
+// The rows of a block's last mode: all behind the last rule.
+std::string last_rows(const std::string &text) { return text.substr(text.rfind(kRule) + kRule.size()); }
+
+TEST_F(ContentsTest, AModeWithoutDataIsZerosAndTheReportGoesOn) {
+  const std::string zeros =
+      "  0.000000000e+00  0.000000000e+00  0.000000000e+00  0.000000000e+00  0.000000000e+00  0.000000000e+00\n";
+  const std::vector<double> six = {1, 2, 3, 4, 5, 6};
+  RecordBuilder record(0x3C);
+  record.nodes({{1, {0, 0, 0}}});
+  // Number 0 among the modes of stress is that of the pre-stress, which this body does not have.
+  record.modes(7, {1}, {{0, six}, {2, six}}).modes(17, {1}, {{0, six}, {2, six}});
+  SBR body = read(record);
+  log.clear();
+  std::string text = contents(body, 18);
+  EXPECT_NE(text.find("STRESS SHAPE NUMBER 0="), std::string::npos);
+  EXPECT_NE(text.find("        1 " + zeros), std::string::npos);
+  EXPECT_NE(last_rows(text).find("1.000000000e+00"), std::string::npos);
+  EXPECT_TRUE(log.all().empty());
+  // With pre-stress that is what a caller gets for number 0.
+  record.pre_vectors(30, {7, 7, 7, 7, 7, 7});
+  EXPECT_NE(contents(read(record), 18).find("7.000000000e+00"), std::string::npos);
+
+  // More modes of stress than shapes: the version has no words that would tell.
+  RecordBuilder more(30);
+  more.nodes({{1, {0, 0, 0}}});
+  more.modes(7, {1}, {{1, six}}).modes(17, {1}, {{1, six}, {2, six}});
+  body = read(more);
+  ASSERT_NE(body, nullptr);
+  ASSERT_EQ(SBR_ModeCount(body), 2);
+  log.clear();
+  text = contents(body, 8);
+  EXPECT_EQ(last_rows(text), "        1 " + zeros);
+  EXPECT_TRUE(log.all().empty());
+}
+
 // ---- matrices and invariants ----------------------------------------------------------------------------------------
 
 TEST_F(ContentsTest, GeneralizedMatricesNameModesAndDampingPositions) {
@@ -328,7 +383,7 @@ TEST_F(ContentsTest, InvariantsAreListed) {
   EXPECT_EQ(contents(body, 23), banner(23, "Invariant 5:") +
                                     "\nMode: 1 \n"
                                     "    1,   1.0000000000e+00  3.0000000000e+00  5.0000000000e+00 \n"
-                                    "    2,   2.0000000000e+00  4.0000000000e+00  6.0000000000e+00 \n\n"
+                                    "    2,   2.0000000000e+00  4.0000000000e+00  6.0000000000e+00 \n"
                                     "\nMode: 2 \n"
                                     "    1,   7.0000000000e+00  9.0000000000e+00  1.1000000000e+01 \n"
                                     "    2,   8.0000000000e+00  1.0000000000e+01  1.2000000000e+01 \n\n");
@@ -349,6 +404,67 @@ TEST_F(ContentsTest, InvariantsAreListed) {
   EXPECT_TRUE(nine.starts_with(banner(26, "Invariant 9:") + "\nModes: 1 1\n     5.0000000000e-01"));
   // The inner mode walks first and is named first.
   EXPECT_LT(nine.find("\nModes: 2 1\n"), nine.find("\nModes: 1 2\n"));
+}
+
+TEST_F(ContentsTest, AFilledCellIsInformationAlsoWhenItsSourceIsGone) {
+  SBR body = build_bracket();
+  SBR_FullComputeInvars(body);
+  std::vector<std::string> before;
+  for (int number = 19; number <= 26; ++number) before.push_back(contents(body, number));
+  sbr::set_block(*body, sbr::kNodalMasses, false);
+  for (int number = 19; number <= 26; ++number) {
+    EXPECT_EQ(contents(body, number), before[static_cast<std::size_t>(number - 19)]) << number;
+    EXPECT_EQ(before[static_cast<std::size_t>(number - 19)].find("information"), std::string::npos) << number;
+  }
+}
+
+TEST_F(ContentsTest, InvariantsOutliveTheNodesOfAPreprocessedBody) {
+  SBR body = build_bracket();
+  SBR_FullComputeInvars(body);
+  const std::string second = contents(body, 20);
+  const std::string seventh = contents(body, 24);
+  ASSERT_EQ(SBR_PreprocessBAPSBR(body), 1);
+  EXPECT_EQ(contents(body, 20), second);
+  EXPECT_EQ(contents(body, 24), seventh);
+}
+
+TEST_F(ContentsTest, TheGlobalPropertiesAreInformationForTheInvariantsThatFollowFromThem) {
+  RecordBuilder record(0x3C);
+  record.nodes({{1, {0, 0, 0}}}).global(2, {1, 0.5, 0}, {4, 0.5, 0, 0.5, 5, 0, 0, 0, 6});
+  SBR body = read(record);
+  EXPECT_EQ(contents(body, 20), banner(20, "Invariant 2:") + "\t2.000000\t1.000000\t0.000000 \n\n");
+  EXPECT_EQ(contents(body, 24), banner(24, "Invariant 7:") +
+                                    "     4.0000000000e+00 -5.0000000000e-01 -0.0000000000e+00 \n"
+                                    "    -5.0000000000e-01  5.0000000000e+00 -0.0000000000e+00 \n"
+                                    "    -0.0000000000e+00 -0.0000000000e+00  6.0000000000e+00 \n\n");
+}
+
+TEST_F(ContentsTest, WhatABlockSaysDoesNotDependOnTheBlocksThatWerePrintedBefore) {
+  // Bodies without any mass data, with one block of invariants, and with global properties only.
+  RecordBuilder records[3] = {RecordBuilder(0x3C), RecordBuilder(0x3C), RecordBuilder(0x3C)};
+  for (RecordBuilder &record : records) {
+    record.nodes({{1, {0, 0, 0}}, {2, {1, 0, 0}}});
+    record.modes(7, {1, 2}, {{1, std::vector<double>(12, 1.0)}, {2, std::vector<double>(12, 2.0)}});
+  }
+  records[1].block(18).real(4);
+  records[2].global(2, {1, 0.5, 0}, {4, 0.5, 0, 0.5, 5, 0, 0, 0, 6});
+  for (const RecordBuilder &record : records)
+    for (int first = 1; first <= 36; ++first)
+      for (int number = 20; number <= 26; ++number) {
+        if (first == number) continue;
+        const std::string alone = contents(read(record), number);
+        SBR body = read(record);
+        contents(body, first);
+        EXPECT_EQ(contents(body, number), alone) << number << " behind " << first;
+        SBR_Terminate();
+      }
+}
+
+TEST_F(ContentsTest, GlobalPropertiesOfNothingAreZerosAndNoInvariant) {
+  SBR body = SBR_Create(0, 0);
+  EXPECT_NE(contents(body, 6).find("Mass:      0.0000000000\n"), std::string::npos);
+  EXPECT_EQ(contents(body, 20), "\tNo Invariant 2 information\n\n");
+  EXPECT_EQ(contents(body, 24), banner(24, "Invariant 7:") + "\tNo Invariant 7 information.\n\n");
 }
 
 // ---- loads, operators, monitor points -------------------------------------------------------------------------------
@@ -430,6 +546,33 @@ TEST_F(ContentsTest, TypesOutsideTheTablesHaveNoName) {
   body->monitor_points[0]->type = 5;
   body->monitor_points[0]->result_type = -1;
   EXPECT_NE(contents(body, 36).find("Type:         \n Result Type:         \n "), std::string::npos);
+}
+
+TEST_F(ContentsTest, AnOperatorOlderThanAModeHasZerosBehindItsEnd) {
+  SBR body = SBR_Create(1, 3);
+  for (const int mode : {1, 2}) SBR_SetMode(body, mode, 10, 0, 1, 0, 0, 0, 0, 0);
+  const double location[3] = {};
+  const double values[] = {1, 2, 3, 4};
+  SBR_SetMonitorPointInfo(body, 1, 2, 12, 1, location, "POINT", "a point");
+  SBR_SetMonitorPointOperator(body, 0, 1, values);
+  SBR_SetMode(body, 3, 10, 0, 1, 0, 0, 0, 0, 0);
+  ASSERT_EQ(SBR_ModeCount(body), 3);
+  double data[6] = {};
+  ASSERT_EQ(SBR_GetMonitorPointOperator(body, 0, 1, data), 0);
+  const std::string text = contents(body, 36);
+  const std::string heading = "Modal Displacement Operator:        2 X 3         CORDER\n ";
+  ASSERT_NE(text.find(heading), std::string::npos);
+  // What a caller gets, column by column.
+  std::string columns;
+  for (int m = 0; m < 3; ++m) {
+    char line[64];
+    std::snprintf(line, sizeof line, " %16.9e  %16.9e \n ", data[m], data[3 + m]);
+    columns += line;
+  }
+  EXPECT_EQ(text.substr(text.find(heading) + heading.size()), columns);
+  EXPECT_EQ(data[0], 1.0);
+  EXPECT_EQ(data[5], 0.0);
+  EXPECT_TRUE(log.take_complaints().empty());
 }
 
 TEST_F(ContentsTest, AnOperatorOfNoSizeEndsTheReportUnflushed) {

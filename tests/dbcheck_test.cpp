@@ -5,7 +5,7 @@
 #include <bit>
 #include <cstring>
 
-#include "sbrdbcheck.h"
+#include "database/check.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/ordinary_user.h"

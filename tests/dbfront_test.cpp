@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <filesystem>
 #include <limits>
 
@@ -262,14 +263,14 @@ TEST_F(DatabaseFrontTest, AStatusKeepsTheBaseFromStarting) {
                           "QS_DbaseOld(" + fs::current_path().string() + "/scratch_a,)", "QS_DbaseNdl(/qsrv/SSS)"));
 }
 
-TEST_F(DatabaseFrontTest, OnlyTheFileNameIsCutAtItsLastBar) {
+TEST_F(DatabaseFrontTest, TheScratchPathIsCutAtItsLastBarWhereverThatStands) {
+  const std::string here = fs::current_path().string();
   fs::create_directory("dir_ectory");
   fs::current_path("dir_ectory");
   standin->names["DBS"] = "plain";
-  start_base();
-  DB_TermBase();
+  ASSERT_EQ(CDB_LoadLibrary(), 1);
   ASSERT_EQ(DB_StartBase(), 1);
-  EXPECT_THAT(calls(), ::testing::Contains("QS_DbaseNew(" + fs::current_path().string() + "/plain,init dbsbr)"));
+  EXPECT_THAT(calls(), ::testing::Contains("QS_DbaseNew(" + here + "/dir,init dbsbr)"));
 }
 
 TEST_F(DatabaseFrontTest, TheScratchNameMayBeLongerThanAThousandCharacters) {
@@ -356,6 +357,14 @@ TEST_F(DatabaseFrontTest, AFileThatFailsTheCheckClosesTheDatabase) {
   write_file("wing.MASTER", "short");
   EXPECT_EQ(DB_StartWrite("wing.MASTER"), 0);
   EXPECT_THAT(calls(), ElementsAre("QS_DbaseBst(/qsrv/analysis.msg,./)", "QS_GetDbName(F06)", "QS_DbaseCls()"));
+  EXPECT_EQ(log.take(), std::vector<Message>{error("QS DB file wing.MASTER is too short.")});
+}
+
+// Nothing was opened: that it cannot be closed is no news.
+TEST_F(DatabaseFrontTest, AFileThatFailsTheCheckReportsNoFailedClosing) {
+  write_file("wing.MASTER", "short");
+  standin->statuses["QS_DbaseCls"] = 5;
+  EXPECT_EQ(DB_StartWrite("wing.MASTER"), 0);
   EXPECT_EQ(log.take(), std::vector<Message>{error("QS DB file wing.MASTER is too short.")});
 }
 
@@ -591,6 +600,25 @@ TEST_F(DatabaseBrowserTest, ABodyIsDescribedByItsColumns) {
   EXPECT_STREQ(text, "SELABEL='left, inner',projno=1,version=2,PEID=30");
   EXPECT_EQ(DB_BodyBrowser("wing.MASTER", 2, text), 2U);
   EXPECT_STREQ(text, "SELABEL='right',projno=4,version=5,PEID=6");
+}
+
+// The list may also come without a line below the names, and with an empty one at its end.
+TEST_F(DatabaseBrowserTest, AnEmptyLineMayStandAtTheEndInPlaceOfTheSecondLine) {
+  standin->dictionary = " SELABEL  PEID\n'left'    30\n'middle'  31\n'right'   32\n\n";
+  const std::pair<int, const char *> bodies[] = {
+      {1, "SELABEL='left',PEID=30"}, {2, "SELABEL='middle',PEID=31"}, {3, "SELABEL='right',PEID=32"}};
+  for (const auto &[index, expected] : bodies) {
+    EXPECT_EQ(DB_BodyBrowser("wing.MASTER", index, text), 3U);
+    EXPECT_STREQ(text, expected);
+  }
+  EXPECT_EQ(DB_BodyBrowser("wing.MASTER", 4, text), 3U);
+  EXPECT_STREQ(text, "");
+}
+
+TEST_F(DatabaseBrowserTest, AListOfEmptyLinesDescribesNothing) {
+  standin->dictionary = "SELABEL\n\n\n\n";
+  EXPECT_EQ(DB_BodyBrowser("wing.MASTER", 1, text), 2U);
+  EXPECT_STREQ(text, "");
 }
 
 TEST_F(DatabaseBrowserTest, AnIndexThatNamesNoBodyGivesNoText) {

@@ -4,7 +4,8 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "body.h"
+#include "body/body.h"
+#include "support/bracket.h"
 #include "support/files.h"
 #include "support/meshes.h"
 #include "support/messages.h"
@@ -112,7 +113,7 @@ TEST_F(DiscardingTest, TheKeepListLastsUntilNodesAreDiscarded) {
   EXPECT_EQ(keep(), (std::vector<int>{1, 2, 4, 5}));
   set_faces(body, {{0, 1, 2}});
   EXPECT_EQ(keep(), (std::vector<int>{1, 2, 4, 5}));
-  EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 0);  // no modes: a failure, but the list goes
+  EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 0);  // older than the faces: refused, and the list goes
   EXPECT_EQ(keep(), (std::vector<int>{0, 1, 2}));
 }
 
@@ -203,8 +204,8 @@ TEST_F(DiscardingTest, EachKindIsAnnouncedWithItsFile) {
   ASSERT_EQ(messages.size(), 3U);
   const char *const names[] = {"Shape", "Stress", "Strain"};
   for (int kind = 0; kind < 3; ++kind)
-    EXPECT_EQ(messages[static_cast<std::size_t>(kind)],
-              info(std::string(" Shortened ") + names[kind] + " mode file: " + body->modes[kind].path.data() + "\n"));
+    EXPECT_EQ(messages[static_cast<std::size_t>(kind)], info(std::string(" Shortened ") + names[kind] + " mode file: " +
+                                                             body->modes[sbr::kKinds[kind]].path.data() + "\n"));
 }
 
 TEST_F(DiscardingTest, StressAndStrainKeepTheirKeptNodes) {
@@ -307,19 +308,117 @@ TEST_F(DiscardingTest, ABodyWithoutFacesIsLeftAlone) {
   EXPECT_EQ(SBR_NodeCount(faceless), 1);
 }
 
-TEST_F(DiscardingTest, AFaceThatLostANodeNamesNone) {
-  // The keep list is older than the faces.
+TEST_F(DiscardingTest, AListOlderThanTheFacesIsRefused) {
   give_shapes();
   keep();
   set_faces(body, {{1, 2, 0}});
+  log.clear();
+  EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 0);
+  EXPECT_EQ(
+      log.take(),
+      (std::vector<Message>{error("A face refers to node 10, which is not in the list of nodes to keep.  No nodes are "
+                                  "discarded.\nThe list is older than the face; the next call makes it anew.")}));
+  EXPECT_EQ(faces_of(body), (Faces{{1, 2, 0}}));
+  expect_values(0, {0, 1, 2, 3, 4, 5, 6});
   EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 1);
-  EXPECT_EQ(faces_of(body), (Faces{{0, 1, -1}}));
+  EXPECT_EQ(faces_of(body), (Faces{{1, 2, 0}}));
+  expect_values(0, {0, 1, 2});
+}
+
+TEST_F(DiscardingTest, AnInterfaceNodeThatTheListDoesNotHaveIsRefused) {
+  give_shapes();
+  keep();
+  SBR_SetInterfaceNode(body, 70);
+  log.clear();
+  EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 0);
+  ASSERT_EQ(log.all().size(), 1U);
+  EXPECT_THAT(log.all()[0].text, ::testing::StartsWith("Interface node 70 is not in the list of nodes to keep."));
+  EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 1);
+  EXPECT_EQ(ids(), (std::vector<int>{20, 30, 50, 60, 70}));
+}
+
+TEST_F(DiscardingTest, ANodeOutsideTheTableIsNeverMadeAnIndex) {
+  give_shapes();
+  set_faces(body, {{1, 2, 4000}});
+  EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 0);
+  EXPECT_EQ(faces_of(body), (Faces{{1, 2, 4000}}));
+  EXPECT_EQ(SBR_NodeCount(body), 7);
+}
+
+// ---- pre-vectors without modes ----------------------------------------------------------------------------
+
+// What a body has of a pre-stress: the first values, by the IDs of their nodes.
+std::vector<std::pair<int, double>> pre_stress_of(SBR body) {
+  const int count = SBR_ModeNodeCount(body, 1);
+  std::vector<double> values(3 * static_cast<std::size_t>(count), -1.0);
+  if (count > 0) {
+    EXPECT_EQ(SBR_Mode(body, 0, 1, values.data(), 0), 1);
+  }
+  std::vector<std::pair<int, double>> pairs;
+  for (int p = 0; p < count; ++p)
+    pairs.emplace_back(SBR_ModeNodeID(body, 1, p), values[3 * static_cast<std::size_t>(p)]);
+  return pairs;
+}
+
+void set_pre_stress(SBR body, const std::vector<int> &node_ids) {
+  for (const int id : node_ids) {
+    const double six[6] = {0.5 * id, 0, 0, 0, 0, 0};
+    SBR_SetPreStressVec(body, id, six);
+  }
+}
+
+TEST_F(DiscardingTest, APreStressAloneMovesWithItsNodes) {
+  give_shapes();
+  set_pre_stress(body, {60, 10, 20, 40});
+  EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 1);
+  EXPECT_TRUE(log.take_complaints().empty());
+  EXPECT_EQ(SBR_Exists(body, 30), 1);
+  EXPECT_EQ(pre_stress_of(body), (std::vector<std::pair<int, double>>{{20, 10.0}, {60, 30.0}}));
+}
+
+TEST_F(DiscardingTest, APreStressAloneSurvivesTheRemovalOfInternalGeometry) {
+  give_shapes();
+  set_pre_stress(body, {20, 70, 50});
+  EXPECT_EQ(SBR_RemoveInternalGeometry(body), 1);
+  EXPECT_EQ(pre_stress_of(body), (std::vector<std::pair<int, double>>{{20, 10.0}, {50, 25.0}}));
+}
+
+TEST_F(DiscardingTest, APreStressAloneOfNodesThatGoIsEliminated) {
+  give_shapes();
+  set_pre_stress(body, {10, 70});
+  EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 1);
+  EXPECT_EQ(log.take_complaints(),
+            (std::vector<Message>{
+                warning("All the nodes referenced in Pre-Stress have been removed. Pre-Stress data is eliminated.")}));
+  EXPECT_EQ(SBR_Exists(body, 30), 0);
+  EXPECT_EQ(SBR_ModeNodeCount(body, 1), 0);
+}
+
+TEST_F(DiscardingTest, ABodyWithAPreStressAloneIsWrittenWithInvariants) {
+  give_shapes();
+  for (int mode = 1; mode <= 2; ++mode) {
+    SBR_SetGeneralizedMass(body, mode, mode, 1.0);
+    SBR_SetGeneralizedStiffness(body, mode, mode, 100.0 * mode);
+  }
+  for (const int id : ids()) SBR_SetNodalMass(body, id, 1.0);
+  SBR_SetUnits(body, "KILOGRAM", "METER", "SECOND", "NEWTON");
+  set_pre_stress(body, {10, 20, 60});
+  const ScratchDirectory scratch;
+  const std::string path = scratch.file("pre.sbr");
+  log.clear();
+  ASSERT_EQ(write_record(body, path, "fast_invar"), 1);
+  EXPECT_TRUE(log.take_complaints().empty());
+  SBR written = SBR_CreateFromSBR(path.c_str());
+  ASSERT_NE(written, nullptr);
+  EXPECT_EQ(SBR_NodeCount(written), 4);
+  EXPECT_EQ(SBR_Exists(written, 30), 1);
+  EXPECT_EQ(pre_stress_of(written), (std::vector<std::pair<int, double>>{{20, 10.0}, {60, 30.0}}));
 }
 
 TEST_F(DiscardingTest, AFailureOfALaterKindLeavesTheBodyAsItWas) {
   give_shapes();
   give(1, {1});
-  body->nodes.kinds[1].count = 0;  // a stress block without nodes cannot be fetched
+  body->nodes.kinds[sbr::Kind::stress].count = 0;  // a stress block without nodes cannot be fetched
   log.clear();
   EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 0);
   const std::vector<Message> complaints = log.take_complaints();
@@ -338,10 +437,10 @@ TEST_F(DiscardingTest, ShorteningReplacesTheTemporaryFile) {
   const ScratchDirectory directory;
   const ScopedEnvironment tmp("TMP", directory.path().string());
   give_shapes();
-  const std::string old_path = body->modes[0].path.data();
+  const std::string old_path = body->modes[sbr::Kind::shape].path.data();
   const int kept[] = {1, 2};
   EXPECT_EQ(SBR_ShortenModeFile(body, kept, 2, 0), 1);
-  const std::string new_path = body->modes[0].path.data();
+  const std::string new_path = body->modes[sbr::Kind::shape].path.data();
   EXPECT_NE(new_path, old_path);
   EXPECT_FALSE(std::filesystem::exists(old_path));
   EXPECT_EQ(std::filesystem::path(new_path).parent_path(), directory.path());
@@ -353,8 +452,8 @@ TEST_F(DiscardingTest, ShorteningWritesTheKeptRowsOfEachModeInTheUnitsOfTheFile)
   body->units.unit.length = 1000.0;
   const int kept[] = {2, 0};
   ASSERT_EQ(SBR_ShortenModeFile(body, kept, 2, 0), 1);
-  ASSERT_EQ(std::fflush(body->modes[0].stream), 0);
-  const std::string bytes = read_file(body->modes[0].path.data());
+  ASSERT_EQ(std::fflush(body->modes[sbr::Kind::shape].stream), 0);
+  const std::string bytes = read_file(body->modes[sbr::Kind::shape].path.data());
   ASSERT_EQ(bytes.size(), 2U * 2 * 6 * 8);
   std::vector<double> values(24);
   std::memcpy(values.data(), bytes.data(), bytes.size());
@@ -362,7 +461,7 @@ TEST_F(DiscardingTest, ShorteningWritesTheKeptRowsOfEachModeInTheUnitsOfTheFile)
   for (int mode = 1; mode <= 2; ++mode)
     for (const int id : {30, 10})
       for (int c = 0; c < 6; ++c) EXPECT_NEAR(values[at++], value(0, mode, id, c), 1e-9);
-  EXPECT_EQ(body->store.offsets[0][1], 96);
+  EXPECT_EQ(body->store.offsets[sbr::Kind::shape][1], 96);
 }
 
 TEST_F(DiscardingTest, ShorteningStressTakesForceAndLengthOutOfAllSixValues) {
@@ -372,8 +471,8 @@ TEST_F(DiscardingTest, ShorteningStressTakesForceAndLengthOutOfAllSixValues) {
   body->units.unit.force = 4.0;
   const int kept[] = {0, 2};
   ASSERT_EQ(SBR_ShortenModeFile(body, kept, 2, 1), 1);
-  ASSERT_EQ(std::fflush(body->modes[1].stream), 0);
-  const std::string bytes = read_file(body->modes[1].path.data());
+  ASSERT_EQ(std::fflush(body->modes[sbr::Kind::stress].stream), 0);
+  const std::string bytes = read_file(body->modes[sbr::Kind::stress].path.data());
   ASSERT_EQ(bytes.size(), 2U * 6 * 8);  // node 0 has no stress
   std::vector<double> values(12);
   std::memcpy(values.data(), bytes.data(), bytes.size());
@@ -381,8 +480,16 @@ TEST_F(DiscardingTest, ShorteningStressTakesForceAndLengthOutOfAllSixValues) {
 }
 
 TEST_F(DiscardingTest, ShorteningWithoutAKeepListDoesNothing) {
+  give_shapes();
+  SBR_SetModalLoadNodal(body, 0, 30, 1, 1.5);
+  const std::string path = body->modes[sbr::Kind::shape].path.data();
+  log.clear();
   EXPECT_EQ(SBR_ShortenModeFile(body, nullptr, 3, 0), 1);
   EXPECT_EQ(SBR_CompactModalLoadNodal(body, nullptr, 3), 1);
+  EXPECT_TRUE(log.take().empty());
+  EXPECT_EQ(body->modes[sbr::Kind::shape].path.data(), path);
+  expect_values(0, {0, 1, 2, 3, 4, 5, 6});
+  EXPECT_EQ(copied(SBR_GetModalLoadNodalNode(body, 0), 1), (std::vector<int>{2}));
 }
 
 TEST_F(DiscardingTest, ShorteningRefusesKindsThatDoNotExist) {
@@ -393,7 +500,7 @@ TEST_F(DiscardingTest, ShorteningRefusesKindsThatDoNotExist) {
 
 TEST_F(DiscardingTest, ShorteningNamesTheFileThatCannotBeMade) {
   give_shapes();
-  const std::string old_path = body->modes[0].path.data();
+  const std::string old_path = body->modes[sbr::Kind::shape].path.data();
   const ScopedEnvironment tmp("TMP", "/no/such/directory");
   log.clear();
   const int kept[] = {1, 2};
@@ -403,7 +510,7 @@ TEST_F(DiscardingTest, ShorteningNamesTheFileThatCannotBeMade) {
   EXPECT_THAT(messages[0].text, ::testing::StartsWith("Unable to open /no/such/directory/sbr_"));
   EXPECT_THAT(messages[0].text, ::testing::EndsWith(" for write.  Specify different temporary file directory by\n"
                                                     "setting the TMP environment variable"));
-  EXPECT_EQ(body->modes[0].path.data(), old_path);
+  EXPECT_EQ(body->modes[sbr::Kind::shape].path.data(), old_path);
   expect_values(0, {0, 1, 2, 3, 4, 5, 6});
 }
 

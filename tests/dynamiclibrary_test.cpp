@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "database/library_names.h"
 #include "sbrkit/dynamic_library.hpp"
 #include "support/files.h"
 
@@ -167,6 +168,14 @@ TEST_F(DynamicLibraryTest, TheProductsDirectoryNeedsBothVariables) {
   EXPECT_EQ(taken(ktxDynamicLibrary().full_name("plain")), in("top/lx/plain.so"));
 }
 
+TEST_F(DynamicLibraryTest, TheProductsDirectoryIsOneEvenWithTheSeparatorInItsName) {
+  fs::create_directories(directory.path() / "top:a/lx");
+  place("plain.so", "top:a/lx/plain.so");
+  const ScopedEnvironment set_top("short_topdir", in("top:a"));
+  const ScopedEnvironment set_cpu("KTX_CPU", "lx");
+  EXPECT_EQ(taken(ktxDynamicLibrary().full_name("plain")), in("top:a/lx/plain.so"));
+}
+
 TEST_F(DynamicLibraryTest, ANameThatBeginsWithLibFindsTheFileWithoutThoseLetters) {
   place("plain.so", "a/plain.so");
   const ScopedEnvironment paths("PATH", in("a"));
@@ -251,11 +260,14 @@ TEST_F(DynamicLibraryTest, AFileThatIsNoLibraryGivesTheSystemsReason) {
   EXPECT_THAT(reason, HasSubstr("broken.so"));
 }
 
-TEST_F(DynamicLibraryTest, AnEmptyNameIsRefusedByTheRegistry) {
+TEST_F(DynamicLibraryTest, AnEmptyNameGivesTheSearchReport) {
   for (const char *name : {static_cast<const char *>(nullptr), ""}) {
     ktxDynamicLibrary library;
     EXPECT_FALSE(library.load(name));
-    EXPECT_STREQ(ktxDynamicLibrary::error_text(), "Bad logic in ktxLoader::load; entered with a NULL library name");
+    EXPECT_STREQ(
+        ktxDynamicLibrary::error_text(),
+        "The user library \"\" could not be located. These name(s) were searched for: , lib, .so, lib.so. They "
+        "were not located in the path list:./");
     EXPECT_EQ(library.reference_count_of(name), -1);
   }
 }
@@ -289,12 +301,12 @@ TEST_F(DynamicLibraryTest, TheTraceTellsEveryStep) {
                           "Loading: plain\n   Full Name: ./plain.so\n   Already loaded\n"
                           "Looking for function: plain_answer Found\nLooking for function: other_answer Not Found\n"
                           "Unloading: ./plain.so\n"
-                          "Unloading: ./plain.so\n"
                           "Loading: broken\n   Full Name: ./broken.so\n   Not Loaded\n   ERROR: reason\n"
                           "Loading: absent\n   Full Name: absent\n"
                           "   ERROR: The user library \"absent\" could not be located. These name(s) were searched "
                           "for: absent, libabsent, absent.so, libabsent.so. They were not located in the path "
                           "list:./\n"
+                          "Unloading: ./plain.so\n"
                       ? 0
                       : 4);
       },
@@ -375,14 +387,45 @@ TEST_F(DynamicLibraryTest, TheLastErrorGoesWithTheRegistry) {
   EXPECT_EQ(ktxDynamicLibrary::error_text(), nullptr);
 }
 
-TEST_F(DynamicLibraryTest, LoadingAgainLetsTheFormerLibraryGo) {
+TEST_F(DynamicLibraryTest, LoadingAnotherLibraryLetsTheFormerOneGo) {
   place("hooked.so", "hooked.so");
   place("plain.so", "plain.so");
   ktxDynamicLibrary library("hooked");
   EXPECT_TRUE(library.load("plain"));
   EXPECT_EQ(variable("HOOKED_CALLS"), "it");
-  EXPECT_FALSE(library.load("absent"));
-  EXPECT_FALSE(library.is_loaded());
+  EXPECT_EQ(library.reference_count_of("hooked"), 0);
+  EXPECT_NE(library.find_symbol("plain_answer"), nullptr);
+}
+
+TEST_F(DynamicLibraryTest, LoadingTheHeldLibraryAddsAReferenceAndDoesNotStartItAnew) {
+  place("hooked.so", "hooked.so");
+  {
+    ktxDynamicLibrary library("hooked");
+    EXPECT_TRUE(library.load("hooked"));
+    EXPECT_EQ(library.reference_count_of("hooked"), 2);
+    EXPECT_EQ(variable("HOOKED_CALLS"), "i");
+    library.unload();
+    EXPECT_TRUE(library.is_loaded());
+    EXPECT_EQ(library.reference_count_of("hooked"), 1);
+    EXPECT_TRUE(library.load("hooked"));
+  }
+  // The object's end drops what it still holds.
+  EXPECT_EQ(variable("HOOKED_CALLS"), "it");
+  EXPECT_EQ(ktxDynamicLibrary().reference_count_of("hooked"), 0);
+}
+
+TEST_F(DynamicLibraryTest, AFailedLoadKeepsWhatIsHeld) {
+  place("hooked.so", "hooked.so");
+  write_file(in("broken.so"), "not a library");
+  ktxDynamicLibrary library("hooked");
+  for (const char *name : {"absent", "broken", ""}) {
+    EXPECT_FALSE(library.load(name)) << name;
+    EXPECT_STRNE(ktxDynamicLibrary::error_text(), "") << name;
+    EXPECT_TRUE(library.is_loaded()) << name;
+    EXPECT_NE(library.find_symbol("hooked_answer"), nullptr) << name;
+    EXPECT_EQ(library.reference_count_of("hooked"), 1) << name;
+  }
+  EXPECT_EQ(variable("HOOKED_CALLS"), "i");
 }
 
 // ---- the search list -----------------------------------------------------------------------------------------------

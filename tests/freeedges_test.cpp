@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <random>
 
-#include "body.h"
-#include "sbrfreeedge.h"
+#include "body/body.h"
 #include "sbrkit/free_edges.hpp"
 #include "support/meshes.h"
 #include "support/messages.h"
+#include "surface/free_edges.h"
 
 namespace sbrtest {
 namespace {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/files.h"
 #include "support/mass_body.h"
 #include "support/messages.h"
@@ -166,15 +166,29 @@ TEST_F(InvariantBlocks, TheCountIsReportedOnceSinceTheFileIsReadOnce) {
   EXPECT_EQ(log.take().size(), 1U);
 }
 
-TEST_F(InvariantBlocks, AShortFileLeavesZerosSilently) {
+TEST_F(InvariantBlocks, AShortFileLeavesZerosSilentlyInThePlacesThatWereNotRead) {
   for (const std::uint32_t word : {0x3CU, 0x13CU, 0x23CU, 0x33CU}) {
     RecordBuilder builder = record(word);
     add_invariants(builder);
-    SBR body = open(builder, static_cast<std::size_t>(builder.real_size()) * 10);  // the last run and one value more
+    // The last run is missing, one value more, and a piece of the value before.
+    SBR body = open(builder, static_cast<std::size_t>(builder.real_size()) * 10 + 3);
     EXPECT_THAT(take(SBR_Invar9(body, 0, 1), 9), Pointwise(DoubleEq(), ramp(9, 909)));
-    EXPECT_EQ(take(SBR_Invar9(body, 1, 0), 9), std::vector<double>(9, 0.0));
+    std::vector<double> cut = ramp(9, 918);
+    cut[7] = cut[8] = 0.0;
+    EXPECT_THAT(take(SBR_Invar9(body, 1, 0), 9), Pointwise(DoubleEq(), cut));
     EXPECT_EQ(take(SBR_Invar9(body, 1, 1), 9), std::vector<double>(9, 0.0));
     EXPECT_TRUE(log.take().empty());
+  }
+}
+
+TEST_F(InvariantBlocks, ABlockOfOneRunKeepsWhatArrivedInTheUnitsOfTheBody) {
+  for (const std::uint32_t word : {0x3CU, 0x13CU, 0x23CU, 0x33CU}) {
+    RecordBuilder builder = record(word);
+    builder.block(20).integer(2).reals(ramp(6, 300));
+    SBR body = open(builder, static_cast<std::size_t>(builder.real_size()) * 2);
+    ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "MILLIMETER", "SECOND", "NEWTON"), 1);
+    EXPECT_THAT(take(SBR_Invar3(body), 6),
+                Pointwise(DoubleEq(), std::vector<double>{300e3, 301e3, 302e3, 303e3, 0.0, 0.0}));
   }
 }
 

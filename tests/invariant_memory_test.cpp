@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/allocations.h"
 #include "support/files.h"
 #include "support/mass_body.h"

@@ -5,10 +5,10 @@
 #include <limits>
 #include <random>
 
-#include "body.h"
-#include "modestore.h"
-#include "pairsums.h"
-#include "sbrinvar.h"
+#include "body/body.h"
+#include "mass/invariants.h"
+#include "mass/pair_sums.h"
+#include "modes/store.h"
 #include "support/files.h"
 #include "support/mass_body.h"
 #include "support/messages.h"

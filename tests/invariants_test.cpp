@@ -2,7 +2,7 @@
 #include <cmath>
 #include <random>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/mass_body.h"
 #include "support/messages.h"
 

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <limits>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -155,6 +155,16 @@ TEST_F(LoadsTest, TheLabelFillsAllOf256Characters) {
   std::memset(label, 'x', sizeof label);
   EXPECT_NE(SBR_GetModalLoadCaseLabel(body, 0, label), 0);
   EXPECT_EQ(std::string(label, 256), "Load Case 1" + std::string(245, '\0'));
+}
+
+TEST_F(LoadsTest, ALabelThatFillsItsFieldIsGivenWhole) {
+  SBR body = SBR_Create(1, 1);
+  SBR_SetModalLoad(body, 0, 1, 1);
+  std::memset(body->loads.modal[0]->label, 'l', 256);
+  char label[257];
+  std::memset(label, 'x', sizeof label);
+  EXPECT_NE(SBR_GetModalLoadCaseLabel(body, 0, label), 0);
+  EXPECT_EQ(std::string(label, 257), std::string(256, 'l') + "x");
 }
 
 TEST_F(LoadsTest, BadCaseIndicesGiveNothing) {

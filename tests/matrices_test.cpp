@@ -4,7 +4,7 @@
 #include <cmath>
 #include <vector>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/messages.h"
 
 namespace sbrtest {

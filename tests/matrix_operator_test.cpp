@@ -4,7 +4,7 @@
 #include <limits>
 #include <numeric>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -22,7 +22,7 @@ std::vector<std::string> labels_of(SBR body, int op) {
   for (auto &field : room) out.push_back(field.data());
   EXPECT_EQ(SBR_GetMatrixOperatorLabels(body, op, out.data()), 0);
   std::vector<std::string> labels;
-  for (const auto &field : room) labels.emplace_back(field.data());
+  for (const auto &field : room) labels.emplace_back(field.data(), strnlen(field.data(), field.size()));
   return labels;
 }
 
@@ -63,23 +63,27 @@ TEST_F(MatrixOperatorTest, LongNamesLabelsAndTagsAreCutToTheirFields) {
   const double data[1] = {1};
   EXPECT_EQ(SBR_SetMatrixOperatorData(body, 0, longer.c_str(), 1, data), 0);
   char name[80];
-  char tag[8];
+  char tag[9] = "........";
   SBR_GetMatrixOperatorName(body, 0, name);
   SBR_GetMatrixOperatorSubTag(body, 0, 0, tag);
   EXPECT_EQ(name, std::string(79, 'l'));
-  EXPECT_EQ(labels_of(body, 0)[0], std::string(79, 'l'));
-  EXPECT_EQ(tag, std::string(7, 'l'));
+  EXPECT_EQ(labels_of(body, 0)[0], std::string(80, 'l'));
+  EXPECT_EQ(tag, std::string(8, 'l'));
 }
 
-TEST_F(MatrixOperatorTest, ATagThatFillsItsFieldInAFileIsGivenWithAnEnd) {
+TEST_F(MatrixOperatorTest, ATagFillsAllOfItsEightCharactersAndNoMore) {
   SBR body = SBR_Create(1, 1);
   SBR_SetMatrixOperatorInfo(body, "A", nullptr, 1);
   const double data[1] = {1};
+  SBR_SetMatrixOperatorData(body, 0, "ABCDEFGH", 1, data);
   SBR_SetMatrixOperatorData(body, 0, "T", 1, data);
-  std::memcpy(body->matrix_operators[0]->sub_operators[0]->tag, "ABCDEFGH", 8);
-  char tag[8];
-  EXPECT_EQ(SBR_GetMatrixOperatorSubTag(body, 0, 0, tag), 0);
-  EXPECT_STREQ(tag, "ABCDEFG");
+  for (const auto &[sub, expected] :
+       {std::pair<int, std::string>{0, "ABCDEFGH"}, {1, std::string("T\0\0\0\0\0\0\0", 8)}}) {
+    char tag[9];
+    std::memset(tag, 'x', sizeof tag);
+    EXPECT_EQ(SBR_GetMatrixOperatorSubTag(body, 0, sub, tag), 0);
+    EXPECT_EQ(std::string(tag, 9), expected + "x");
+  }
 }
 
 TEST_F(MatrixOperatorTest, SubOperatorsKeepTagColumnsAndData) {

@@ -2,7 +2,7 @@
 // same call succeeds when there is memory again.
 #include <algorithm>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/allocations.h"
 #include "support/files.h"
 #include "support/meshes.h"

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/record_builder.h"
@@ -118,7 +118,7 @@ TEST_F(ModeRoutesTest, ABadPartLoadsTheRecordAndFails) {
   std::vector<double> out(3 * kNodes, 9.0);
   EXPECT_EQ(SBR_Mode(body, 8, 0, out.data(), 2), 0);
   EXPECT_EQ(out[0], 9.0);
-  EXPECT_EQ(body->access.current_mode[0], 1);
+  EXPECT_EQ(body->access.current_mode[sbr::Kind::shape], 1);
   double *reference = nullptr;
   EXPECT_EQ(SBR_ModeByRef(body, 8, 0, &reference, -1), 0);
   double three[3] = {9, 9, 9};
@@ -254,7 +254,7 @@ TEST_F(ModeRoutesTest, OneNodeCachesItsPartForAllNodes) {
 
 TEST_F(ModeRoutesTest, TheCacheLimitFollowsTheBudgetTheNodesAndTheModes) {
   SBR body = SBR_Create(1, 1);
-  body->nodes.kinds[0].count = 1000;
+  body->nodes.kinds[sbr::Kind::shape].count = 1000;
   body->mode_table.mode_count = 100;
   const auto limit = [&](std::optional<std::string> megabytes) {
     const ScopedEnvironment variable("SBR_MAX_MODE_MEMORY", std::move(megabytes));
@@ -267,7 +267,7 @@ TEST_F(ModeRoutesTest, TheCacheLimitFollowsTheBudgetTheNodesAndTheModes) {
   EXPECT_EQ(limit(std::nullopt), 8738);
   EXPECT_EQ(limit("1"), 1048576 / 1000 / 3 / 8);
   for (const char *useless : {"0", "-5", "many", ""}) EXPECT_EQ(limit(useless), 8738) << useless;
-  body->nodes.kinds[0].count = 0;
+  body->nodes.kinds[sbr::Kind::shape].count = 0;
   EXPECT_EQ(limit(std::nullopt), 0) << "without nodes there is nothing to work out";
 }
 
@@ -297,6 +297,138 @@ TEST_F(ModeRoutesTest, SwitchingTheCacheOffFreesItAndOnStartsEmpty) {
   EXPECT_EQ(body->store.memory_limit, 0);
   SBR_GetKeepModesInMemory(body, &keep);
   EXPECT_EQ(keep, 1);
+}
+
+// ---- what a host holds of the cache
+// ----------------------------------------------------------------------------------
+
+TEST_F(ModeRoutesTest, AHeldPartOutlivesOneThatTakesItsPlace) {
+  SBR body = open(0x13C);
+  double *held = nullptr;
+  mode(body, 7, 0, 0);
+  ASSERT_EQ(SBR_ModeByRef(body, 7, 0, &held, 0), 1);
+  const std::vector<double> other(3 * kNodes, 5.0);
+  ASSERT_EQ(SBR_ModetoMemory(body, 7, 0, other.data(), 0), 1);
+  EXPECT_EQ(std::vector<double>(held, held + 3 * kNodes), part_of(7, kNodes, 0));
+  double *fresh = nullptr;
+  ASSERT_EQ(SBR_ModeFromMemoryByRef(body, 7, 0, &fresh, 0), 1);
+  EXPECT_EQ(std::vector<double>(fresh, fresh + 3 * kNodes), other);
+  EXPECT_EQ(body->store.memory_used, 2);
+  SBR_CleanModesInMemory(body);
+  EXPECT_EQ(body->store.memory_used, 0);
+}
+
+TEST_F(ModeRoutesTest, AHeldPartOutlivesAListOfNodesThatGrew) {
+  SBR body = SBR_Create(5, 1);
+  ASSERT_EQ(SBR_SetMode(body, 1, 10, 0, 1, 2, 3, 4, 5, 6), 1);
+  mode(body, 1, 0, 0);
+  double *held = nullptr;
+  ASSERT_EQ(SBR_ModeByRef(body, 1, 0, &held, 0), 1);
+  SBR_SetNodeCoordinates(body, 20, 0, 0, 0);
+  EXPECT_EQ(mode(body, 1, 0, 0), (std::vector<double>{1, 2, 3, 0, 0, 0})) << "stored anew, in the same slot";
+  EXPECT_EQ(std::vector<double>(held, held + 3), (std::vector<double>{1, 2, 3}));
+  EXPECT_EQ(body->store.memory_used, 2);
+}
+
+TEST_F(ModeRoutesTest, EveryStoreCountsAgainstTheLimit) {
+  SBR body = SBR_Create(5, 1);
+  ASSERT_EQ(SBR_SetMode(body, 1, 10, 0, 1, 2, 3, 4, 5, 6), 1);
+  const double three[3] = {7, 8, 9};
+  for (int store = 1; store <= 6; ++store) EXPECT_EQ(SBR_ModetoMemory(body, 1, 0, three, 0), 1) << store;
+  EXPECT_EQ(SBR_ModetoMemory(body, 1, 0, three, 0), 0) << "one mode may take six slots";
+  EXPECT_EQ(SBR_ModetoMemory(body, 1, 0, three, 1), 0);
+}
+
+TEST_F(ModeRoutesTest, AModeCountBeyondTheTableTakesNoMemory) {
+  SBR body = SBR_Create(2, 2);
+  for (const int number : {1, 2}) ASSERT_EQ(SBR_SetMode(body, number, 10, 0, number, 2, 3, 4, 5, 6), 1);
+  const double origin[3] = {0, 0, 0};
+  const double unit[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+  ASSERT_EQ(SBR_PermuteSBR(body, origin, 300000000, 1.0, nullptr, unit), 1);
+  EXPECT_EQ(mode(body, 2, 0, 0), (std::vector<double>{2, 2, 3}));
+  EXPECT_LE(body->store.slots[sbr::Kind::shape][0].count(), 2);
+  double largest = 0.0;
+  EXPECT_EQ(SBR_GetMaxModeDisplacement(body, 2, nullptr, &largest), 1);
+  EXPECT_EQ(largest, std::sqrt(17.0));
+  EXPECT_LE(body->statistics.count(), 2);
+  log.clear();
+  const double axis[3] = {0, 0, 1};
+  EXPECT_EQ(SBR_Mirror_Origin(body, axis), 1);
+  ASSERT_EQ(log.take_complaints().size(), 1U) << "modes that are not there cannot be rewritten";
+  EXPECT_LE(body->store.offsets[sbr::Kind::shape].count(), 2);
+}
+
+// ---- reads that break off
+// --------------------------------------------------------------------------------------------
+
+using ModeBreakTest = ModeAccessTest;
+
+TEST_P(ModeBreakTest, WhatCameOfABrokenRecordIsDelivered) {
+  RecordBuilder record = record_of(static_cast<std::uint32_t>(GetParam()));
+  for (const int block : {10, 17, 28}) record.remove(block);
+  const std::string bytes = record.bytes();
+  path = scratch.file("cut");
+  write_file(path, bytes.substr(0, bytes.size() - 8));
+  SBR body = SBR_CreateFromSBR(path.c_str());
+  ASSERT_NE(body, nullptr);
+  SBR_SetKeepModesInMemory(body, 0);
+  log.clear();
+  std::vector<double> found;
+  for (int part = 0; part < 2; ++part) {
+    std::vector<double> three(3 * kNodes, -1.0);
+    ASSERT_EQ(SBR_Mode(body, 11, 0, three.data(), part), 1);
+    found.insert(found.end(), three.begin(), three.end());
+  }
+  EXPECT_EQ(log.take(), std::vector<Message>{error("Problem reading mode shape 11")});
+  // Eight bytes are one value of double precision or two of single precision, at the end of the last node.
+  std::vector<double> expected = part_of(11, kNodes, 0);
+  const std::vector<double> rotations = part_of(11, kNodes, 1);
+  expected.insert(expected.end(), rotations.begin(), rotations.end());
+  const std::size_t lost = SBR_Double_Prec(body) != 0 ? 1 : 2;
+  std::fill(expected.end() - static_cast<std::ptrdiff_t>(lost), expected.end(), 0.0);
+  EXPECT_EQ(found, expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Encodings, ModeBreakTest, ::testing::Values(0x3C, 0x13C, 0x23C, 0x33C));
+
+// ---- names
+// -----------------------------------------------------------------------------------------------------------
+
+TEST_F(ModeRoutesTest, AModeAddedAfterAReadingOfThePreStressIsNotThePreStress) {
+  SBR body = SBR_Create(1, 2);
+  SBR_SetKeepModesInMemory(body, 0);
+  const double pre[6] = {50, 60, 70, 0, 0, 0};
+  ASSERT_EQ(SBR_SetPreStressVec(body, 10, pre), 1);
+  ASSERT_EQ(SBR_SetMode(body, 1, 10, 1, 1, 2, 3, 4, 5, 6), 1);
+  EXPECT_EQ(mode(body, 0, 1, 0), (std::vector<double>{50, 60, 70}));
+  ASSERT_EQ(SBR_SetMode(body, 2, 10, 1, 7, 8, 9, 4, 5, 6), 1);
+  EXPECT_EQ(mode(body, 2, 1, 0), (std::vector<double>{7, 8, 9}));
+}
+
+TEST_F(ModeRoutesTest, ANullHandleIsASilentFailureOfEveryAccess) {
+  double out[9] = {};
+  float single[6] = {};
+  double *reference = nullptr;
+  int flag = 7;
+  EXPECT_EQ(SBR_Mode(nullptr, 1, 0, out, 0), 0);
+  EXPECT_EQ(SBR_ModeByNode(nullptr, 1, 0, 10, out, 0), 0);
+  EXPECT_EQ(SBR_ModeByRef(nullptr, 1, 0, &reference, 0), 0);
+  EXPECT_EQ(SBR_ModeByNodeWithoutCache(nullptr, 1, 0, 10, out, 0), 0);
+  EXPECT_EQ(SBR_ModeFromMemory(nullptr, 1, 0, out, 0), 0);
+  EXPECT_EQ(SBR_ModeFromMemoryByNode(nullptr, 1, 0, 10, out, 0), 0);
+  EXPECT_EQ(SBR_ModeFromMemoryByRef(nullptr, 1, 0, &reference, 0), 0);
+  EXPECT_EQ(SBR_Read_Mode_Double(nullptr, 1, 0, out), 0);
+  EXPECT_EQ(SBR_Read_Mode_Single(nullptr, 1, 0, single), 0);
+  EXPECT_EQ(SBR_SetTransformation(nullptr, out), 0);
+  EXPECT_EQ(SBR_Transformation(nullptr, out), 0);
+  EXPECT_EQ(SBR_ModetoMemory(nullptr, 1, 0, out, 0), 0);
+  EXPECT_EQ(SBR_Double_Prec(nullptr), 0);
+  SBR_SetKeepModesInMemory(nullptr, 0);
+  SBR_GetKeepModesInMemory(nullptr, &flag);
+  SBR_InitializeModeMemory(nullptr);
+  SBR_CleanModesInMemory(nullptr);
+  EXPECT_EQ(flag, 7);
+  EXPECT_TRUE(log.take().empty());
 }
 
 TEST_F(ModeRoutesTest, TwoTransformationsMultiplyWithTheFirstOnTheLeft) {

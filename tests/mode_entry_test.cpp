@@ -9,9 +9,9 @@
 #include <random>
 #include <tuple>
 
-#include "body.h"
-#include "modestore.h"
-#include "sbrdata.h"
+#include "body/body.h"
+#include "body/node_table.h"
+#include "modes/pending.h"
 #include "support/files.h"
 #include "support/messages.h"
 
@@ -36,10 +36,6 @@ std::vector<double> doubles_of(const std::string &bytes) {
   return out;
 }
 
-const Message kNoRoomForNode3 = error(
-    "Insufficient room for node 3 in temporary mode shape file.  \n"
-    "Specify larger number of nodes in SBR_Create.\n");
-
 TEST_F(ModeEntryTest, TheFirstValueMakesModeNodeAndFile) {
   SBR body = SBR_Create(2, 2);
   EXPECT_EQ(SBR_SetMode(body, 7, 100, 0, 1, 2, 3, 4, 5, 6), 1);
@@ -58,7 +54,7 @@ TEST_F(ModeEntryTest, RecordsLieInTheFileNodeAfterNodeAtEightBytesAValue) {
   SBR_SetMode(body, 2, 50, 0, 1, 2, 3, 4, 5, 6);
   SBR_SetMode(body, 1, 40, 0, 7, 8, 9, 10, 11, 12);
   SBR_SetModeEntry(body, 2, 30, 0, 4, 0.5);
-  ASSERT_TRUE(sbr::flush_mode_writes(*body, 0));
+  ASSERT_TRUE(sbr::flush_mode_writes(*body, sbr::Kind::shape));
   // Two records of three nodes, reserved as zeros.
   std::vector<double> expected(36, 0.0);
   for (int i = 0; i < 6; ++i) {
@@ -131,55 +127,6 @@ TEST_F(ModeEntryTest, AModeBeyondTheCapacityIsRefused) {
                                        "Specify larger number of modes in SBR_Create.\n")});
 }
 
-TEST_F(ModeEntryTest, ANodeBeyondTheCapacityIsRefusedAndTheNextRecordStays) {
-  SBR body = SBR_Create(2, 2);
-  SBR_SetMode(body, 2, 1, 0, 9, 9, 9, 9, 9, 9);
-  SBR_SetMode(body, 1, 2, 0, 8, 8, 8, 8, 8, 8);
-  // Node 3 is known to the body, but a record holds two nodes.
-  EXPECT_EQ(SBR_SetMode(body, 2, 3, 0, 7, 7, 7, 7, 7, 7), 0);
-  EXPECT_EQ(SBR_SetModeEntry(body, 1, 3, 0, 0, 7), 0);
-  EXPECT_EQ(log.take_complaints(), (std::vector<Message>{kNoRoomForNode3, kNoRoomForNode3}));
-  EXPECT_EQ(SBR_NodeCount(body), 3);
-  double first[3] = {};
-  EXPECT_EQ(SBR_ModeByNodeWithoutCache(body, 1, 0, 2, first, 0), 1);
-  EXPECT_EQ(first[0], 8.0);
-  EXPECT_EQ(SBR_ModeByNodeWithoutCache(body, 1, 0, 1, first, 0), 1);
-  EXPECT_EQ(first[0], 0.0);
-}
-
-TEST_F(ModeEntryTest, AStressNodeWithoutRoomStaysOutOfTheStressList) {
-  SBR body = SBR_Create(1, 2);
-  EXPECT_EQ(SBR_SetMode(body, 1, 8, 1, 1, 1, 1, 1, 1, 1), 1);
-  EXPECT_EQ(SBR_SetMode(body, 1, 9, 1, 2, 2, 2, 2, 2, 2), 0);
-  EXPECT_EQ(log.take_complaints(),
-            std::vector<Message>{error("Insufficient room for node 9 in temporary modal stress file.  \n"
-                                       "Specify larger number of nodes in SBR_Create.\n")});
-  EXPECT_EQ(SBR_ModeNodeCount(body, 1), 1);
-  EXPECT_EQ(six_of(body, 1, 1, 8), std::vector<double>(6, 1.0));
-  EXPECT_EQ(SBR_SetMode(body, 1, 9, 2, 2, 2, 2, 2, 2, 2), 1);
-  EXPECT_EQ(SBR_SetModeEntry(body, 1, 10, 2, 0, 2), 0);
-  EXPECT_EQ(log.take_complaints(),
-            std::vector<Message>{error("Insufficient room for node 10 in temporary modal strain file.  \n"
-                                       "Specify larger number of nodes in SBR_Create.\n")});
-}
-
-TEST_F(ModeEntryTest, ABodyWithoutNodeCapacityTakesNoMode) {
-  SBR body = SBR_Create(0, 2);
-  EXPECT_EQ(SBR_SetMode(body, 1, 3, 0, 1, 1, 1, 1, 1, 1), 0);
-  const std::vector<Message> complaints = log.take_complaints();
-  ASSERT_EQ(complaints.size(), 1U);
-  EXPECT_TRUE(is_no_memory(complaints[0], "sbrdata"));
-  EXPECT_EQ(SBR_SetMode(body, 1, 3, 0, 1, 1, 1, 1, 1, 1), 0);
-  EXPECT_EQ(log.take_complaints(), std::vector<Message>{kNoRoomForNode3});
-  EXPECT_FALSE(flag(body, 7));
-}
-
-TEST_F(ModeEntryTest, ANegativeNodeCapacityTakesNoMode) {
-  SBR body = SBR_Create(-5, 2);
-  EXPECT_EQ(SBR_SetMode(body, 1, 3, 0, 1, 1, 1, 1, 1, 1), 0);
-  EXPECT_EQ(SBR_SetMode(body, 1, 3, 0, 1, 1, 1, 1, 1, 1), 0);
-}
-
 TEST_F(ModeEntryTest, AFileThatCannotBeOpenedFailsEverySetter) {
   const ScratchDirectory scratch;
   const ScopedEnvironment where("KTX_TMP_MOD", scratch.file("nowhere/modes"));
@@ -229,9 +176,9 @@ TEST_F(ModeEntryTest, TheModesOfARecordFileAreNotWritten) {
   SBR_SetNodeCoordinates(body, 1, 0, 0, 0);
   SBR_AddMode(body, 1);
   // As a body read from a file stands: the kind's channel is the record's.
-  body->modes[0].stream = std::fopen(scratch.file("record").c_str(), "r+b");
-  body->record.stream = body->modes[0].stream;
-  ASSERT_TRUE(body->store.offsets[0].allocate(2));
+  body->modes[sbr::Kind::shape].stream = std::fopen(scratch.file("record").c_str(), "r+b");
+  body->record.stream = body->modes[sbr::Kind::shape].stream;
+  ASSERT_TRUE(body->store.offsets[sbr::Kind::shape].allocate(2));
   EXPECT_EQ(SBR_SetMode(body, 1, 1, 0, 1, 1, 1, 1, 1, 1), 0);
   EXPECT_EQ(SBR_SetModeEntry(body, 1, 1, 0, 3, 1), 0);
   EXPECT_TRUE(log.take_complaints().empty());
@@ -249,7 +196,7 @@ TEST_F(ModeEntryTest, SinglePrecisionRecordsKeepTheEightByteStride) {
   EXPECT_EQ(SBR_SetMode(body, 1, 10, 0, 1, 2, 3, 4, 5, 6), 1);
   EXPECT_EQ(SBR_SetMode(body, 1, 20, 0, 7, 8, 9, 10, 11, 12), 1);
   EXPECT_EQ(SBR_SetModeEntry(body, 1, 10, 0, 4, 0.5), 1);
-  std::fflush(body->modes[0].stream);
+  std::fflush(body->modes[sbr::Kind::shape].stream);
   const std::string bytes = read_file(scratch.file("modes"));
   ASSERT_EQ(bytes.size(), 4U * 6U * 4U);
   std::vector<float> floats(24);
@@ -261,9 +208,6 @@ TEST_F(ModeEntryTest, SinglePrecisionRecordsKeepTheEightByteStride) {
   }
   expected[8] = 0.5F;  // byte 4 * 8
   EXPECT_EQ(floats, expected);
-  // At eight bytes a value the third node lies behind the record.
-  EXPECT_EQ(SBR_SetMode(body, 1, 3, 0, 1, 1, 1, 1, 1, 1), 0);
-  EXPECT_EQ(log.take_complaints(), std::vector<Message>{kNoRoomForNode3});
 }
 
 // ---- order of arrival -----------------------------------------------------------------------------------
@@ -292,7 +236,7 @@ TEST_P(ModeOrderTest, WhatWentInComesOut) {
   }
   for (int kind = 0; kind < 3; ++kind)
     for (int p = 0; p < node_count; ++p)
-      ASSERT_GE(sbr::kind_position_or_add(*body, kind, 1000 - p, SBR_LookupOrAddNode(body, 1000 - p)), 0);
+      ASSERT_GE(sbr::kind_position_or_add(*body, sbr::kKinds[kind], 1000 - p, SBR_LookupOrAddNode(body, 1000 - p)), 0);
   for (int m = 0; m < mode_count; ++m) SBR_AddMode(body, m + 1);
   std::vector<double> expected(6U * static_cast<std::size_t>(node_count) * static_cast<std::size_t>(mode_count), 0.0);
   std::uniform_real_distribution<double> value(-1, 1);
@@ -332,7 +276,7 @@ INSTANTIATE_TEST_SUITE_P(AllOrders, ModeOrderTest,
 // ---- failures of the file -------------------------------------------------------------------------------
 
 // A file that cannot be reached any more: its descriptor leads nowhere.
-void cut_off(SBR body, int kind) { close(fileno(body->modes[kind].stream)); }
+void cut_off(SBR body, int kind) { close(fileno(body->modes[sbr::kKinds[kind]].stream)); }
 
 TEST_F(ModeEntryTest, AFailedSeekNamesModeAndNode) {
   SBR body = SBR_Create(3, 1);
@@ -342,7 +286,7 @@ TEST_F(ModeEntryTest, AFailedSeekNamesModeAndNode) {
   cut_off(body, 0);
   log.clear();
   // The three nodes wait as one run, which goes out as a whole.
-  EXPECT_FALSE(sbr::flush_mode_writes(*body, 0));
+  EXPECT_FALSE(sbr::flush_mode_writes(*body, sbr::Kind::shape));
   EXPECT_EQ(log.take_complaints(),
             std::vector<Message>{error("Couldn't seek to mode 11 node 21 position in temporary file")});
 }
@@ -360,16 +304,16 @@ TEST_F(ModeEntryTest, AFailedSeekOfASingleValueNamesItsDof) {
 TEST_F(ModeEntryTest, AFailedWriteIsSilentAndGivesZero) {
   SBR body = SBR_Create(3, 1);
   SBR_SetMode(body, 1, 1, 0, 1, 1, 1, 1, 1, 1);
-  ASSERT_TRUE(sbr::flush_mode_writes(*body, 0));
+  ASSERT_TRUE(sbr::flush_mode_writes(*body, sbr::Kind::shape));
   // The stream's descriptor now is one that can be positioned but not written.
   const ScratchDirectory scratch;
   write_file(scratch.file("read_only"), std::string(1000, 'x'));
   const int read_only = open(scratch.file("read_only").c_str(), O_RDONLY);
-  ASSERT_GE(dup2(read_only, fileno(body->modes[0].stream)), 0);
+  ASSERT_GE(dup2(read_only, fileno(body->modes[sbr::Kind::shape].stream)), 0);
   close(read_only);
   log.clear();
   EXPECT_EQ(SBR_SetMode(body, 1, 2, 0, 2, 2, 2, 2, 2, 2), 1);  // waits
-  EXPECT_FALSE(sbr::flush_mode_writes(*body, 0));
+  EXPECT_FALSE(sbr::flush_mode_writes(*body, sbr::Kind::shape));
   EXPECT_TRUE(log.take_complaints().empty());
 }
 

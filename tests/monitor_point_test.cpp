@@ -4,7 +4,7 @@
 #include <limits>
 #include <numeric>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/messages.h"
 
 namespace sbrtest {

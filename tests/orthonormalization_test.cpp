@@ -7,7 +7,8 @@
 #include <random>
 #include <string>
 
-#include "sbrortho.h"
+#include "dynamics/eigen_table.h"
+#include "support/files.h"
 #include "support/messages.h"
 #include "support/modal_body.h"
 
@@ -101,12 +102,12 @@ TEST_F(OrthonormalizationTest, UnitMassesGiveTheIdentityAndNoTemporaryFile) {
   SBR body = make_modal_body(2, 3);
   set_diagonal(body, {1.0, 1.0, 1.0}, {0.0, 4.0, -4.0});
   const Values before = whole_mode_of(body, 2, 0);
-  const std::string path = body->modes[0].path.data();
+  const std::string path = body->modes[sbr::Kind::shape].path.data();
   log.clear();
   EXPECT_EQ(SBR_OrthoNormalize(body), 1);
   EXPECT_TRUE(log.take().empty());
   EXPECT_EQ(transformation_of(body), (Values{1, 0, 0, 0, 1, 0, 0, 0, 1}));
-  EXPECT_EQ(body->modes[0].path.data(), path);
+  EXPECT_EQ(body->modes[sbr::Kind::shape].path.data(), path);
   EXPECT_EQ(whole_mode_of(body, 2, 0), before);
   EXPECT_EQ(table_eigenvalues(body), (Values{0.0, 4.0, -4.0}));
   const auto &table = body->matrices.eigenvalues;
@@ -528,21 +529,180 @@ TEST_F(OrthonormalizationTest, ProcessedLoadsKeepTheirRigidEntries) {
   SBR_FreeMemory(preload);
 }
 
-TEST_F(OrthonormalizationTest, LoadOfTheWrongLengthFailsBeforeTheModesAreTouched) {
-  SBR body = make_modal_body(2, 2);
-  set_diagonal(body, {4.0, 4.0}, {1.0, 2.0});
-  for (int load_case = 0; load_case < 3; ++load_case)
-    for (int m = 1; m <= 2; ++m) SBR_SetModalLoad(body, load_case, m, 6.0);
-  ASSERT_TRUE(body->loads.modal[1]->values.resize(1));
-  const std::string path = body->modes[0].path.data();
+TEST_F(OrthonormalizationTest, LoadsOlderThanTheYoungestModesCountWithZeros) {
+  SBR body = SBR_Create(2, 3);
+  SBR_SetUnits(body, "KILOGRAM", "METER", "SECOND", "NEWTON");
+  const double six[6] = {1, 2, 3, 4, 5, 6};
+  SBR_SetModeVec(body, 1, 1, 0, six);
+  SBR_SetModalLoad(body, 0, 1, 6.0);
+  SBR_SetModalPreload(body, 1, 8.0);
+  for (int mode = 2; mode <= 3; ++mode) SBR_SetModeVec(body, mode, 1, 0, six);
+  // Full matrices, so that new modes mix the old ones.
+  set_full_mass(body, {2, 0.5, 0, 0.5, 3, 0.25, 0, 0.25, 4}, 3);
+  set_full_stiffness(body, {5, 1, 0, 1, 7, 1, 0, 1, 90}, 3);
   log.clear();
-  EXPECT_EQ(SBR_OrthoNormalize(body), 0);
-  EXPECT_EQ(log.take(), std::vector<Message>{error("Failed to transform modal loads following orthonormalization.\n")});
-  EXPECT_EQ(body->loads.modal[0]->values[0], 3.0);
-  EXPECT_EQ(body->loads.modal[1]->values[0], 6.0);
-  EXPECT_EQ(body->loads.modal[2]->values[1], 3.0);
-  EXPECT_EQ(body->modes[0].path.data(), path);
+  ASSERT_EQ(SBR_OrthoNormalize(body), 1);
+  EXPECT_TRUE(log.take_complaints().empty());
+  const Values T = transformation_of(body);
+  int count = 0;
+  double *load = SBR_GetModalLoad(body, 0, &count);
+  ASSERT_EQ(count, 3);
+  for (int j = 0; j < 3; ++j) EXPECT_EQ(load[j], 6.0 * T[at(0, j, 3)]) << j;
+  SBR_FreeMemory(load);
+  double *preload = SBR_GetModalPreload(body, &count);
+  for (int j = 0; j < 3; ++j) EXPECT_EQ(preload[j], 8.0 * T[at(0, j, 3)]) << j;
+  SBR_FreeMemory(preload);
 }
+
+// ---- failures ------------------------------------------------------------------------------------------------------
+
+// All that orthonormalization changes.
+struct ModalState {
+  Values shapes;
+  Values stresses;
+  std::vector<int> numbers;
+  Values eigenvalues;
+  Values masses;
+  Values load;
+  Values damping;
+  Values rows;
+  int mass_entries;
+  int stiffness_entries;
+  bool operator==(const ModalState &) const = default;
+};
+
+ModalState state_of(SBR body) {
+  ModalState state;
+  const int modes = SBR_ModeCount(body);
+  for (int m = 0; m < modes; ++m) {
+    const int number = SBR_ModeNumber(body, m);
+    for (const double value : whole_mode_of(body, number, 0)) state.shapes.push_back(value);
+    for (const double value : whole_mode_of(body, number, 1)) state.stresses.push_back(value);
+    state.numbers.push_back(number);
+  }
+  state.eigenvalues = table_eigenvalues(body);
+  for (const sbr::EigenRecord &row : body->matrices.eigenvalues) state.masses.push_back(row.generalized_mass);
+  int count = 0;
+  double *load = SBR_GetModalLoad(body, 0, &count);
+  state.load.assign(load, load + count);
+  SBR_FreeMemory(load);
+  for (const sbr::SparseEntry &entry : body->matrices.damping) state.damping.push_back(entry.value);
+  state.rows.resize(static_cast<std::size_t>(modes));
+  SBR_GetMonitorPointOperator(body, 0, 1, state.rows.data());
+  state.mass_entries = body->matrices.mass.count();
+  state.stiffness_entries = body->matrices.stiffness.count();
+  return state;
+}
+
+// Modes 11, 12, 13 with stress, a load, damping and a monitor point.
+SBR make_full_state(bool full) {
+  SBR body = make_modal_body(3, 3, {0, 1});
+  if (full) {
+    set_full_mass(body, {4, 1, 0, 1, 5, 1, 0, 1, 6}, 3);
+    set_full_stiffness(body, {10, 1, 2, 1, 20, 3, 2, 3, 30}, 3);
+  } else {
+    set_diagonal(body, {4, 9, 16}, {10, 20, 30});
+  }
+  for (int m = 1; m <= 3; ++m) {
+    SBR_SetModalLoad(body, 0, m, m);
+    SBR_SetGeneralizedDamping(body, m, m, 0.5 * m);
+  }
+  const double location[3] = {0, 0, 0};
+  const double row[3] = {1, 2, 3};
+  SBR_SetMonitorPointInfo(body, 1, 1, 1, 1, location, "P", "L");
+  SBR_SetMonitorPointOperator(body, 0, 1, row);
+  for (int m = 0; m < 3; ++m) body->mode_table.mode_numbers[m] = 11 + m;
+  return body;
+}
+
+TEST_F(OrthonormalizationTest, NoDirectoryForNewFilesLeavesTheBodyAsItWas) {
+  for (const bool full : {true, false}) {
+    SBR body = make_full_state(full);
+    const ModalState before = state_of(body);
+    {
+      const ScopedEnvironment tmp("TMP", "/no/such/directory");
+      EXPECT_EQ(SBR_OrthoNormalize(body), 0);
+    }
+    EXPECT_EQ(state_of(body), before);
+    EXPECT_FALSE(body->access.transformation);
+    EXPECT_EQ(SBR_OrthoNormalize(body), 1);
+    EXPECT_NE(state_of(body), before);
+    EXPECT_EQ(SBR_ModeNumber(body, 2), 3);
+  }
+}
+
+TEST_F(OrthonormalizationTest, AStressThatCannotBeReadLeavesTheShapesAsTheyWere) {
+  for (const bool full : {true, false}) {
+    SBR body = make_full_state(full);
+    const ModalState before = state_of(body);
+    int &stress_nodes = body->nodes.kinds[sbr::Kind::stress].count;
+    stress_nodes = 0;  // a stress block without nodes
+    EXPECT_EQ(SBR_OrthoNormalize(body), 0);
+    stress_nodes = 3;
+    EXPECT_EQ(state_of(body), before);
+    EXPECT_EQ(SBR_OrthoNormalize(body), 1);
+  }
+}
+
+TEST_F(OrthonormalizationTest, AFailureBehindAnExistingTableKeepsItsMasses) {
+  SBR body = make_full_state(false);
+  ASSERT_EQ(SBR_EnsureEigenTable(body), 1);
+  const ModalState before = state_of(body);
+  EXPECT_EQ(before.masses, (Values{4, 9, 16}));
+  {
+    const ScopedEnvironment tmp("TMP", "/no/such/directory");
+    EXPECT_EQ(SBR_OrthoNormalize(body), 0);
+  }
+  EXPECT_EQ(state_of(body), before);
+}
+
+// ---- dropped modes -------------------------------------------------------------------------------------------------
+
+TEST_F(OrthonormalizationTest, OperatorsAndInvariantsKeepTheModesThatStay) {
+  SBR body = make_modal_body(2, 3);
+  set_diagonal(body, {1.0, 1.0, 0.0}, {1.0, 2.0, 3.0});
+  const double location[3] = {0, 0, 0};
+  ASSERT_EQ(SBR_SetMonitorPointInfo(body, 1, 1, 12, 2, location, "POINT", "label"), 0);
+  const Values operator_rows{1, 2, 3, 4, 5, 6};
+  const Values load_rows{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+  ASSERT_EQ(SBR_SetMonitorPointOperator(body, 0, 1, operator_rows.data()), 0);
+  ASSERT_EQ(SBR_SetMonitorPointOperator(body, 0, 4, load_rows.data()), 0);
+  for (int m = 1; m <= 3; ++m) {
+    const double three[3] = {1.0 * m, 10.0 * m, 100.0 * m};
+    const double nine[9] = {1.0 * m, 2, 3, 4, 5, 6, 7, 8, 9};
+    SBR_SetInvar3(body, m, three);
+    SBR_SetInvar4(body, m, three);
+    SBR_SetInvar8(body, m, nine);
+    for (int k = m + 1; k <= 3; ++k) {
+      const double pair[3] = {10.0 * m + k, 20.0 * m + k, 30.0 * m + k};
+      const double cell[9] = {10.0 * m + k, 0, 0, 0, 0, 0, 0, 0, 1};
+      SBR_SetInvar5(body, m, k, pair);
+      SBR_SetInvar9(body, m, k, cell);
+    }
+  }
+  ASSERT_EQ(SBR_OrthoNormalize(body), 1);
+  ASSERT_EQ(SBR_ModeCount(body), 2);
+  Values rows(4);
+  ASSERT_EQ(SBR_GetMonitorPointOperator(body, 0, 1, rows.data()), 0);
+  EXPECT_EQ(rows, (Values{1, 2, 4, 5}));
+  Values loads(8);
+  ASSERT_EQ(SBR_GetMonitorPointOperator(body, 0, 4, loads.data()), 0);
+  EXPECT_EQ(loads, (Values{1, 2, 4, 5, 7, 8, 10, 11}));
+  const auto taken = [](double *values, std::size_t count) {
+    Values copy(values, values + count);
+    SBR_FreeMemory(values);
+    return copy;
+  };
+  EXPECT_EQ(taken(SBR_Invar3(body), 6), (Values{1, 2, 10, 20, 100, 200}));
+  EXPECT_EQ(taken(SBR_Invar4(body), 6), (Values{1, 2, 10, 20, 100, 200}));
+  EXPECT_EQ(taken(SBR_Invar5(body, 0), 6), (Values{0, 12, 0, 22, 0, 32}));
+  EXPECT_EQ(taken(SBR_Invar5(body, 1), 6), (Values{-12, 0, -22, 0, -32, 0}));
+  EXPECT_EQ(taken(SBR_Invar8(body, 1), 9)[0], 2.0);
+  EXPECT_EQ(taken(SBR_Invar9(body, 0, 1), 9)[0], 12.0);
+  EXPECT_EQ(taken(SBR_Invar9(body, 1, 0), 9)[8], 1.0);
+}
+
+// ---- monitor points ------------------------------------------------------------------------------------------------
 
 TEST_F(OrthonormalizationTest, MonitorPointOperatorsGoThroughTheTransformation) {
   const int n = 2;
@@ -620,7 +780,7 @@ TEST_F(OrthonormalizationTest, TableKeepsMassesThatAreStillToBeNormalized) {
   EXPECT_EQ(body->matrices.eigenvalues[0].eigenvalue, 0.25);
 }
 
-TEST_F(OrthonormalizationTest, TableOfNonOrthogonalDataComplainsForEachMode) {
+TEST_F(OrthonormalizationTest, TableOfNonOrthogonalDataComplainsForEachModeAndThenWarns) {
   SBR body = make_modal_body(1, 2);
   SBR_SetGeneralizedStiffness(body, 1, 2, 3.0);
   log.clear();
@@ -628,9 +788,8 @@ TEST_F(OrthonormalizationTest, TableOfNonOrthogonalDataComplainsForEachMode) {
   const Message non_orthogonal = error("Attempting to look at eigenvalues of non-orthogonal data");
   EXPECT_EQ(log.take(),
             (std::vector<Message>{
-                non_orthogonal,
+                non_orthogonal, non_orthogonal,
                 warning("Mode 1 is not physically meaningful.\nIt is associated with a zero generalized mass\n"),
-                non_orthogonal,
                 warning("Mode 2 is not physically meaningful.\nIt is associated with a zero generalized mass\n")}));
   EXPECT_EQ(table_eigenvalues(body), (Values{kMarker, kMarker}));
 }

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <random>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/files.h"
 #include "support/mass_body.h"
 #include "support/messages.h"

@@ -3,6 +3,8 @@
 #include <sys/wait.h>
 
 #include <array>
+#include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -194,11 +196,21 @@ TEST_F(DatabaseProgramTest, AFailedPutLeavesTheOtherBodies) {
 }
 
 TEST_F(DatabaseProgramTest, ADatabaseWithoutBodiesIsListedAsEmpty) {
-  full_record(0x13C).write(scratch.file("one.sbr"));
-  ASSERT_EQ(sbr("db put one.sbr wing.MASTER --layout 81 --single").code, 4);
-  ASSERT_TRUE(exists("wing.MASTER"));
+  {
+    const ScopedEnvironment plugin("KTX_USER_PLUGIN_DIR", SBRKIT_STORE_DIRECTORY);
+    const ScopedEnvironment system("KTX_QSRVHOME_DIR", "/");
+    ASSERT_EQ(DB_StartWrite(scratch.file("wing.MASTER").c_str()), 1);
+    ASSERT_EQ(DB_TermWrite(), 1);
+  }
   EXPECT_EQ(sbr("db list wing.MASTER").out, "no bodies\n");
   EXPECT_EQ(list(), Json::array());
+}
+
+TEST_F(DatabaseProgramTest, AFailedPutLeavesNoNewDatabase) {
+  full_record(0x13C).write(scratch.file("one.sbr"));
+  EXPECT_EQ(sbr("db put one.sbr wing.MASTER --layout 81 --single").code, 4);
+  EXPECT_EQ(sbr("db put one.sbr wing.MASTER --qualifiers color=red").code, 4);
+  EXPECT_EQ(files(), std::set<std::string>{"one.sbr"});
 }
 
 TEST_F(DatabaseProgramTest, NothingIsLeftWhereTheProgramRuns) {
@@ -320,6 +332,255 @@ TEST_F(DatabaseProgramTest, ALibraryThatLacksEntriesIsAFailure) {
   full_record(0x13C).write(scratch.file("one.sbr"));
   const ScopedEnvironment partial("KTX_USER_PLUGIN_DIR", SBRKIT_TEST_PLUGINS "/partial");
   EXPECT_EQ(sbr("db put one.sbr wing.MASTER").code, 4);
+}
+
+// ---- lists ---------------------------------------------------------------------------------------------------------
+
+class DatabaseListTest : public DatabaseProgramTest {
+ protected:
+  // Stores bodies of one record in one run.
+  void store_labels(const std::vector<std::string> &labels) {
+    const ScopedEnvironment plugin("KTX_USER_PLUGIN_DIR", SBRKIT_STORE_DIRECTORY);
+    const ScopedEnvironment system("KTX_QSRVHOME_DIR", "/");
+    ASSERT_EQ(DB_StartWrite(scratch.file("wing.MASTER").c_str()), 1);
+    for (const std::string &label : labels) {
+      const db_block block{DB_CreateSBRblk(("selabel='" + label + "'").c_str()), {0, 0}};
+      ASSERT_GT(block.unit, 0);
+      DB_CloseDatablk(block.unit);
+    }
+    ASSERT_EQ(DB_TermWrite(), 1);
+  }
+};
+
+TEST_F(DatabaseListTest, FewDescriptorsAreEnoughForManyBodies) {
+  std::vector<std::string> labels;
+  for (int i = 1; i <= 2000; ++i) labels.push_back("body " + std::to_string(i));
+  store_labels(labels);
+  const Outcome run = sbr("db list --json wing.MASTER", true, "ulimit -n 32; " SBR_PROGRAM);
+  ASSERT_EQ(run.code, 0) << run.out;
+  const Json bodies = Json::parse(run.out);
+  ASSERT_EQ(bodies.size(), labels.size());
+  for (std::size_t i = 0; i < labels.size(); ++i) {
+    EXPECT_EQ(bodies[i]["index"], i + 1);
+    EXPECT_EQ(bodies[i]["selabel"], labels[i]);
+    EXPECT_EQ(bodies[i]["version"], "1");
+  }
+}
+
+TEST_F(DatabaseListTest, QualifiersOfAnyLengthAreShownWhole) {
+  const std::string label(5000, 'w');
+  full_record(0x13C).write(scratch.file("one.sbr"));
+  const std::string project(300, '7');
+  for (const char *end : {"a", "b"})
+    ASSERT_EQ(
+        sbr("db put one.sbr wing.MASTER --qualifiers \"selabel='" + label + end + "',projno=" + project + '"').code, 0);
+  const Json bodies = list();
+  ASSERT_EQ(bodies.size(), 2U);
+  EXPECT_EQ(bodies[0]["selabel"], label + 'a');
+  EXPECT_EQ(bodies[1]["selabel"], label + 'b');
+  EXPECT_EQ(bodies[1]["projno"], project);
+  EXPECT_EQ(sbr("db get wing.MASTER 2 taken.sbr").code, 0);
+}
+
+TEST_F(DatabaseListTest, AListThatLacksADescriptionIsAFailure) {
+  store_labels({"wing"});
+  const ScopedEnvironment library("KTX_USER_PLUGIN_DIR", SBRKIT_TEST_PLUGINS "/listed");
+  const std::string head = " SELABEL projno \n-------- ------ \n";
+  const std::pair<std::string, std::string> cases[] = {
+      {head + "'wing'   3      \n                \n", "the description of body 2 is missing"},
+      {head + "'wing'          \n", "the description of body 1 is missing"},
+      {head + "'wing'   3      \n'tail    4      \n", "the description of body 2 is missing"},
+      {head + "'wing'   3      \n'tail'   4", "the description of body 2 is missing"},
+      {" SELABEL projno", "the list of bodies cannot be read"}};
+  for (const auto &[text, message] : cases) {
+    const ScopedEnvironment shown("QSRV_LIST", text);
+    const Outcome run = sbr("db list wing.MASTER", true);
+    EXPECT_EQ(run.code, 3) << text;
+    EXPECT_THAT(run.out, HasSubstr("sbr: wing.MASTER: " + message)) << text;
+  }
+  const ScopedEnvironment shown("QSRV_LIST", head + "'wing'   3      \n");
+  EXPECT_EQ(Json::parse(sbr("db list --json wing.MASTER").out),
+            Json::parse(R"([{"index": 1, "selabel": "wing", "projno": "3"}])"));
+}
+
+// ---- repair --------------------------------------------------------------------------------------------------------
+
+class DatabaseRepairTest : public DatabaseProgramTest {
+ protected:
+  void SetUp() override {
+    full_record(0x13C).write(scratch.file("one.sbr"));
+    ASSERT_EQ(sbr("db put one.sbr wing.MASTER --qualifiers \"selabel='a'\"").code, 0);
+    ASSERT_EQ(sbr("db put one.sbr wing.MASTER --qualifiers \"selabel='b'\"").code, 0);
+  }
+};
+
+TEST_F(DatabaseRepairTest, ALostMasterIsWrittenAnew) {
+  fs::remove(scratch.file("wing.MASTER"));
+  const std::string data = read_file(scratch.file("wing.DBALL"));
+  const Outcome put = sbr("db put one.sbr wing.MASTER --qualifiers \"selabel='c'\"", true);
+  EXPECT_EQ(put.code, 4);
+  EXPECT_THAT(put.out, HasSubstr("sbr: wing.MASTER: is missing beside wing.DBALL. If that holds bodies, 'sbr db repair "
+                                 "wing.MASTER' makes the database whole\n"));
+  EXPECT_EQ(read_file(scratch.file("wing.DBALL")), data);
+  const Outcome repair = sbr("db repair wing.MASTER", true);
+  EXPECT_EQ(repair.code, 0);
+  EXPECT_EQ(repair.out, "wing.MASTER: written anew\n");
+  EXPECT_EQ(list().size(), 2U);
+  EXPECT_EQ(sbr("db check wing.MASTER").code, 0);
+  EXPECT_EQ(sbr("db get wing.MASTER 2 taken.sbr").code, 0);
+  EXPECT_EQ(sbr("db put one.sbr wing.MASTER --qualifiers \"selabel='c'\"").code, 0);
+  EXPECT_EQ(list().size(), 3U);
+  EXPECT_EQ(sbr("db repair wing.MASTER").out, "wing.MASTER: sound, nothing to repair\n");
+}
+
+TEST_F(DatabaseRepairTest, ADamagedMasterMakesRoomForANewOne) {
+  write_file(scratch.file("wing.MASTER"), "short");
+  const Outcome repair = sbr("db repair wing.MASTER");
+  EXPECT_EQ(repair.code, 0);
+  EXPECT_EQ(repair.out, "wing.MASTER: written anew; the old header is wing.MASTER.old\n");
+  EXPECT_EQ(read_file(scratch.file("wing.MASTER.old")), "short");
+  EXPECT_EQ(list().size(), 2U);
+}
+
+TEST_F(DatabaseRepairTest, WhatCannotBeRepairedStaysAsItIs) {
+  EXPECT_EQ(sbr("db repair wing.db").code, 2);
+  EXPECT_EQ(sbr("db repair missing.MASTER").code, 3);
+  std::string data = read_file(scratch.file("wing.DBALL"));
+  data.replace(data.size() - 3 * 4096, 2 * 4096, std::string(2 * 4096, 'x'));
+  for (const std::string &bytes : {data, std::string("a text\n")}) {
+    write_file(scratch.file("wing.DBALL"), bytes);
+    write_file(scratch.file("wing.MASTER"), "short");
+    const Outcome repair = sbr("db repair wing.MASTER", true);
+    EXPECT_EQ(repair.code, 3) << repair.out;
+    EXPECT_THAT(repair.out, HasSubstr("wing.DBALL: is damaged, or no data of this store; it was left as it is"));
+    EXPECT_EQ(read_file(scratch.file("wing.DBALL")), bytes);
+    EXPECT_EQ(read_file(scratch.file("wing.MASTER")), "short");
+    EXPECT_EQ(files(), (std::set<std::string>{"one.sbr", "wing.DBALL", "wing.MASTER"}));
+  }
+  const ScopedEnvironment library("KTX_USER_PLUGIN_DIR", SBRKIT_TEST_PLUGINS "/partial");
+  EXPECT_EQ(sbr("db repair wing.MASTER").code, 4);
+  EXPECT_EQ(read_file(scratch.file("wing.MASTER")), "short");
+}
+
+TEST_F(DatabaseRepairTest, DamagedDataAreNamedWithTheirStatus) {
+  std::string data = read_file(scratch.file("wing.DBALL"));
+  data.replace(100, 1, "x");
+  write_file(scratch.file("wing.DBALL"), data);
+  for (const char *arguments : {"list wing.MASTER", "get wing.MASTER 1 taken.sbr"}) {
+    const Outcome run = sbr(std::string("db ") + arguments, true);
+    EXPECT_EQ(run.code, 3) << arguments;
+    EXPECT_THAT(run.out,
+                HasSubstr("sbr: wing.MASTER: the database cannot be read, status 107: its data are damaged, or "
+                          "none of this store\n"));
+  }
+}
+
+// ---- outputs and signals -------------------------------------------------------------------------------------------
+
+TEST_F(DatabaseProgramTest, AFailedGetLeavesTheFileThatWasThere) {
+  const std::string file = sample("beam_13c");
+  ASSERT_EQ(sbr("db put " + file + " wing.MASTER").code, 0);
+  write_file(scratch.file("taken.sbr"), "precious");
+  EXPECT_EQ(sbr("db get wing.MASTER 1 taken.sbr", true, "trap '' XFSZ; ulimit -f 200; " SBR_PROGRAM).code, 4);
+  EXPECT_EQ(sbr("db get wing.MASTER 2 taken.sbr").code, 2);
+  EXPECT_EQ(read_file(scratch.file("taken.sbr")), "precious");
+  EXPECT_EQ(files(), (std::set<std::string>{file, "taken.sbr", "wing.DBALL", "wing.MASTER"}));
+  fs::permissions(scratch.file("taken.sbr"), fs::perms::owner_read | fs::perms::owner_write);
+  fs::create_symlink("taken.sbr", scratch.file("link.sbr"));
+  EXPECT_EQ(sbr("db get wing.MASTER 1 link.sbr").code, 0);
+  EXPECT_TRUE(fs::is_symlink(scratch.file("link.sbr")));
+  EXPECT_GT(fs::file_size(scratch.file("taken.sbr")), 1000U);
+  EXPECT_EQ(fs::status(scratch.file("taken.sbr")).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+}
+
+class DatabaseSignalTest : public DatabaseProgramTest {
+ protected:
+  DatabaseSignalTest() { fs::create_directory(scratch.path() / "temporary"); }
+  // Runs the program for some microseconds and then sends the signal. True when it ended by it.
+  bool interrupt(const std::vector<std::string> &arguments, int signal, int microseconds) const {
+    const pid_t child = fork();
+    if (child == 0) {
+      fs::current_path(scratch.path());
+      setenv("TMP", "temporary", 1);
+      if (std::freopen("/dev/null", "w", stdout) == nullptr || std::freopen("/dev/null", "w", stderr) == nullptr)
+        _exit(9);
+      std::vector<char *> texts{const_cast<char *>(SBR_PROGRAM)};
+      for (const std::string &argument : arguments) texts.push_back(const_cast<char *>(argument.c_str()));
+      texts.push_back(nullptr);
+      execv(SBR_PROGRAM, texts.data());
+      _exit(9);
+    }
+    usleep(static_cast<useconds_t>(microseconds));
+    kill(child, signal);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE((WIFSIGNALED(status) && WTERMSIG(status) == signal) || (WIFEXITED(status) && WEXITSTATUS(status) == 0))
+        << status;
+    return WIFSIGNALED(status);
+  }
+  // Interrupts a command at many moments; after each, `allowed` says what may be there.
+  template <class Allowed>
+  void interrupt_often(const std::vector<std::string> &arguments, Allowed allowed) {
+    int interrupted = 0;
+    for (int round = 1; round <= kRounds; ++round) {
+      const int signal = std::array{SIGTERM, SIGINT, SIGHUP}[static_cast<std::size_t>(round) % 3];
+      interrupted += interrupt(arguments, signal, span_ * round / kRounds) ? 1 : 0;
+      EXPECT_TRUE(fs::is_empty(scratch.path() / "temporary")) << "round " << round;
+      allowed(round);
+    }
+    EXPECT_GT(interrupted, kRounds / 10);
+  }
+  // How long the command takes.
+  void measure(const std::string &arguments) {
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_EQ(sbr(arguments).code, 0);
+    const auto whole = std::chrono::steady_clock::now() - start;
+    span_ = static_cast<int>(std::chrono::duration_cast<std::chrono::microseconds>(whole).count());
+  }
+  static constexpr int kRounds = 40;
+  int span_ = 0;
+};
+
+TEST_F(DatabaseSignalTest, AnInterruptedPutLeavesNoFile) {
+  const std::string file = sample("conrod_13c");
+  measure("db put " + file + " wing.MASTER");
+  const std::set<std::string> all{file, "temporary", "wing.DBALL", "wing.MASTER"};
+  interrupt_often({"db", "put", file, "new.MASTER"}, [&](int round) {
+    const std::set<std::string> present = files();
+    if (present.count("new.MASTER") != 0) {
+      EXPECT_EQ(sbr("db get new.MASTER 1 /dev/null").code, 0) << "round " << round;
+      EXPECT_EQ(present.count("new.DBALL"), 1U);
+    }
+    fs::remove(scratch.file("new.MASTER"));
+    fs::remove(scratch.file("new.DBALL"));
+    EXPECT_EQ(files(), all) << "round " << round;
+  });
+  interrupt_often({"db", "put", file, "wing.MASTER", "--qualifiers", "version=2"},
+                  [&](int round) { EXPECT_EQ(files(), all) << "round " << round; });
+  const std::size_t bodies = list().size();
+  EXPECT_TRUE(bodies == 1 || bodies == 2);
+}
+
+TEST_F(DatabaseSignalTest, AnInterruptedReadingLeavesNoFile) {
+  const std::string file = sample("conrod_13c");
+  ASSERT_EQ(sbr("db put " + file + " wing.MASTER").code, 0);
+  const std::set<std::string> before = files();
+  write_file(scratch.file("taken.sbr"), "before");
+  measure("db get wing.MASTER 1 other.sbr");
+  const std::string whole = read_file(scratch.file("other.sbr"));
+  fs::remove(scratch.file("other.sbr"));
+  std::set<std::string> all = before;
+  all.insert("taken.sbr");
+  interrupt_often({"db", "get", "wing.MASTER", "1", "taken.sbr"}, [&](int round) {
+    EXPECT_EQ(files(), all) << "round " << round;
+    const std::string taken = read_file(scratch.file("taken.sbr"));
+    EXPECT_TRUE(taken == "before" || taken == whole) << "round " << round;
+    write_file(scratch.file("taken.sbr"), "before");
+  });
+  measure("db list wing.MASTER");
+  interrupt_often({"db", "list", "wing.MASTER"}, [&](int round) { EXPECT_EQ(files(), all) << "round " << round; });
+  measure("db repair wing.MASTER");
+  interrupt_often({"db", "repair", "wing.MASTER"}, [&](int round) { EXPECT_EQ(files(), all) << "round " << round; });
 }
 
 // ---- damaged data blocks -------------------------------------------------------------------------------------------

@@ -223,13 +223,29 @@ TEST(Qz, ShapesThatAreNoneTouchNothing) {
   }
 }
 
-TEST(Qz, NullArgumentsAreHarmless) {
+TEST(Qz, NullArgumentsLeaveAllOthersAlone) {
   const int n = 2;
   const int yes = 1;
-  SBR_QZHESS(nullptr, &n, nullptr, nullptr, &yes, nullptr);
-  SBR_QZITT(&n, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
-  SBR_QZVALL(&n, &n, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
-  SBR_QZVECC(&n, &n, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  const double eps1 = 0.0;
+  const Values given{1.0, 2.0, 3.0, 4.0};
+  Values a = given;
+  Values b = given;
+  Values z = given;
+  Values v = given;
+  int ierr = 9;
+  SBR_QZHESS(nullptr, &n, a.data(), b.data(), &yes, z.data());
+  SBR_QZHESS(&n, nullptr, a.data(), b.data(), &yes, z.data());
+  SBR_QZHESS(&n, &n, nullptr, b.data(), &yes, z.data());
+  SBR_QZHESS(&n, &n, a.data(), nullptr, &yes, z.data());
+  SBR_QZITT(&n, &n, nullptr, b.data(), &eps1, &yes, z.data(), &ierr);
+  EXPECT_EQ(ierr, 0);
+  SBR_QZITT(&n, nullptr, a.data(), b.data(), &eps1, &yes, z.data(), nullptr);
+  SBR_QZVALL(&n, &n, a.data(), nullptr, v.data(), v.data(), v.data(), &yes, z.data());
+  SBR_QZVALL(&n, &n, a.data(), b.data(), nullptr, v.data(), v.data(), &yes, z.data());
+  SBR_QZVALL(&n, &n, a.data(), b.data(), v.data(), v.data(), nullptr, &yes, z.data());
+  SBR_QZVECC(&n, &n, a.data(), b.data(), v.data(), v.data(), v.data(), nullptr);
+  SBR_QZVECC(&n, &n, a.data(), b.data(), v.data(), nullptr, v.data(), z.data());
+  for (const Values &untouched : {a, b, z, v}) EXPECT_EQ(untouched, given);
 }
 
 TEST(Qz, UnpairedComplexValueStaysInsideTheArrays) {

@@ -1,7 +1,7 @@
 // Reading modal preload, modal loads, nodal loads, matrix operators and monitor points; fields that cannot be read.
 #include <cstring>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/record_test.h"
 
 namespace sbrtest {
@@ -43,7 +43,9 @@ TEST_F(LoadReaderTest, BrokenPreloadsAreRefused) {
   record.preload(0, {1, 2});
   const Message problem = error("Problem when reading Modal Preloads Block");
   expect_refused_when_cut(record, 26, 2, {error("Problem in modal preload block"), problem});
-  expect_refused_when_cut(record, 26, 6, {error("Problem in modal preload block"), problem});
+  // The size needs the first word only.
+  expect_refused_when_cut(record, 26, 4, {problem});
+  expect_refused_when_cut(record, 26, 6, {problem});
   expect_refused_when_cut(record, 26, 8 + 15, {problem});
   RecordBuilder none = two_nodes();
   none.preload(0, {});
@@ -184,8 +186,56 @@ TEST_F(LoadReaderTest, CutMatrixOperatorsAreRefused) {
   expect_refused_when_cut(record, 33, 3, {sizing, problem});
   expect_refused_when_cut(record, 33, 4 + 10, {sizing, problem});
   expect_refused_when_cut(record, 33, 4 + 12 + 40, {sizing, problem});
-  expect_refused_when_cut(record, 33, 4 + 12 + 80 + 4 + 6, {sizing, problem});
+  // Sizing passes over tags and data without a look.
+  expect_refused_when_cut(record, 33, 4 + 12 + 80 + 4 + 3, {sizing, problem});
+  expect_refused_when_cut(record, 33, 4 + 12 + 80 + 4 + 6, {problem});
   expect_refused_when_cut(record, 33, 4 + 12 + 80 + 4 + 12 + 15, {problem});
+}
+
+TEST_F(LoadReaderTest, ANegativeProductOfCountsInAMatrixOperatorEndsTheReadWithMinusOne) {
+  for (const std::uint32_t word : {0x3CU, 0x13CU}) {
+    RecordBuilder record = two_nodes(word);
+    record.block(33).integers({1, 2}).text("OPER", 8).text("a", 80).text("b", 80).integers({1, -3}).text("S", 8);
+    record.nodal_loads({{{0, 1, 1}}});
+    log.clear();
+    SBR body = read_bytes(record.bytes());
+    EXPECT_EQ(result, -1);
+    expect_no_memory(log.take());
+    EXPECT_EQ(SBR_GetModalLoadNodalCaseCount(body), 0);
+    SBR opened = open(record);
+    ASSERT_NE(opened, nullptr);
+    EXPECT_EQ(SBR_GetMatrixOperatorNumRows(opened, 0), 2);
+    expect_no_memory(log.take());
+  }
+}
+
+TEST_F(LoadReaderTest, LabelsAndTagsThatFillTheirFieldsAreGivenWhole) {
+  const std::string row(80, 'r');
+  const std::string load(256, 'l');
+  for (const std::uint32_t word : {0x3CU, 0x13CU}) {
+    RecordBuilder record = full_record(word);
+    record.header("T", "D", "N", "sixteen letters!", "a", "b", "c");
+    record.operators({{"EIGHTCHR", {row, "short"}, {{1, "TAGEIGHT", {1, 2}}}}});
+    record.loads(2, {{load, 0, {1, 2}}});
+    SBR body = expect_opened(record);
+    char type[17] = {};
+    SBR_Header(body, nullptr, nullptr, nullptr, type, nullptr, nullptr, nullptr);
+    EXPECT_STREQ(type, "sixteen letters!");
+    char label[257] = {};
+    ASSERT_EQ(SBR_GetModalLoadCaseLabel(body, 0, label), 1);
+    EXPECT_EQ(label, load);
+    char name[81] = {};
+    ASSERT_EQ(SBR_GetMatrixOperatorName(body, 0, name), 0);
+    EXPECT_STREQ(name, "EIGHTCHR");
+    char rows[2][81] = {};
+    char *labels[2] = {rows[0], rows[1]};
+    ASSERT_EQ(SBR_GetMatrixOperatorLabels(body, 0, labels), 0);
+    EXPECT_EQ(rows[0], row);
+    EXPECT_STREQ(rows[1], "short");
+    char tag[9] = {};
+    ASSERT_EQ(SBR_GetMatrixOperatorSubTag(body, 0, 0, tag), 0);
+    EXPECT_STREQ(tag, "TAGEIGHT");
+  }
 }
 
 // ---- monitor points ------------------------------------------------------------------------------------------------
@@ -261,6 +311,16 @@ TEST_F(LoadReaderTest, CutMonitorPointsAreRefused) {
   expect_refused_when_cut(record, 35, 2, {problem});
   expect_refused_when_cut(record, 35, 4 + 60, {problem});
   expect_refused_when_cut(record, 35, 4 + 88 + 15, {problem});
+}
+
+TEST_F(LoadReaderTest, TheSizeOfOldMonitorPointsNeedsTheCountsOfTheirOperatorsOnly) {
+  RecordBuilder record = two_modes();
+  record.monitor_points({{1, 1, 1, "A", "", 1, 1, 1, {{3, 4}}}}, 32);
+  const Message problem = error("Problem when reading Monitor Point Block");
+  const Message sizing = error("Problem in monitor point block");
+  expect_refused_when_cut(record, 32, 4 + 76 + 7, {sizing, problem});
+  expect_refused_when_cut(record, 32, 4 + 76 + 8, {problem});
+  expect_refused_when_cut(record, 32, 4 + 76 + 11, {problem});
 }
 
 // ---- damaged media -------------------------------------------------------------------------------------------------

@@ -1,7 +1,7 @@
 // Reading eigenvalues, mode lists and positions, generalized matrices, transformation, statistics, pre-vectors.
 #include <cmath>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/record_test.h"
 
 namespace sbrtest {
@@ -88,8 +88,9 @@ TEST_F(ModeReaderTest, ModeShapesStayOnDiskAndAreFoundByTheirNumbers) {
     record.modes(7, {10, 20}, {{5, ramp(12, 1)}, {3, ramp(12, 101)}});
     SBR body = expect_opened(record);
     EXPECT_EQ(numbers_of(body), (std::vector<int>{5, 3}));
-    EXPECT_EQ(body->store.offsets[0][0], static_cast<std::int64_t>(record.offset(7)) + 8 + 8 + 4);
-    EXPECT_EQ(body->store.offsets[0][1] - body->store.offsets[0][0], 12 * record.real_size() + 4);
+    EXPECT_EQ(body->store.offsets[sbr::Kind::shape][0], static_cast<std::int64_t>(record.offset(7)) + 8 + 8 + 4);
+    EXPECT_EQ(body->store.offsets[sbr::Kind::shape][1] - body->store.offsets[sbr::Kind::shape][0],
+              12 * record.real_size() + 4);
     EXPECT_EQ(part_of(body, 3, 0), (std::vector<double>{101, 102, 103, 107, 108, 109}));
   }
 }
@@ -351,6 +352,42 @@ TEST_F(ModeReaderTest, AStrainBlockCutInItsModeWordsEndsSilently) {
   }
 }
 
+TEST_F(ModeReaderTest, StrainModesBehindTheEndOfTheFileCannotBeRead) {
+  for (const std::uint32_t word : {0x3CU, 0x13CU}) {
+    RecordBuilder record = two_nodes(word);
+    record.eigenvalues({{4, 1}, {7, 2}, {9, 3}});
+    record.modes(28, {20}, {{4, ramp(6, 1)}, {7, ramp(6, 11)}, {9, ramp(6, 21)}});
+    // Cut in the word of the second mode.
+    SBR body = open_bytes(record.bytes().substr(0, record.offset(28) + 12 + 52 + 2));
+    ASSERT_NE(body, nullptr);
+    log.clear();
+    double three[3] = {};
+    EXPECT_EQ(SBR_Mode(body, 4, 2, three, 0), 1);
+    EXPECT_EQ(std::vector<double>(three, three + 3), ramp(3, 1));
+    EXPECT_TRUE(log.take().empty());
+    for (int mode = 1; mode < 3; ++mode) {
+      EXPECT_GE(body->store.offsets[sbr::Kind::strain][mode],
+                static_cast<std::int64_t>(record.offset(28) + 12 + 52 + 2));
+      // The numbers of modes that were not reached are not known.
+      EXPECT_EQ(SBR_ModeNumber(body, mode), 0);
+    }
+  }
+}
+
+TEST_F(ModeReaderTest, AStrainModeBehindTheEndOfTheFileIsReportedAtItsDemand) {
+  RecordBuilder record = two_nodes();
+  record.modes(7, {10, 20}, {{4, ramp(12, 1)}, {7, ramp(12, 1)}, {9, ramp(12, 1)}});
+  record.modes(28, {20}, {{4, ramp(6, 1)}, {7, ramp(6, 11)}, {9, ramp(6, 21)}});
+  SBR body = open_bytes(record.bytes().substr(0, record.offset(28) + 12 + 52));
+  ASSERT_NE(body, nullptr);
+  log.clear();
+  double three[3] = {};
+  EXPECT_EQ(SBR_Mode(body, 7, 2, three, 0), 1);
+  EXPECT_EQ(SBR_Mode(body, 9, 2, three, 1), 1);
+  EXPECT_EQ(log.take(), (std::vector<Message>{error("Problem reading modal strain vector 7"),
+                                              error("Problem reading modal strain vector 9")}));
+}
+
 TEST_F(ModeReaderTest, StressWithoutNodesIsOutOfMemory) {
   for (const int block : {17, 28}) {
     RecordBuilder record(0x3C);
@@ -433,6 +470,9 @@ TEST_F(ModeReaderTest, ACutMatrixIsRefused) {
     RecordBuilder record = two_nodes();
     record.matrix(c.block, 0, {{1, 1, 1}, {2, 2, 2}});
     expect_refused_when_cut(record, c.block, 2, {error(c.sizing), error(c.problem)});
+    // The size needs the first word only.
+    expect_refused_when_cut(record, c.block, 4, {error(c.problem)});
+    expect_refused_when_cut(record, c.block, 7, {error(c.problem)});
     expect_refused_when_cut(record, c.block, 8 + 39, {error(c.problem)});
   }
 }

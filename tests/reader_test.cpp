@@ -1,9 +1,11 @@
 // Opening records: sharing by name, recognizing the encoding, header, units, nodes, mass, faces.
+#include "read/reader.h"
+
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "body.h"
-#include "sbrread.h"
+#include "body/body.h"
+#include "body/registry.h"
 #include "support/record_test.h"
 
 namespace sbrtest {
@@ -126,7 +128,8 @@ TEST_F(ReaderTest, EveryVersionAndEncodingIsRecognized) {
     SBR body = expect_opened(record);
     EXPECT_EQ(SBR_Version(body), record.code());
     EXPECT_EQ(body->layout.version, word);
-    for (const sbr::StreamChannel *channel : {&body->record, &body->modes[0], &body->modes[1], &body->modes[2]}) {
+    for (const sbr::StreamChannel *channel : {&body->record, &body->modes[sbr::Kind::shape],
+                                              &body->modes[sbr::Kind::stress], &body->modes[sbr::Kind::strain]}) {
       EXPECT_EQ(channel->xdr_encoded, record.xdr() ? 1 : 0);
       EXPECT_EQ(channel->double_precision, record.single() ? 0 : 1);
       EXPECT_EQ(channel->is_temporary, 0);

@@ -1,5 +1,5 @@
 // Moving the reference frame to the center of mass.
-#include "body.h"
+#include "body/body.h"
 #include "support/files.h"
 #include "support/mass_body.h"
 #include "support/messages.h"

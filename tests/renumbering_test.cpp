@@ -3,8 +3,8 @@
 #include <climits>
 #include <vector>
 
-#include "body.h"
-#include "sbrdata.h"
+#include "body/body.h"
+#include "body/node_table.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -34,7 +34,7 @@ class RenumberingTest : public LibraryTest {
       for (int p = 0; p < SBR_ModeNodeCount(body, kind); ++p)
         EXPECT_EQ(SBR_ModeNodeIndex(body, kind, SBR_ModeNodeID(body, kind, p)), p) << kind;
     for (int kind = 0; kind < 3; ++kind) {
-      const auto keys = sbr::sorted_keys(*body, kind);
+      const auto keys = sbr::sorted_keys(*body, sbr::kKinds[kind]);
       for (std::size_t i = 1; i < keys.size(); ++i) EXPECT_LT(keys[i - 1].id, keys[i].id);
     }
   }
@@ -137,6 +137,28 @@ TEST_F(RenumberingTest, APermutationMovesScalesAndCutsTheModeCount) {
   EXPECT_EQ(body->global.center[1], -3.0);
   EXPECT_EQ(SBR_PermuteSBR(body, nullptr, 0, 1.0, nullptr, R), 0);
   EXPECT_EQ(SBR_PermuteSBR(nullptr, origin, 0, 1.0, nullptr, R), 0);
+}
+
+TEST_F(RenumberingTest, APermutationCutsWhatHasAValuePerMode) {
+  SBR two = SBR_Create(1, 2);
+  const double six[6] = {1, 2, 3, 4, 5, 6};
+  for (int mode = 1; mode <= 2; ++mode) SBR_SetModeVec(two, mode, 7, 0, six);
+  const double location[3] = {0, 0, 0};
+  const double rows[4] = {1, 2, 3, 4};
+  SBR_SetMonitorPointInfo(two, 1, 1, 12, 1, location, "POINT", "label");
+  SBR_SetMonitorPointOperator(two, 0, 1, rows);
+  const double first[3] = {1, 2, 3};
+  const double second[3] = {4, 5, 6};
+  SBR_SetInvar3(two, 1, first);
+  SBR_SetInvar3(two, 2, second);
+  const double unit[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+  ASSERT_EQ(SBR_PermuteSBR(two, location, 1, 1.0, nullptr, unit), 1);
+  double left[2] = {};
+  ASSERT_EQ(SBR_GetMonitorPointOperator(two, 0, 1, left), 0);
+  EXPECT_EQ((std::array<double, 2>{left[0], left[1]}), (std::array<double, 2>{1, 3}));
+  double *third = SBR_Invar3(two);
+  EXPECT_EQ((std::vector<double>{third, third + 3}), (std::vector<double>{1, 2, 3}));
+  SBR_FreeMemory(third);
 }
 
 TEST_F(RenumberingTest, AUnitDiagonalSkipsTheRotation) {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <nlohmann/json.hpp>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/files.h"
 #include "support/messages.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/files.h"
 #include "support/messages.h"
 

@@ -1,5 +1,5 @@
 // Sketch files: face lists written by hand.
-#include "body.h"
+#include "body/body.h"
 #include "support/files.h"
 #include "support/meshes.h"
 #include "support/messages.h"

@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-#include "body.h"
-#include "sbrdata.h"
+#include "body/body.h"
+#include "body/node_table.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -35,7 +35,7 @@ class StatisticsTest : public LibraryTest {
     SBR body = SBR_Create(static_cast<int>(ids.size()), modes);
     for (const int id : ids) {
       const int index = SBR_AddNode(body, id);
-      for (const int kind : {1, 2}) EXPECT_GE(sbr::kind_position_or_add(*body, kind, id, index), 0);
+      for (const int kind : {1, 2}) EXPECT_GE(sbr::kind_position_or_add(*body, sbr::kKinds[kind], id, index), 0);
     }
     for (int i = 0; i < modes; ++i) EXPECT_EQ(SBR_AddMode(body, i + 1), i);
     return body;
@@ -149,8 +149,8 @@ TEST_F(StatisticsTest, StressNodesAreThoseOfTheStressList) {
   SBR body = SBR_Create(3, 1);
   for (const int id : {10, 20, 30}) ASSERT_GE(SBR_AddNode(body, id), 0);
   ASSERT_EQ(SBR_AddMode(body, 1), 0);
-  ASSERT_EQ(sbr::kind_position_or_add(*body, 1, 30, 2), 0);
-  ASSERT_EQ(sbr::kind_position_or_add(*body, 1, 10, 0), 1);
+  ASSERT_EQ(sbr::kind_position_or_add(*body, sbr::Kind::stress, 30, 2), 0);
+  ASSERT_EQ(sbr::kind_position_or_add(*body, sbr::Kind::stress, 10, 0), 1);
   put(body, 1, 1, 0, {8.0, 0.0, 0.0, 2.0, 0.0, 0.0});
   put(body, 1, 1, 1, {0.0, 0.0, 0.0, 0.0, 0.0, 0.0});
   EXPECT_EQ(ask(SBR_GetMaxVonMisesStress, body, 1).id, 30);
@@ -240,7 +240,7 @@ TEST_F(StatisticsTest, ABodyWithoutStressReportsAnAllocationOfNothing) {
 
 TEST_F(StatisticsTest, AFailedFetchFailsTheRequest) {
   SBR body = make({4});
-  body->access.current_mode[0] = -1;
+  body->access.current_mode[sbr::Kind::shape] = -1;
   SBR_SetKeepModesInMemory(body, 0);
   body->mode_table.mode_numbers[0] = 0;  // number 0 of kind 1 stands for a pre-stress vector, which is not there
   const Answer answer = ask(SBR_GetMaxVonMisesStress, body, 0);

@@ -4,7 +4,7 @@
 #include <random>
 #include <set>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/meshes.h"
 #include "support/messages.h"
 

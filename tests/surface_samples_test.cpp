@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/files.h"
 #include "support/meshes.h"
 #include "support/messages.h"

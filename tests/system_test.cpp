@@ -66,13 +66,22 @@ TEST(SystemTest, OtherSelectorsGiveDateAndTime) {
   EXPECT_TRUE(std::regex_match(local_time(3), both));
 }
 
+TEST(SystemTest, ANegativeSelectorGivesDateAndTimeToo) {
+  const Zone zone("UTC0");
+  const std::regex both(R"(\d{4}-\d\d-\d\d \d\d:\d\d \+0000)");
+  ::testing::internal::CaptureStdout();
+  for (const int selector : {-1, -2, -3}) EXPECT_TRUE(std::regex_match(local_time(selector), both)) << selector;
+  std::fflush(stdout);
+  ::testing::internal::GetCapturedStdout();
+}
+
 TEST(SystemTest, ANegativeSelectorAlsoPrintsBothTimes) {
   const Zone zone("EAST-02:00");
   ::testing::internal::CaptureStdout();
-  const std::string date = local_time(-1);
+  const std::string text = local_time(-1);
   std::fflush(stdout);
   const std::string printed = ::testing::internal::GetCapturedStdout();
-  EXPECT_TRUE(std::regex_match(date, std::regex(R"(\d{4}-\d\d-\d\d)")));
+  EXPECT_TRUE(std::regex_match(text, std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d \+0200)")));
   EXPECT_TRUE(
       std::regex_match(printed, std::regex(R"(%utl_23-v-val, GMT = \d{4}-\d\d-\d\d \d\d:\d\d, tz_value\(120\)\n)"
                                            R"(%utl_23-v-val, Loc = \d{4}-\d\d-\d\d \d\d:\d\d\+0200\n)")))

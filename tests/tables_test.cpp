@@ -5,8 +5,8 @@
 #include <random>
 #include <vector>
 
-#include "body.h"
-#include "sbrdata.h"
+#include "body/body.h"
+#include "body/node_table.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -29,7 +29,7 @@ TEST_F(TablesTest, NodesKeepTheirOrderOfAppearance) {
 TEST_F(TablesTest, ANegativeIdSortsBeforeAllPositiveOnes) {
   SBR body = SBR_Create(10, 2);
   for (const int id : {7, -4, 1}) SBR_AddNode(body, id);
-  const auto keys = sbr::sorted_keys(*body, 0);
+  const auto keys = sbr::sorted_keys(*body, sbr::Kind::shape);
   ASSERT_EQ(keys.size(), 3U);
   EXPECT_EQ(keys[0].id, -4);
   EXPECT_EQ(keys[0].position, 1);
@@ -54,9 +54,9 @@ TEST_F(TablesTest, LookupsFindEveryNodeOfALargeTableInAnyOrderOfArrival) {
 TEST_F(TablesTest, StressAndStrainListsPointAtTheirNodesAfterTheTableHasGrown) {
   SBR body = SBR_Create(10, 2);
   for (int id = 1; id <= 1000; ++id) SBR_AddNode(body, id);
-  ASSERT_EQ(sbr::kind_position_or_add(*body, 1, 700, SBR_NodeIndex(body, 700)), 0);
-  ASSERT_EQ(sbr::kind_position_or_add(*body, 1, 20, SBR_NodeIndex(body, 20)), 1);
-  ASSERT_EQ(sbr::kind_position_or_add(*body, 2, 999, SBR_NodeIndex(body, 999)), 0);
+  ASSERT_EQ(sbr::kind_position_or_add(*body, sbr::Kind::stress, 700, SBR_NodeIndex(body, 700)), 0);
+  ASSERT_EQ(sbr::kind_position_or_add(*body, sbr::Kind::stress, 20, SBR_NodeIndex(body, 20)), 1);
+  ASSERT_EQ(sbr::kind_position_or_add(*body, sbr::Kind::strain, 999, SBR_NodeIndex(body, 999)), 0);
   for (int id = 1001; id <= 3500; ++id) SBR_AddNode(body, id);
   EXPECT_EQ(SBR_ModeNodeID(body, 1, 0), 700);
   EXPECT_EQ(SBR_ModeNodeID(body, 1, 1), 20);
@@ -70,7 +70,7 @@ TEST_F(TablesTest, ADuplicateIdGetsAPlaceOfItsOwn) {
   SBR_AddNode(body, 4);
   EXPECT_EQ(SBR_AddNode(body, 4), 1);
   EXPECT_EQ(SBR_NodeCount(body), 2);
-  const auto keys = sbr::sorted_keys(*body, 0);
+  const auto keys = sbr::sorted_keys(*body, sbr::Kind::shape);
   EXPECT_EQ(keys[0].position, 0);
   EXPECT_EQ(keys[1].position, 1);
 }
@@ -95,7 +95,7 @@ TEST_F(TablesTest, AnEmptyKindListHasNoPositions) {
   SBR body = SBR_Create(10, 2);
   SBR_AddNode(body, 1);
   EXPECT_EQ(SBR_ModeNodeIndex(body, 1, 1), -1);
-  EXPECT_FALSE(body->nodes.kinds[1].keys.present());
+  EXPECT_FALSE(body->nodes.kinds[sbr::Kind::stress].keys.present());
   EXPECT_EQ(SBR_ModeNodeID(body, 1, 0), 0);
   EXPECT_EQ(SBR_ModeNodeCount(body, 3), 0);
   EXPECT_EQ(SBR_ModeNodeIndex(body, -1, 1), -1);
@@ -261,6 +261,70 @@ TEST_F(TablesTest, AKeyTableAnswersAfterAnyMixtureOfRenames) {
       ASSERT_TRUE(std::is_sorted(keys.begin(), keys.end(), [](auto &a, auto &b) { return a.id < b.id; }));
     }
   }
+}
+
+// The literal model: an array in ascending order of the IDs, equal ones in order of arrival, searched by bisection.
+int found_by_bisection(const std::vector<int> &ids, int id) {
+  std::vector<sbr::NodeKey> keys;
+  for (std::size_t i = 0; i < ids.size(); ++i) keys.push_back({ids[i], static_cast<int>(i)});
+  std::stable_sort(keys.begin(), keys.end(), [](auto &a, auto &b) { return a.id < b.id; });
+  const sbr::NodeKey key{id, 0};
+  const auto *found =
+      static_cast<const sbr::NodeKey *>(std::bsearch(&key, keys.data(), keys.size(), sizeof(sbr::NodeKey), By_Id));
+  return found == nullptr ? -1 : found->position;
+}
+
+TEST_F(TablesTest, AKeyTableWithRepeatedIdsAnswersAsTheSortedArrayWould) {
+  std::mt19937 random(5);
+  for (int round = 0; round < 20; ++round) {
+    sbr::KeyTable table;
+    std::vector<int> ids;
+    for (int step = 0; step < 300; ++step) {
+      const int id = static_cast<int>(random() % 200);
+      ASSERT_TRUE(table.insert(id, static_cast<int>(ids.size())));
+      ids.push_back(id);
+      const int probe = static_cast<int>(random() % 220);
+      ASSERT_EQ(table.find(probe), found_by_bisection(ids, probe)) << "round " << round << " step " << step;
+    }
+    table.shift_ids(7);
+    for (int &id : ids) id += 7;
+    for (int probe = 0; probe < 230; ++probe) ASSERT_EQ(table.find(probe), found_by_bisection(ids, probe));
+  }
+}
+
+TEST_F(TablesTest, RenamesAmongRepeatedIdsFindANodeOfThatId) {
+  std::mt19937 random(6);
+  sbr::KeyTable table;
+  std::vector<int> ids;
+  for (int i = 0; i < 300; ++i) {
+    ids.push_back(static_cast<int>(random() % 200));
+    ASSERT_TRUE(table.insert(ids.back(), i));
+  }
+  for (int step = 0; step < 3000; ++step) {
+    const auto p = random() % 300;
+    const int wanted = static_cast<int>(random() % 300);
+    const int old = ids[p];
+    const int q = table.find(wanted);
+    if (q == static_cast<int>(p)) continue;
+    table.rename(static_cast<int>(p), wanted);
+    ids[p] = wanted;
+    if (q >= 0) {
+      ASSERT_EQ(ids[static_cast<std::size_t>(q)], wanted);
+      table.rename(q, old);
+      ids[static_cast<std::size_t>(q)] = old;
+    }
+    const int probe = static_cast<int>(random() % 300);
+    const int found = table.find(probe);
+    if (std::count(ids.begin(), ids.end(), probe) == 0)
+      ASSERT_EQ(found, -1) << step;
+    else
+      ASSERT_EQ(ids.at(static_cast<std::size_t>(found)), probe) << step;
+  }
+}
+
+TEST_F(TablesTest, ASwapReportsANullHandleOnce) {
+  SBR_SwapNodesByID(nullptr, 1, 2);
+  EXPECT_EQ(log.take(), std::vector<Message>{error("The database has not been initialized.")});
 }
 
 }  // namespace

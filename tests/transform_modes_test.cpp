@@ -9,8 +9,8 @@
 #include <random>
 #include <string>
 
-#include "modecombine.h"
-#include "modestore.h"
+#include "modes/combine.h"
+#include "modes/store.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/modal_body.h"
@@ -190,7 +190,7 @@ TEST_F(TransformModesTest, NoModesLeaveAnEmptyFile) {
   body->matrices.modes_not_orthogonal = 1;
   const Values T = random_values(4, 7);
   EXPECT_EQ(SBR_TransformModes(body, 0, 0, T.data()), 1);
-  EXPECT_EQ(std::filesystem::file_size(body->modes[0].path.data()), 0u);
+  EXPECT_EQ(std::filesystem::file_size(body->modes[sbr::Kind::shape].path.data()), 0u);
 }
 
 TEST_F(TransformModesTest, ADiagonalMatrixScalesAndAZeroKeepsTheBuffer) {
@@ -215,19 +215,19 @@ TEST_F(TransformModesTest, ADiagonalMatrixScalesAndAZeroKeepsTheBuffer) {
 
 TEST_F(TransformModesTest, TheNewFileTakesThePlaceOfTheOld) {
   SBR body = make_modal_body(2, 2);
-  const std::string old_path = body->modes[0].path.data();
+  const std::string old_path = body->modes[sbr::Kind::shape].path.data();
   const Values T{2, 0, 0, 2};
   log.clear();
   ASSERT_EQ(SBR_TransformModes(body, 0, 2, T.data()), 1);
-  const std::string path = body->modes[0].path.data();
+  const std::string path = body->modes[sbr::Kind::shape].path.data();
   EXPECT_EQ(log.take(), std::vector<Message>{info("Orthogonal mode file: " + path)});
   EXPECT_NE(path, old_path);
   EXPECT_FALSE(std::filesystem::exists(old_path));
   EXPECT_EQ(std::filesystem::path(path).filename().string().substr(0, 4), "sbr_");
   EXPECT_EQ(std::filesystem::file_size(path), 2u * 12u * 8u);
   EXPECT_EQ(temporary_files(), 1u);
-  EXPECT_EQ(body->modes[0].is_temporary, 1);
-  EXPECT_EQ(body->modes[0].xdr_encoded, 0);
+  EXPECT_EQ(body->modes[sbr::Kind::shape].is_temporary, 1);
+  EXPECT_EQ(body->modes[sbr::Kind::shape].xdr_encoded, 0);
   SBR_DeReference(body);
   EXPECT_EQ(temporary_files(), 0u);
 }
@@ -241,13 +241,13 @@ TEST_F(TransformModesTest, SinglePrecisionStaysSingle) {
       for (int c = 0; c < 6; ++c) six[c] = mode_value(m, n, c);
       SBR_SetModeVec(body, m + 1, n + 1, 0, six);
     }
-  ASSERT_EQ(body->modes[0].double_precision, 0);
+  ASSERT_EQ(body->modes[sbr::Kind::shape].double_precision, 0);
   body->matrices.modes_not_orthogonal = 1;
   const std::vector<Values> before = modes_of(body, 0);
   const Values T = random_values(4, 8);
   ASSERT_EQ(SBR_TransformModes(body, 0, 2, T.data()), 1);
-  EXPECT_EQ(body->modes[0].double_precision, 0);
-  EXPECT_EQ(std::filesystem::file_size(body->modes[0].path.data()), 2u * 18u * 4u);
+  EXPECT_EQ(body->modes[sbr::Kind::shape].double_precision, 0);
+  EXPECT_EQ(std::filesystem::file_size(body->modes[sbr::Kind::shape].path.data()), 2u * 18u * 4u);
   for (int j = 0; j < 2; ++j) {
     Values expected = combined(before, T, j);
     for (double &v : expected) v = static_cast<float>(v);
@@ -344,7 +344,7 @@ TEST_F(TransformModesTest, AFullDiskKeepsTheOldFileAndRemovesTheNew) {
     SBR body = make_modal_body(3000, 4);
     body->matrices.modes_not_orthogonal = full;
     const std::vector<Values> before = modes_of(body, 0);
-    const std::string old_path = body->modes[0].path.data();
+    const std::string old_path = body->modes[sbr::Kind::shape].path.data();
     const Values T = random_values(16, 12);
     log.clear();
     {
@@ -358,7 +358,7 @@ TEST_F(TransformModesTest, AFullDiskKeepsTheOldFileAndRemovesTheNew) {
               error("Insufficient disk space for file " + path +
                     ".  Specify different temporary\nfile directory by setting the TMP environment variable"));
     EXPECT_FALSE(std::filesystem::exists(path));
-    EXPECT_EQ(body->modes[0].path.data(), old_path);
+    EXPECT_EQ(body->modes[sbr::Kind::shape].path.data(), old_path);
     EXPECT_EQ(temporary_files(), 1u);
     EXPECT_EQ(keeps(body), 1);
     EXPECT_EQ(modes_of(body, 0), before);
@@ -401,7 +401,7 @@ TEST_F(TransformModesTest, AMissingRecordIsReportedOnceAndCountsAsZeros) {
     SBR body = make_modal_body(400, 3);
     body->matrices.modes_not_orthogonal = full;
     const std::vector<Values> before = modes_of(body, 0);
-    std::filesystem::resize_file(body->modes[0].path.data(), 2 * 2400 * 8);
+    std::filesystem::resize_file(body->modes[sbr::Kind::shape].path.data(), 2 * 2400 * 8);
     const Values T{1, 1, 1, 1, 2, 1, 1, 1, 3};
     log.clear();
     EXPECT_EQ(SBR_TransformModes(body, 0, 3, T.data()), 1);
@@ -409,6 +409,23 @@ TEST_F(TransformModesTest, AMissingRecordIsReportedOnceAndCountsAsZeros) {
     const std::vector<Values> after = modes_of(body, 0);
     for (std::size_t i = 0; i < 2400; ++i)
       EXPECT_EQ(after[2][i], full != 0 ? before[0][i] + before[1][i] : 0.0) << full << " " << i;
+    SBR_DeReference(body);
+  }
+}
+
+TEST_F(TransformModesTest, WhatCameOfABrokenRecordIsTransformed) {
+  for (const int full : {0, 1}) {
+    SBR body = make_modal_body(400, 3);
+    body->matrices.modes_not_orthogonal = full;
+    const std::vector<Values> before = modes_of(body, 0);
+    std::filesystem::resize_file(body->modes[sbr::Kind::shape].path.data(), 3 * 2400 * 8 - 8);
+    const Values T{2, 0, 0, 0, 2, 0, 0, 0, 3};
+    log.clear();
+    EXPECT_EQ(SBR_TransformModes(body, 0, 3, T.data()), 1);
+    EXPECT_EQ(log.take_complaints(), std::vector<Message>{error("Problem reading mode shape 3")});
+    const Values after = whole_mode_of(body, 3, 0);
+    for (std::size_t i = 0; i < 2399; ++i) EXPECT_EQ(after[i], 3.0 * before[2][i]) << full << " " << i;
+    EXPECT_EQ(after[2399], 0.0) << "the value that the file lacks";
     SBR_DeReference(body);
   }
 }

@@ -8,8 +8,9 @@
 #include <random>
 #include <vector>
 
-#include "body.h"
-#include "sbrmod.h"
+#include "base/mat3.h"
+#include "body/body.h"
+#include "frame/turn_modes.h"
 #include "support/files.h"
 #include "support/messages.h"
 
@@ -389,7 +390,7 @@ TEST_F(TransformationTest, RewritingTellsItsFiles) {
   const Vec axis = {1, 1, 0};
   Mat R{};
   ASSERT_EQ(SBR_Rotate_Origin(body, axis.data(), 30.0, R.data()), 1);
-  const auto path = [&](int kind) { return std::string(body->modes[kind].path.data()); };
+  const auto path = [&](int kind) { return std::string(body->modes[sbr::kKinds[kind]].path.data()); };
   EXPECT_EQ(log.take(), (std::vector<Message>{info(" Shortened Shape mode file: " + path(0) + "\n"),
                                               info(" Shortened Stress mode file: " + path(1) + "\n"),
                                               info(" Shortened Strain mode file: " + path(2) + "\n")}));
@@ -403,7 +404,7 @@ TEST_F(TransformationTest, WithoutARoomForTheNewFileTheOldOneStaysInUse) {
   const auto shapes = part(body, 2, 0, 0);
   SBR_CleanModesInMemory(body);
   const ScopedEnvironment nowhere("TMP", scratch.file("missing"));
-  EXPECT_EQ(sbr::transform_mode(*body, rodrigues({1, 0, 0}, 10).data(), 0), 0);
+  EXPECT_FALSE(sbr::turn_modes(*body, sbr::Kind::shape, rodrigues({1, 0, 0}, 10).data()));
   const auto complaints = log.take_complaints();
   ASSERT_EQ(complaints.size(), 1U);
   EXPECT_EQ(complaints[0].text.rfind("Unable to open " + scratch.file("missing/sbr_"), 0), 0U);
@@ -430,10 +431,10 @@ TEST_F(TransformationTest, AFullDiskLeavesTheOldModesInUseAndRemovesTheNewFile) 
   tight.rlim_cur = 100;
   void (*const handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
   ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tight), 0);
-  const int result = sbr::transform_mode(*body, rodrigues({1, 0, 0}, 10).data(), 0);
+  const bool result = sbr::turn_modes(*body, sbr::Kind::shape, rodrigues({1, 0, 0}, 10).data());
   setrlimit(RLIMIT_FSIZE, &before);
   std::signal(SIGXFSZ, handler);
-  EXPECT_EQ(result, 0);
+  EXPECT_FALSE(result);
   const auto complaints = log.take_complaints();
   ASSERT_EQ(complaints.size(), 1U);
   EXPECT_EQ(complaints[0].text.rfind("Insufficient disk space for file " + scratch.file("sbr_"), 0), 0U);

@@ -1,7 +1,8 @@
 // Decks: every element type with a body of known volume, odd formatting, and what is wrong with a deck.
 #include <cmath>
 
-#include "model.h"
+#include "calculix/deck.h"
+#include "common/model.h"
 #include "support/files.h"
 #include "support/messages.h"
 
@@ -97,7 +98,7 @@ TEST_F(DeckTest, EverySolidHasItsExactVolumeAndPositiveMassesThatSumToItsMass) {
     for (const Vec3 &p : solid.places) places.push_back(affine(p));
     const Model body = model(one_element(solid.type, places));
     EXPECT_NEAR(body.volume, 30.0 * solid.volume, 1e-12) << solid.type;
-    EXPECT_NEAR(body.mesh.mass, 240.0 * solid.volume, 1e-11) << solid.type;
+    EXPECT_NEAR(body.exact.mass, 240.0 * solid.volume, 1e-11) << solid.type;
     EXPECT_NEAR(body.lumped.mass, 240.0 * solid.volume, 1e-11) << solid.type;
     for (const auto &node : body.nodes) EXPECT_GT(node.mass, 0.0) << solid.type << " node " << node.id;
     EXPECT_EQ(body.face_count, solid.faces) << solid.type;
@@ -130,9 +131,9 @@ TEST_F(DeckTest, CenterAndInertiaOfABrickAreThoseOfTheBook) {
   for (const Vec3 &p : kBrick) places.push_back({4 * p[0] - 2, 2 * p[1] - 1, 6 * p[2] + 1});
   const Model body = model(one_element("C3D8", places));
   const double m = 8.0 * 48.0;
-  EXPECT_NEAR(body.mesh.mass, m, 1e-10);
-  EXPECT_NEAR(body.mesh.centre()[2], 4.0, 1e-13);
-  const auto inertia = body.mesh.inertia(body.mesh.centre());
+  EXPECT_NEAR(body.exact.mass, m, 1e-10);
+  EXPECT_NEAR(body.exact.centre()[2], 4.0, 1e-13);
+  const auto inertia = body.exact.inertia(body.exact.centre());
   EXPECT_NEAR(inertia[0], m * (4.0 + 36.0) / 12.0, 1e-9);
   EXPECT_NEAR(inertia[4], m * (16.0 + 36.0) / 12.0, 1e-9);
   EXPECT_NEAR(inertia[8], m * (16.0 + 4.0) / 12.0, 1e-9);
@@ -170,7 +171,7 @@ TEST_F(DeckTest, EveryShellHasItsAreaTimesThicknessAndTheInertiaOfAPlate) {
   for (const ShellCase &shell : cases) {
     const Model body = model(one_element(shell.type, shell.places, "*SHELL SECTION, ELSET=E, MATERIAL=STEEL\n0.5\n"));
     const double mass = 8.0 * 0.5 * shell.area;
-    EXPECT_NEAR(body.mesh.mass, mass, 1e-11) << shell.type;
+    EXPECT_NEAR(body.exact.mass, mass, 1e-11) << shell.type;
     EXPECT_NEAR(body.lumped.mass, mass, 1e-11) << shell.type;
     EXPECT_EQ(body.face_count, 1) << shell.type;
     double thickness_inertia = 0.0;
@@ -181,7 +182,7 @@ TEST_F(DeckTest, EveryShellHasItsAreaTimesThicknessAndTheInertiaOfAPlate) {
     }
     EXPECT_NEAR(thickness_inertia, mass * 0.25 / 12.0, 1e-12) << shell.type;
     if (shell.area == 24.0) {
-      const auto inertia = body.mesh.inertia(body.mesh.centre());
+      const auto inertia = body.exact.inertia(body.exact.centre());
       EXPECT_NEAR(inertia[0], mass * (16.0 + 0.25) / 12.0, 1e-10) << shell.type;
       EXPECT_NEAR(inertia[4], mass * (36.0 + 0.25) / 12.0, 1e-10) << shell.type;
       EXPECT_NEAR(inertia[8], mass * (36.0 + 16.0) / 12.0, 1e-10) << shell.type;
@@ -210,9 +211,9 @@ TEST_F(DeckTest, OddFormattingReadsLikeAnyOther) {
       "*MATERIAL,NAME=Light\n*ELASTIC\n1.,.3\n*DENSITY\n2.0,20.\n2.5,400.\n"
       "*solid section, material=light, elset=BOTH\n*STEP\n*FREQUENCY\n10\n*END STEP\n",
       {"more"});
-  EXPECT_EQ(body.deck.title, "Two bricks");
-  EXPECT_EQ(body.deck.elements.size(), 2u);
-  EXPECT_NEAR(body.mesh.mass, 4.0, 1e-13);
+  EXPECT_EQ(body.mesh.title, "Two bricks");
+  EXPECT_EQ(body.mesh.elements.size(), 2u);
+  EXPECT_NEAR(body.exact.mass, 4.0, 1e-13);
   EXPECT_EQ(body.interface_nodes, (std::vector<int>{1, 2, 3, 4, 5, 6, 9, 10, 11, 12}));
   EXPECT_EQ(body.face_count, 12);
   EXPECT_EQ(body.surface_face_count, 10);
@@ -236,8 +237,8 @@ TEST_F(DeckTest, PartsHaveMaterialsOfTheirOwn) {
                            "*ELEMENT, TYPE=C3D8, ELSET=A\n1,1,2,3,4,5,6,7,8\n*ELEMENT, TYPE=C3D8, ELSET=B\n"
                            "2,2,9,10,3,6,11,12,7\n*MATERIAL, NAME=M1\n*DENSITY\n1\n*MATERIAL, NAME=M2\n*DENSITY\n3\n"
                            "*SOLID SECTION, ELSET=A, MATERIAL=M1\n*SOLID SECTION, ELSET=B, MATERIAL=M2\n");
-  EXPECT_NEAR(body.mesh.mass, 4.0, 1e-13);
-  EXPECT_NEAR(body.mesh.centre()[0], (0.5 + 3.0 * 1.5) / 4.0, 1e-13);
+  EXPECT_NEAR(body.exact.mass, 4.0, 1e-13);
+  EXPECT_NEAR(body.exact.centre()[0], (0.5 + 3.0 * 1.5) / 4.0, 1e-13);
   EXPECT_EQ(body.pieces, 1);
 }
 

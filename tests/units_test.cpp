@@ -1,4 +1,6 @@
 // Unit tables, lookups and the conversion of values.
+#include "body/units.h"
+
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -6,8 +8,7 @@
 #include <limits>
 #include <random>
 
-#include "body.h"
-#include "sbrunits.h"
+#include "body/body.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -339,20 +340,20 @@ TEST_F(UnitsTest, CumulativeRatiosAreTheProductOfAllChanges) {
 TEST_F(UnitsTest, TheSameLabelsAgainScaleNothing) {
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "METER", "SECOND", "NEWTON"), 1);
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "MILLIMETER", "SECOND", "NEWTON"), 1);
-  body->access.current_mode[0] = 3;
+  body->access.current_mode[sbr::Kind::shape] = 3;
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "MILLIMETER", "SECOND", "NEWTON"), 1);
   EXPECT_EQ(body->units.scale.length, 1000.0);
   EXPECT_EQ(body->units.unit.length, 1000.0);
-  EXPECT_EQ(body->access.current_mode[0], 3);
+  EXPECT_EQ(body->access.current_mode[sbr::Kind::shape], 3);
 }
 
 TEST_F(UnitsTest, LabelsThatDifferInCaseAloneAreAChangeByOne) {
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "MILLIMETER", "SECOND", "NEWTON"), 1);
-  body->access.current_mode[0] = 3;
+  body->access.current_mode[sbr::Kind::shape] = 3;
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "Millimeter", "SECOND", "NEWTON"), 1);
   EXPECT_EQ(body->units.scale.length, 1.0);
   EXPECT_STREQ(body->units.length_units, "Millimeter");
-  EXPECT_EQ(body->access.current_mode[0], -1);
+  EXPECT_EQ(body->access.current_mode[sbr::Kind::shape], -1);
 }
 
 TEST_F(UnitsTest, TrailingBlanksOfALabelAreDropped) {

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "body.h"
+#include "body/body.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/messages.h"
@@ -43,6 +43,41 @@ TEST_F(WriteBlocksTest, TheInputFileTypeKeepsItsSixteenBytes) {
   record.write(source);
   ASSERT_EQ(write(SBR_CreateFromSBR(source.c_str()), "no_xdr"), 1);
   EXPECT_EQ(read_file(path).substr(4 + 288, 16), "sixteen letters!");
+}
+
+TEST_F(WriteBlocksTest, LabelsAndTagsThatFillTheirFieldsAreWrittenWhole) {
+  RecordBuilder record = full_record(0x3C);
+  record.header("T", "D", "N", "sixteen letters!", "a", "b", "c");
+  record.operators({{"EIGHTCHR", {std::string(80, 'r'), "x"}, {{1, "TAGEIGHT", {1, 2}}}}});
+  record.loads(2, {{std::string(256, 'l'), 0, {1, 2}}});
+  const std::string source = scratch.file("source.sbr");
+  record.write(source);
+  SBR body = rewritten(SBR_CreateFromSBR(source.c_str()), "no_ortho no_xdr");
+  ASSERT_NE(body, nullptr);
+  const std::string bytes = read_file(path);
+  const auto label = static_cast<std::size_t>(body->layout.block_offset[27]) + 8;
+  EXPECT_EQ(bytes.substr(label, 256), std::string(256, 'l'));
+  const auto operators = static_cast<std::size_t>(body->layout.block_offset[33]);
+  EXPECT_EQ(bytes.substr(operators, record.block(33).size()), record.block(33).bytes());
+}
+
+// A host may say such fields as well: what it sets is what is written.
+TEST_F(WriteBlocksTest, FullLabelsAndTagsOfAHostAreWrittenWhole) {
+  SBR body = build_bracket();
+  const std::string row(80, 'r');
+  const char *labels[] = {row.c_str()};
+  const double data[] = {1};
+  ASSERT_EQ(SBR_SetMatrixOperatorInfo(body, "N", labels, 1), 1);
+  ASSERT_EQ(SBR_SetMatrixOperatorData(body, 1, "TAGEIGHT", 1, data), 0);
+  SBR copy = rewritten(body, "no_ortho no_xdr");
+  ASSERT_NE(copy, nullptr);
+  char label[81] = {};
+  char *out[] = {label};
+  ASSERT_EQ(SBR_GetMatrixOperatorLabels(copy, 1, out), 0);
+  EXPECT_EQ(label, row);
+  char tag[9] = {};
+  ASSERT_EQ(SBR_GetMatrixOperatorSubTag(copy, 1, 0, tag), 0);
+  EXPECT_STREQ(tag, "TAGEIGHT");
 }
 
 // ---- nodes and faces ------------------------------------------------------------------------------------------------
@@ -160,6 +195,55 @@ TEST_F(WriteBlocksTest, StressStandsAtTheNodesThatHaveIt) {
   double values[30];
   ASSERT_EQ(SBR_Mode(copy, 0, 1, values, 1), 1);
   EXPECT_EQ(values[3 * 3 + 2], 7);
+}
+
+TEST_F(WriteBlocksTest, EveryModeIsWrittenByItsPlaceWhateverItsNumber) {
+  // Number 0 is that of the pre-vectors, and numbers may stand twice.
+  for (const std::vector<int> &numbers : {std::vector<int>{0, 1}, std::vector<int>{3, 3}}) {
+    RecordBuilder record = full_record(0x3C);
+    for (const int block : {7, 17, 28}) {
+      const std::vector<int> nodes = block == 7 ? std::vector<int>{10, 20, 35} : std::vector<int>{20, 35};
+      std::vector<BuiltMode> modes;
+      for (std::size_t m = 0; m < 2; ++m)
+        modes.push_back({numbers[m], std::vector<double>(6 * nodes.size(),
+                                                         static_cast<double>(block) + 0.25 * static_cast<double>(m))});
+      record.modes(block, nodes, modes);
+    }
+    record.pre_vectors(30, std::vector<double>(12, -1.0)).pre_vectors(31, std::vector<double>(12, -2.0));
+    const std::string source = scratch.file("source.sbr");
+    record.write(source);
+    SBR copy = rewritten(SBR_CreateFromSBR(source.c_str()), "no_ortho no_xdr");
+    ASSERT_NE(copy, nullptr);
+    const std::string bytes = read_file(path);
+    for (const int block : {7, 17, 28}) {
+      const auto at = static_cast<std::size_t>(copy->layout.block_offset[block]);
+      EXPECT_EQ(bytes.substr(at, record.block(block).size()), record.block(block).bytes()) << block;
+    }
+    SBR_Terminate();
+  }
+}
+
+TEST_F(WriteBlocksTest, ANumberThatAFrequencyRangeMakesZeroIsNoPreStress) {
+  RecordBuilder record = full_record(0x3C);
+  const std::vector<double> twelve(12, 5.0);
+  // The numbers of the exported modes are counted from the first one's: 2 and 1 become 1 and 0.
+  record.eigenvalues({{2, 100, 1.5, 10, 1, 100}, {1, 400, 3, 20, 1, 400}});
+  const std::vector<double> eighteen(18, 3.0);
+  record.modes(7, {10, 20, 35}, {{2, eighteen}, {1, eighteen}});
+  record.modes(17, {20, 35}, {{2, std::vector<double>(12, 5.0)}, {1, std::vector<double>(12, 6.0)}});
+  record.remove(28);
+  record.remove(31);
+  record.pre_vectors(30, std::vector<double>(12, -1.0));
+  const std::string source = scratch.file("source.sbr");
+  record.write(source);
+  SBR copy = rewritten(SBR_CreateFromSBR(source.c_str()), "no_xdr");
+  ASSERT_NE(copy, nullptr);
+  ASSERT_EQ(SBR_ModeNumber(copy, 1), 0);
+  const std::string bytes = read_file(path);
+  const auto second = static_cast<std::size_t>(copy->layout.block_offset[17]) + 8 + 8 + (4 + 96) + 4;
+  double value = 0.0;
+  std::memcpy(&value, bytes.data() + second, sizeof value);
+  EXPECT_EQ(value, 6.0);
 }
 
 TEST_F(WriteBlocksTest, FullStressNamesEveryNodeWithZerosWhereItIsUnknown) {
@@ -322,10 +406,10 @@ TEST_F(WriteBlocksTest, WhatCannotBeToldFailsItsBlock) {
       {"eigenvalues", spoil_eigenvalues, "", "Problem writing eigenvalues.", false},
       {"damping", [](SBR body) { body->matrices.damping.release(); }, "no_ortho",
        "Problem writing Generalized Damping info.", true},
-      {"stress nodes", [](SBR body) { body->nodes.kinds[1].count = 0; }, "no_ortho", "Problem writing Modal Stress.\n",
-       true},
-      {"strain nodes", [](SBR body) { body->nodes.kinds[2].count = 0; }, "no_ortho", "Problem writing Modal Strain.",
-       true},
+      {"stress nodes", [](SBR body) { body->nodes.kinds[sbr::Kind::stress].count = 0; }, "no_ortho",
+       "Problem writing Modal Stress.\n", true},
+      {"strain nodes", [](SBR body) { body->nodes.kinds[sbr::Kind::strain].count = 0; }, "no_ortho",
+       "Problem writing Modal Strain.", true},
       {"preload", [](SBR body) { body->loads.preload.release(); }, "no_ortho", "Problem writing Preload.\n", false},
       {"pre-stress", [](SBR body) { body->pre.stress.release(); }, "no_ortho", "Problem writing Pre-Stress.\n", false},
       {"pre-strain", [](SBR body) { body->pre.strain.release(); }, "no_ortho", "Problem writing Pre-Strain.\n", false},

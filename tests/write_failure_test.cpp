@@ -5,11 +5,11 @@
 #include <csignal>
 #include <map>
 
-#include "sbrwrite.h"
 #include "support/allocations.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/messages.h"
+#include "write/pipeline.h"
 
 namespace sbrtest {
 namespace {
@@ -49,7 +49,7 @@ class FailingSink {
       return true;
     };
     target.sink.end_block = [](void *) { return true; };
-    target.sink.mark_mode = [](void *, int) { return true; };
+    target.sink.mark_mode = [](void *, sbr::Kind) { return true; };
     target.version = sbr::kFileVersion;
     target.unit = "sbrwrite";
     target.prepare = [](void *, SbrBody &, std::uint32_t) { return true; };

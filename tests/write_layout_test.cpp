@@ -12,19 +12,6 @@ class WriteLayoutTest : public LibraryTest {
  protected:
   ScratchDirectory scratch;
   const std::string path = scratch.file("out.sbr");
-
-  // The first block whose bytes differ, or "" when the files are equal: a readable form of a failed comparison.
-  static std::string first_difference(const RecordBuilder &expected, const std::string &actual) {
-    const std::string bytes = expected.bytes();
-    if (bytes == actual) return "";
-    std::size_t at = 0;
-    while (at < bytes.size() && at < actual.size() && bytes[at] == actual[at]) ++at;
-    int block = 0;
-    for (int index = 3; index <= 35; ++index)
-      if (expected.offset(index) <= at) block = index;
-    return "at byte " + std::to_string(at) + ", block " + std::to_string(block) + ", sizes " +
-           std::to_string(bytes.size()) + " and " + std::to_string(actual.size());
-  }
 };
 
 struct LayoutCase {

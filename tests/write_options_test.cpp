@@ -1,11 +1,15 @@
 // The option vocabulary: plain substrings, values of any length, and scans that meet the end of the text.
+#include <fstream>
 #include <random>
+#include <regex>
+#include <set>
+#include <sstream>
 
-#include "sbroptions.h"
-#include "sbrplan.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/messages.h"
+#include "write/options.h"
+#include "write/plan.h"
 
 namespace sbrtest {
 namespace {
@@ -27,7 +31,8 @@ class WriteOptionsTest : public LibraryTest {
 
 TEST_F(WriteOptionsTest, NoTextAsksForNothing) {
   ASSERT_TRUE(sbr::parse_write_options(nullptr, options));
-  EXPECT_FALSE(options.sparse || options.full || options.no_ortho || options.invariants || options.empty);
+  EXPECT_FALSE(options.sparse_stress || options.full_stress || options.no_ortho || options.any_invariants ||
+               options.empty);
   EXPECT_EQ(options.lowpass, 1e8);
   EXPECT_EQ(options.highpass, -1.0);
 }
@@ -36,7 +41,7 @@ TEST_F(WriteOptionsTest, KeywordsAreSubstringsWhereverTheyStand) {
   parse("xno_orthox;full_invar/sketch(/tmp/empty.txt)mks");
   EXPECT_TRUE(options.no_ortho);
   EXPECT_TRUE(options.full_invariants);
-  EXPECT_TRUE(options.invariants);
+  EXPECT_TRUE(options.any_invariants);
   EXPECT_TRUE(options.empty);
   EXPECT_FALSE(options.mks);
   EXPECT_FALSE(options.fast_invariants);
@@ -131,6 +136,101 @@ TEST_F(WriteOptionsTest, TheWordOfADatabaseIsNativeAndMarked) {
   EXPECT_EQ(word("82_comp", sbr::kDatabaseVersion), 0x1000U + 20);
   EXPECT_EQ(word("81_comp", sbr::kDatabaseVersion), 0x1000U + 10);
 }
+
+// ---- the tables -----------------------------------------------------------------------------------------------------
+
+std::vector<std::string> lines_of_the_document() {
+  std::ifstream in(SBRKIT_SOURCE_DIR "/docs/write-options.md");
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+// The words between backticks of a text.
+std::vector<std::string> backticked(const std::string &text) {
+  static const std::regex kQuoted("`([^`]*)`");
+  std::vector<std::string> words;
+  for (std::sregex_iterator found(text.begin(), text.end(), kQuoted), end; found != end; ++found)
+    words.push_back((*found)[1]);
+  return words;
+}
+
+TEST(WriteOptionTable, EveryKeywordStandsOnceAndLeadsSomewhere) {
+  std::set<std::string_view> keywords;
+  std::set<std::pair<std::string_view, std::string_view>> flags;
+  for (const sbr::WriteOption &option : sbr::kWriteOptions) {
+    SCOPED_TRACE(option.keyword);
+    EXPECT_TRUE(keywords.insert(option.keyword).second);
+    EXPECT_EQ(option.member != nullptr, option.value == sbr::OptionValue::none);
+    if (option.flag.empty()) continue;
+    EXPECT_TRUE(option.flag.starts_with("--"));
+    EXPECT_TRUE(flags.insert({option.flag, option.choice}).second);
+  }
+}
+
+// A text of one keyword sets its own member, and that of a keyword which it contains.
+TEST(WriteOptionTable, AKeywordSetsTheMemberOfItsRow) {
+  for (const sbr::WriteOption &option : sbr::kWriteOptions) {
+    SCOPED_TRACE(option.keyword);
+    sbr::WriteOptions parsed;
+    ASSERT_TRUE(sbr::parse_write_options(std::string(option.keyword).c_str(), parsed));
+    for (const sbr::WriteOption &other : sbr::kWriteOptions) {
+      if (other.member == nullptr) continue;
+      EXPECT_EQ(parsed.*other.member, option.keyword.find(other.keyword) != std::string_view::npos) << other.keyword;
+    }
+  }
+}
+
+TEST(WriteOptionTable, TheDocumentHasEveryKeywordInTheOrderOfTheTableWithItsFlag) {
+  std::vector<std::pair<std::string, std::string>> expected;
+  for (const sbr::WriteOption &option : sbr::kWriteOptions) {
+    std::string flag(option.flag);
+    if (!option.choice.empty()) flag += " " + std::string(option.choice);
+    expected.emplace_back(std::string(option.keyword) + (option.value == sbr::OptionValue::none ? "" : "(...)"), flag);
+  }
+  std::vector<std::pair<std::string, std::string>> documented;
+  bool in_table = false;
+  for (const std::string &line : lines_of_the_document()) {
+    if (line.starts_with("| Keyword ")) in_table = true;
+    if (line.empty()) in_table = false;
+    if (!in_table || !line.starts_with("| `")) continue;
+    std::istringstream cells(line);
+    std::string nothing;
+    std::string keyword;
+    std::string flag;
+    std::getline(std::getline(std::getline(cells, nothing, '|'), keyword, '|'), flag, '|');
+    const std::vector<std::string> words = backticked(flag);
+    std::string named = words.empty() ? "" : words.front();
+    // A flag for a value shows what the value is.
+    const bool has_value = backticked(keyword).front().ends_with("(...)");
+    if (has_value) named = named.substr(0, named.find(' '));
+    documented.emplace_back(backticked(keyword).front(), named);
+  }
+  EXPECT_EQ(documented, expected);
+}
+
+TEST(WriteOptionTable, TheDocumentHasEveryContradiction) {
+  const auto keyword_of = [](bool sbr::WriteFlags::*member) {
+    for (const sbr::WriteOption &option : sbr::kWriteOptions)
+      if (option.member == member) return std::string(option.keyword);
+    return std::string();
+  };
+  std::set<std::pair<std::string, std::string>> expected;
+  for (const sbr::WriteContradiction &pair : sbr::kWriteContradictions)
+    expected.emplace(keyword_of(pair.option), keyword_of(pair.other));
+  std::set<std::pair<std::string, std::string>> documented;
+  bool in_section = false;
+  for (const std::string &line : lines_of_the_document()) {
+    if (line.starts_with("## ")) in_section = line == "## Contradictions";
+    const std::size_t with = line.find(" with ");
+    if (!in_section || !line.starts_with("- ") || with == std::string::npos) continue;
+    for (const std::string &first : backticked(line.substr(0, with)))
+      for (const std::string &second : backticked(line.substr(with))) documented.emplace(first, second);
+  }
+  EXPECT_EQ(documented, expected);
+}
+
+// ---- any text -------------------------------------------------------------------------------------------------------
 
 // Texts glued together from keywords, halves of keywords, brackets and noise: every write ends with a record or
 // without a file, and never says nothing about a failure.

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "body/body.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/messages.h"
@@ -294,11 +295,21 @@ TEST_F(WritePipelineTest, ARangeThatEndsBeforeItBeginsIsNoRecord) {
   SBR body = body_of_frequencies({1, 2, 3});
   log.clear();
   EXPECT_EQ(write(body, "lowpass(0.5) highpass(2.5)"), 0);
-  const std::vector<Message> complaints = log.take_complaints();
-  ASSERT_EQ(complaints.size(), 1U);
-  EXPECT_TRUE(is_no_memory(complaints[0], "sbrwrite"));
+  EXPECT_EQ(log.take_complaints(),
+            std::vector<Message>{error("No mode lies in the frequency range [2.500000e+00,5.000000e-01].")});
   EXPECT_FALSE(written());
-  EXPECT_EQ(write(body, "no_ortho empty"), 1);
+}
+
+TEST_F(WritePipelineTest, AnEmptyRecordNeedsNoModesInTheRange) {
+  SBR body = body_of_frequencies({1, 2, 3});
+  log.clear();
+  EXPECT_EQ(write(body, "no_xdr empty lowpass(0.5) highpass(2.5)"), 1);
+  EXPECT_EQ(log.take_complaints(),
+            (std::vector<Message>{error("There is insufficient mass data to compute a full set of mass "
+                                        "invariants.\nSome or all mass invariants will be set to zero.")}));
+  EXPECT_TRUE(has_block(18));
+  EXPECT_FALSE(has_block(7));
+  EXPECT_FALSE(has_block(29));
 }
 
 TEST_F(WritePipelineTest, ARangeLeavesMonitorPointsOnAllModesAndCutsTheRest) {
@@ -396,6 +407,161 @@ TEST_F(WritePipelineTest, InvariantsDiscardNodesThatNothingRefersTo) {
   SBR_TotalMassInertia(copy, &mass, inertia, center);
   EXPECT_EQ(mass, 5);
   EXPECT_EQ(center[0], 3);
+}
+
+// ---- modes by index -------------------------------------------------------------------------------------------------
+
+constexpr double kStress1 = 10;
+constexpr double kStress2 = 20;
+constexpr double kPreStress = 30;
+
+// Five nodes, of which a face names three; modes of 1 Hz and 3 Hz with stress kStress1 and kStress2 in xx, and a
+// pre-stress. A cut above 1 Hz gives the mode of 1 Hz the number 0, by which hosts ask for the pre-stress.
+SBR stressed_body() {
+  SBR body = SBR_Create(5, 2);
+  SBR_SetUnits(body, "MEGAGRAM", "MILLIMETER", "SECOND", "NEWTON");
+  const int face[] = {1, 2, 3};
+  for (int id = 1; id <= 5; ++id) {
+    SBR_SetNodeCoordinates(body, id, id, id % 2, 1);
+    SBR_SetNodalMass(body, id, 1);
+    for (int mode = 1; mode <= 2; ++mode) {
+      SBR_SetMode(body, mode, id, 0, mode, id, 0, 0, 0, 0);
+      SBR_SetMode(body, mode, id, 1, mode == 1 ? kStress1 : kStress2, id, 0, 0, 0, 0);
+    }
+    SBR_SetMode(body, 0, id, 1, kPreStress, id, 0, 0, 0, 0);
+  }
+  SBR_SetFaceList(body, 3, face);
+  for (int mode = 1; mode <= 2; ++mode) {
+    const double rad = (mode == 1 ? 1.0 : 3.0) * 6.28318530718;
+    SBR_SetGeneralizedMass(body, mode, mode, 1);
+    SBR_SetGeneralizedStiffness(body, mode, mode, rad * rad / SBR_UCF(body));
+  }
+  return body;
+}
+
+TEST_F(WritePipelineTest, ACutStopsNeitherTheDiscardNorTheChangeOfUnits) {
+  SBR body = stressed_body();
+  log.clear();
+  EXPECT_EQ(write(body, "highpass(1.5) fast_invar MKS"), 1);
+  EXPECT_TRUE(log.take_complaints().empty());
+  EXPECT_EQ(SBR_ModeNumber(body, 0), 0);
+  EXPECT_EQ(SBR_ModeNumber(body, 1), 1);
+  EXPECT_EQ(SBR_NodeCount(body), 3);
+  char mass[16] = {};
+  char other[16] = {};
+  SBR_Units(body, mass, other, other, other);
+  EXPECT_STREQ(mass, "KILOGRAM");
+}
+
+// The xx and yy stress of the first node in each mode of a native record, and in its pre-stress.
+struct WrittenStress {
+  double modes[2][2];
+  double before[2];
+};
+WrittenStress stress_of(const std::string &path) {
+  SBR record = SBR_CreateFromSBR(path.c_str());
+  EXPECT_NE(record, nullptr);
+  const auto nodes = static_cast<std::size_t>(SBR_ModeNodeCount(record, 1));
+  const std::string bytes = read_file(path);
+  const auto place = static_cast<std::size_t>(record->layout.block_offset[sbr::kModalStress]);
+  WrittenStress stress{};
+  for (std::size_t mode = 0; mode < 2; ++mode)
+    std::memcpy(stress.modes[mode], bytes.data() + place + 8 + 4 * nodes + mode * (4 + 48 * nodes) + 4, 16);
+  double six[3 * 5] = {};
+  EXPECT_EQ(SBR_Mode(record, 0, 1, six, 0), 1);
+  std::copy_n(six, 2, stress.before);
+  SBR_DeReference(record);
+  return stress;
+}
+
+TEST_F(WritePipelineTest, AModeThatIsNumberedZeroKeepsItsStressBesideThePreStress) {
+  SBR body = stressed_body();
+  ASSERT_EQ(write(body, "highpass(1.5) fast_invar"), 1);
+  ASSERT_EQ(SBR_ModeNumber(body, 0), 0);
+  // All modes, under the numbers that they have now.
+  ASSERT_EQ(write(body, "no_ortho no_xdr"), 1);
+  const WrittenStress stress = stress_of(path);
+  EXPECT_EQ(stress.modes[0][0], kStress1);
+  EXPECT_EQ(stress.modes[1][0], kStress2);
+  EXPECT_EQ(stress.before[0], kPreStress);
+}
+
+TEST_F(WritePipelineTest, AModeThatIsNumberedZeroTurnsWithTheBody) {
+  SBR body = stressed_body();
+  ASSERT_EQ(write(body, "highpass(1.5)"), 1);
+  const double axis[] = {0, 0, 1};
+  const double point[] = {0, 0, 0};
+  ASSERT_EQ(SBR_Rotate(body, axis, point, 90), 1);
+  log.clear();
+  ASSERT_EQ(write(body, "no_ortho no_xdr"), 1);
+  EXPECT_TRUE(log.take_complaints().empty());
+  const WrittenStress stress = stress_of(path);
+  // What was xx is yy now; the first node's yy was 1.
+  for (const int mode : {0, 1}) EXPECT_NEAR(stress.modes[mode][0], 1, 1e-12);
+  EXPECT_NEAR(stress.modes[0][1], kStress1, 1e-12);
+  EXPECT_NEAR(stress.modes[1][1], kStress2, 1e-12);
+  EXPECT_NEAR(stress.before[0], 1, 1e-12);
+  EXPECT_NEAR(stress.before[1], kPreStress, 1e-12);
+}
+
+// ---- references -----------------------------------------------------------------------------------------------------
+
+// The keep list is made once and outlives a change of the faces.
+TEST_F(WritePipelineTest, AFaceThatLostANodeIsNotWritten) {
+  SBR body = stressed_body();
+  int count = 0;
+  SBR_FreeMemory(SBR_GeometryNodes(body, &count));
+  ASSERT_EQ(count, 3);
+  const int late[] = {3, 4, 5};
+  SBR_SetFaceList(body, 3, late);
+  log.clear();
+  EXPECT_EQ(write(body, "fast_invar"), 0);
+  EXPECT_EQ(
+      log.take_complaints(),
+      std::vector<Message>{error("Face 2 refers to node index -1; the body has 3 nodes.  The record is not written.")});
+  EXPECT_FALSE(written());
+}
+
+TEST_F(WritePipelineTest, ReferencesOfAForeignRecordOutsideItsNodesAreNotWritten) {
+  const std::string source = scratch.file("source.sbr");
+  const auto base = [] {
+    RecordBuilder record(0x3C);
+    record.nodes({{10, {0, 0, 0}}, {20, {1, 2, 3}}});
+    return record;
+  };
+  const std::pair<RecordBuilder, const char *> cases[] = {
+      {base().faces({{0, 1, 2}}), "Face 1 refers to node index 2"},
+      {base().interface_nodes({1, -5}), "Interface node 2 refers to node index -5"},
+      {base().nodal_loads({{{0, 1, 10}}, {{7, 1, 10}}}), "Nodal load case 2 refers to node index 7"}};
+  for (const auto &[record, text] : cases) {
+    SCOPED_TRACE(text);
+    record.write(source);
+    SBR body = SBR_CreateFromSBR(source.c_str());
+    ASSERT_NE(body, nullptr);
+    log.clear();
+    EXPECT_EQ(write(body, nullptr), 0);
+    EXPECT_EQ(log.take_complaints(),
+              std::vector<Message>{error(std::string(text) + "; the body has 2 nodes.  The record is not written.")});
+    EXPECT_FALSE(written());
+    SBR_Terminate();
+  }
+}
+
+// ---- the environment ------------------------------------------------------------------------------------------------
+
+int forget_the_options(const char *text) {
+  if (std::strstr(text, "Exporting frequency range") != nullptr) unsetenv("KTX_SBRWRITE_OPTIONS");
+  return 0;
+}
+
+TEST_F(WritePipelineTest, TheOptionsAreReadOncePerWrite) {
+  SBR body = stressed_body();
+  SBR_SetModalLoadNodal(body, 0, 5, 1, 10);
+  const message_handlers handlers = {nullptr, nullptr, forget_the_options};
+  SetMessageHandlers(&handlers);
+  EXPECT_EQ(write(body, "fast_invar optimize_mforce_nodes"), 1);
+  // Node 5 is known to the load only, and the option was there when the write began.
+  EXPECT_EQ(SBR_NodeCount(body), 3);
 }
 
 // ---- the empty record and units -------------------------------------------------------------------------------------

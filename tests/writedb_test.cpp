@@ -8,7 +8,7 @@
 #include <map>
 #include <set>
 
-#include "body.h"
+#include "body/body.h"
 #include "plugins/standin.h"
 #include "support/files.h"
 #include "support/messages.h"

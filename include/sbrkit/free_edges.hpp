@@ -1,14 +1,20 @@
-// free_edges.hpp: the rims of a surface mesh, for C++ callers. Header only; the library exports nothing for it.
-//
-// An edge of the mesh is free when only one side of one face uses it. cSBRFreeEdges takes a flat face list and gives
-// the free edges as chains of node numbers:
-//
-//   cSBRFreeEdges rims;
-//   rims.FindFreeEdges(face_count, face_list);
-//   for (const std::list<int> &chain : rims.GetFreeEdges()) ...
-//
-// The C operations SBR_GetFreeEdgeCount, SBR_GetFreeEdgeSize and SBR_GetFreeEdge give the same chains of a body, as
-// node IDs. The classes throw std::bad_alloc when memory is short. One thread at a time.
+/** @file
+ *  @brief Free edges: the rims of a surface mesh, for C++ callers.
+ *
+ *  Needs C++20. Header only: the shared library exports nothing for it.
+ *
+ *  An edge of a mesh is free when only one side of one face uses it. cSBRFreeEdges takes a flat face list and gives the
+ *  free edges as chains of node numbers:
+ *
+ *  @code{.cpp}
+ *  cSBRFreeEdges rims;
+ *  rims.FindFreeEdges(face_count, face_list);
+ *  for (const std::list<int> &chain : rims.GetFreeEdges()) ...
+ *  @endcode
+ *
+ *  The C operations SBR_GetFreeEdgeCount(), SBR_GetFreeEdgeSize() and SBR_GetFreeEdge() give the same chains of a body,
+ *  as node IDs. The classes throw std::bad_alloc when memory is short; an object that threw is good for destruction
+ *  only. They share nothing: one thread at a time per object. */
 #ifndef SBRKIT_FREE_EDGES_HPP
 #define SBRKIT_FREE_EDGES_HPP
 
@@ -22,26 +28,28 @@
 
 class cSBREdge;
 
-// A vertex of the mesh, with the edges that touch it in the order in which they were linked. It does not own them.
+/// A vertex of the mesh, with the edges that touch it in the order in which they were linked. It does not own them, and
+/// has to outlive them.
 class cSBRNode {
  public:
+  /// A node without edges, known under a number.
   explicit cSBRNode(int id) : id_(id) {}
   cSBRNode(const cSBRNode &) = delete;
   cSBRNode &operator=(const cSBRNode &) = delete;
 
-  // The number under which the face list knows the node.
+  /// The number under which the face list knows the node.
   int ID() const { return id_; }
-  // How many edges are linked; a degenerate edge, from a node to itself, is linked twice.
+  /// How many edges are linked; a degenerate edge, from a node to itself, is linked twice.
   int EdgeCount() const { return static_cast<int>(linked_edges_.size()); }
-  // Puts an edge at the end of the linked edges.
+  /// Puts an edge at the end of the linked edges.
   void AddLinkedEdge(cSBREdge *edge) { linked_edges_.push_back(edge); }
-  // Takes every occurrence of an edge off the linked edges.
+  /// Takes every occurrence of an edge off the linked edges.
   void RemoveLinkedEdge(cSBREdge *edge) { linked_edges_.remove(edge); }
-  // The node with the lowest ID at the other end of a linked edge, or null when there is none. The edge taken, the
-  // first one in the order of linking that leads there, is unlinked from both its ends.
+  /// The node with the lowest ID at the other end of a linked edge, or null when there is none. The edge taken, the
+  /// first one in the order of linking that leads there, is unlinked from both its ends.
   cSBRNode *GetConnectedNode();
-  // One chain of node IDs through this node, eating the edges on its way. It runs on as long as exactly one edge leads
-  // on, so it ends where a path ends or branches. A closed chain has equal first and last values.
+  /// One chain of node IDs through this node, eating the edges on its way. It runs on as long as exactly one edge leads
+  /// on, so it ends where a path ends or branches. A closed chain has equal first and last values.
   std::list<int> FindFreeEdge();
 
  private:
@@ -49,9 +57,10 @@ class cSBRNode {
   std::list<cSBREdge *> linked_edges_;
 };
 
-// An undirected edge between two nodes. It links itself into both at its construction, out of both at its destruction.
+/// An undirected edge between two nodes. It links itself into both at its construction, out of both at its destruction.
 class cSBREdge {
  public:
+  /// An edge between two nodes, neither null, in whatever order. Its reference count is 1.
   cSBREdge(cSBRNode *a, cSBRNode *b) : first_(a->ID() >= b->ID() ? b : a), second_(a->ID() >= b->ID() ? a : b) {
     first_->AddLinkedEdge(this);
     try {
@@ -61,6 +70,7 @@ class cSBREdge {
       throw;
     }
   }
+  /// Takes the edge off both its nodes.
   ~cSBREdge() {
     first_->RemoveLinkedEdge(this);
     second_->RemoveLinkedEdge(this);
@@ -68,13 +78,14 @@ class cSBREdge {
   cSBREdge(const cSBREdge &) = delete;
   cSBREdge &operator=(const cSBREdge &) = delete;
 
-  // Counts one more face side that uses the edge.
+  /// Counts one more face side that uses the edge.
   void AddRef() { reference_count_ += 1; }
-  // How many face sides use the edge; 1 at construction.
+  /// How many face sides use the edge; 1 at construction.
   int RefCount() const { return reference_count_; }
-  // The two IDs as decimal text, lower first, joined by "_".
+  /// The two IDs as decimal text, lower first, joined by "_".
   std::string Key() const { return std::to_string(first_->ID()) + "_" + std::to_string(second_->ID()); }
-  // The other end of the edge: the first node, unless that is the one given.
+  /// The other end of the edge: the one with the lower ID, unless that is the node given. The node is not tested for
+  /// being an end at all.
   cSBRNode *GetAnotherNode(const cSBRNode *node) const { return node != first_ ? first_ : second_; }
 
  private:
@@ -83,17 +94,20 @@ class cSBREdge {
   int reference_count_ = 1;
 };
 
-// The free edges of a face list. One object serves one list.
+/// The free edges of a face list. One object serves one list: chains of a second one come behind those of the first,
+/// and edges of both count together.
 class cSBRFreeEdges {
  public:
-  // Finds the chains of face_count faces. The list holds per face its vertex count and then that many node numbers, any
-  // integers; faces of fewer than three vertices have no edges. The caller vouches for the length of the list.
+  /// Finds the chains of face_count faces. The list holds per face its vertex count and then that many node numbers,
+  /// any integers; faces of fewer than three vertices have no edges, and a negative vertex count ends the list. The
+  /// caller vouches for the length of the list. A side that is used twice, be it by one face, is no free edge. A chain
+  /// runs until it closes, ends or branches; the first and last number of a closed one are equal.
   void FindFreeEdges(int face_count, const int *face_list) {
     PopulateEdges(face_count, face_list);
     RemoveInternalEdges();
     GenerateFreeEdgeList();
   }
-  // The chains found, in ascending order of the nodes they were started from.
+  /// The chains found, in ascending order of the nodes they were started from: a copy.
   std::vector<std::list<int>> GetFreeEdges() const { return free_edges_; }
 
  private:

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "body/units.h"
 #include "sbrkit/sbrkit.h"
-#include "sbrunits.h"
 
 namespace {
 

@@ -1,6 +1,5 @@
 // Allocations that fail on demand: malloc, calloc, realloc and new(std::nothrow) of the library's objects. A program
-// that uses this says so to the linker, in its .libraries.cmake:
-//   set(libraries -Wl,--wrap=malloc -Wl,--wrap=calloc -Wl,--wrap=realloc -Wl,--wrap=_ZnwmRKSt9nothrow_t)
+// that uses this has "failing-allocations" among its needs in tests/CMakeLists.txt, so that the linker wraps them.
 #ifndef SBRKIT_TESTS_SUPPORT_ALLOCATIONS_H
 #define SBRKIT_TESTS_SUPPORT_ALLOCATIONS_H
 

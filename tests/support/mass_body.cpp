@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbrtest {
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <stdexcept>
 
-#include "body.h"
+#include "body/body.h"
 
 namespace sbrtest {
 

@@ -286,6 +286,18 @@ std::size_t RecordBuilder::offset(int index) const {
 
 void RecordBuilder::write(const std::string &path) const { write_file(path, bytes()); }
 
+std::string first_difference(const RecordBuilder &expected, const std::string &actual) {
+  const std::string bytes = expected.bytes();
+  if (bytes == actual) return "";
+  std::size_t at = 0;
+  while (at < bytes.size() && at < actual.size() && bytes[at] == actual[at]) ++at;
+  int block = 0;
+  for (int index = 3; index <= 35; ++index)
+    if (expected.offset(index) <= at) block = index;
+  return "at byte " + std::to_string(at) + ", block " + std::to_string(block) + ", sizes " +
+         std::to_string(bytes.size()) + " and " + std::to_string(actual.size());
+}
+
 RecordBuilder full_record(std::uint32_t word) {
   RecordBuilder record(word);
   const int code = record.code();

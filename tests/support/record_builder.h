@@ -166,6 +166,10 @@ class RecordBuilder {
   std::map<int, int> content_;
 };
 
+// Where a file differs from a record, with the block, or "" when they are equal: a readable form of a failed
+// comparison.
+std::string first_difference(const RecordBuilder &expected, const std::string &actual);
+
 // A body with every block that the version can hold: three nodes, two modes (numbers 1, 2), stress on two nodes.
 RecordBuilder full_record(std::uint32_t word);
 

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <iostream>
 
-#include "ccximport.h"
+#include "calculix/job.h"
 #include "commandline.h"
 #include "session.h"
 #include "unitsystems.h"
@@ -30,17 +30,17 @@ void print_masses(const ImportReport &report) {
     std::cout << name << std::string(20 - std::char_traits<char>::length(name), ' ') << value << '\n';
   };
   const auto &model = report.model;
-  const auto mesh = model.mesh.inertia(model.mesh.centre());
+  const auto mesh = model.exact.inertia(model.exact.centre());
   const auto lumped = model.lumped.inertia(model.lumped.centre());
-  line("Title", model.deck.title.empty() ? "-" : clean(model.deck.title));
+  line("Title", model.mesh.title.empty() ? "-" : clean(model.mesh.title));
   line("Units", report.units.mass + ", " + report.units.length + ", " + report.units.time + ", " + report.units.force);
-  line("Mesh", std::to_string(model.deck.elements.size()) + " elements, " + std::to_string(model.nodes.size()) +
+  line("Mesh", std::to_string(model.mesh.elements.size()) + " elements, " + std::to_string(model.nodes.size()) +
                    " nodes, " + std::to_string(model.interface_nodes.size()) + " of them interface; " +
                    std::to_string(model.surface_face_count) + " of " + std::to_string(model.face_count) +
                    " faces on the surface");
   line("Volume", brief(model.volume, 9));
-  line("Mass", brief(model.mesh.mass, 9) + "  (sum of the nodal masses " + brief(model.lumped.mass, 9) + ")");
-  line("Center of mass", vector_text(model.mesh.centre()));
+  line("Mass", brief(model.exact.mass, 9) + "  (sum of the nodal masses " + brief(model.lumped.mass, 9) + ")");
+  line("Center of mass", vector_text(model.exact.centre()));
   line("Inertia", brief(mesh[0]) + ", " + brief(mesh[4]) + ", " + brief(mesh[8]) +
                       "  about the center of mass (xx, yy, zz); of the nodal masses " + brief(lumped[0]) + ", " +
                       brief(lumped[4]) + ", " + brief(lumped[8]));
@@ -164,8 +164,8 @@ Json json_of(const Written &written) {
 
 Json summary_of(const ImportReport &report, const Written &written, const std::string &output) {
   const auto &model = report.model;
-  const auto centre = model.mesh.centre();
-  const auto inertia = model.mesh.inertia(centre);
+  const auto centre = model.exact.centre();
+  const auto inertia = model.exact.inertia(centre);
   const auto lumped = model.lumped.inertia(model.lumped.centre());
   Json modes = Json::array();
   for (const WrittenMode &mode : written.modes)
@@ -179,15 +179,15 @@ Json summary_of(const ImportReport &report, const Written &written, const std::s
                      {"largest_stress", written.stress_nodes > 0 ? finite(mode.stress) : Json(nullptr)},
                      {"stress_node", mode.stress_node}});
   return {{"record", output},
-          {"title", clean(model.deck.title)},
+          {"title", clean(model.mesh.title)},
           {"units", {report.units.mass, report.units.length, report.units.time, report.units.force}},
           {"nodes", model.nodes.size()},
-          {"elements", model.deck.elements.size()},
+          {"elements", model.mesh.elements.size()},
           {"interface_nodes", model.interface_nodes.size()},
           {"faces", model.face_count},
           {"surface_faces", model.surface_face_count},
           {"volume", finite(model.volume)},
-          {"mass", finite(model.mesh.mass)},
+          {"mass", finite(model.exact.mass)},
           {"nodal_mass", finite(model.lumped.mass)},
           {"center_of_mass", finite(centre.data(), 3)},
           {"inertia", finite(inertia.data(), 9)},

@@ -6,14 +6,13 @@
 
 #include "blocknames.h"
 #include "commandline.h"
+#include "record/rows.h"
 #include "session.h"
 
 namespace sbrtool {
 namespace {
 
 // ---- info ----------------------------------------------------------------------------------------------------------
-
-constexpr std::int64_t kHeaderCharacters = 544;
 
 Json header_texts(SBR body) {
   char title[129] = {};
@@ -41,11 +40,10 @@ Json units_of(SBR body) {
 Json blocks_of(SBR body) {
   Json blocks = Json::array();
   std::int64_t offset = 0;
-  for (int i = 0; i < static_cast<int>(kBlockNames.size()); ++i) {
+  for (int i = 0; i < sbr::kBlockCount; ++i) {
     if (SBR_Exists(body, i) == 0) continue;
     const std::int64_t size = SBR_size_of_block(body, i);
-    blocks.push_back(
-        {{"number", i + 1}, {"name", kBlockNames[static_cast<std::size_t>(i)]}, {"offset", offset}, {"size", size}});
+    blocks.push_back({{"number", i + 1}, {"name", block_name(i)}, {"offset", offset}, {"size", size}});
     offset += size;
   }
   return blocks;
@@ -108,7 +106,7 @@ Json invariants_of(SBR body) {
 }
 
 Json describe(SBR body, const std::string &path) {
-  const std::int64_t character_size = SBR_size_of_block(body, 1) / kHeaderCharacters;
+  const std::int64_t character_size = SBR_size_of_block(body, sbr::kHeader) / sbr::kHeaderChars;
   return {{"file", path},
           {"version", SBR_Version(body) / 10.0},
           {"encoding", character_size == 4 ? "XDR" : "native"},

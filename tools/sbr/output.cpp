@@ -4,13 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
-#include <csignal>
-#include <cstdlib>
 #include <cstring>
-#include <list>
 
 #include "session.h"
 
@@ -18,54 +13,6 @@ namespace sbrtool {
 namespace {
 
 namespace fs = std::filesystem;
-
-// ---- unfinished files and signals
-// ------------------------------------------------------------------------------------
-
-constexpr std::array<int, 4> kEndingSignals = {SIGHUP, SIGINT, SIGTERM, SIGPIPE};
-
-// The files that go when a signal ends the program. It changes only while these signals are held back, so that the
-// handler always finds it whole.
-std::list<std::string> &unfinished() {
-  static std::list<std::string> *const files = new std::list<std::string>;
-  return *files;
-}
-
-extern "C" void remove_unfinished(int signal) {
-  for (const std::string &file : unfinished()) unlink(file.c_str());
-  std::signal(signal, SIG_DFL);
-  raise(signal);
-}
-
-class SignalsHeldBack {
- public:
-  SignalsHeldBack() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : kEndingSignals) sigaddset(&signals, signal);
-    sigprocmask(SIG_BLOCK, &signals, &before_);
-  }
-  ~SignalsHeldBack() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsHeldBack(const SignalsHeldBack &) = delete;
-  SignalsHeldBack &operator=(const SignalsHeldBack &) = delete;
-
- private:
-  sigset_t before_{};
-};
-
-// Signals that the caller ignores stay ignored.
-void watch_signals() {
-  static const bool watched = [] {
-    struct sigaction action {};
-    action.sa_handler = remove_unfinished;
-    for (const int signal : kEndingSignals) {
-      struct sigaction before {};
-      if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_DFL) sigaction(signal, &action, nullptr);
-    }
-    return true;
-  }();
-  static_cast<void>(watched);
-}
 
 // The rights of a new file: those that the user's mask leaves.
 mode_t rights_of_new_files() {
@@ -75,9 +22,6 @@ mode_t rights_of_new_files() {
 }
 
 }  // namespace
-
-// ---- OutputFile
-// ------------------------------------------------------------------------------------------------------
 
 void OutputFile::fail(const std::string &reason) const { throw Failure(kFailed, given_.string() + ": " + reason); }
 
@@ -105,13 +49,12 @@ void OutputFile::make_beside() {
   struct stat before {};
   const bool replaces = stat(target_.c_str(), &before) == 0;
   std::string name = target_.string() + ".partial-XXXXXX";
-  watch_signals();
-  const SignalsHeldBack held;
+  // A signal that comes between the file and its guard waits.
+  const OrderlyEnd both;
   const int descriptor = mkostemp(name.data(), O_CLOEXEC);
   if (descriptor < 0) fail(std::strerror(errno));
-  unfinished().push_back(name);
   path_ = name;
-  pending_ = true;
+  pending_ = std::make_unique<RemovedOnInterrupt>(name);
   // A file system without rights has none to lose.
   static_cast<void>(fchmod(descriptor, replaces ? before.st_mode & 07777 : rights_of_new_files()));
   ::close(descriptor);
@@ -120,9 +63,7 @@ void OutputFile::make_beside() {
 OutputFile::~OutputFile() {
   if (stream_ != nullptr) std::fclose(stream_);
   if (!pending_) return;
-  const SignalsHeldBack held;
   unlink(path_.c_str());
-  unfinished().remove(path_);
 }
 
 std::FILE *OutputFile::stream() {
@@ -142,10 +83,9 @@ void OutputFile::close() {
 void OutputFile::commit() {
   close();
   if (!pending_) return;
-  const SignalsHeldBack held;
+  const OrderlyEnd both;
   if (std::rename(path_.c_str(), target_.c_str()) != 0) fail(std::strerror(errno));
-  unfinished().remove(path_);
-  pending_ = false;
+  pending_.reset();
 }
 
 }  // namespace sbrtool

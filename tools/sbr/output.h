@@ -5,7 +5,10 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <string>
+
+#include "interrupt.h"
 
 namespace sbrtool {
 
@@ -38,7 +41,7 @@ class OutputFile {
   std::string path_;
   std::FILE *stream_ = nullptr;
   bool regular_ = false;
-  bool pending_ = false;
+  std::unique_ptr<RemovedOnInterrupt> pending_;  // while the file has not got its name
 };
 
 }  // namespace sbrtool

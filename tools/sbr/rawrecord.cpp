@@ -10,18 +10,18 @@
 #include <filesystem>
 #include <fstream>
 
+#include "record/rows.h"
+
 namespace sbrtool {
 namespace {
 
-constexpr std::int64_t kHeaderCharacters = 544;
 constexpr std::int64_t kVersionBytes = 4;
 
-std::int64_t character_size(SBR body) { return SBR_size_of_block(body, kHeaderBlock) / kHeaderCharacters; }
+std::int64_t character_size(SBR body) { return SBR_size_of_block(body, sbr::kHeader) / sbr::kHeaderChars; }
 
 // Where the summary has the byte of a block from 3 on.
 std::int64_t content_offset(SBR body, int block) {
-  const int byte = block <= 9 ? block - 3 : block <= 12 ? block - 2 : block - 1;
-  return kVersionBytes + (kHeaderCharacters + byte) * character_size(body);
+  return kVersionBytes + (sbr::kHeaderChars + sbr::content_byte(block)) * character_size(body);
 }
 
 std::ifstream open_bytes(const std::string &path, std::int64_t offset) {

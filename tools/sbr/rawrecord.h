@@ -13,7 +13,6 @@ namespace sbrtool {
 
 // Block indices that commands ask for.
 enum BlockIndex : int {
-  kHeaderBlock = 1,
   kGlobalBlock = 5,
   kMassBlock = 8,
   kStressBlock = 17,

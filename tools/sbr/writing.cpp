@@ -5,19 +5,13 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <set>
 
 #include "output.h"
 #include "rawrecord.h"
 
 namespace sbrtool {
 namespace {
-
-constexpr const char *kVariable = "KTX_SBRWRITE_OPTIONS";
-
-// The keywords of the option variable. They are found anywhere in it, so also inside a file name.
-constexpr std::array<const char *, 16> kKeywords = {
-    "lbrf2cm", "sketch",  "strip_face", "coarsen(", "sparse_str", "full_str",  "no_ortho", "single",
-    "no_xdr",  "82_comp", "81_comp",    "invar",    "lowpass(",   "highpass(", "empty",    "MKS"};
 
 // A number without a plus sign: the option's reader takes digits, point, e and minus only.
 std::string plain_number(double value) {
@@ -26,68 +20,111 @@ std::string plain_number(double value) {
   return text;
 }
 
+// A keyword counts wherever it stands in the option variable, so also inside a file name.
 void check_sketch_name(const std::string &path) {
-  for (const char *keyword : kKeywords)
-    if (path.find(keyword) != std::string::npos)
-      throw Failure(kUsage, "the name of the sketch file holds the option keyword '" + std::string(keyword) +
+  for (const sbr::WriteOption &option : sbr::kWriteOptions)
+    if (option.is_in(path))
+      throw Failure(kUsage, "the name of the sketch file holds the option keyword '" + std::string(option.keyword) +
                                 "', which would take effect too; rename the file");
   if (path.find('"') != std::string::npos) throw Failure(kUsage, "the name of the sketch file holds a quotation mark");
 }
 
+// Layouts and invariants are told by one flag each.
+bool is_chosen(const sbr::WriteOption &option, const WriteOptions &options) {
+  const bool layout = option.member == &sbr::WriteFlags::layout_81 || option.member == &sbr::WriteFlags::layout_82;
+  return option.choice == (layout ? options.layout : options.invariants);
+}
+
+// Whether a flag that takes a value has one.
+bool is_given(const sbr::WriteOption &option, const WriteOptions &options) {
+  switch (option.value) {
+    case sbr::OptionValue::sketch:
+      return !options.sketch.empty();
+    case sbr::OptionValue::coarsening:
+      return !options.coarsen.empty();
+    case sbr::OptionValue::lowpass:
+      return options.lowpass.has_value();
+    case sbr::OptionValue::highpass:
+      return options.highpass.has_value();
+    case sbr::OptionValue::none:
+      break;
+  }
+  return option.member == &sbr::WriteFlags::any_invariants && !options.invariants.empty();
+}
+
+// What stands behind a keyword; nothing when the flags do not ask for the option.
+std::optional<std::string> value_of(const sbr::WriteOption &option, const WriteOptions &options) {
+  const auto bracketed = [](const std::string &value) { return "(" + value + ")"; };
+  switch (option.value) {
+    case sbr::OptionValue::none:
+      if (option.choice.empty() ? options.*option.member : is_chosen(option, options)) return "";
+      break;
+    case sbr::OptionValue::sketch:
+      if (options.sketch.empty()) break;
+      check_sketch_name(options.sketch);
+      return bracketed('"' + options.sketch + '"');
+    case sbr::OptionValue::coarsening:
+      if (options.coarsen.empty()) break;
+      if (options.coarsen.find_first_not_of(" 0123456789.,preserve_str") != std::string::npos)
+        throw Failure(kUsage, "--coarsen takes numbers, commas and preserve_str only");
+      return bracketed(full_coarsening(options.coarsen));
+    case sbr::OptionValue::lowpass:
+      if (options.lowpass) return bracketed(plain_number(*options.lowpass));
+      break;
+    case sbr::OptionValue::highpass:
+      if (options.highpass) return bracketed(plain_number(*options.highpass));
+      break;
+  }
+  return std::nullopt;
+}
+
 // Of two values for one option the library takes the first, which is that of the variable.
 void check_variable(const std::string &variable, const WriteOptions &options) {
-  const struct {
-    const char *keyword;
-    bool given;
-    const char *flag;
-  } both[] = {{"lowpass(", options.lowpass.has_value(), "--lowpass"},
-              {"highpass(", options.highpass.has_value(), "--highpass"},
-              {"coarsen(", !options.coarsen.empty(), "--coarsen"},
-              {"sketch(", !options.sketch.empty(), "--sketch"},
-              {"invar", !options.invariants.empty(), "--invariants"}};
-  for (const auto &one : both)
-    if (one.given && variable.find(one.keyword) != std::string::npos)
-      throw Failure(kUsage, std::string(one.flag) + " is given while " + kVariable + " holds '" + one.keyword +
+  for (const sbr::WriteOption &option : sbr::kWriteOptions)
+    if (!option.value_name.empty() && option.is_in(variable) && is_given(option, options))
+      throw Failure(kUsage, (option.flag.empty() ? "--invariants" : std::string(option.flag)) + " is given while " +
+                                sbr::kWriteOptionsVariable + " holds '" + std::string(option.keyword) +
                                 "' too, which would win; unset the variable");
+}
+
+// ---- flags ---------------------------------------------------------------------------------------------------------
+
+// A flag whose values stand for one keyword each.
+CLI::Option *add_choice(CLI::App &command, const sbr::WriteOption &first, WriteOptions &options) {
+  std::set<std::string> choices;
+  for (const sbr::WriteOption &option : sbr::kWriteOptions)
+    if (option.flag == first.flag) choices.emplace(option.choice);
+  std::string &choice = first.member == &sbr::WriteFlags::layout_82 ? options.layout : options.invariants;
+  return command.add_option(std::string(first.flag), choice, std::string(first.help))->check(CLI::IsMember(choices));
+}
+
+CLI::Option *add_flag(CLI::App &command, const sbr::WriteOption &option, WriteOptions &options) {
+  const std::string flag(option.flag);
+  const std::string help(option.help);
+  switch (option.value) {
+    case sbr::OptionValue::sketch:
+      return command.add_option(flag, options.sketch, help)->check(CLI::ExistingFile);
+    case sbr::OptionValue::coarsening:
+      return command.add_option(flag, options.coarsen, help);
+    case sbr::OptionValue::lowpass:
+      return command.add_option(flag, options.lowpass, help);
+    case sbr::OptionValue::highpass:
+      return command.add_option(flag, options.highpass, help);
+    case sbr::OptionValue::none:
+      break;
+  }
+  return option.choice.empty() ? command.add_flag(flag, options.*option.member, help)
+                               : add_choice(command, option, options);
 }
 
 }  // namespace
 
 void add_write_options(CLI::App &command, WriteOptions &options) {
-  const char *group = "Write options";
-  command.add_flag("--single", options.single, "Single-precision reals")->group(group);
-  command.add_flag("--no-xdr", options.no_xdr, "Native instead of XDR encoding")->group(group);
-  command.add_option("--lowpass", options.lowpass, "Drop modes above this frequency")->type_name("HZ")->group(group);
-  command.add_option("--highpass", options.highpass, "Drop modes up to this frequency")->type_name("HZ")->group(group);
-  command
-      .add_option("--invariants", options.invariants,
-                  "Compute and store inertia invariants: all, or without 5 and 9 (fast)")
-      ->check(CLI::IsMember({"full", "fast"}))
-      ->group(group);
-  command
-      .add_option(
-          "--coarsen", options.coarsen,
-          "Fuse small flat faces: RES a fraction of the extent, ANGLE in degrees, COLINEAR 1 to remove vertices "
-          "on straight edges; the nodes of the IDs stay, with preserve_str those with stress too")
-      ->type_name("RES,ANGLE[,COLINEAR[,ID,...][,preserve_str]]")
-      ->group(group);
-  command.add_option("--sketch", options.sketch, "Replace the faces by those of a sketch file")
-      ->check(CLI::ExistingFile)
-      ->type_name("SKETCH")
-      ->group(group);
-  command.add_flag("--strip-faces", options.strip_faces, "Remove faces that two elements share")->group(group);
-  command.add_flag("--sparse-stress", options.sparse_stress, "Keep only nodes with stress or strain other than zero")
-      ->group(group);
-  command.add_flag("--full-stress", options.full_stress, "Stress and strain at all nodes (layout 4.1)")->group(group);
-  command.add_option("--layout", options.layout, "An old layout, of version 8.1 or 8.2")
-      ->check(CLI::IsMember({"81", "82"}))
-      ->group(group);
-  command.add_flag("--no-ortho", options.no_ortho, "Leave the modes as they are; store generalized mass and stiffness")
-      ->group(group);
-  command.add_flag("--empty", options.empty, "Geometry and mass only, no modes")->group(group);
-  command.add_flag("--mks", options.mks, "Convert to kilogram, meter, second, newton")->group(group);
-  command.add_flag("--shift-to-cm", options.shift_to_cm, "Move the reference frame to the centre of mass")
-      ->group(group);
+  for (const sbr::WriteOption &option : sbr::kWriteOptions)
+    if (!option.help.empty()) {
+      CLI::Option *flag = add_flag(command, option, options)->group("Write options");
+      if (option.value != sbr::OptionValue::none) flag->type_name(std::string(option.value_name));
+    }
 }
 
 std::string full_coarsening(const std::string &text) {
@@ -96,41 +133,20 @@ std::string full_coarsening(const std::string &text) {
 
 std::string option_text(const WriteOptions &options) {
   std::string text;
-  if (const char *given = std::getenv(kVariable); given != nullptr) text = given;
+  if (const char *given = std::getenv(sbr::kWriteOptionsVariable); given != nullptr) text = given;
   check_variable(text, options);
-  const auto add = [&](const std::string &word) { text += (text.empty() ? "" : " ") + word; };
-  if (options.shift_to_cm) add("lbrf2cm");
-  if (!options.sketch.empty()) {
-    check_sketch_name(options.sketch);
-    add("sketch(\"" + options.sketch + "\")");
-  }
-  if (options.strip_faces) add("strip_face");
-  if (!options.coarsen.empty()) {
-    if (options.coarsen.find_first_not_of(" 0123456789.,preserve_str") != std::string::npos)
-      throw Failure(kUsage, "--coarsen takes numbers, commas and preserve_str only");
-    add("coarsen(" + full_coarsening(options.coarsen) + ")");
-  }
-  if (options.sparse_stress) add("sparse_str");
-  if (options.full_stress) add("full_str");
-  if (options.no_ortho) add("no_ortho");
-  if (options.single) add("single");
-  if (options.no_xdr) add("no_xdr");
-  if (!options.layout.empty()) add(options.layout + "_comp");
-  if (!options.invariants.empty()) add(options.invariants + "_invar");
-  if (options.lowpass) add("lowpass(" + plain_number(*options.lowpass) + ")");
-  if (options.highpass) add("highpass(" + plain_number(*options.highpass) + ")");
-  if (options.empty) add("empty");
-  if (options.mks) add("MKS");
+  for (const sbr::WriteOption &option : sbr::kWriteOptions)
+    if (const auto value = value_of(option, options))
+      text += (text.empty() ? "" : " ") + std::string(option.keyword) + *value;
   return text;
 }
 
 void use_options(const WriteOptions &options) {
   const std::string text = option_text(options);
-  if (!text.empty()) setenv(kVariable, text.c_str(), 1);
+  if (!text.empty()) setenv(sbr::kWriteOptionsVariable, text.c_str(), 1);
 }
 
-// ---- what cannot be written rightly
-// ----------------------------------------------------------------------------------
+// ---- what cannot be written rightly --------------------------------------------------------------------------------
 
 double share_of_nodes(SBR body, double mass) {
   double sum = 0.0;

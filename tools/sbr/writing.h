@@ -7,26 +7,20 @@
 #include <string>
 #include <vector>
 
+// The table of write options is the one internal header that the program reads: flags and keywords are described once.
+#include "../../src/sbrkit/write/option_table.h"
 #include "session.h"
 
 namespace sbrtool {
 
-struct WriteOptions {
-  bool single = false;
-  bool no_xdr = false;
+// What the flags ask for: switches as the table of write options has them, and values.
+struct WriteOptions : sbr::WriteFlags {
   std::optional<double> lowpass;
   std::optional<double> highpass;
-  std::string invariants;
+  std::string invariants;  // a choice, as is the layout
+  std::string layout;
   std::string coarsen;
   std::string sketch;
-  bool strip_faces = false;
-  bool sparse_stress = false;
-  bool full_stress = false;
-  std::string layout;
-  bool no_ortho = false;
-  bool empty = false;
-  bool mks = false;
-  bool shift_to_cm = false;
 };
 
 // The flags of a command that writes a record.

@@ -1,2 +1,0 @@
-pkg_check_modules(OPENBLAS REQUIRED IMPORTED_TARGET openblas)
-set(libraries PkgConfig::OPENBLAS)

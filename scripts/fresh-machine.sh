@@ -1,0 +1,185 @@
+#!/usr/bin/env bash
+# Tries the README's two commands on a fresh machine: makes a minimal Debian 12 in a folder, puts the committed checkout
+# into root's home and into the home of an ordinary user with sudo, and runs ./demo.sh and ./test.sh in each. Says what
+# failed, and ends with 1 if anything did.
+#
+#   scripts/fresh-machine.sh [--folder FOLDER] [--revision REVISION] [--renew] [--keep] [root|user]...
+#
+#   --folder    where the systems lie (default: /var/tmp/sbrkit-fresh-machine); about 3 GB while it runs
+#   --revision  what is checked out (default: HEAD)
+#   --renew     make the base system anew; otherwise one is kept as a packed file for the next time
+#   --keep      leave the last system standing, to look around in it with chroot
+#   root, user  who runs the commands (default: both, each on a machine of its own)
+#
+# It needs root's rights, debootstrap, and this machine's way to Debian's packages: sources, settings and keys of
+# /etc/apt, proxies of the environment and the certificates of /etc/ssl/certs are carried over.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+folder=/var/tmp/sbrkit-fresh-machine
+revision=HEAD
+renew=
+keep=
+who=()
+while [ $# -gt 0 ]; do
+  case $1 in
+    --folder) folder=$2; shift ;;
+    --revision) revision=$2; shift ;;
+    --renew) renew=1 ;;
+    --keep) keep=1 ;;
+    root | user) who+=("$1") ;;
+    *) sed -n '2,16s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
+  esac
+  shift
+done
+[ ${#who[@]} -gt 0 ] || who=(root user)
+
+stop() { echo "fresh-machine.sh: $*" >&2; exit 2; }
+[ "$(id -u)" -eq 0 ] || stop "needs root's rights: run it with sudo"
+command -v debootstrap >/dev/null || stop "debootstrap is missing: apt-get install debootstrap"
+revision=$(git rev-parse --verify --quiet "$revision^{commit}") || stop "no such revision"
+
+mkdir -p "$folder"
+folder=$(cd "$folder" && pwd)
+base=$folder/base.tar
+system=$folder/system
+logs=$folder/logs
+mkdir -p "$logs"
+exec 9>"$folder/lock"
+flock -n 9 || stop "another run uses $folder"
+
+# ---- the way to the packages ----------------------------------------------------------------------------------------
+
+# The address of Debian's archive, as this machine's own apt is told.
+mirror() {
+  apt-get indextargets --format '$(RELEASE) $(COMPONENT) $(REPO_URI)' 'Created-By: Packages' |
+    awk '$1 == "bookworm" && $2 == "main" { print $3; exit }'
+}
+
+# Whatever leads this machine to its packages: sources, settings, keys, certificates, names of machines. Settings that
+# start programs of this machine stay here.
+carry_over() {
+  local file to=$1/etc/apt
+  rm -rf "$to/sources.list" "$to/sources.list.d"
+  for file in sources.list sources.list.d auth.conf auth.conf.d preferences.d trusted.gpg trusted.gpg.d keyrings; do
+    [ ! -e "/etc/apt/$file" ] || cp -a "/etc/apt/$file" "$to/"
+  done
+  for file in apt.conf $(cd /etc/apt && ls -d apt.conf.d/*); do
+    if [ -f "/etc/apt/$file" ] && ! grep -qE 'Pre-Install-Pkgs|(Pre|Post)-Invoke' "/etc/apt/$file"; then
+      cp -a "/etc/apt/$file" "$to/$file"
+    fi
+  done
+  mkdir -p "$1/etc/ssl/certs" "$1/usr/share/keyrings"
+  cp -aL /usr/share/keyrings/. "$1/usr/share/keyrings/"
+  [ ! -e /etc/ssl/certs/ca-certificates.crt ] || cp -L /etc/ssl/certs/ca-certificates.crt "$1/etc/ssl/certs/"
+  for file in resolv.conf hosts; do
+    rm -f "$1/etc/$file"
+    cp -L "/etc/$file" "$1/etc/$file"
+  done
+}
+
+# ---- the system -----------------------------------------------------------------------------------------------------
+
+unmount() {
+  local place
+  for place in dev/pts dev/shm dev proc sys var/cache/apt/archives; do
+    while mountpoint -q "$system/$place"; do umount -l "$system/$place"; done
+  done
+}
+
+remove_system() {
+  unmount
+  # Nothing of this machine may still hang in the tree that is removed.
+  ! grep -q " $system/" /proc/mounts || stop "$system has mounts that do not go"
+  rm -rf --one-file-system "$system"
+}
+ending() {
+  if [ -n "$keep" ]; then
+    echo "The system stands in $system; the next run removes it."
+  else
+    remove_system
+  fi
+}
+trap ending EXIT
+
+make_base() {
+  local from
+  from=$(mirror)
+  [ -n "$from" ] || stop "this machine's apt knows no Debian 12 (bookworm main)"
+  echo "Making the base system ..."
+  remove_system
+  debootstrap --variant=minbase bookworm "$system" "$from" >"$logs/debootstrap.log" 2>&1 ||
+    { tail -n 20 "$logs/debootstrap.log"; stop "debootstrap failed"; }
+  tar -C "$system" -cf "$base.new" .
+  mv "$base.new" "$base"
+}
+
+# fresh_system WHO: a system that has seen nothing yet but the checkout; an ordinary user's has sudo besides.
+fresh_system() {
+  local home=/root
+  remove_system
+  mkdir -p "$system"
+  tar -C "$system" -xf "$base"
+  carry_over "$system"
+  mount -t proc proc "$system/proc"
+  mount -t sysfs -o ro sysfs "$system/sys"
+  mount --bind /dev "$system/dev"
+  mount -t devpts -o newinstance,ptmxmode=0666,mode=0620 devpts "$system/dev/pts"
+  mount -t tmpfs tmpfs "$system/dev/shm"
+  # Packages are fetched once for all the machines.
+  mkdir -p "$folder/archives/partial"
+  mount --bind "$folder/archives" "$system/var/cache/apt/archives"
+  if [ "$1" = user ]; then
+    home=/home/guest
+    inside root '/' 'apt-get update -qq && apt-get install -y -qq --no-install-recommends sudo && useradd -m -s /bin/bash guest' \
+      >"$logs/sudo.log" 2>&1 || { tail -n 20 "$logs/sudo.log"; stop "sudo cannot be installed"; }
+    echo 'guest ALL=(ALL) NOPASSWD: ALL' >"$system/etc/sudoers.d/guest"
+  fi
+  chmod 700 "$system$home"
+  mkdir "$system$home/sbrkit"
+  git archive "$revision" | tar -C "$system$home/sbrkit" -xf -
+  if [ "$1" = user ]; then
+    inside root / 'chown -R guest:guest /home/guest'
+  fi
+}
+
+# inside WHO DIRECTORY COMMAND: a clean environment, but for the way to the network.
+inside() {
+  local account=root home=/root name settings=()
+  if [ "$1" = user ]; then account=guest home=/home/guest; fi
+  for name in http_proxy https_proxy ftp_proxy no_proxy HTTP_PROXY HTTPS_PROXY NO_PROXY; do
+    [ -z "${!name:-}" ] || settings+=("$name=${!name}")
+  done
+  chroot "$system" /usr/bin/env -i "${settings[@]}" HOME="$home" USER="$account" LOGNAME="$account" \
+    PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
+    /usr/bin/setpriv --reuid "$account" --regid "$account" --init-groups \
+    /bin/bash -c "cd '$2' && $3" </dev/null
+}
+
+# ---- the two commands -----------------------------------------------------------------------------------------------
+
+[ -z "$renew" ] || rm -f "$base"
+[ -e "$base" ] || make_base
+
+passed=0
+failed=0
+for account in "${who[@]}"; do
+  home=/root
+  [ "$account" = root ] || home=/home/guest
+  echo "A fresh machine for $account, checkout in $home/sbrkit ..."
+  fresh_system "$account"
+  for command in demo.sh test.sh; do
+    log=$logs/$account-$command.log
+    start=$SECONDS
+    if inside "$account" "$home/sbrkit" "./$command" >"$log" 2>&1; then
+      passed=$((passed + 1))
+      printf '%-5s ./%-8s passed  %5d s\n' "$account" "$command" $((SECONDS - start))
+    else
+      failed=$((failed + 1))
+      printf '%-5s ./%-8s FAILED  %5d s; the whole of it is in %s\n' "$account" "$command" $((SECONDS - start)) "$log"
+      sed -n '/The following tests FAILED/,$p' "$log" | grep . || tail -n 25 "$log"
+    fi
+  done
+done
+echo "fresh machine: $passed passed, $failed failed"
+[ "$failed" -eq 0 ]

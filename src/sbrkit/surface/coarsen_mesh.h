@@ -1,0 +1,183 @@
+// The working mesh of coarsening and the routines that act on it. coarsen.cpp owns the run; coarsen_neighbourhood
+// judges a node, coarsen_fan walks the faces around it, coarsen_merge puts their rim in their place, coarsen_prune cuts
+// loops out of the rim, coarsen_surface thins and rewrites the finished polygons.
+//
+// A slot of either table can be empty: the item is then out of play. Here an empty slot is a cleared flag.
+#ifndef SBRKIT_SURFACE_COARSEN_MESH_H
+#define SBRKIT_SURFACE_COARSEN_MESH_H
+
+#include <span>
+
+#include "body/body.h"
+
+namespace sbr::coarse {
+
+// Polygons of this many vertices are handled with care for the time that a look at all of them takes.
+constexpr std::int32_t kLargePolygon = 64;
+
+struct Face {
+  std::int32_t *nodes;  // node indices in order around the polygon, inside Mesh::pool or a chunk of it
+  std::int32_t count;   // vertices in the polygon
+  std::int32_t front;   // free words in front of `nodes`
+  std::int32_t back;    // and behind the polygon
+  std::int32_t box;     // place in Mesh::boxes plus 1; 0 for an original face
+  std::int32_t extent;  // place in Mesh::extents plus 1; 0 for a small polygon
+  double normal[3];     // unit normal, or zero
+  std::int32_t far;     // a position found too far from a node before: the first to look at
+  bool present;         // false: the slot is empty
+  bool distinct;        // no node is known to stand twice in a fused polygon
+  bool reversed;        // during the attempts at a node: positions 1 to count - 1 are to be read backwards
+};
+
+// A box that holds the vertices in play of a fused polygon; it may be larger than they need.
+struct Box {
+  double low[3];
+  double high[3];
+};
+
+// Where the vertices in play of a large fused polygon lie.
+constexpr int kAxes = 13;
+constexpr int kOutposts = 2 * kAxes;
+constexpr int kCoverLevels = 3;
+struct Extent {
+  // The outermost vertices in 26 directions; -1 where none is known. Any of them stands in the polygon; a vertex
+  // farther out may have been missed.
+  double height[kOutposts];
+  std::int32_t outpost[kOutposts];
+  // A list that names all of them, and some that the polygon has lost, with boxes around 32 of them each, around 32
+  // such boxes, and so on.
+  Array<std::int32_t> listed;
+  Array<Box> boxes[kCoverLevels];
+};
+
+struct Node {
+  double x, y, z;
+  std::int32_t first;  // where the node's face list starts in Mesh::incidence
+  std::int32_t count;  // faces in the list
+  bool in_play;        // false: the slot is empty (no face, preserved, or removed)
+};
+
+// An end of a face seen from the node it was rotated to: the vertex next to the node on one side.
+struct FanEnd {
+  std::int32_t vertex;
+  std::int32_t place;  // of the face in the node's list
+};
+
+// A vertex of a node that stands more than once in the polygon at hand.
+struct Occurrence {
+  std::int32_t node;
+  std::int32_t position;
+  std::int32_t place;  // among the occurrences in order of position
+};
+
+// Room for pruning one polygon.
+struct PruningScratch {
+  Array<Occurrence> occurrences;  // in order of position
+  Array<Occurrence> sorted;       // by node, then position
+  Array<std::int32_t> rank;       // per occurrence its place in `sorted`
+  Array<unsigned char> blank;     // per position, 1 when its vertex goes
+  Array<std::int32_t> next_live;  // per position the first one from it on that may still be blanked; n behind the last
+};
+
+struct Mesh {
+  Array<Face> faces;
+  Array<Node> nodes;
+  Array<std::int32_t> incidence;          // the face lists of all nodes, one behind the other
+  Array<std::int32_t> merged_into;        // per face slot the slot that took its faces over; itself when none did
+  Array<std::int32_t> pool;               // the vertices of the original faces
+  OwnedList<Array<std::int32_t>> chunks;  // further room for polygons
+  std::size_t chunk_used = 0;             // of the last chunk
+  Array<Box> boxes;                       // of the fused polygons
+
+  OwnedList<Extent> extents;  // of the large ones
+
+  // Scratch, kept between nodes.
+  Array<std::int32_t> polygon;  // the fused polygon
+  Array<std::int32_t> taken;    // slots taken by the present attempt
+  Array<FanEnd> fan_ends;       // ends of the present fan by vertex; empty for a small fan
+  Array<std::uint32_t> seen;    // per node the mark of the last polygon it was seen in
+  std::uint32_t seen_mark = 0;
+  PruningScratch pruning;
+  Array<std::int32_t> pruned;  // the vertices that the last pruning cut out
+
+  [[nodiscard]] bool in_play(std::int32_t node) const noexcept {
+    return node >= 0 && static_cast<std::size_t>(node) < nodes.size() && nodes[node].in_play;
+  }
+  [[nodiscard]] Face &face(std::int32_t slot) noexcept { return faces[slot]; }
+  [[nodiscard]] const Face &face(std::int32_t slot) const noexcept { return faces[slot]; }
+  [[nodiscard]] Node &node(std::int32_t index) noexcept { return nodes[index]; }
+  [[nodiscard]] const Node &node(std::int32_t index) const noexcept { return nodes[index]; }
+  [[nodiscard]] std::span<std::int32_t> faces_of(std::int32_t index) noexcept {
+    const Node &n = node(index);
+    return {incidence.data() + n.first, static_cast<std::size_t>(n.count)};
+  }
+};
+
+struct Limits {
+  double distance_squared = 0.0;
+  double cosine = 0.0;
+};
+
+// ---- coarsen ----------------------------------------------------------------------------------------------
+
+// Makes both tables from the body. False, after a report, when memory is short; false without one for an empty list.
+[[nodiscard]] bool build_tables(Mesh &mesh, const SbrBody &body) noexcept;
+// Lists the faces of each node, in order of the slots. Nodes without a face go out of play.
+[[nodiscard]] bool fill_incidence(Mesh &mesh) noexcept;
+void compute_normals(Mesh &mesh) noexcept;
+
+// ---- coarsen_neighbourhood --------------------------------------------------------------------------------
+
+// True when a node sits in a small and nearly flat neighbourhood.
+[[nodiscard]] bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept;
+// Gives the polygon of the taken faces a box around all their nodes in play. False when memory is short.
+[[nodiscard]] bool secure_box(Mesh &mesh, Face &room) noexcept;
+// Gives it an extent, when it has that many vertices and there is memory. What pruning then cuts out is no outpost.
+void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices) noexcept;
+void forget_pruned(Mesh &mesh, const Face &room) noexcept;
+
+// ---- coarsen_merge ----------------------------------------------------------------------------------------
+
+// Fuses the faces around a node into one polygon, if they can be walked.
+void merge_at_node(Mesh &mesh, std::int32_t node) noexcept;
+void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept;
+void redirect_face_references(Mesh &mesh, std::int32_t node) noexcept;
+// The slot that a slot's faces have come to.
+[[nodiscard]] inline std::int32_t root_of(const Mesh &mesh, std::int32_t slot) noexcept {
+  while (mesh.merged_into[slot] != slot) slot = mesh.merged_into[slot];
+  return slot;
+}
+// Brings a node's face list up to date with the merges so far.
+void follow_redirections(Mesh &mesh, std::int32_t node) noexcept;
+
+// ---- coarsen_fan ------------------------------------------------------------------------------------------
+
+// Walks the faces of a node. On success Mesh::taken holds their slots, now empty, in the order of the walk; otherwise
+// the slots are as they were. Either way some faces wait to be reversed: see settle. False after a report when memory
+// is short.
+[[nodiscard]] bool fuse_fan(Mesh &mesh, std::int32_t node) noexcept;
+// One attempt: starts with face |k| of the node's list, reversed first for a negative k.
+[[nodiscard]] bool walk_from(Mesh &mesh, std::int32_t node, int k) noexcept;
+// Reverses a face that waits for it.
+void settle(Face &face) noexcept;
+// Puts the faces taken back into their slots; false.
+bool give_faces_back(Mesh &mesh) noexcept;
+
+// ---- coarsen_prune ----------------------------------------------------------------------------------------
+
+// True when no node can stand twice in the polygon strung together from the taken faces around a node, but for the last
+// vertex that closes it. Costs little beside the polygon; false leaves the matter open. Asked before redirecting.
+[[nodiscard]] bool rim_is_distinct(const Mesh &mesh) noexcept;
+// Cuts small excursions out of a fused polygon, Mesh::polygon in place. rim_distinct: what rim_is_distinct said of it.
+// True when no node stands twice in the outcome, as far as that was found out.
+bool prune_polygon_loops(Mesh &mesh, bool rim_distinct = false) noexcept;
+
+// ---- coarsen_surface --------------------------------------------------------------------------------------
+
+void remove_colinear_vertices(Mesh &mesh, double diagonal) noexcept;
+// Writes the polygons as the body's new face list. False, after a report, when memory is short; the body stays then.
+[[nodiscard]] bool flatten_faces(const Mesh &mesh, SbrBody &body) noexcept;
+
+}  // namespace sbr::coarse
+
+#endif

@@ -1,0 +1,287 @@
+// Coarsening, the test of one node: is its neighbourhood small and nearly flat.
+//
+// One vertex too far away fails a node, whichever it is. A polygon that grows to thousands of vertices is looked at by
+// every node on its rim, so the answers come from less than the polygon. Its outposts, the outermost vertices in 26
+// directions, tell that one vertex is too far; boxes tell that all are near. The vertices themselves decide what is
+// then still open.
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "surface/coarsen_mesh.h"
+
+namespace sbr::coarse {
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+constexpr Box kEmptyBox{{kInfinity, kInfinity, kInfinity}, {-kInfinity, -kInfinity, -kInfinity}};
+
+void widen(Box &box, const Node &node) noexcept {
+  const double at[3] = {node.x, node.y, node.z};
+  for (int c = 0; c < 3; ++c) {
+    box.low[c] = std::min(box.low[c], at[c]);
+    box.high[c] = std::max(box.high[c], at[c]);
+  }
+}
+
+// True when even the far corner of the box is near enough. Rounding keeps the order of distances, so that this decides
+// as the vertices would; false leaves the matter to them.
+bool box_within(const Box &box, const Node &center, double limit) noexcept {
+  const double at[3] = {center.x, center.y, center.z};
+  double farthest[3];
+  for (int c = 0; c < 3; ++c) farthest[c] = std::max(std::fabs(box.low[c] - at[c]), std::fabs(box.high[c] - at[c]));
+  return farthest[0] * farthest[0] + farthest[1] * farthest[1] + farthest[2] * farthest[2] <= limit;
+}
+
+bool too_far(const Mesh &mesh, const Node &center, std::int32_t vertex, double limit) noexcept {
+  if (!mesh.in_play(vertex)) return false;
+  const Node &node = mesh.node(vertex);
+  const double dx = node.x - center.x;
+  const double dy = node.y - center.y;
+  const double dz = node.z - center.z;
+  return dx * dx + dy * dy + dz * dz > limit;
+}
+
+// ---- outposts ---------------------------------------------------------------------------------------------
+
+// How far a node lies out along the 13 axes through the sides, edges and corners of a cube.
+void heights_of(const Node &node, double (&height)[kAxes]) noexcept {
+  const double sum = node.x + node.y;
+  const double difference = node.x - node.y;
+  const double all[kAxes] = {node.x,
+                             node.y,
+                             node.z,
+                             sum,
+                             difference,
+                             node.x + node.z,
+                             node.x - node.z,
+                             node.y + node.z,
+                             node.y - node.z,
+                             sum + node.z,
+                             sum - node.z,
+                             difference + node.z,
+                             difference - node.z};
+  std::copy_n(all, kAxes, height);
+}
+
+void take_if_farther(Extent &extent, int direction, std::int32_t node, double height) noexcept {
+  if (!(height > extent.height[direction])) return;
+  extent.height[direction] = height;
+  extent.outpost[direction] = node;
+}
+
+void drop_outpost(Extent &extent, int direction) noexcept {
+  extent.outpost[direction] = -1;
+  extent.height[direction] = -kInfinity;
+}
+
+bool outpost_too_far(const Mesh &mesh, const Extent &extent, const Node &center, double limit) noexcept {
+  return std::any_of(std::begin(extent.outpost), std::end(extent.outpost),
+                     [&](std::int32_t vertex) { return too_far(mesh, center, vertex, limit); });
+}
+
+// ---- the list of all vertices -----------------------------------------------------------------------------
+
+// As powers of two, the vertices of the boxes on each level.
+constexpr unsigned kLevelBits[kCoverLevels] = {5, 10, 15};
+
+// Adds a vertex in play. False when memory is short.
+bool list_node(const Mesh &mesh, Extent &extent, std::int32_t index) noexcept {
+  const Node &node = mesh.node(index);
+  const std::size_t place = extent.listed.size();
+  if (!extent.listed.push_back(index)) return false;
+  for (int level = 0; level < kCoverLevels; ++level) {
+    Array<Box> &boxes = extent.boxes[level];
+    const std::size_t box = place >> kLevelBits[level];
+    if (box == boxes.size() && !boxes.push_back(kEmptyBox)) return false;
+    widen(boxes[box], node);
+  }
+  return true;
+}
+
+// Takes the vertices of a face, but for those that it shares, around the node, with one that is listed already.
+bool take_vertices(const Mesh &mesh, Extent &extent, const Face &face, const Face *listed) noexcept {
+  for (std::int32_t p = 0; p < face.count; ++p) {
+    const std::int32_t index = face.nodes[p];
+    if (!mesh.in_play(index)) continue;
+    if (listed != nullptr &&
+        (index == listed->nodes[0] || index == listed->nodes[1] || index == listed->nodes[listed->count - 1]))
+      continue;
+    double height[kAxes];
+    heights_of(mesh.node(index), height);
+    for (int axis = 0; axis < kAxes; ++axis) {
+      take_if_farther(extent, axis, index, height[axis]);
+      take_if_farther(extent, kAxes + axis, index, -height[axis]);
+    }
+    if (!list_node(mesh, extent, index)) return false;
+  }
+  return true;
+}
+
+// Whether the vertices of a box are within the limit, by the boxes inside it where need be. False leaves it open: the
+// vertex that is too far may be one that the polygon has lost.
+bool cover_within(const Mesh &mesh, const Extent &extent, int level, std::size_t box, const Node &center,
+                  double limit) noexcept {
+  if (box_within(extent.boxes[level][box], center, limit)) return true;
+  if (level > 0) {
+    const std::size_t end = std::min((box + 1) << 5U, extent.boxes[level - 1].size());
+    for (std::size_t inner = box << 5U; inner < end; ++inner)
+      if (!cover_within(mesh, extent, level - 1, inner, center, limit)) return false;
+    return true;
+  }
+  const std::size_t end = std::min((box + 1) << 5U, extent.listed.size());
+  for (std::size_t place = box << 5U; place < end; ++place)
+    if (too_far(mesh, center, extent.listed[place], limit)) return false;
+  return true;
+}
+
+bool all_within(const Mesh &mesh, const Extent &extent, const Node &center, double limit) noexcept {
+  constexpr int kTop = kCoverLevels - 1;
+  for (std::size_t box = 0; box < extent.boxes[kTop].size(); ++box)
+    if (!cover_within(mesh, extent, kTop, box, center, limit)) return false;
+  return true;
+}
+
+void clear(Extent &extent) noexcept {
+  for (int d = 0; d < kOutposts; ++d) drop_outpost(extent, d);
+  extent.listed.clear();
+  for (Array<Box> &boxes : extent.boxes) boxes.clear();
+}
+
+// ---- the two tests ----------------------------------------------------------------------------------------
+
+bool face_within_distance(const Mesh &mesh, Face &face, const Node &center, double limit) noexcept {
+  if (face.box != 0 && box_within(mesh.boxes[face.box - 1], center, limit)) return true;
+  if (face.far < face.count && too_far(mesh, center, face.nodes[face.far], limit)) return false;
+  if (face.extent != 0) {
+    const Extent &extent = *mesh.extents[face.extent - 1];
+    if (outpost_too_far(mesh, extent, center, limit)) return false;
+    if (all_within(mesh, extent, center, limit)) return true;
+  }
+  for (std::int32_t p = 0; p < face.count; ++p) {
+    if (!too_far(mesh, center, face.nodes[p], limit)) continue;
+    face.far = p;
+    return false;
+  }
+  return true;
+}
+
+bool within_distance(Mesh &mesh, std::int32_t node, std::span<const std::int32_t> slots, double limit) noexcept {
+  const Node &center = mesh.node(node);
+  std::int32_t previous = -1;
+  for (const std::int32_t slot : slots) {
+    Face &face = mesh.face(slot);
+    if (!face.present || slot == previous) continue;
+    previous = slot;
+    if (!face_within_distance(mesh, face, center, limit)) return false;
+  }
+  return true;
+}
+
+// A flipped face counts as parallel.
+bool flat(const Mesh &mesh, std::span<const std::int32_t> slots, double cosine) noexcept {
+  const Face *reference = nullptr;
+  for (const std::int32_t slot : slots) {
+    const Face &face = mesh.face(slot);
+    if (!face.present) continue;
+    if (reference == nullptr) {
+      reference = &face;
+      continue;
+    }
+    if (face.count < 3) return false;
+    const double *a = face.normal;
+    const double *b = reference->normal;
+    if (!(std::fabs(a[0] * b[0] + a[1] * b[1] + a[2] * b[2]) - cosine >= 0.0)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept {
+  if (!mesh.in_play(node)) return false;
+  follow_redirections(mesh, node);
+  const std::span<const std::int32_t> slots = mesh.faces_of(node);
+  return slots.size() >= 2 && flat(mesh, slots, limits.cosine) &&
+         within_distance(mesh, node, slots, limits.distance_squared);
+}
+
+bool secure_box(Mesh &mesh, Face &room) noexcept {
+  Box box = kEmptyBox;
+  room.box = 0;
+  for (const std::int32_t slot : mesh.taken) {
+    const Face &face = mesh.face(slot);
+    if (face.box != 0) {
+      const Box &other = mesh.boxes[face.box - 1];
+      for (int c = 0; c < 3; ++c) {
+        box.low[c] = std::min(box.low[c], other.low[c]);
+        box.high[c] = std::max(box.high[c], other.high[c]);
+      }
+      room.box = face.box;
+      continue;
+    }
+    for (std::int32_t p = 0; p < face.count; ++p)
+      if (mesh.in_play(face.nodes[p])) widen(box, mesh.node(face.nodes[p]));
+  }
+  if (room.box == 0) {
+    if (!mesh.boxes.push_back(box)) return false;
+    room.box = mesh.boxes.count();
+  }
+  mesh.boxes[room.box - 1] = box;
+  return true;
+}
+
+namespace {
+
+// The longest list among the faces taken; 0 when none has one.
+std::int32_t longest_extent(const Mesh &mesh) noexcept {
+  std::int32_t longest = 0;
+  for (const std::int32_t slot : mesh.taken) {
+    const std::int32_t extent = mesh.face(slot).extent;
+    if (extent != 0 &&
+        (longest == 0 || mesh.extents[extent - 1]->listed.size() > mesh.extents[longest - 1]->listed.size()))
+      longest = extent;
+  }
+  return longest;
+}
+
+}  // namespace
+
+void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices) noexcept {
+  room.extent = 0;
+  if (vertices < kLargePolygon) return;
+  std::int32_t place = longest_extent(mesh);
+  if (place == 0) {
+    Extent *fresh = mesh.extents.add();
+    if (fresh == nullptr) return;
+    clear(*fresh);
+    place = mesh.extents.count();
+  }
+  Extent &extent = *mesh.extents[place - 1];
+  // A list that names far more than the polygon holds is made anew.
+  const bool outdated = extent.listed.count() / 4 > vertices;
+  if (outdated) clear(extent);
+  for (int d = 0; d < kOutposts; ++d)
+    if (!mesh.in_play(extent.outpost[d])) drop_outpost(extent, d);
+  const Face *listed = nullptr;
+  for (const std::int32_t slot : mesh.taken)
+    if (mesh.face(slot).extent == place && !outdated) listed = &mesh.face(slot);
+  for (const std::int32_t slot : mesh.taken) {
+    const Face &face = mesh.face(slot);
+    if (&face == listed) continue;
+    if (!take_vertices(mesh, extent, face, listed)) return;
+    if (face.extent != 0 && face.extent != place) *mesh.extents[face.extent - 1] = Extent{};
+  }
+  room.extent = place;
+}
+
+void forget_pruned(Mesh &mesh, const Face &room) noexcept {
+  if (room.extent == 0) return;
+  Extent &extent = *mesh.extents[room.extent - 1];
+  for (const std::int32_t node : mesh.pruned)
+    for (int d = 0; d < kOutposts; ++d)
+      if (extent.outpost[d] == node) drop_outpost(extent, d);
+}
+
+}  // namespace sbr::coarse

@@ -1,4 +1,0 @@
-if(NOT TARGET sbrkit_test_plugins)
-  add_subdirectory(plugins)
-endif()
-set(libraries sbrkit_test_plugins)

@@ -1,7 +1,0 @@
-find_package(nlohmann_json REQUIRED)
-if(NOT TARGET sbrkit_test_plugins)
-  add_subdirectory(plugins)
-endif()
-set(libraries sbrkit_test_plugins nlohmann_json::nlohmann_json)
-add_dependencies(sbrkit_test_support sbr)
-set_source_files_properties(program_db_test.cpp PROPERTIES COMPILE_DEFINITIONS "SBR_PROGRAM=\"$<TARGET_FILE:sbr>\"")

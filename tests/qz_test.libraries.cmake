@@ -1,2 +1,0 @@
-find_package(LAPACK REQUIRED)
-set(libraries lapacke LAPACK::LAPACK)

@@ -1,2 +1,0 @@
-find_package(nlohmann_json REQUIRED)
-set(libraries nlohmann_json::nlohmann_json)

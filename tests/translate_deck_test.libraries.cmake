@@ -1,1 +1,0 @@
-set(libraries sbr_translators ZLIB::ZLIB)

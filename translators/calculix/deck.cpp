@@ -1,0 +1,393 @@
+#include "calculix/deck.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+#include <set>
+
+namespace sbrtranslate {
+namespace {
+
+// One keyword card: its name and parameters in capitals, with the values as they stand.
+struct Card {
+  std::string keyword;
+  std::map<std::string, std::string> parameters;
+  Place place;
+  [[nodiscard]] bool has(const std::string &name) const { return parameters.count(name) != 0; }
+  // The value of a parameter in capitals, or an empty text.
+  [[nodiscard]] std::string value(const std::string &name) const {
+    const auto found = parameters.find(name);
+    return found == parameters.end() ? std::string() : upper(found->second);
+  }
+};
+
+// Blanks do not count in keywords and names: "*NODE FILE" is "*NODEFILE".
+std::string squeeze(std::string_view text) {
+  std::string result;
+  for (const char c : text)
+    if (c != ' ' && c != '\t') result += c;
+  return upper(result);
+}
+
+std::string_view unquoted(std::string_view text) {
+  text = trim(text);
+  if (text.size() >= 2 && (text.front() == '"' || text.front() == '\'') && text.back() == text.front())
+    text = text.substr(1, text.size() - 2);
+  return text;
+}
+
+Card parse_card(const std::string &text, const Place &place) {
+  Card card;
+  card.place = place;
+  const auto fields = split_fields(text);
+  card.keyword = squeeze(fields.front());
+  for (std::size_t i = 1; i < fields.size(); ++i) {
+    const std::size_t equals = fields[i].find('=');
+    const std::string name = squeeze(fields[i].substr(0, equals));
+    if (name.empty()) continue;
+    card.parameters[name] =
+        equals == std::string_view::npos ? std::string() : std::string(unquoted(fields[i].substr(equals + 1)));
+  }
+  return card;
+}
+
+class DeckReader {
+ public:
+  Mesh read(const std::string &path) {
+    read_file(path);
+    finish_element();
+    finish_section();
+    sort_deck();
+    assign_sections();
+    return std::move(deck_);
+  }
+
+ private:
+  void read_file(const std::string &path);
+  void begin_card(const Card &card, const LineReader &reader);
+  void begin_elements(const Card &card);
+  void begin_section(const Card &card);
+  void begin_material(const Card &card);
+  void data_line(std::string_view line, const Place &place);
+  void node_line(std::string_view line, const Place &place);
+  void element_line(std::string_view line, const Place &place);
+  void set_line(std::string_view line, const Place &place);
+  void generate_line(const std::vector<std::string_view> &fields, const Place &place);
+  void density_line(std::string_view line, const Place &place);
+  void thickness_line(std::string_view line, const Place &place);
+  void finish_element();
+  void finish_section();
+  void sort_deck();
+  void assign_sections();
+  void check_element(const MeshElement &element) const;
+
+  static int whole(std::string_view field, const Place &place, const char *what) {
+    const auto value = to_int(field);
+    if (!value) throw InputError(place, std::string(what) + " expected, found '" + std::string(field) + "'");
+    return *value;
+  }
+  static double real(std::string_view field, const Place &place, const char *what) {
+    const auto value = to_double(field);
+    if (!value) throw InputError(place, std::string(what) + " expected, found '" + std::string(field) + "'");
+    return *value;
+  }
+
+  Mesh deck_;
+  Card card_;
+  std::vector<std::filesystem::path> open_files_;
+  std::string material_;      // the material that *DENSITY belongs to
+  std::vector<int> element_;  // what has come of an element that runs over lines
+  Place element_place_;
+  bool heading_done_ = false;
+};
+
+void DeckReader::read_file(const std::string &path) {
+  const auto canonical = std::filesystem::weakly_canonical(path);
+  open_files_.push_back(canonical);
+  LineReader reader(path);
+  deck_.files.push_back(path);
+  std::string_view line;
+  while (reader.next(line)) {
+    line = trim(line);
+    if (line.empty() || line.substr(0, 2) == "**") continue;
+    if (line.front() != '*') {
+      data_line(line, reader.place());
+      continue;
+    }
+    const Place place = reader.place();
+    std::string text(line);
+    // A card goes on behind a comma at the end of its line.
+    while (text.back() == ',' && reader.next(line)) text += std::string(trim(line));
+    begin_card(parse_card(text, place), reader);
+  }
+  open_files_.pop_back();
+}
+
+void DeckReader::begin_card(const Card &card, const LineReader &reader) {
+  finish_element();
+  finish_section();
+  card_ = card;
+  if (card.keyword == "*INCLUDE") {
+    const auto found = card.parameters.find("INPUT");
+    if (found == card.parameters.end() || found->second.empty())
+      throw InputError(card.place, "*INCLUDE without INPUT=");
+    std::filesystem::path file(found->second);
+    if (file.is_relative()) file = std::filesystem::path(reader.path()).parent_path() / file;
+    const auto canonical = std::filesystem::weakly_canonical(file);
+    if (std::find(open_files_.begin(), open_files_.end(), canonical) != open_files_.end())
+      throw InputError(card.place, "the file includes itself: " + file.string());
+    if (!std::filesystem::exists(file)) throw InputError(card.place, "no such file to include: " + file.string());
+    read_file(file.string());
+    finish_element();
+    finish_section();
+    card_ = Card();
+  } else if (card.keyword == "*ELEMENT") {
+    begin_elements(card);
+  } else if (card.keyword == "*SOLIDSECTION" || card.keyword == "*SHELLSECTION") {
+    begin_section(card);
+  } else if (card.keyword == "*MATERIAL" || card.keyword == "*DENSITY") {
+    begin_material(card);
+  } else if (card.keyword == "*NSET" || card.keyword == "*ELSET") {
+    const std::string name = card.value(card.keyword.substr(1));
+    if (name.empty()) throw InputError(card.place, card.keyword + " without a name");
+    (card.keyword == "*NSET" ? deck_.node_sets : deck_.element_sets)[name];
+  } else if (card.keyword == "*SYSTEM" || card.keyword == "*PART" || card.keyword == "*INSTANCE" ||
+             card.keyword == "*ASSEMBLY" || card.keyword == "*MASS" || card.keyword == "*CYCLICSYMMETRYMODEL") {
+    throw InputError(card.place, card.keyword + " is not supported");
+  }
+}
+
+void DeckReader::begin_elements(const Card &card) {
+  const std::string name = squeeze(card.value("TYPE"));
+  if (name.empty()) throw InputError(card.place, "*ELEMENT without TYPE=");
+  if (element_type(name) == nullptr)
+    throw InputError(card.place, "element type " + name +
+                                     " is not supported (solids C3D4, C3D6, C3D8, C3D8R, C3D8I, "
+                                     "C3D10, C3D15, C3D20, C3D20R; shells S3, S4, S4R, S6, S8, S8R)");
+  if (card.has("ELSET")) deck_.element_sets[card.value("ELSET")];
+}
+
+void DeckReader::begin_section(const Card &card) {
+  Section section;
+  section.shell = card.keyword == "*SHELLSECTION";
+  section.set = card.value("ELSET");
+  section.material = card.value("MATERIAL");
+  section.place = card.place;
+  if (section.set.empty()) throw InputError(card.place, "section without ELSET=");
+  if (card.has("COMPOSITE") || card.has("NODALTHICKNESS"))
+    throw InputError(card.place, "composite sections and nodal thicknesses are not supported");
+  if (card.has("OFFSET") && to_double(card.value("OFFSET")).value_or(1.0) != 0.0)
+    throw InputError(card.place, "a shell section with an OFFSET is not supported");
+  if (section.material.empty()) throw InputError(card.place, "section without MATERIAL=");
+  deck_.sections.push_back(section);
+}
+
+void DeckReader::begin_material(const Card &card) {
+  if (card.keyword == "*MATERIAL") {
+    material_ = card.value("NAME");
+    if (material_.empty()) throw InputError(card.place, "*MATERIAL without NAME=");
+    deck_.materials[material_].place = card.place;
+  } else if (material_.empty()) {
+    throw InputError(card.place, "*DENSITY outside a material");
+  }
+}
+
+void DeckReader::data_line(std::string_view line, const Place &place) {
+  if (card_.keyword == "*NODE") {
+    node_line(line, place);
+  } else if (card_.keyword == "*ELEMENT") {
+    element_line(line, place);
+  } else if (card_.keyword == "*NSET" || card_.keyword == "*ELSET") {
+    set_line(line, place);
+  } else if (card_.keyword == "*DENSITY") {
+    density_line(line, place);
+  } else if (card_.keyword == "*SHELLSECTION") {
+    thickness_line(line, place);
+  } else if (card_.keyword == "*HEADING" && !heading_done_) {
+    deck_.title = std::string(line);
+    heading_done_ = true;
+  }
+}
+
+void DeckReader::node_line(std::string_view line, const Place &place) {
+  const auto fields = split_fields(line);
+  MeshNode node;
+  node.id = whole(fields[0], place, "a node number");
+  if (node.id < 1) throw InputError(place, "node numbers start at 1, found " + std::to_string(node.id));
+  for (std::size_t k = 0; k < 3; ++k)
+    if (k + 1 < fields.size() && !fields[k + 1].empty()) node.place[k] = real(fields[k + 1], place, "a coordinate");
+  deck_.nodes.push_back(node);
+  if (card_.has("NSET")) deck_.node_sets[card_.value("NSET")].push_back(node.id);
+}
+
+void DeckReader::element_line(std::string_view line, const Place &place) {
+  const ElementType *type = element_type(squeeze(card_.value("TYPE")));
+  if (element_.empty()) element_place_ = place;
+  const auto fields = split_fields(line);
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    if (fields[i].empty() && i + 1 == fields.size()) continue;
+    if (element_.size() == static_cast<std::size_t>(type->nodes) + 1)
+      throw InputError(place, "element " + std::to_string(element_[0]) + " has more than the " +
+                                  std::to_string(type->nodes) + " nodes of " + card_.value("TYPE"));
+    element_.push_back(whole(fields[i], place, element_.empty() ? "an element number" : "a node number"));
+  }
+  if (element_.size() == static_cast<std::size_t>(type->nodes) + 1) finish_element();
+}
+
+// Enters the element whose lines have come; one that is not complete is an error.
+void DeckReader::finish_element() {
+  if (element_.empty()) return;
+  const ElementType *type = element_type(squeeze(card_.value("TYPE")));
+  if (element_.size() != static_cast<std::size_t>(type->nodes) + 1)
+    throw InputError(element_place_, "element " + std::to_string(element_[0]) + " has " +
+                                         std::to_string(element_.size() - 1) + " nodes, " + card_.value("TYPE") +
+                                         " has " + std::to_string(type->nodes));
+  if (element_[0] < 1)
+    throw InputError(element_place_, "element numbers start at 1, found " + std::to_string(element_[0]));
+  MeshElement element;
+  element.id = element_[0];
+  element.type = type;
+  element.first_node = deck_.connectivity.size();
+  element.line = element_place_.line;
+  const auto file = std::find(deck_.files.rbegin(), deck_.files.rend(), element_place_.file);
+  element.file = static_cast<int>(deck_.files.rend() - file) - 1;
+  deck_.connectivity.insert(deck_.connectivity.end(), element_.begin() + 1, element_.end());
+  deck_.elements.push_back(element);
+  if (card_.has("ELSET")) deck_.element_sets[card_.value("ELSET")].push_back(element.id);
+  element_.clear();
+}
+
+void DeckReader::set_line(std::string_view line, const Place &place) {
+  auto &sets = card_.keyword == "*NSET" ? deck_.node_sets : deck_.element_sets;
+  const std::string name = card_.value(card_.keyword.substr(1));
+  const auto fields = split_fields(line);
+  if (card_.has("GENERATE")) {
+    generate_line(fields, place);
+    return;
+  }
+  for (const std::string_view field : fields) {
+    if (field.empty()) continue;
+    if (const auto id = to_int(field)) {
+      sets[name].push_back(*id);
+      continue;
+    }
+    const auto other = sets.find(upper(field));
+    if (other == sets.end()) throw InputError(place, "no set '" + std::string(field) + "' so far");
+    const std::vector<int> members = other->second;
+    auto &set = sets[name];
+    set.insert(set.end(), members.begin(), members.end());
+  }
+}
+
+void DeckReader::generate_line(const std::vector<std::string_view> &fields, const Place &place) {
+  auto &sets = card_.keyword == "*NSET" ? deck_.node_sets : deck_.element_sets;
+  if (fields.size() < 2) throw InputError(place, "GENERATE needs a first and a last number");
+  const int first = whole(fields[0], place, "a first number");
+  const int last = whole(fields[1], place, "a last number");
+  const int step = fields.size() > 2 && !fields[2].empty() ? whole(fields[2], place, "a step") : 1;
+  if (step < 1 || last < first || first < 1)
+    throw InputError(place, "GENERATE needs 1 <= first <= last and a step above 0");
+  const int most = static_cast<int>(card_.keyword == "*NSET" ? deck_.nodes.size() : deck_.elements.size());
+  if ((last - first) / step > std::max(most, 1) * 100L)
+    throw InputError(place, "GENERATE gives far more numbers than the deck has so far");
+  auto &set = sets[card_.value(card_.keyword.substr(1))];
+  for (long id = first; id <= last; id += step) set.push_back(static_cast<int>(id));
+}
+
+void DeckReader::density_line(std::string_view line, const Place &place) {
+  Material &material = deck_.materials[material_];
+  if (material.has_density) return;  // further lines are for other temperatures
+  material.density = real(split_fields(line)[0], place, "a density");
+  if (!(material.density > 0.0)) throw InputError(place, "material " + material_ + " has no density above zero");
+  material.has_density = true;
+}
+
+void DeckReader::thickness_line(std::string_view line, const Place &place) {
+  Section &section = deck_.sections.back();
+  if (section.thickness > 0.0) return;
+  section.thickness = real(split_fields(line)[0], place, "a thickness");
+  if (!(section.thickness > 0.0)) throw InputError(place, "a shell thickness has to be above zero");
+}
+
+void DeckReader::finish_section() {
+  if (card_.keyword == "*SHELLSECTION" && !(deck_.sections.back().thickness > 0.0))
+    throw InputError(card_.place, "shell section without a thickness");
+  if (card_.keyword == "*DENSITY" && !deck_.materials[material_].has_density)
+    throw InputError(card_.place, "*DENSITY without a value");
+  card_ = Card();
+}
+
+void unite(std::vector<int> &set) {
+  std::sort(set.begin(), set.end());
+  set.erase(std::unique(set.begin(), set.end()), set.end());
+}
+
+// Sorts nodes and elements by ID. A node that comes again takes the place of the first; an element must not.
+void DeckReader::sort_deck() {
+  auto &nodes = deck_.nodes;
+  std::stable_sort(nodes.begin(), nodes.end(), [](const MeshNode &a, const MeshNode &b) { return a.id < b.id; });
+  std::size_t kept = 0;
+  for (const MeshNode &node : nodes) {
+    if (kept != 0 && nodes[kept - 1].id == node.id) --kept;
+    nodes[kept++] = node;
+  }
+  nodes.resize(kept);
+  auto &elements = deck_.elements;
+  std::stable_sort(elements.begin(), elements.end(),
+                   [](const MeshElement &a, const MeshElement &b) { return a.id < b.id; });
+  for (std::size_t i = 1; i < elements.size(); ++i)
+    if (elements[i].id == elements[i - 1].id)
+      throw InputError(deck_.place_of(elements[i]), "element " + std::to_string(elements[i].id) + " comes twice");
+  for (auto &[name, set] : deck_.node_sets) unite(set);
+  for (auto &[name, set] : deck_.element_sets) unite(set);
+  if (elements.empty()) throw InputError({deck_.files.front(), 0}, "the deck has no elements");
+}
+
+void DeckReader::check_element(const MeshElement &element) const {
+  const Place place = deck_.place_of(element);
+  std::set<int> nodes;
+  for (int i = 0; i < element.type->nodes; ++i) {
+    const int id = deck_.nodes_of(element)[i];
+    if (deck_.node_position(id) < 0)
+      throw InputError(place, "element " + std::to_string(element.id) + " names node " + std::to_string(id) +
+                                  ", which is not in the deck");
+    if (!nodes.insert(id).second)
+      throw InputError(place, "element " + std::to_string(element.id) + " is degenerate: node " + std::to_string(id) +
+                                  " comes twice");
+  }
+}
+
+void DeckReader::assign_sections() {
+  for (std::size_t s = 0; s < deck_.sections.size(); ++s) {
+    const Section &section = deck_.sections[s];
+    const auto set = deck_.element_sets.find(section.set);
+    if (set == deck_.element_sets.end()) throw InputError(section.place, "no element set '" + section.set + "'");
+    const auto material = deck_.materials.find(section.material);
+    if (material == deck_.materials.end()) throw InputError(section.place, "no material '" + section.material + "'");
+    if (!material->second.has_density)
+      throw InputError(material->second.place, "material " + section.material + " has no *DENSITY");
+    for (const int id : set->second) {
+      const int position = deck_.element_position(id);
+      if (position < 0)
+        throw InputError(section.place, "set '" + section.set + "' names element " + std::to_string(id) +
+                                            ", which is not in the deck");
+      MeshElement &element = deck_.elements[static_cast<std::size_t>(position)];
+      if (element.type->shell() != section.shell)
+        throw InputError(section.place,
+                         "element " + std::to_string(id) +
+                             (section.shell ? " is a solid in a shell section" : " is a shell in a solid section"));
+      element.section = static_cast<int>(s);
+    }
+  }
+  for (const MeshElement &element : deck_.elements) {
+    check_element(element);
+    if (element.section < 0)
+      throw InputError(deck_.place_of(element), "element " + std::to_string(element.id) + " belongs to no section");
+  }
+}
+
+}  // namespace
+
+Mesh read_deck(const std::string &path) { return DeckReader().read(path); }
+
+}  // namespace sbrtranslate

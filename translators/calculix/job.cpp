@@ -1,0 +1,231 @@
+#include "calculix/job.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <stdexcept>
+
+#include "calculix/deck.h"
+#include "calculix/result_map.h"
+#include "calculix/results.h"
+#include "common/reduction.h"
+#include "common/rigid_fit.h"
+
+namespace sbrtranslate {
+namespace {
+
+// A file beside the deck with another suffix, plain or packed.
+std::optional<std::string> beside(const std::string &deck, const char *suffix) {
+  for (const char *packed : {"", ".gz"}) {
+    std::filesystem::path path(deck);
+    path.replace_extension(std::string(suffix) + packed);
+    if (std::filesystem::exists(path)) return path.string();
+  }
+  return std::nullopt;
+}
+
+// The eigenvalues of the .dat file; nothing when there is none and none was named.
+std::vector<EigenRow> eigenvalues_of(const ImportOptions &options, std::string &path) {
+  const auto file = options.dat ? options.dat : beside(options.deck, ".dat");
+  if (!file) return {};
+  path = *file;
+  auto rows = read_eigenvalues(path);
+  if (rows.empty() && options.dat) throw InputError({path, 0}, "no eigenvalue table in the file");
+  return rows;
+}
+
+// ---- Modes of the .frd file
+
+// Both files have to tell of the same run: as many modes, and the same frequencies within the digits of the .frd file.
+void compare_eigenvalues(const std::vector<EigenRow> &rows, const std::string &dat, const Survey &survey,
+                         const std::string &frd, std::optional<int> wanted) {
+  if (rows.empty()) return;
+  const auto most = static_cast<std::size_t>(wanted.value_or(1 << 30));
+  const std::size_t in_frd = std::min(survey.modes.size(), most);
+  const std::size_t in_dat = std::min(rows.size(), most);
+  const auto says = [](std::size_t more, const std::string &other, std::size_t fewer) {
+    return "mode " + std::to_string(more) + " is not in " + other + ", which has " + std::to_string(fewer) + " modes";
+  };
+  if (in_dat > in_frd) throw InputError({dat, rows[in_frd].line}, says(in_frd + 1, frd, survey.modes.size()));
+  if (in_frd > in_dat) throw InputError({frd, survey.modes[in_dat].line}, says(in_dat + 1, dat, rows.size()));
+  double highest = 0.0;
+  for (std::size_t i = 0; i < in_frd; ++i) highest = std::max(highest, std::fabs(rows[i].hz));
+  for (std::size_t i = 0; i < in_frd; ++i)
+    if (!(std::fabs(rows[i].hz - survey.modes[i].hz) <= 2e-5 * std::fabs(rows[i].hz) + 1e-6 * highest))
+      throw InputError({frd, survey.modes[i].line}, "mode " + std::to_string(i + 1) + " has " +
+                                                        show(survey.modes[i].hz) + " Hz here and " + show(rows[i].hz) +
+                                                        " Hz in " + dat + ": results of different runs");
+}
+
+double von_mises(const double *s) {
+  return std::sqrt(s[0] * s[0] + s[1] * s[1] + s[2] * s[2] - s[0] * s[1] - s[1] * s[2] - s[0] * s[2] +
+                   3.0 * (s[3] * s[3] + s[4] * s[4] + s[5] * s[5]));
+}
+
+// Takes each set of nodal values into the body and the report.
+class BodyFeeder : public ResultReceiver {
+ public:
+  BodyFeeder(SBR body, ImportReport &report, Where stress, Where strain)
+      : body_(body), report_(report), stress_(stress), strain_(strain), fit_(report.model) {}
+
+  bool wants(ResultKind kind) const override { return kind == ResultKind::displacement || where(kind) != Where::none; }
+  bool wants_node(ResultKind kind, std::size_t node) const override {
+    return where(kind) == Where::all || report_.model.nodes[node].surface;
+  }
+  void take(const ResultSet &set, const std::vector<double> &values) override {
+    ModeReport &mode = report_.modes[static_cast<std::size_t>(set.mode) - 1];
+    const auto &nodes = report_.model.nodes;
+    const int kind = static_cast<int>(set.kind);
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+      if (!wants_node(set.kind, i)) continue;
+      require(SBR_SetModeVec(body_, set.mode, nodes[i].id, kind, &values[6 * i]), "values of a mode");
+      if (set.kind != ResultKind::stress) continue;
+      if (const double stress = von_mises(&values[6 * i]); stress > mode.largest_stress) {
+        mode.largest_stress = stress;
+        mode.stress_node = nodes[i].id;
+      }
+    }
+    if (set.kind != ResultKind::displacement) return;
+    fit_.judge([&](std::size_t i) { return Vec3{values[6 * i], values[6 * i + 1], values[6 * i + 2]}; }, mode);
+  }
+
+ private:
+  [[nodiscard]] Where where(ResultKind kind) const {
+    return kind == ResultKind::displacement ? Where::all : kind == ResultKind::stress ? stress_ : strain_;
+  }
+  SBR body_;
+  ImportReport &report_;
+  Where stress_;
+  Where strain_;
+  RigidFit fit_;
+};
+
+// Whether a kind of result is taken, and where: what was asked for must be there.
+Where decide(std::optional<Where> asked, Where otherwise, bool present, const char *name, const std::string &frd,
+             std::vector<std::string> &warnings) {
+  const Where where = asked.value_or(otherwise);
+  if (where == Where::none || present) return where;
+  if (asked) throw InputError({frd, 0}, std::string("the file has no ") + name + " (*EL FILE)");
+  warnings.push_back(std::string("the results have no ") + name + "; the record is written without it");
+  return Where::none;
+}
+
+BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
+  const auto frd = options.frd ? options.frd : beside(options.deck, ".frd");
+  if (!frd) throw InputError({options.deck, 0}, "no .frd or .frd.gz file beside the deck; name it with --frd");
+  report.results = *frd;
+  ResultMap map(report.model, options.shell_side, options.modes);
+  const Survey survey = map.survey(*frd);
+  std::string dat;
+  const auto rows = eigenvalues_of(options, dat);
+  compare_eigenvalues(rows, dat, survey, *frd, options.modes);
+  const int count = static_cast<int>(survey.modes.size());
+  if (options.modes && *options.modes > count)
+    throw InputError({*frd, 0},
+                     std::to_string(*options.modes) + " modes asked for, the file has " + std::to_string(count));
+  const Where stress = decide(options.stress, Where::surface, survey.stress, "stress", *frd, report.warnings);
+  const Where strain = decide(options.strain, Where::none, survey.strain, "strain", *frd, report.warnings);
+  report.has_stress = stress != Where::none;
+
+  const std::string name = std::filesystem::path(*frd).filename().string();
+  BodyHandle body = create_body(
+      report.model, report.units, "CalculiX", count, options.deck,
+      {"Modes of " + name, "Lumped nodal masses from the deck's elements",
+       dat.empty() ? "Eigenvalues of " + name : "Eigenvalues of " + std::filesystem::path(dat).filename().string()});
+  for (int i = 0; i < count; ++i) {
+    const auto at = static_cast<std::size_t>(i);
+    ModeReport mode;
+    mode.number = i + 1;
+    mode.eigenvalue = rows.empty() ? survey.modes[at].eigenvalue : rows[at].eigenvalue;
+    const double mass = survey.modes[at].generalized_mass;
+    require(SBR_SetGeneralizedMass(body.get(), i + 1, i + 1, mass), "a generalized mass");
+    require(SBR_SetGeneralizedStiffness(body.get(), i + 1, i + 1, mode.eigenvalue * mass), "a generalized stiffness");
+    SBR_Eigenvalue(body.get(), i + 1, nullptr, &mode.hz, nullptr, nullptr, nullptr);
+    report.modes.push_back(mode);
+  }
+  BodyFeeder feeder(body.get(), report, stress, strain);
+  map.feed(*frd, feeder);
+  if (map.missing_rotations())
+    report.warnings.push_back("the results hold the shells in two dimensions: their rotations are not known and are 0");
+  report.stress_nodes = SBR_ModeNodeCount(body.get(), 1);
+  report.strain_nodes = SBR_ModeNodeCount(body.get(), 2);
+  return body;
+}
+
+// ---- Modes from the matrices
+
+// Rows of the interface, after a check that the rows fit the mesh.
+std::vector<char> held_rows(const std::vector<Dof> &dofs, const Model &model, const std::string &file,
+                            std::vector<std::string> &warnings) {
+  std::vector<char> held(dofs.size(), 0);
+  std::vector<char> present(3 * model.nodes.size(), 0);
+  for (std::size_t r = 0; r < dofs.size(); ++r) {
+    const int position = model.node_position(dofs[r].node);
+    const Place place{file, static_cast<long>(r) + 1};
+    if (position < 0)
+      throw InputError(place, "node " + std::to_string(dofs[r].node) + " is not a node of the deck's elements");
+    char &seen = present[3 * static_cast<std::size_t>(position) + static_cast<std::size_t>(dofs[r].direction - 1)];
+    if (seen != 0) throw InputError(place, "the degree of freedom comes a second time");
+    seen = 1;
+    held[r] = std::binary_search(model.interface_nodes.begin(), model.interface_nodes.end(), dofs[r].node) ? 1 : 0;
+  }
+  if (const auto missing = std::count(present.begin(), present.end(), 0); missing != 0)
+    warnings.push_back(std::to_string(missing) +
+                       " degrees of freedom of the mesh have no matrix row (supports?); they stay at rest");
+  return held;
+}
+
+BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
+  const MatrixFiles &files = *options.matrices;
+  if (options.stress.value_or(Where::none) != Where::none || options.strain.value_or(Where::none) != Where::none)
+    throw std::invalid_argument("matrices give no stress or strain");
+  if (report.model.has_shells) throw std::invalid_argument("matrices are reduced for solid elements only");
+  if (report.model.interface_nodes.empty())
+    throw std::invalid_argument("matrices need interface nodes; name their node sets");
+  std::string dat;
+  for (const EigenRow &row : eigenvalues_of(options, dat)) report.full_model_hz.push_back(row.hz);
+  const std::vector<Dof> dofs = read_dofs(files.dofs);
+  const std::vector<char> held = held_rows(dofs, report.model, files.dofs, report.warnings);
+  if (dofs.size() == 3 * report.model.nodes.size() && !interface_holds(report.model))
+    throw std::invalid_argument("the interface nodes do not hold the body: three that are not in line are needed");
+  const Reduction reduction =
+      reduce_matrices({files.mass, files.stiffness, dofs, held, options.normal, options.max_hz});
+  report.results = files.stiffness;
+  report.constraint_modes = reduction.constraint_modes;
+  report.normal_modes = reduction.normal_modes;
+
+  BodyHandle body =
+      create_body(report.model, report.units, "CalculiX", reduction.count(), options.deck,
+                  {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) + " constraint, " +
+                       std::to_string(reduction.normal_modes) + " normal",
+                   "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
+  feed_matrix(body.get(), reduction.mass, reduction.count(), SBR_SetGeneralizedMass);
+  feed_matrix(body.get(), reduction.stiffness, reduction.count(), SBR_SetGeneralizedStiffness);
+  std::vector<double> rows;
+  std::vector<double> values(6 * report.model.nodes.size());
+  for (int mode = 0; mode < reduction.count(); ++mode) {
+    reduction.shape(mode, rows);
+    std::fill(values.begin(), values.end(), 0.0);
+    for (std::size_t r = 0; r < rows.size(); ++r)
+      values[6 * static_cast<std::size_t>(report.model.node_position(dofs[r].node)) +
+             static_cast<std::size_t>(dofs[r].direction - 1)] = rows[r];
+    for (std::size_t i = 0; i < report.model.nodes.size(); ++i)
+      require(SBR_SetModeVec(body.get(), mode + 1, report.model.nodes[i].id, 0, &values[6 * i]), "values of a mode");
+  }
+  return body;
+}
+
+}  // namespace
+
+BodyHandle import_ccx(const ImportOptions &options, ImportReport &report) {
+  report.units = options.units;
+  if (options.modes && *options.modes < 1) throw std::invalid_argument("at least one mode has to be taken");
+  report.model = build_model(read_deck(options.deck), options.interfaces);
+  judge_model(report);
+  if (options.matrices) return import_matrices(options, report);
+  BodyHandle body = import_results(options, report);
+  judge_modes(report);
+  return body;
+}
+
+}  // namespace sbrtranslate

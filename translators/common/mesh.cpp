@@ -1,0 +1,21 @@
+#include "common/mesh.h"
+
+#include <algorithm>
+
+namespace sbrtranslate {
+namespace {
+
+template <class Item>
+int position_of(const std::vector<Item> &items, int id) {
+  const auto found =
+      std::lower_bound(items.begin(), items.end(), id, [](const Item &item, int wanted) { return item.id < wanted; });
+  return found != items.end() && found->id == id ? static_cast<int>(found - items.begin()) : -1;
+}
+
+}  // namespace
+
+int Mesh::node_position(int id) const { return position_of(nodes, id); }
+
+int Mesh::element_position(int id) const { return position_of(elements, id); }
+
+}  // namespace sbrtranslate

@@ -1,0 +1,66 @@
+// A finite-element mesh with its sets, sections and materials, whatever it was read from. Plain data; the reader of a
+// source fills it.
+#ifndef SBRKIT_TRANSLATORS_COMMON_MESH_H
+#define SBRKIT_TRANSLATORS_COMMON_MESH_H
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "common/elements.h"
+#include "common/text_input.h"
+
+namespace sbrtranslate {
+
+struct MeshNode {
+  int id = 0;
+  Vec3 place{};
+};
+
+struct MeshElement {
+  int id = 0;
+  const ElementType *type = nullptr;
+  std::size_t first_node = 0;  // in Mesh::connectivity
+  int section = -1;            // in Mesh::sections, once they are assigned
+  int file = 0;                // in Mesh::files
+  long line = 0;
+};
+
+struct Material {
+  double density = 0.0;
+  bool has_density = false;
+  Place place;
+};
+
+struct Section {
+  std::string set;
+  std::string material;
+  bool shell = false;
+  double thickness = 0.0;
+  Place place;
+};
+
+struct Mesh {
+  std::string title;
+  std::vector<std::string> files;                        // the input itself and what it includes
+  std::vector<MeshNode> nodes;                           // ascending IDs
+  std::vector<MeshElement> elements;                     // ascending IDs
+  std::vector<int> connectivity;                         // node IDs
+  std::map<std::string, std::vector<int>> node_sets;     // names in capitals
+  std::map<std::string, std::vector<int>> element_sets;  // likewise
+  std::map<std::string, Material> materials;
+  std::vector<Section> sections;
+
+  [[nodiscard]] Place place_of(const MeshElement &element) const {
+    return {files[static_cast<std::size_t>(element.file)], element.line};
+  }
+  [[nodiscard]] const int *nodes_of(const MeshElement &element) const { return &connectivity[element.first_node]; }
+  // The position of a node or an element by its ID, or -1.
+  [[nodiscard]] int node_position(int id) const;
+  [[nodiscard]] int element_position(int id) const;
+};
+
+}  // namespace sbrtranslate
+
+#endif

@@ -1,0 +1,212 @@
+#include "common/model.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <numeric>
+#include <stdexcept>
+
+namespace sbrtranslate {
+namespace {
+
+// Disjoint sets of nodes, to find the pieces of a mesh.
+class Pieces {
+ public:
+  explicit Pieces(std::size_t count) : parent_(count) { std::iota(parent_.begin(), parent_.end(), std::size_t{0}); }
+  std::size_t root(std::size_t i) {
+    while (parent_[i] != i) i = parent_[i] = parent_[parent_[i]];
+    return i;
+  }
+  void join(std::size_t a, std::size_t b) { parent_[root(a)] = root(b); }
+
+ private:
+  std::vector<std::size_t> parent_;
+};
+
+class ModelBuilder {
+ public:
+  ModelBuilder(Mesh mesh, const std::vector<std::string> &interfaces) : interfaces_(interfaces) {
+    model_.mesh = std::move(mesh);
+  }
+  Model build() {
+    choose_nodes();
+    add_masses();
+    add_faces();
+    mark_surface();
+    add_interfaces();
+    finish();
+    return std::move(model_);
+  }
+
+ private:
+  void choose_nodes();
+  void add_masses();
+  void add_element_mass(const MeshElement &element);
+  void add_faces();
+  void mark_surface();
+  void add_interfaces();
+  void finish();
+  [[nodiscard]] std::size_t body_position(int id) const { return static_cast<std::size_t>(model_.node_position(id)); }
+
+  Model model_;
+  const std::vector<std::string> &interfaces_;
+};
+
+// The nodes of the body are those of its elements.
+void ModelBuilder::choose_nodes() {
+  const Mesh &mesh = model_.mesh;
+  std::vector<char> used(mesh.nodes.size(), 0);
+  for (const int id : mesh.connectivity) used[static_cast<std::size_t>(mesh.node_position(id))] = 1;
+  for (std::size_t i = 0; i < mesh.nodes.size(); ++i) {
+    if (used[i] == 0) {
+      model_.left_out.push_back(mesh.nodes[i].id);
+      continue;
+    }
+    BodyNode node;
+    node.id = mesh.nodes[i].id;
+    node.place = mesh.nodes[i].place;
+    model_.nodes.push_back(node);
+  }
+}
+
+void ModelBuilder::add_element_mass(const MeshElement &element) {
+  const Section &section = model_.mesh.sections[static_cast<std::size_t>(element.section)];
+  const double density = model_.mesh.materials.at(section.material).density;
+  std::vector<Vec3> places;
+  std::vector<std::size_t> positions;
+  for (int i = 0; i < element.type->nodes; ++i) {
+    positions.push_back(body_position(model_.mesh.nodes_of(element)[i]));
+    places.push_back(model_.nodes[positions.back()].place);
+  }
+  const ElementMass mass = lump_mass(*element.type, places, density, section.thickness, model_.exact);
+  if (!(mass.smallest_determinant > 0.0))
+    throw InputError(model_.mesh.place_of(element),
+                     "element " + std::to_string(element.id) +
+                         (element.type->shell() ? " is degenerate: it has no area at an integration point"
+                                                : " is degenerate: its volume is not positive at an integration point "
+                                                  "(flat, distorted, or nodes in the wrong order)"));
+  model_.volume += mass.volume;
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    BodyNode &node = model_.nodes[positions[i]];
+    node.mass += mass.nodal[i];
+    (element.type->shell() ? node.shell : node.solid) = true;
+    if (!element.type->shell()) continue;
+    // A plate's thickness resists rotation about the directions in its plane with m t^2 / 12.
+    const double inertia = mass.nodal[i] * section.thickness * section.thickness / 12.0;
+    const Vec3 &n = mass.normals[i];
+    const std::array<double, 6> terms = {1 - n[0] * n[0], 1 - n[1] * n[1], 1 - n[2] * n[2],
+                                         -n[0] * n[1],    -n[0] * n[2],    -n[1] * n[2]};
+    for (std::size_t k = 0; k < 6; ++k) node.inertia[k] += inertia * terms[k];
+  }
+}
+
+void ModelBuilder::add_masses() {
+  Pieces pieces(model_.nodes.size());
+  for (const MeshElement &element : model_.mesh.elements) {
+    add_element_mass(element);
+    const int *ids = model_.mesh.nodes_of(element);
+    for (int i = 1; i < element.type->nodes; ++i) pieces.join(body_position(ids[0]), body_position(ids[i]));
+    model_.has_shells = model_.has_shells || element.type->shell();
+  }
+  for (std::size_t i = 0; i < model_.nodes.size(); ++i)
+    if (pieces.root(i) == i) ++model_.pieces;
+  for (const BodyNode &node : model_.nodes) {
+    model_.lumped.add(node.mass, node.place);
+    // The second moments whose trace differences are the node's own inertia.
+    const double half = 0.5 * (node.inertia[0] + node.inertia[1] + node.inertia[2]);
+    for (std::size_t k = 0; k < 3; ++k) model_.lumped.second[k] += half - node.inertia[k];
+    for (std::size_t k = 3; k < 6; ++k) model_.lumped.second[k] -= node.inertia[k];
+  }
+}
+
+void ModelBuilder::add_faces() {
+  for (const MeshElement &element : model_.mesh.elements) {
+    const int *ids = model_.mesh.nodes_of(element);
+    for (const auto &face : element.type->faces) {
+      model_.faces.push_back(static_cast<int>(face.size()));
+      for (const int corner : face) model_.faces.push_back(ids[corner]);
+      ++model_.face_count;
+    }
+  }
+}
+
+// A face of solids that no second element has is on the surface, with its mid-edge nodes. All of a shell is.
+void ModelBuilder::mark_surface() {
+  struct Face {
+    std::array<int, 4> corners;
+    std::uint32_t element;
+    std::uint32_t face;
+  };
+  std::vector<Face> faces;
+  const auto &elements = model_.mesh.elements;
+  for (std::size_t e = 0; e < elements.size(); ++e) {
+    const int *ids = model_.mesh.nodes_of(elements[e]);
+    const auto &list = elements[e].type->faces;
+    for (std::size_t f = 0; f < list.size(); ++f) {
+      Face face{{0, 0, 0, 0}, static_cast<std::uint32_t>(e), static_cast<std::uint32_t>(f)};
+      for (std::size_t c = 0; c < list[f].size(); ++c) face.corners[c] = ids[list[f][c]];
+      std::sort(face.corners.begin(), face.corners.end());
+      faces.push_back(face);
+    }
+  }
+  std::sort(faces.begin(), faces.end(), [](const Face &a, const Face &b) { return a.corners < b.corners; });
+  for (std::size_t i = 0; i < faces.size();) {
+    std::size_t end = i + 1;
+    while (end < faces.size() && faces[end].corners == faces[i].corners) ++end;
+    const MeshElement &element = elements[faces[i].element];
+    if (end == i + 1 || element.type->shell()) {
+      const auto &face = element.type->faces[faces[i].face];
+      const int *ids = model_.mesh.nodes_of(element);
+      for (const int corner : face) model_.nodes[body_position(ids[corner])].surface = true;
+      for (const int middle : element.type->mid_nodes(face)) model_.nodes[body_position(ids[middle])].surface = true;
+      ++model_.surface_face_count;
+    }
+    i = end;
+  }
+}
+
+void ModelBuilder::add_interfaces() {
+  for (const std::string &name : interfaces_) {
+    const auto set = model_.mesh.node_sets.find(upper(name));
+    if (set == model_.mesh.node_sets.end()) {
+      std::string names;
+      for (const auto &[known, members] : model_.mesh.node_sets) names += (names.empty() ? "" : ", ") + known;
+      throw InputError({model_.mesh.files.front(), 0},
+                       "no node set '" + name + "'" + (names.empty() ? "; the deck has none" : "; there are " + names));
+    }
+    for (const int id : set->second) {
+      if (model_.node_position(id) < 0)
+        throw InputError({model_.mesh.files.front(), 0},
+                         "node set '" + name + "' names node " + std::to_string(id) + ", which belongs to no element");
+      model_.interface_nodes.push_back(id);
+    }
+  }
+  auto &list = model_.interface_nodes;
+  std::sort(list.begin(), list.end());
+  list.erase(std::unique(list.begin(), list.end()), list.end());
+}
+
+void ModelBuilder::finish() {
+  Vec3 low = model_.nodes.front().place;
+  Vec3 high = low;
+  for (const BodyNode &node : model_.nodes)
+    for (std::size_t k = 0; k < 3; ++k) {
+      low[k] = std::min(low[k], node.place[k]);
+      high[k] = std::max(high[k], node.place[k]);
+    }
+  for (std::size_t k = 0; k < 3; ++k) model_.extent = std::max(model_.extent, high[k] - low[k]);
+}
+
+}  // namespace
+
+int Model::node_position(int id) const {
+  const auto found = std::lower_bound(nodes.begin(), nodes.end(), id,
+                                      [](const BodyNode &node, int wanted) { return node.id < wanted; });
+  return found != nodes.end() && found->id == id ? static_cast<int>(found - nodes.begin()) : -1;
+}
+
+Model build_model(Mesh mesh, const std::vector<std::string> &interfaces) {
+  return ModelBuilder(std::move(mesh), interfaces).build();
+}
+
+}  // namespace sbrtranslate

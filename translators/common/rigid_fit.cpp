@@ -1,0 +1,31 @@
+#include "common/rigid_fit.h"
+
+namespace sbrtranslate {
+
+std::array<double, 9> inverse(const std::array<double, 9> &m) {
+  const Vec3 a{m[0], m[1], m[2]};
+  const Vec3 b{m[3], m[4], m[5]};
+  const Vec3 c{m[6], m[7], m[8]};
+  const Vec3 bc = cross(b, c);
+  const Vec3 ca = cross(c, a);
+  const Vec3 ab = cross(a, b);
+  const double determinant = dot(a, bc);
+  const double size = m[0] + m[4] + m[8];
+  if (!(determinant > 1e-12 * size * size * size)) return {};
+  const double s = 1.0 / determinant;
+  return {s * bc[0], s * ca[0], s * ab[0], s * bc[1], s * ca[1], s * ab[1], s * bc[2], s * ca[2], s * ab[2]};
+}
+
+Vec3 times(const std::array<double, 9> &m, const Vec3 &v) {
+  return {dot({m[0], m[1], m[2]}, v), dot({m[3], m[4], m[5]}, v), dot({m[6], m[7], m[8]}, v)};
+}
+
+bool interface_holds(const Model &model) {
+  Moments moments;
+  const Vec3 first = model.nodes[static_cast<std::size_t>(model.node_position(model.interface_nodes.front()))].place;
+  for (const int id : model.interface_nodes)
+    moments.add(1.0, model.nodes[static_cast<std::size_t>(model.node_position(id))].place - first);
+  return inverse(moments.inertia(moments.centre())) != std::array<double, 9>{};
+}
+
+}  // namespace sbrtranslate
