@@ -116,7 +116,7 @@ TEST_F(ProgramOutputTest, EmptyFrequencyRangesAreRefusedWithBothFigures) {
   refused("--highpass 1100 --lowpass 1500", "above 1100 Hz (--highpass) and up to 1500 Hz (--lowpass)");
   refused("--highpass nan", "--highpass: a frequency in Hz is needed");
   const ScopedEnvironment variable("KTX_SBRWRITE_OPTIONS", "lowpass(2000)");
-  refused("--lowpass 3000", "--lowpass is given while KTX_SBRWRITE_OPTIONS holds 'lowpass('");
+  refused("--lowpass 3000", "--lowpass is given while KTX_SBRWRITE_OPTIONS holds 'lowpass'");
 }
 
 }  // namespace
