@@ -84,7 +84,6 @@ void check_variable(const std::string &variable, const WriteOptions &options) {
     if (!option.value_name.empty() && option.is_in(variable) && is_given(option, options))
       throw Failure(kUsage, (option.flag.empty() ? "--invariants" : std::string(option.flag)) + " is given while " +
                                 sbr::kWriteOptionsVariable + " holds '" + std::string(option.keyword) +
-                                (option.value == sbr::OptionValue::none ? "" : "(") +
                                 "' too, which would win; unset the variable");
 }
 
