@@ -7,6 +7,8 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <numeric>
+#include <random>
 #include <unordered_map>
 #include <vector>
 
@@ -103,6 +105,63 @@ void BM_Coarsen(benchmark::State &state) {
   report(state, quads.faces.size());
 }
 
+// The grid with its nodes numbered at random, at the largest resolution: polygons grow in many places and meet.
+void BM_CoarsenScattered(benchmark::State &state) {
+  const Quads ordered = grid_of(state.range(0));
+  std::vector<int> number(static_cast<std::size_t>(ordered.nodes));
+  std::iota(number.begin(), number.end(), 0);
+  std::shuffle(number.begin(), number.end(), std::mt19937(5));
+  const auto number_of = [&](int node) { return number[static_cast<std::size_t>(node)]; };
+  Quads quads = ordered;
+  for (auto &face : quads.faces)
+    for (int &node : face) node = number_of(node);
+  SBR body = body_of(ordered);
+  sbr::Array<sbr::NodeRecord> nodes;
+  if (!nodes.allocate(ordered.nodes)) std::abort();
+  for (int i = 0; i < ordered.nodes; ++i) nodes[number_of(i)] = body->nodes.nodes[i];
+  body->nodes.nodes.swap(nodes);
+  for (auto _ : state) {
+    state.PauseTiming();
+    set_faces(*body, quads);
+    state.ResumeTiming();
+    SBR_TrimGeometry(body, "0.5,10,0");
+  }
+  state.counters["faces_left"] = body->faces.face_count;
+  SBR_Destroy(body);
+  report(state, quads.faces.size());
+}
+
+// Triangles all around a hub, and one stray that shares the hub only: no walk takes all of them.
+void BM_CoarsenHub(benchmark::State &state) {
+  const int rim = static_cast<int>(state.range(0));
+  SBR body = SBR_Create(0, 0);
+  if (!body->nodes.nodes.allocate(rim + 4)) std::abort();
+  const auto put = [&](int i, double x, double y) {
+    body->nodes.nodes[i].id = i + 1;
+    body->nodes.nodes[i].x = x;
+    body->nodes.nodes[i].y = y;
+  };
+  for (int i = 0; i < rim; ++i)
+    put(1 + i, std::cos(6.283185307179586 * i / rim), std::sin(6.283185307179586 * i / rim));
+  put(rim + 1, 0.5, 0.1);
+  put(rim + 2, 0.5, 0.2);
+  put(rim + 3, 100.0, 0.0);
+  std::vector<std::int32_t> words;
+  for (int i = 0; i < rim; ++i) words.insert(words.end(), {3, 0, 1 + i, 1 + (i + 1) % rim});
+  words.insert(words.end(), {3, 0, rim + 1, rim + 2});
+  for (auto _ : state) {
+    state.PauseTiming();
+    body->faces.face_count = rim + 1;
+    if (!body->faces.list.allocate(static_cast<std::int64_t>(words.size()))) std::abort();
+    std::copy(words.begin(), words.end(), body->faces.list.begin());
+    state.ResumeTiming();
+    SBR_TrimGeometry(body, "0.011,10,0");
+  }
+  state.counters["faces_left"] = body->faces.face_count;
+  SBR_Destroy(body);
+  report(state, static_cast<std::size_t>(rim) + 1);
+}
+
 template <Quads (*make)(std::int64_t)>
 void BM_Strip(benchmark::State &state) {
   const Quads quads = make(state.range(0));
@@ -175,6 +234,8 @@ void sizes(benchmark::internal::Benchmark *benchmark) {
 }
 
 BENCHMARK(BM_Coarsen)->Apply(sizes);
+BENCHMARK(BM_CoarsenScattered)->Apply(sizes);
+BENCHMARK(BM_CoarsenHub)->Arg(16000)->Arg(64000)->Arg(256000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Strip<grid_of>)->Apply(sizes);
 BENCHMARK(BM_SortRecords<grid_of>)->Apply(sizes);
 BENCHMARK(BM_Strip<block_of>)->Apply(sizes);

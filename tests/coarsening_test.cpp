@@ -495,6 +495,18 @@ TEST_F(CoarseningTest, AFaceThatRepeatsItsNodesThousandsOfTimesFollowsTheRules) 
   EXPECT_LE(words, 20000U + 2 + 12);
 }
 
+TEST_F(CoarseningTest, AFaceThatWasFusedDoesNotComeBack) {
+  // Both faces become one polygon, and pruning takes out nodes that both lists still name. The next of them has no face
+  // left to fuse: nothing is tried, and nothing is put back.
+  Surface surface;
+  surface.points = {{1, 0.8, 0}, {0.6, 0.5, 0}, {0.7, 0.8, 0}, {0.6, 0.86, 0}, {1, 0.5, 0},
+                    {0, 0, 0},   {1, 1, 0},     {0.4, 0.2, 0}, {0, 0.6, 0},    {1, 0, 0}};
+  surface.faces = {{4, 1, 8, 7, 3, 4, 7}, {1, 2, 0, 2, 3, 4, 6, 3, 8}};
+  const Faces faces = coarsen(surface, "0.5,45,0");
+  EXPECT_EQ(faces, (Faces{{2, 2, 3, 3, 3, 4, 4, 1}}));
+  EXPECT_EQ(faces, coarsen_by_the_book(surface, {.resolution = 0.5, .angle = 45.0}));
+}
+
 TEST_F(CoarseningTest, AHubOfManyTrianglesBecomesOnePolygon) {
   constexpr int kRim = 5000;
   Surface disk;

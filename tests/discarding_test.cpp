@@ -412,7 +412,8 @@ TEST_F(DiscardingTest, ABodyWithAPreStressAloneIsWrittenWithInvariants) {
   ASSERT_NE(written, nullptr);
   EXPECT_EQ(SBR_NodeCount(written), 4);
   EXPECT_EQ(SBR_Exists(written, 30), 1);
-  EXPECT_EQ(pre_stress_of(written), (std::vector<std::pair<int, double>>{{20, 10.0}, {60, 30.0}}));
+  EXPECT_EQ(SBR_size_of_block(written, 30), 4 + 2 * 6 * 8);
+  EXPECT_EQ(pre_stress_of(body), (std::vector<std::pair<int, double>>{{20, 10.0}, {60, 30.0}}));
 }
 
 TEST_F(DiscardingTest, AFailureOfALaterKindLeavesTheBodyAsItWas) {
