@@ -80,6 +80,14 @@ carry_over() {
 
 # ---- the system -----------------------------------------------------------------------------------------------------
 
+# Ends what still runs in the system, such as the compilers of a run that was interrupted.
+end_processes() {
+  local process
+  for process in /proc/[0-9]*; do
+    if [ "$(readlink "$process/root" 2>/dev/null)" = "$system" ]; then kill -KILL "${process#/proc/}" 2>/dev/null || true; fi
+  done
+}
+
 unmount() {
   local place
   for place in dev/pts dev/shm dev proc sys var/cache/apt/archives; do
@@ -88,6 +96,7 @@ unmount() {
 }
 
 remove_system() {
+  end_processes
   unmount
   # Nothing of this machine may still hang in the tree that is removed.
   ! grep -q " $system/" /proc/mounts || stop "$system has mounts that do not go"

@@ -9,7 +9,7 @@ packages=(
   libcli11-dev nlohmann-json3-dev libeigen3-dev libspectra-dev zlib1g-dev  # the program and the translators
   libsqlite3-dev                                      # the open store
   libgtest-dev libgmock-dev liblapacke-dev libopenblas-dev libnanoflann-dev  # tests and benchmarks
-  libbenchmark-dev man-db python3
+  libbenchmark-dev man-db python3 python3-numpy
   doxygen                                             # the reference of the public headers
 )
 case ${1:-} in

@@ -402,7 +402,15 @@ void spoil_eigenvalues(SBR body) {
 
 TEST_F(WriteBlocksTest, WhatCannotBeToldFailsItsBlock) {
   const RuleCase cases[] = {
-      {"nodes", [](SBR body) { body->nodes.nodes.clear(); }, "no_ortho", "Problem writing Mode Shapes.", true},
+      {"nodes",
+       [](SBR body) {
+         body->nodes.nodes.clear();
+         body->faces.list.clear();
+         body->faces.face_count = 0;
+         body->interface_nodes.nodes.clear();
+         body->loads.nodal.release();
+       },
+       "no_ortho", "Problem writing Mode Shapes.", true},
       {"eigenvalues", spoil_eigenvalues, "", "Problem writing eigenvalues.", false},
       {"damping", [](SBR body) { body->matrices.damping.release(); }, "no_ortho",
        "Problem writing Generalized Damping info.", true},

@@ -123,7 +123,9 @@ CommandText text_of(const CLI::App &app, const std::string &name) {
     if (!command->get_group().empty()) text.commands.push_back(text_of(*command, name + " " + command->get_name()));
   const std::size_t blank = name.find(' ');
   text.page = page_of(blank == std::string::npos ? "" : name.substr(blank + 1));
-  if (text.page.details.empty()) text.page.details = app.get_footer();
+  // A command has the footer of the one above it until it gets its own.
+  const bool own_footer = app.get_parent() == nullptr || app.get_parent()->get_footer() != app.get_footer();
+  if (text.page.details.empty() && own_footer) text.page.details = app.get_footer();
   return text;
 }
 

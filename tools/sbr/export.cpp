@@ -25,6 +25,7 @@ std::FILE *ExportFiles::open(const std::string &name) {
 }
 
 void ExportFiles::commit() {
+  for (const auto &file : files_) file->close();
   for (const auto &file : files_) file->commit();
 }
 

@@ -57,7 +57,7 @@ void OutputFile::make_beside() {
   pending_ = std::make_unique<RemovedOnInterrupt>(name);
   // A file system without rights has none to lose.
   static_cast<void>(fchmod(descriptor, replaces ? before.st_mode & 07777 : rights_of_new_files()));
-  close(descriptor);
+  ::close(descriptor);
 }
 
 OutputFile::~OutputFile() {
@@ -72,7 +72,7 @@ std::FILE *OutputFile::stream() {
   return stream_;
 }
 
-void OutputFile::close_stream() {
+void OutputFile::close() {
   if (stream_ == nullptr) return;
   const bool written = std::ferror(stream_) == 0;
   const bool closed = std::fclose(stream_) == 0;
@@ -81,7 +81,7 @@ void OutputFile::close_stream() {
 }
 
 void OutputFile::commit() {
-  close_stream();
+  close();
   if (!pending_) return;
   const OrderlyEnd both;
   if (std::rename(path_.c_str(), target_.c_str()) != 0) fail(std::strerror(errno));

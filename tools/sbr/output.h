@@ -27,12 +27,13 @@ class OutputFile {
   [[nodiscard]] bool is_regular() const { return regular_; }
   // The file as a stream, which belongs to this object.
   std::FILE *stream();
-  // Gives the file its name, or ends the command. What the stream still holds is written out before.
+  // Writes out what the stream still holds, or ends the command.
+  void close();
+  // Gives the closed file its name, or ends the command.
   void commit();
 
  private:
   void make_beside();
-  void close_stream();
   [[noreturn]] void fail(const std::string &reason) const;
 
   std::filesystem::path given_;   // the name for messages

@@ -80,7 +80,8 @@ const std::vector<Page> &pages() {
         {"sbr diff a.sbr b.sbr --rtol 1e-3 --json", "With another tolerance, for programs."},
         {"sbr diff a.sbr b.sbr --exact", "Value by value, modes by their place."}}},
       {"export",
-       "Nodes, faces, interface nodes, modes, shapes, stress, strain, generalized matrices, inertia invariants and loads "
+       "Nodes, faces, interface nodes, modes, shapes, stress, strain, generalized matrices, inertia invariants and "
+       "loads "
        "become a table each, with the unit of every column: nodes.csv, shapes.npz and the like. The columns of a table "
        "are the same in all formats. Rows of shapes and stress go mode by mode, node by node.\n"
        "\n"
@@ -108,6 +109,8 @@ const std::vector<Page> &pages() {
        {{"sbr db put body.sbr plant.MASTER --qualifiers \"projno=1,version=2,selabel='wing, left'\"",
          "Store a body under its qualifiers."}}},
       {"db list", "", {{"sbr db list plant.MASTER", "The bodies by their numbers."}}},
+      {"db check", "", {{"sbr db check plant.MASTER", "Whether the file can be used here, by its header."}}},
+      {"db repair", "", {{"sbr db repair plant.MASTER", "A new .MASTER file for bodies that have lost theirs."}}},
       {"db get", "", {{"sbr db get plant.MASTER 3 body.sbr", "The third body as a record."}}},
       {"help",
        "The manual pages and the completion scripts come from here too.",
