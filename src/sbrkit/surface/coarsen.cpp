@@ -62,7 +62,7 @@ bool build_nodes(Mesh &mesh, const SbrBody &body) noexcept {
 // ---- numbers of the nodes ---------------------------------------------------------------------------------
 
 // Tables that fit a processor's cache are as quick in any order.
-constexpr int kManyNodes = 20'000;
+constexpr int kManyNodes = 1000;
 
 // Whether the nodes of a face tend to lie far apart in the node table, by some of the faces.
 bool is_scattered(const Mesh &mesh, int nodes) noexcept {
