@@ -13,7 +13,7 @@ struct CoarseningOptions {
   double resolution = 0.02;
   double angle = 10.0;
   bool colinear = false;
-  std::set<int> preserved;  // node indices
+  std::set<int> preserved = {};  // node indices
 };
 
 Faces coarsen_by_the_book(const Surface &surface, const CoarseningOptions &options);

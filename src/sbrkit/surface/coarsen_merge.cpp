@@ -54,7 +54,7 @@ bool give_space(Mesh &mesh, Face &face, std::int32_t front, std::int32_t back) n
   if (face.front >= front && face.back >= back) return true;
   const std::int64_t wanted = static_cast<std::int64_t>(face.count) + 2 * std::int64_t{std::max(front, back)};
   if (capacity_of(face) < wanted || capacity_of(face) < face.count + face.count / 2) {
-    const std::int64_t capacity = 2 * wanted;
+    const std::int64_t capacity = wanted + wanted / 2;
     std::int32_t *room = capacity <= INT_MAX ? take_room(mesh, capacity) : nullptr;
     if (room == nullptr) return false;
     std::copy_n(face.nodes, face.count, room);
@@ -110,14 +110,26 @@ std::int32_t find_vertex(const Face &face, std::int32_t node) noexcept {
   return -1;
 }
 
-// Turns a polygon so that a position comes first. A large one passes its shorter end round to the other side.
+// Turns a polygon so that a position comes first, moving whole blocks.
+void rotate_in_place(Mesh &mesh, Face &face, std::int32_t position) noexcept {
+  if (!mesh.turned.reserve(position)) {
+    std::rotate(face.nodes, face.nodes + position, face.nodes + face.count);
+    return;
+  }
+  const std::int32_t behind = face.count - position;
+  std::copy_n(face.nodes, position, mesh.turned.data());
+  std::copy(face.nodes + position, face.nodes + face.count, face.nodes);
+  std::copy_n(mesh.turned.data(), position, face.nodes + behind);
+}
+
+// The same for any polygon. A large one passes its shorter end round to the other side.
 void rotate(Mesh &mesh, Face &face, std::int32_t position) noexcept {
   if (position == 0) return;
   const std::int32_t behind = face.count - position;
   const bool front_is_shorter = position <= behind;
   if (face.count < kLargePolygon ||
       !give_space(mesh, face, front_is_shorter ? 0 : behind, front_is_shorter ? position : 0)) {
-    std::rotate(face.nodes, face.nodes + position, face.nodes + face.count);
+    rotate_in_place(mesh, face, position);
     return;
   }
   if (front_is_shorter) {
@@ -164,11 +176,6 @@ void follow_redirections(Mesh &mesh, std::int32_t node) noexcept {
   bool changed = false;
   for (std::int32_t &slot : slots) {
     const std::int32_t root = root_of(mesh, slot);
-    for (std::int32_t at = slot; at != root;) {
-      const std::int32_t next = mesh.merged_into[at];
-      mesh.merged_into[at] = root;
-      at = next;
-    }
     changed = changed || root != slot;
     slot = root;
   }
@@ -206,36 +213,57 @@ std::size_t place_of_largest(const Mesh &mesh) noexcept {
   return largest;
 }
 
-// The whole rim in Mesh::polygon, and room for it. The node closes a rim that is open.
-bool string_together(Mesh &mesh, std::int32_t node, Face &fused, bool &open) noexcept {
+// How the rim is put together.
+struct Rim {
+  std::int32_t node;
+  bool open;              // the node lies on the boundary and closes the rim
+  bool spliced;           // into the largest face of the walk, a large one
+  std::size_t largest;    // its place in the walk
+  std::int32_t in_front;  // vertices of Mesh::polygon that come in front of it; the others come behind
+};
+
+// The whole rim in Mesh::polygon, and room for it.
+bool gather_whole(Mesh &mesh, Rim &rim, Face &fused) noexcept {
   mesh.polygon.clear();
   if (!gather_rim(mesh, 0, mesh.taken.size())) return false;
-  open = mesh.polygon[0] != mesh.polygon[mesh.polygon.size() - 1];
-  if (open) (void)mesh.polygon.push_back(node);
+  rim.open = mesh.polygon[0] != mesh.polygon[mesh.polygon.size() - 1];
+  if (rim.open) (void)mesh.polygon.push_back(rim.node);
   return secure_room(mesh, fused) && secure_box(mesh, fused);
 }
 
-// The rim in place of the largest face, a large one: the others lengthen its polygon at both ends, and the polygon
-// itself is not looked at. A failure changes nothing but the polygon's room.
-bool splice_together(Mesh &mesh, std::int32_t node, std::size_t largest, Face &fused, bool &open) noexcept {
-  Face &polygon = mesh.face(mesh.taken[largest]);
+// The rim but for its largest face, and space for it at both ends of that face's polygon, which is not looked at.
+bool gather_around_largest(Mesh &mesh, Rim &rim, Face &fused) noexcept {
   const Face &last = mesh.face(mesh.taken[mesh.taken.size() - 1]);
-  open = mesh.face(mesh.taken[0]).nodes[1] != last.nodes[last.count - 1];
+  rim.open = mesh.face(mesh.taken[0]).nodes[1] != last.nodes[last.count - 1];
   mesh.polygon.clear();
-  if (!gather_rim(mesh, 0, largest)) return false;
-  const std::int32_t in_front = mesh.polygon.count();
-  if (!gather_rim(mesh, largest + 1, mesh.taken.size())) return false;
-  if (open) (void)mesh.polygon.push_back(node);
-  const std::int32_t behind = mesh.polygon.count() - in_front;
-  if (!give_space(mesh, polygon, in_front, behind) || !secure_box(mesh, fused)) return false;
-  const std::int32_t dropped = largest == 0 ? 1 : 2;
-  fused.nodes = polygon.nodes + dropped - in_front;
-  fused.front = polygon.front + dropped - in_front;
-  fused.count = polygon.count - dropped + in_front + behind;
+  if (!gather_rim(mesh, 0, rim.largest)) return false;
+  rim.in_front = mesh.polygon.count();
+  if (!gather_rim(mesh, rim.largest + 1, mesh.taken.size())) return false;
+  if (rim.open) (void)mesh.polygon.push_back(rim.node);
+  return give_space(mesh, mesh.face(mesh.taken[rim.largest]), rim.in_front, mesh.polygon.count() - rim.in_front) &&
+         secure_box(mesh, fused);
+}
+
+// What the largest face of the walk gives to the rim lacks its first vertices: the node, and unless the walk starts
+// there the vertex that it shares with the face before it.
+std::int32_t dropped_of_largest(const Rim &rim) noexcept { return rim.largest == 0 ? 1 : 2; }
+
+std::int32_t count_vertices(const Mesh &mesh, const Rim &rim) noexcept {
+  const std::int32_t gathered = mesh.polygon.count();
+  return rim.spliced ? gathered + mesh.face(mesh.taken[rim.largest]).count - dropped_of_largest(rim) : gathered;
+}
+
+// Lengthens the largest polygon at both ends.
+void splice(Mesh &mesh, const Rim &rim, Face &fused) noexcept {
+  const Face &polygon = mesh.face(mesh.taken[rim.largest]);
+  const std::int32_t dropped = dropped_of_largest(rim);
+  const std::int32_t behind = mesh.polygon.count() - rim.in_front;
+  fused.count = count_vertices(mesh, rim);
+  fused.nodes = polygon.nodes + dropped - rim.in_front;
+  fused.front = polygon.front + dropped - rim.in_front;
   fused.back = polygon.back - behind;
-  std::copy_n(mesh.polygon.data(), in_front, fused.nodes);
-  std::copy_n(mesh.polygon.data() + in_front, behind, fused.nodes + fused.count - behind);
-  return true;
+  std::copy_n(mesh.polygon.data(), rim.in_front, fused.nodes);
+  std::copy_n(mesh.polygon.data() + rim.in_front, behind, fused.nodes + fused.count - behind);
 }
 
 // Cuts the vertex that closes a large distinct rim off, if its node may go: what pruning does to such a rim.
@@ -259,19 +287,19 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
   if (!walked) return;
   Face fused{};
   const bool distinct = rim_is_distinct(mesh);
-  const std::size_t largest = place_of_largest(mesh);
-  const bool spliced = distinct && mesh.face(mesh.taken[largest]).count >= kLargePolygon;
-  bool open = false;
-  if (!(spliced ? splice_together(mesh, node, largest, fused, open) : string_together(mesh, node, fused, open))) {
+  Rim rim{node, false, false, place_of_largest(mesh), 0};
+  rim.spliced = distinct && mesh.face(mesh.taken[rim.largest]).count >= kLargePolygon;
+  if (!(rim.spliced ? gather_around_largest(mesh, rim, fused) : gather_whole(mesh, rim, fused))) {
     report_no_memory(unit_name::kCoarsening);
     give_faces_back(mesh);
     return;
   }
   std::copy_n(mesh.face(mesh.taken[0]).normal, 3, fused.normal);
-  if (!open) mesh.node(node).in_play = false;
+  if (!rim.open) mesh.node(node).in_play = false;
   redirect_face_references(mesh, node);
-  secure_extent(mesh, fused, spliced ? fused.count : mesh.polygon.count());
-  if (spliced) {
+  secure_extent(mesh, fused, count_vertices(mesh, rim), node);
+  if (rim.spliced) {
+    splice(mesh, rim, fused);
     cut_closing_vertex(mesh, fused);
   } else {
     fused.distinct = prune_polygon_loops(mesh, distinct);

@@ -13,17 +13,16 @@
 namespace sbr::coarse {
 
 // Polygons of this many vertices are handled with care for the time that a look at all of them takes.
-constexpr std::int32_t kLargePolygon = 64;
+constexpr std::int32_t kLargePolygon = 128;
 
 struct Face {
   std::int32_t *nodes;  // node indices in order around the polygon, inside Mesh::pool or a chunk of it
+  double normal[3];     // unit normal, or zero
   std::int32_t count;   // vertices in the polygon
   std::int32_t front;   // free words in front of `nodes`
   std::int32_t back;    // and behind the polygon
   std::int32_t box;     // place in Mesh::boxes plus 1; 0 for an original face
   std::int32_t extent;  // place in Mesh::extents plus 1; 0 for a small polygon
-  double normal[3];     // unit normal, or zero
-  std::int32_t far;     // a position found too far from a node before: the first to look at
   bool present;         // false: the slot is empty
   bool distinct;        // no node is known to stand twice in a fused polygon
   bool reversed;        // during the attempts at a node: positions 1 to count - 1 are to be read backwards
@@ -36,16 +35,16 @@ struct Box {
 };
 
 // Where the vertices in play of a large fused polygon lie.
-constexpr int kAxes = 13;
+constexpr int kAxes = 7;
 constexpr int kOutposts = 2 * kAxes;
-constexpr int kCoverLevels = 3;
+constexpr int kCoverLevels = 2;
 struct Extent {
-  // The outermost vertices in 26 directions; -1 where none is known. Any of them stands in the polygon; a vertex
+  // The outermost vertices in 14 directions; -1 where none is known. Any of them stands in the polygon; a vertex
   // farther out may have been missed.
   double height[kOutposts];
   std::int32_t outpost[kOutposts];
-  // A list that names all of them, and some that the polygon has lost, with boxes around 32 of them each, around 32
-  // such boxes, and so on.
+  // A list that names all of them, and some that the polygon has lost, with boxes around 64 of them each, and
+  // around 64 such boxes.
   Array<std::int32_t> listed;
   Array<Box> boxes[kCoverLevels];
 };
@@ -80,6 +79,10 @@ struct PruningScratch {
 };
 
 struct Mesh {
+  // Nodes that are numbered without regard to where they are get numbers of their own here, in the order in which the
+  // faces name them, so that neighbours lie together in memory. Both are empty when the body's numbers serve.
+  Array<std::int32_t> number_of;  // per node index of the body
+  Array<std::int32_t> index_of;   // and back
   Array<Face> faces;
   Array<Node> nodes;
   Array<std::int32_t> incidence;          // the face lists of all nodes, one behind the other
@@ -93,6 +96,7 @@ struct Mesh {
 
   // Scratch, kept between nodes.
   Array<std::int32_t> polygon;  // the fused polygon
+  Array<std::int32_t> turned;   // for rotating a polygon
   Array<std::int32_t> taken;    // slots taken by the present attempt
   Array<FanEnd> fan_ends;       // ends of the present fan by vertex; empty for a small fan
   Array<std::uint32_t> seen;    // per node the mark of the last polygon it was seen in
@@ -100,6 +104,13 @@ struct Mesh {
   PruningScratch pruning;
   Array<std::int32_t> pruned;  // the vertices that the last pruning cut out
 
+  // The number of a node index of the body, and the index of a number. What lies outside the table has the same.
+  [[nodiscard]] std::int32_t number(std::int32_t index) const noexcept {
+    return index >= 0 && static_cast<std::size_t>(index) < number_of.size() ? number_of[index] : index;
+  }
+  [[nodiscard]] std::int32_t index(std::int32_t number) const noexcept {
+    return number >= 0 && static_cast<std::size_t>(number) < index_of.size() ? index_of[number] : number;
+  }
   [[nodiscard]] bool in_play(std::int32_t node) const noexcept {
     return node >= 0 && static_cast<std::size_t>(node) < nodes.size() && nodes[node].in_play;
   }
@@ -132,8 +143,9 @@ void compute_normals(Mesh &mesh) noexcept;
 [[nodiscard]] bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept;
 // Gives the polygon of the taken faces a box around all their nodes in play. False when memory is short.
 [[nodiscard]] bool secure_box(Mesh &mesh, Face &room) noexcept;
-// Gives it an extent, when it has that many vertices and there is memory. What pruning then cuts out is no outpost.
-void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices) noexcept;
+// Gives it an extent, when it is large and there is memory: `vertices` counts what it will have. To be asked while the
+// taken faces are as they were. A node that goes is no outpost, nor what pruning then cuts out.
+void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices, std::int32_t node) noexcept;
 void forget_pruned(Mesh &mesh, const Face &room) noexcept;
 
 // ---- coarsen_merge ----------------------------------------------------------------------------------------
@@ -143,8 +155,12 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept;
 void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept;
 void redirect_face_references(Mesh &mesh, std::int32_t node) noexcept;
 // The slot that a slot's faces have come to.
-[[nodiscard]] inline std::int32_t root_of(const Mesh &mesh, std::int32_t slot) noexcept {
-  while (mesh.merged_into[slot] != slot) slot = mesh.merged_into[slot];
+[[nodiscard]] inline std::int32_t root_of(Mesh &mesh, std::int32_t slot) noexcept {
+  // Every step halves the way for those that come after.
+  for (std::int32_t next = mesh.merged_into[slot]; next != slot; next = mesh.merged_into[slot]) {
+    mesh.merged_into[slot] = mesh.merged_into[next];
+    slot = mesh.merged_into[slot];
+  }
   return slot;
 }
 // Brings a node's face list up to date with the merges so far.
@@ -167,7 +183,7 @@ bool give_faces_back(Mesh &mesh) noexcept;
 
 // True when no node can stand twice in the polygon strung together from the taken faces around a node, but for the last
 // vertex that closes it. Costs little beside the polygon; false leaves the matter open. Asked before redirecting.
-[[nodiscard]] bool rim_is_distinct(const Mesh &mesh) noexcept;
+[[nodiscard]] bool rim_is_distinct(Mesh &mesh) noexcept;
 // Cuts small excursions out of a fused polygon, Mesh::polygon in place. rim_distinct: what rim_is_distinct said of it.
 // True when no node stands twice in the outcome, as far as that was found out.
 bool prune_polygon_loops(Mesh &mesh, bool rim_distinct = false) noexcept;

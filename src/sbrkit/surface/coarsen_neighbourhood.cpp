@@ -1,7 +1,7 @@
 // Coarsening, the test of one node: is its neighbourhood small and nearly flat.
 //
 // One vertex too far away fails a node, whichever it is. A polygon that grows to thousands of vertices is looked at by
-// every node on its rim, so the answers come from less than the polygon. Its outposts, the outermost vertices in 26
+// every node on its rim, so the answers come from less than the polygon. Its outposts, the outermost vertices in 14
 // directions, tell that one vertex is too far; boxes tell that all are near. The vertices themselves decide what is
 // then still open.
 #include <algorithm>
@@ -45,24 +45,17 @@ bool too_far(const Mesh &mesh, const Node &center, std::int32_t vertex, double l
 
 // ---- outposts ---------------------------------------------------------------------------------------------
 
-// How far a node lies out along the 13 axes through the sides, edges and corners of a cube.
+// How far a node lies out along the 7 axes through the sides and corners of a cube.
 void heights_of(const Node &node, double (&height)[kAxes]) noexcept {
   const double sum = node.x + node.y;
   const double difference = node.x - node.y;
-  const double all[kAxes] = {node.x,
-                             node.y,
-                             node.z,
-                             sum,
-                             difference,
-                             node.x + node.z,
-                             node.x - node.z,
-                             node.y + node.z,
-                             node.y - node.z,
-                             sum + node.z,
-                             sum - node.z,
-                             difference + node.z,
-                             difference - node.z};
-  std::copy_n(all, kAxes, height);
+  height[0] = node.x;
+  height[1] = node.y;
+  height[2] = node.z;
+  height[3] = sum + node.z;
+  height[4] = sum - node.z;
+  height[5] = difference + node.z;
+  height[6] = difference - node.z;
 }
 
 void take_if_farther(Extent &extent, int direction, std::int32_t node, double height) noexcept {
@@ -76,6 +69,11 @@ void drop_outpost(Extent &extent, int direction) noexcept {
   extent.height[direction] = -kInfinity;
 }
 
+void forget_node(Extent &extent, std::int32_t node) noexcept {
+  for (int d = 0; d < kOutposts; ++d)
+    if (extent.outpost[d] == node) drop_outpost(extent, d);
+}
+
 bool outpost_too_far(const Mesh &mesh, const Extent &extent, const Node &center, double limit) noexcept {
   return std::any_of(std::begin(extent.outpost), std::end(extent.outpost),
                      [&](std::int32_t vertex) { return too_far(mesh, center, vertex, limit); });
@@ -84,7 +82,8 @@ bool outpost_too_far(const Mesh &mesh, const Extent &extent, const Node &center,
 // ---- the list of all vertices -----------------------------------------------------------------------------
 
 // As powers of two, the vertices of the boxes on each level.
-constexpr unsigned kLevelBits[kCoverLevels] = {5, 10, 15};
+constexpr unsigned kBoxBits = 6;
+constexpr unsigned kLevelBits[kCoverLevels] = {kBoxBits, 2 * kBoxBits};
 
 // Adds a vertex in play. False when memory is short.
 bool list_node(const Mesh &mesh, Extent &extent, std::int32_t index) noexcept {
@@ -125,13 +124,13 @@ bool cover_within(const Mesh &mesh, const Extent &extent, int level, std::size_t
                   double limit) noexcept {
   if (box_within(extent.boxes[level][box], center, limit)) return true;
   if (level > 0) {
-    const std::size_t end = std::min((box + 1) << 5U, extent.boxes[level - 1].size());
-    for (std::size_t inner = box << 5U; inner < end; ++inner)
+    const std::size_t end = std::min((box + 1) << kBoxBits, extent.boxes[level - 1].size());
+    for (std::size_t inner = box << kBoxBits; inner < end; ++inner)
       if (!cover_within(mesh, extent, level - 1, inner, center, limit)) return false;
     return true;
   }
-  const std::size_t end = std::min((box + 1) << 5U, extent.listed.size());
-  for (std::size_t place = box << 5U; place < end; ++place)
+  const std::size_t end = std::min((box + 1) << kBoxBits, extent.listed.size());
+  for (std::size_t place = box << kBoxBits; place < end; ++place)
     if (too_far(mesh, center, extent.listed[place], limit)) return false;
   return true;
 }
@@ -151,27 +150,23 @@ void clear(Extent &extent) noexcept {
 
 // ---- the two tests ----------------------------------------------------------------------------------------
 
-bool face_within_distance(const Mesh &mesh, Face &face, const Node &center, double limit) noexcept {
+bool face_within_distance(const Mesh &mesh, const Face &face, const Node &center, double limit) noexcept {
   if (face.box != 0 && box_within(mesh.boxes[face.box - 1], center, limit)) return true;
-  if (face.far < face.count && too_far(mesh, center, face.nodes[face.far], limit)) return false;
   if (face.extent != 0) {
     const Extent &extent = *mesh.extents[face.extent - 1];
     if (outpost_too_far(mesh, extent, center, limit)) return false;
     if (all_within(mesh, extent, center, limit)) return true;
   }
-  for (std::int32_t p = 0; p < face.count; ++p) {
-    if (!too_far(mesh, center, face.nodes[p], limit)) continue;
-    face.far = p;
-    return false;
-  }
+  for (std::int32_t p = 0; p < face.count; ++p)
+    if (too_far(mesh, center, face.nodes[p], limit)) return false;
   return true;
 }
 
-bool within_distance(Mesh &mesh, std::int32_t node, std::span<const std::int32_t> slots, double limit) noexcept {
+bool within_distance(const Mesh &mesh, std::int32_t node, std::span<const std::int32_t> slots, double limit) noexcept {
   const Node &center = mesh.node(node);
   std::int32_t previous = -1;
   for (const std::int32_t slot : slots) {
-    Face &face = mesh.face(slot);
+    const Face &face = mesh.face(slot);
     if (!face.present || slot == previous) continue;
     previous = slot;
     if (!face_within_distance(mesh, face, center, limit)) return false;
@@ -203,8 +198,8 @@ bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept {
   if (!mesh.in_play(node)) return false;
   follow_redirections(mesh, node);
   const std::span<const std::int32_t> slots = mesh.faces_of(node);
-  return slots.size() >= 2 && flat(mesh, slots, limits.cosine) &&
-         within_distance(mesh, node, slots, limits.distance_squared);
+  return slots.size() >= 2 && within_distance(mesh, node, slots, limits.distance_squared) &&
+         flat(mesh, slots, limits.cosine);
 }
 
 bool secure_box(Mesh &mesh, Face &room) noexcept {
@@ -248,7 +243,7 @@ std::int32_t longest_extent(const Mesh &mesh) noexcept {
 
 }  // namespace
 
-void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices) noexcept {
+void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices, std::int32_t node) noexcept {
   room.extent = 0;
   if (vertices < kLargePolygon) return;
   std::int32_t place = longest_extent(mesh);
@@ -262,8 +257,7 @@ void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices) noexcept {
   // A list that names far more than the polygon holds is made anew.
   const bool outdated = extent.listed.count() / 4 > vertices;
   if (outdated) clear(extent);
-  for (int d = 0; d < kOutposts; ++d)
-    if (!mesh.in_play(extent.outpost[d])) drop_outpost(extent, d);
+  if (!mesh.in_play(node)) forget_node(extent, node);
   const Face *listed = nullptr;
   for (const std::int32_t slot : mesh.taken)
     if (mesh.face(slot).extent == place && !outdated) listed = &mesh.face(slot);
@@ -279,9 +273,7 @@ void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices) noexcept {
 void forget_pruned(Mesh &mesh, const Face &room) noexcept {
   if (room.extent == 0) return;
   Extent &extent = *mesh.extents[room.extent - 1];
-  for (const std::int32_t node : mesh.pruned)
-    for (int d = 0; d < kOutposts; ++d)
-      if (extent.outpost[d] == node) drop_outpost(extent, d);
+  for (const std::int32_t node : mesh.pruned) forget_node(extent, node);
 }
 
 }  // namespace sbr::coarse

@@ -186,7 +186,7 @@ constexpr std::size_t kSmallFan = 8;
 
 // Whether the list of a node names the face that now stands in a slot. A list may name faces that the node has left,
 // never too few; a long one is not looked through and counts as naming all.
-bool names(const Mesh &mesh, std::int32_t node, std::int32_t slot) noexcept {
+bool names(Mesh &mesh, std::int32_t node, std::int32_t slot) noexcept {
   if (node < 0 || static_cast<std::size_t>(node) >= mesh.nodes.size()) return true;
   const Node &record = mesh.node(node);
   const std::span<const std::int32_t> slots =
@@ -208,7 +208,7 @@ bool has_end(const Face &face, std::int32_t node) noexcept {
 
 // How often a node stands in the faces taken, of which all but the largest are small and all are distinct. At an end of
 // the largest face it stands nowhere else there.
-int uses_of(const Mesh &mesh, std::int32_t node, std::int32_t largest) noexcept {
+int uses_of(Mesh &mesh, std::int32_t node, std::int32_t largest) noexcept {
   int uses = 0;
   for (const std::int32_t slot : mesh.taken) {
     const Face &face = mesh.face(slot);
@@ -220,7 +220,7 @@ int uses_of(const Mesh &mesh, std::int32_t node, std::int32_t largest) noexcept 
 }
 
 // The ends of a face are shared by two faces of the fan at most, and by no face elsewhere on its way.
-bool ends_are_distinct(const Mesh &mesh, const Face &face, std::int32_t largest) noexcept {
+bool ends_are_distinct(Mesh &mesh, const Face &face, std::int32_t largest) noexcept {
   for (const std::int32_t node : {face.nodes[1], face.nodes[face.count - 1]}) {
     const auto ends = std::count_if(mesh.taken.begin(), mesh.taken.end(),
                                     [&](std::int32_t slot) { return has_end(mesh.face(slot), node); });
@@ -230,7 +230,7 @@ bool ends_are_distinct(const Mesh &mesh, const Face &face, std::int32_t largest)
 }
 
 // The other vertices of a face belong to no other face of the fan.
-bool inside_is_distinct(const Mesh &mesh, const Face &face, std::int32_t largest) noexcept {
+bool inside_is_distinct(Mesh &mesh, const Face &face, std::int32_t largest) noexcept {
   return std::all_of(face.nodes + 2, face.nodes + face.count - 1,
                      [&](std::int32_t node) { return uses_of(mesh, node, largest) == 1; });
 }
@@ -238,7 +238,7 @@ bool inside_is_distinct(const Mesh &mesh, const Face &face, std::int32_t largest
 }  // namespace
 
 // Of the faces, all but the largest one are looked at; what they do not share with it, it shares with none of them.
-bool rim_is_distinct(const Mesh &mesh) noexcept {
+bool rim_is_distinct(Mesh &mesh) noexcept {
   if (mesh.taken.size() > kSmallFan) return false;
   std::int32_t largest = mesh.taken[0];
   for (const std::int32_t slot : mesh.taken) {

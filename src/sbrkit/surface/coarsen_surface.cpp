@@ -77,7 +77,7 @@ bool flatten_faces(const Mesh &mesh, SbrBody &body) noexcept {
   for (const Face &face : mesh.faces) {
     if (!face.present || face.count == 0) continue;
     *out++ = face.count;
-    out = std::copy_n(face.nodes, face.count, out);
+    out = std::transform(face.nodes, face.nodes + face.count, out, [&](std::int32_t node) { return mesh.index(node); });
   }
   replace_faces(body, std::move(list), face_count);
   return true;
