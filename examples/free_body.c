@@ -151,7 +151,8 @@ int main(int argc, char **argv) {
   printf("momentum %.12g, then %.12g: drift %.2e\n", push, push_after, push_after / push - 1.0);
   SBR_Terminate();
   if (fabs(after / before - 1.0) < 1e-6 && fabs(push_after / push - 1.0) < 1e-6) return 0;
-  fprintf(stderr, "free_body: %s: energy or momentum drifts by more than a millionth; take a smaller time step than %g\n",
+  fprintf(stderr,
+          "free_body: %s: energy or momentum drifts by more than a millionth; take a smaller time step than %g\n",
           argv[1], dt);
   return 1;
 }

@@ -30,8 +30,8 @@ void give_text(char *out, const char (&field)[Size]) noexcept {
   give_text(out, field, Size);
 }
 
-// The same for fields that a text may fill to the last character: nothing of it is lost, and a text as long as its field
-// has no end.
+// The same for fields that a text may fill to the last character: nothing of it is lost, and a text as long as its
+// field has no end.
 template <std::size_t Size>
 void store_field(char (&field)[Size], const char *text) noexcept {
   std::memset(field, 0, Size);

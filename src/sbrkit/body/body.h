@@ -18,7 +18,8 @@
 
 namespace sbr {
 
-// ---- node and mode tables: body/node_table ---------------------------------------------------------------------------
+// ---- node and mode tables: body/node_table
+// ---------------------------------------------------------------------------
 
 struct NodeRecord {
   std::int32_t id = 0;
@@ -52,7 +53,8 @@ struct ModeTable {
   Array<std::int32_t> mode_numbers;  // mode_capacity entries when built, mode_count when read
 };
 
-// ---- mode storage: modes/store, its waiting values modes/pending -----------------------------------------------------
+// ---- mode storage: modes/store, its waiting values modes/pending
+// -----------------------------------------------------
 
 // A run of adjacent values of one mode's record that waits to be written.
 struct ModeRun {
@@ -82,7 +84,8 @@ struct ModeStore {
   PerKind<PendingModeWrites> pending;     // per kind, entered but not yet in the temporary file
 };
 
-// ---- mode access: modes/access ---------------------------------------------------------------------------------------
+// ---- mode access: modes/access
+// ---------------------------------------------------------------------------------------
 
 struct ModeAccess {
   PerKind<int> current_mode{{-1, -1, -1}};  // mode index held in current_record; -1 for none, kPreVector
@@ -92,7 +95,8 @@ struct ModeAccess {
   Array<std::int32_t> transformation_modes;
 };
 
-// ---- units: body/units; frame/switch_units changes them --------------------------------------------------------------
+// ---- units: body/units; frame/switch_units changes them
+// --------------------------------------------------------------
 
 struct UnitFactors {
   double force = 1.0;
@@ -110,7 +114,8 @@ struct UnitState {
   UnitFactors unit;   // the product of all changes since the data was stored
 };
 
-// ---- generalized matrices and eigenvalues: body/matrices -------------------------------------------------------------
+// ---- generalized matrices and eigenvalues: body/matrices
+// -------------------------------------------------------------
 
 struct SparseEntry {
   std::int32_t row = 0;  // mode indices
@@ -129,7 +134,8 @@ struct GeneralizedMatrices {
   int damping_on_principal_axes = 0;
 };
 
-// ---- faces and interface nodes: body/faces ---------------------------------------------------------------------------
+// ---- faces and interface nodes: body/faces
+// ---------------------------------------------------------------------------
 
 struct FaceList {
   int face_count = 0;
@@ -143,7 +149,8 @@ struct InterfaceNodes {
   int mapped = -1;            // length of `nodes` that `place` describes; -1 for none
 };
 
-// ---- global properties and inertia invariants: mass/invariants -------------------------------------------------------
+// ---- global properties and inertia invariants: mass/invariants
+// -------------------------------------------------------
 
 // Filled cells have memory. The shapes follow from the mode count at the time a cell was made, kept in `modes`.
 struct Invariants {
@@ -157,7 +164,8 @@ struct Invariants {
   Array<double> invar9;  // M x M cells of 9
 };
 
-// ---- loads: body/loads -----------------------------------------------------------------------------------------------
+// ---- loads: body/loads
+// -----------------------------------------------------------------------------------------------
 
 struct ModalLoad {
   char label[256] = {};
@@ -178,14 +186,16 @@ struct Loads {
   OwnedList<NodalLoadCase> nodal;
 };
 
-// ---- pre-stress and pre-strain: modes/entry --------------------------------------------------------------------------
+// ---- pre-stress and pre-strain: modes/entry
+// --------------------------------------------------------------------------
 
 struct PreVectors {
   Array<SixVector> stress;  // by kind position of kind 1
   Array<SixVector> strain;  // by kind position of kind 2
 };
 
-// ---- monitor points: body/monitor_points; matrix operators: body/matrix_operators ------------------------------------
+// ---- monitor points: body/monitor_points; matrix operators: body/matrix_operators
+// ------------------------------------
 
 struct MonitorPoint {
   int type = 0;
@@ -213,7 +223,8 @@ struct MatrixOperator {
   OwnedList<SubOperator> sub_operators;
 };
 
-// ---- surface state: surface/discard; free edges: surface/free_edges --------------------------------------------------
+// ---- surface state: surface/discard; free edges: surface/free_edges
+// --------------------------------------------------
 
 struct GeometryState {
   Array<std::int32_t> geometry_nodes;  // the keep list, while it lasts

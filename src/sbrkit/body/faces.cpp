@@ -73,6 +73,12 @@ int *copy_for_caller(int count, ValueOf value_of) noexcept {
   return copy;
 }
 
+// The face list comes into being with the first call, whatever becomes of the face.
+int set_face(SbrBody &body, int count, const int *ids) noexcept {
+  if (!body.faces.list && !body.faces.list.reserve(kFirstListRoom)) return report_no_memory(unit_name::kConstruction);
+  return count >= 1 && ids != nullptr && enter_face(body, {ids, static_cast<std::size_t>(count)}) ? 1 : 0;
+}
+
 }  // namespace
 }  // namespace sbr
 
@@ -81,12 +87,7 @@ extern "C" {
 // ---- faces ----------------------------------------------------------------------------------------------
 
 int SBR_SetFaceList(SBR body, int count, const int *ids) {
-  if (!sbr::require_body(body)) return 0;
-  // The list comes into being with the first call, whatever becomes of the face.
-  if (!body->faces.list && !body->faces.list.reserve(sbr::kFirstListRoom))
-    return sbr::report_no_memory(sbr::unit_name::kConstruction);
-  if (count < 1 || ids == nullptr) return 0;
-  return sbr::enter_face(*body, {ids, static_cast<std::size_t>(count)});
+  return sbr::require_body(body) ? sbr::set_face(*body, count, ids) : 0;
 }
 
 int SBR_SetFace(SBR body, int count, ...) {
@@ -101,7 +102,7 @@ int SBR_SetFace(SBR body, int count, ...) {
   va_start(arguments, count);
   for (int i = 0; i < count; ++i) ids[i] = va_arg(arguments, int);
   va_end(arguments);
-  return SBR_SetFaceList(body, count, ids);
+  return sbr::set_face(*body, count, ids);
 }
 
 int SBR_FaceListSize(SBR body, int *face_count, int *list_length) {

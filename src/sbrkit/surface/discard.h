@@ -6,11 +6,11 @@
 
 namespace sbr {
 
-// Whether the nodes of nodal loads are kept, as the environment says: for hosts that call an operation by itself. A write
-// has read its options already.
+// Whether the nodes of nodal loads are kept, as the environment says: for hosts that call an operation by itself. A
+// write has read its options already.
 [[nodiscard]] bool load_nodes_are_kept() noexcept;
-// The indices of the nodes that faces, interface nodes and, if asked for, nodal loads refer to, ascending; made at the first request
-// and kept until nodes are discarded. Null after a report, and after a warning when there are no faces.
+// The indices of the nodes that faces, interface nodes and, if asked for, nodal loads refer to, ascending; made at the
+// first request and kept until nodes are discarded. Null after a report, and after a warning when there are no faces.
 [[nodiscard]] const Array<std::int32_t> *geometry_nodes(SbrBody &body, bool keep_load_nodes) noexcept;
 // Shortens the node table to those nodes, and all that is kept per node. False after a report, with the body as it was;
 // a body without a list of nodes to keep stays as well, and that is no failure.

@@ -17,6 +17,8 @@ int main() {
   rims.FindFreeEdges(1, square);
   const std::size_t corners = rims.GetFreeEdges().front().size();
 
-  std::printf("mass %g, rim of %zu, library %s\n", mass, corners, ktx::base_name_of("/opt/libwing.so").c_str());
+  ktxDynamicLibrary none;
+  const bool held = none.reference_count_of("libwing") != 0;
+  std::printf("mass %g, rim of %zu, library held: %s\n", mass, corners, held ? "yes" : "no");
   return mass == 3.75 ? 0 : 2;
 }
