@@ -16,12 +16,15 @@
 namespace sbr {
 namespace {
 
+constexpr BlockKind row(Block index, const char *sizing_problem, const char *writing_problem,
+                        const BlockFunctions &functions, SizeBlock size) {
+  return {index, kBlockTexts[index].name, kBlockTexts[index].title, sizing_problem, writing_problem, size, &functions};
+}
+
 // A block whose size follows from its shape.
 constexpr BlockKind row(Block index, const char *sizing_problem, const char *writing_problem,
-                        const BlockFunctions &functions, SizeBlock size = nullptr) {
-  return {index,          kBlockTexts[index].name, kBlockTexts[index].title,
-          sizing_problem, writing_problem,         size != nullptr ? size : kShapes<SizingWalk>[index],
-          &functions};
+                        const BlockFunctions &functions) {
+  return row(index, sizing_problem, writing_problem, functions, kShapes<SizingWalk>[index]);
 }
 
 constexpr std::array<BlockKind, kBlockCount> kKindsOfBlock = {

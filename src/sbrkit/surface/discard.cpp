@@ -80,7 +80,7 @@ struct KindTexts {
 };
 
 constexpr PerKind<KindTexts> kTexts{
-    {{nullptr, nullptr},
+    {{"", ""},
      {"All the nodes referenced in Stress Mode have been removed. Stress Mode data is eliminated.",
       "All the nodes referenced in Pre-Stress have been removed. Pre-Stress data is eliminated."},
      {"All the nodes referenced in Strain Mode have been removed. Strain Mode data is eliminated.",
