@@ -34,7 +34,7 @@ std::int64_t monitor_points_beyond_rule(SBR body) {
 
 void check_short_layout(CheckRun &run, std::int64_t excess, const std::string &text) {
   // Versions 30 and 31 have no mode words in the stress block, although the size rule counts them.
-  if (SBR_Version(run.body()) / 10 == 3 && run.has(kStressBlock)) excess += 4 * run.modes();
+  if (SBR_Version(run.body()) / 10 == 3 && run.has(kStressBlock)) excess += std::int64_t{4} * run.modes();
   bool announced = false;
   for (int block = kFirstInvariant; block < kBlockCount; ++block)
     announced = announced || is_announced(run.body(), run.path(), block);

@@ -50,6 +50,7 @@ constexpr double kSingle = 1e-6;
 
 void Tolerances::set_block(const std::string &name, double relative) {
   std::vector<std::string> names;
+  names.reserve(kBlocks.size());
   for (const auto &[known, usual] : kBlocks) names.push_back(known);
   if (std::find(names.begin(), names.end(), name) == names.end()) {
     const std::string near = nearest(name, names);

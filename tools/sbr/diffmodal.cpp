@@ -235,6 +235,7 @@ void compare_by_mode(DiffRun &run, Block &block, int which) {
   const auto data_of = [&](SBR body) {
     const auto M = static_cast<std::size_t>(SBR_ModeCount(body));
     std::vector<std::vector<double>> data;
+    data.reserve(M);
     const std::vector<double> all =
         which == 8 ? std::vector<double>() : taken(which == 3 ? SBR_Invar3(body) : SBR_Invar4(body), 3 * M);
     for (int j = 0; j < static_cast<int>(M); ++j)
