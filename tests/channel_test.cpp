@@ -1,11 +1,12 @@
 // Encodings and precisions. The block decoding of long XDR runs is compared with the element calls of the XDR library.
+#include "record/channel.h"
+
 #include <rpc/rpc.h>
 
 #include <cstring>
 #include <functional>
 #include <random>
 
-#include "record/channel.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/record_builder.h"

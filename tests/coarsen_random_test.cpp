@@ -7,7 +7,6 @@
 #include <random>
 #include <sstream>
 
-#include "body/body.h"
 #include "support/coarsen_reference.h"
 #include "support/messages.h"
 #include "surface/coarsen_mesh.h"

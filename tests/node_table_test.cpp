@@ -1,12 +1,14 @@
 // Node and mode tables: positions, growth, lookups.
+#include "body/node_table.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
 #include <vector>
 
-#include "body/body.h"
-#include "body/node_table.h"
+#include "support/body_state.h"
+#include "support/body_view.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -95,7 +97,7 @@ TEST_F(TablesTest, AnEmptyKindListHasNoPositions) {
   SBR body = SBR_Create(10, 2);
   SBR_AddNode(body, 1);
   EXPECT_EQ(SBR_ModeNodeIndex(body, 1, 1), -1);
-  EXPECT_FALSE(body->nodes.kinds[sbr::Kind::stress].keys.present());
+  EXPECT_FALSE(state::has_kind_keys(body, sbr::Kind::stress));
   EXPECT_EQ(SBR_ModeNodeID(body, 1, 0), 0);
   EXPECT_EQ(SBR_ModeNodeCount(body, 3), 0);
   EXPECT_EQ(SBR_ModeNodeIndex(body, -1, 1), -1);
@@ -138,9 +140,9 @@ TEST_F(TablesTest, TheCoordinateListHoldsAllNodesInTableOrder) {
   EXPECT_EQ(count, -5);
   SBR_AddNode(body, 8);
   SBR_AddNode(body, 2);
-  body->nodes.nodes[0].x = 1.5;
-  body->nodes.nodes[1].z = 2.5;
-  body->nodes.nodes[1].mass = 4.0;
+  SBR_SetNodeCoordinates(body, 8, 1.5, 0, 0);
+  SBR_SetNodeCoordinates(body, 2, 0, 0, 2.5);
+  SBR_SetNodalMass(body, 2, 4.0);
   EXPECT_EQ(SBR_NodeCoordinateList(body, xyz, &count), 1);
   EXPECT_EQ(count, 2);
   EXPECT_EQ(std::vector<double>(xyz, xyz + 6), (std::vector<double>{1.5, 0, 0, 0, 0, 2.5}));
@@ -157,11 +159,11 @@ TEST_F(TablesTest, ASwapExchangesRecordsButNotWhatTheIdsFind) {
   SBR body = SBR_Create(10, 2);
   SBR_AddNode(body, 10);
   SBR_AddNode(body, 20);
-  body->nodes.nodes[0].x = 1.0;
+  SBR_SetNodeCoordinates(body, 10, 1, 0, 0);
   SBR_SwapNodesByID(body, 10, 20);
   EXPECT_EQ(SBR_NodeID(body, 0), 20);
   EXPECT_EQ(SBR_NodeID(body, 1), 10);
-  EXPECT_EQ(body->nodes.nodes[1].x, 1.0);
+  EXPECT_EQ(coordinates_of(body, 1)[0], 1.0);
   EXPECT_EQ(SBR_NodeIndex(body, 10), 0) << "the key of 10 still names the place that 20 has taken";
   SBR_SwapNodesByID(body, 10, 999);
   EXPECT_EQ(SBR_NodeID(body, 0), 20);
@@ -187,29 +189,28 @@ TEST_F(TablesTest, KeysCompareAsSignedIntegers) {
 
 TEST_F(TablesTest, TheBodySizeIsTheDiagonalOfTheFaceNodes) {
   SBR body = SBR_Create(10, 2);
-  for (int id = 1; id <= 4; ++id) SBR_AddNode(body, id);
-  body->nodes.nodes[1].x = 3.0;
-  body->nodes.nodes[2].y = 4.0;
-  body->nodes.nodes[3].z = 100.0;
+  SBR_SetNodeCoordinates(body, 1, 0, 0, 0);
+  SBR_SetNodeCoordinates(body, 2, 3, 0, 0);
+  SBR_SetNodeCoordinates(body, 3, 0, 4, 0);
+  SBR_SetNodeCoordinates(body, 4, 0, 0, 100);
   EXPECT_EQ(SBR_BodySize(body), 0.0) << "without faces only the first node counts";
-  for (const int word : {3, 0, 1, 2}) ASSERT_TRUE(body->faces.list.push_back(word));
-  body->faces.face_count = 1;
+  const int corners[] = {1, 2, 3};
+  ASSERT_EQ(SBR_SetFaceList(body, 3, corners), 1);
   EXPECT_EQ(SBR_BodySize(body), 5.0);
-  body->nodes.nodes[1].x = 30.0;
+  SBR_SetNodeCoordinates(body, 2, 30, 0, 0);
   EXPECT_EQ(SBR_BodySize(body), 5.0) << "kept once it is known";
 }
 
 TEST_F(TablesTest, AFaceIndexOutsideTheTableCountsAsTheOrigin) {
   SBR body = SBR_Create(10, 2);
-  SBR_AddNode(body, 1);
-  body->nodes.nodes[0].x = 2.0;
-  for (const int word : {2, 0, 77}) ASSERT_TRUE(body->faces.list.push_back(word));
+  SBR_SetNodeCoordinates(body, 1, 2, 0, 0);
+  for (const int word : {2, 0, 77}) ASSERT_TRUE(state::face_list(body).push_back(word));
   EXPECT_EQ(SBR_BodySize(body), 2.0);
 }
 
 TEST_F(TablesTest, ANotANumberBodySizeIsKept) {
   SBR body = SBR_Create(10, 2);
-  body->geometry.body_size = std::numeric_limits<double>::quiet_NaN();
+  state::body_size(body) = std::numeric_limits<double>::quiet_NaN();
   EXPECT_TRUE(std::isnan(SBR_BodySize(body)));
 }
 

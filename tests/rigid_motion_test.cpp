@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "base/mat3.h"
-#include "body/body.h"
 #include "frame/turn_modes.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/messages.h"
 
@@ -291,7 +291,7 @@ TEST_F(TransformationTest, TheInvariantsFollowARotationLikeThoseOfTheTurnedNodes
     SBR_FreeMemory(SBR_Invar8(body, j));
   }
   for (double *given : {SBR_Invar2(body), SBR_Invar3(body), SBR_Invar4(body), SBR_Invar7(body)}) SBR_FreeMemory(given);
-  for (const int block : {19, 20, 21, 22, 23, 24, 25}) sbr::set_block(*body, block);
+  for (const int block : {19, 20, 21, 22, 23, 24, 25}) state::set_block(body, block);
   const Vec axis = {1, -1, 2};
   const Vec origin = {0, 0, 0};
   ASSERT_EQ(SBR_Rotate(body, axis.data(), origin.data(), 65.0), 1);
@@ -316,34 +316,34 @@ TEST_F(TransformationTest, TheInvariantsFollowARotationLikeThoseOfTheTurnedNodes
 
 TEST_F(TransformationTest, TheGlobalInertiaTurnsAsItIsStored) {
   SBR body = SBR_Create(1, 1);
-  body->global.mass = 2.0;
+  state::global(body).mass = 2.0;
   const Mat I = {3, 0.5, 0, 0.5, 4, 0, 0, 0, 5};
-  std::copy(I.begin(), I.end(), body->global.inertia);
+  std::copy(I.begin(), I.end(), state::global(body).inertia);
   const Vec z = {0, 0, 1};
   Mat R{};
   SBR_Rotate_Origin(body, z.data(), 90.0, R.data());
   const Mat expected = {4, -0.5, 0, -0.5, 3, 0, 0, 0, 5};
-  expect_near(body->global.inertia, expected.data(), 9, 1e-15, "inertia");
-  body->global.mass = 0.0;
+  expect_near(state::global(body).inertia, expected.data(), 9, 1e-15, "inertia");
+  state::global(body).mass = 0.0;
   SBR_Rotate_Origin(body, z.data(), 90.0, R.data());
-  expect_near(body->global.inertia, expected.data(), 9, 1e-15, "without mass it stays");
+  expect_near(state::global(body).inertia, expected.data(), 9, 1e-15, "without mass it stays");
 }
 
 TEST_F(TransformationTest, APointOnTheAxisOrInThePlaneNeedsNoTranslation) {
   SBR body = SBR_Create(1, 1);
   SBR_SetNodeCoordinates(body, 1, 1, 0, 0);
-  body->global.mass = 5.0;  // a translation would move its centre
+  state::global(body).mass = 5.0;  // a translation would move its centre
   const Vec axis = {0, 0, 2};
   const Vec on_axis = {0, 0, 9};
   ASSERT_EQ(SBR_Rotate(body, axis.data(), on_axis.data(), 90.0), 1);
-  EXPECT_EQ(body->global.center[0], 0.0);
+  EXPECT_EQ(state::global(body).center[0], 0.0);
   const Vec in_plane = {3, 4, 0};
   ASSERT_EQ(SBR_Mirror(body, axis.data(), in_plane.data()), 1);
-  EXPECT_EQ(body->global.center[2], 0.0);
+  EXPECT_EQ(state::global(body).center[2], 0.0);
   const Vec off_axis = {1, 0, 0};
   ASSERT_EQ(SBR_Rotate(body, axis.data(), off_axis.data(), 90.0), 1);
-  EXPECT_NEAR(body->global.center[0], 1.0, 1e-15);
-  EXPECT_NEAR(body->global.center[1], -1.0, 1e-15);
+  EXPECT_NEAR(state::global(body).center[0], 1.0, 1e-15);
+  EXPECT_NEAR(state::global(body).center[1], -1.0, 1e-15);
 }
 
 TEST_F(TransformationTest, PreStressTurnsWithTheStressAndReplacesOldFiles) {
@@ -390,7 +390,7 @@ TEST_F(TransformationTest, RewritingTellsItsFiles) {
   const Vec axis = {1, 1, 0};
   Mat R{};
   ASSERT_EQ(SBR_Rotate_Origin(body, axis.data(), 30.0, R.data()), 1);
-  const auto path = [&](int kind) { return std::string(body->modes[sbr::kKinds[kind]].path.data()); };
+  const auto path = [&](int kind) { return state::mode_file(body, kind); };
   EXPECT_EQ(log.take(), (std::vector<Message>{info(" Shortened Shape mode file: " + path(0) + "\n"),
                                               info(" Shortened Stress mode file: " + path(1) + "\n"),
                                               info(" Shortened Strain mode file: " + path(2) + "\n")}));
@@ -465,10 +465,10 @@ TEST_F(TransformationTest, TheInvariantsFollowATranslationLikeThoseOfTheMovedNod
   SBR afresh = make(13);
   for (double *given : {SBR_Invar2(body), SBR_Invar3(body), SBR_Invar4(body), SBR_Invar7(body), SBR_Invar8(body, 0)})
     SBR_FreeMemory(given);
-  for (const int block : {19, 20, 21, 23, 24}) sbr::set_block(*body, block);
+  for (const int block : {19, 20, 21, 23, 24}) state::set_block(body, block);
   const Vec direction = {1, -2, 2};
   ASSERT_EQ(SBR_Translate(body, direction.data(), 6.0), 1);
-  for (sbr::NodeRecord &node : afresh->nodes.nodes) {
+  for (sbr::NodeRecord &node : state::nodes(afresh)) {
     node.x += 2.0;
     node.y -= 4.0;
     node.z += 4.0;
@@ -485,7 +485,8 @@ TEST_F(TransformationTest, TheInvariantsFollowATranslationLikeThoseOfTheMovedNod
   double mass = 0.0;
   double center[3];
   double inertia[9];
-  const double moved_center[3] = {body->global.center[0], body->global.center[1], body->global.center[2]};
+  const double moved_center[3] = {state::global(body).center[0], state::global(body).center[1],
+                                  state::global(body).center[2]};
   ASSERT_EQ(SBR_TotalMassInertia(afresh, &mass, inertia, center), 1);
   expect_near(moved_center, center, 3, 1e-13, "centre");
 }
@@ -521,7 +522,7 @@ TEST_F(TransformationTest, WithoutMassDataATranslationFailsAfterTheNodesHaveMove
     SBR body = SBR_Create(1, 1);
     SBR_SetNodeCoordinates(body, 1, 0, 0, 0);
     SBR_AddMode(body, 1);
-    sbr::set_block(*body, one.block);
+    state::set_block(body, one.block);
     const Vec direction = {1, 0, 0};
     EXPECT_EQ(SBR_Translate(body, direction.data(), 2.0), 0);
     EXPECT_EQ(log.take_complaints(), std::vector<Message>{error(one.text)});
@@ -545,8 +546,8 @@ TEST_F(TransformationTest, ACachedInvariantWithoutItsFlagStays) {
 TEST_F(TransformationTest, MovingInvariantFourNeedsNodalMasses) {
   SBR body = make(5);
   SBR_FreeMemory(SBR_Invar4(body));
-  sbr::set_block(*body, sbr::kInvariant4);
-  sbr::set_block(*body, sbr::kNodalMasses, false);
+  state::set_block(body, sbr::kInvariant4);
+  state::set_block(body, sbr::kNodalMasses, false);
   const Vec third = {0, 0, 0};
   for (int mode = 1; mode <= kModes; ++mode) SBR_SetInvar3(body, mode, third.data());
   const Vec direction = {1, 0, 0};
