@@ -295,10 +295,10 @@ class StatisticsBlockTest : public StatisticsTest, public ::testing::WithParamIn
     ASSERT_NE(stream, nullptr);
     std::fwrite("whatever", 1, 8, stream);
     std::fwrite(bytes.data(), 1, bytes.size(), stream);
-    state::record_stream(body) = stream;
-    state::record(body).double_precision = GetParam().single ? 0 : 1;
+    state::record(body).own(stream);
+    state::record(body).double_precision = !GetParam().single;
     if (GetParam().xdr) {
-      ASSERT_TRUE(sbr::bind_xdr(state::record(body), XDR_DECODE));
+      ASSERT_TRUE(state::record(body).bind_xdr(XDR_DECODE));
     }
     state::set_block(body, sbr::kModalStatistics);
     state::block_offset(body, sbr::kModalStatistics) = 8;

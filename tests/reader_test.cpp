@@ -132,9 +132,9 @@ TEST_F(ReaderTest, EveryVersionAndEncodingIsRecognized) {
     for (const sbr::StreamChannel *channel :
          {&state::record(body), &state::mode_channel(body, sbr::Kind::shape),
           &state::mode_channel(body, sbr::Kind::stress), &state::mode_channel(body, sbr::Kind::strain)}) {
-      EXPECT_EQ(channel->xdr_encoded, record.xdr() ? 1 : 0);
-      EXPECT_EQ(channel->double_precision, record.single() ? 0 : 1);
-      EXPECT_EQ(channel->is_temporary, 0);
+      EXPECT_EQ(channel->xdr_encoded, record.xdr());
+      EXPECT_EQ(channel->double_precision, !record.single());
+      EXPECT_EQ(channel->is_temporary(), false);
       EXPECT_EQ(channel->stream, state::record_stream(body));
       EXPECT_EQ(channel->xdr, state::record(body).xdr);
     }
