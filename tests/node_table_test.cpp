@@ -14,9 +14,9 @@
 namespace sbrtest {
 namespace {
 
-using TablesTest = LibraryTest;
+using NodeTableTest = LibraryTest;
 
-TEST_F(TablesTest, NodesKeepTheirOrderOfAppearance) {
+TEST_F(NodeTableTest, NodesKeepTheirOrderOfAppearance) {
   SBR body = SBR_Create(10, 2);
   EXPECT_EQ(SBR_AddNode(body, 5), 0);
   EXPECT_EQ(SBR_AddNode(body, 3), 1);
@@ -28,7 +28,7 @@ TEST_F(TablesTest, NodesKeepTheirOrderOfAppearance) {
   EXPECT_EQ(SBR_ModeNodeID(body, 0, 2), 9);
 }
 
-TEST_F(TablesTest, ANegativeIdSortsBeforeAllPositiveOnes) {
+TEST_F(NodeTableTest, ANegativeIdSortsBeforeAllPositiveOnes) {
   SBR body = SBR_Create(10, 2);
   for (const int id : {7, -4, 1}) SBR_AddNode(body, id);
   const auto keys = sbr::sorted_keys(*body, sbr::Kind::shape);
@@ -39,7 +39,7 @@ TEST_F(TablesTest, ANegativeIdSortsBeforeAllPositiveOnes) {
   EXPECT_EQ(SBR_NodeIndex(body, -4), 1);
 }
 
-TEST_F(TablesTest, LookupsFindEveryNodeOfALargeTableInAnyOrderOfArrival) {
+TEST_F(NodeTableTest, LookupsFindEveryNodeOfALargeTableInAnyOrderOfArrival) {
   SBR body = SBR_Create(10, 2);
   std::vector<int> ids(20000);
   for (std::size_t i = 0; i < ids.size(); ++i) ids[i] = static_cast<int>(3 * i) - 5000;
@@ -53,7 +53,7 @@ TEST_F(TablesTest, LookupsFindEveryNodeOfALargeTableInAnyOrderOfArrival) {
   EXPECT_EQ(SBR_NodeCount(body), 20000);
 }
 
-TEST_F(TablesTest, StressAndStrainListsPointAtTheirNodesAfterTheTableHasGrown) {
+TEST_F(NodeTableTest, StressAndStrainListsPointAtTheirNodesAfterTheTableHasGrown) {
   SBR body = SBR_Create(10, 2);
   for (int id = 1; id <= 1000; ++id) SBR_AddNode(body, id);
   ASSERT_EQ(sbr::kind_position_or_add(*body, sbr::Kind::stress, 700, SBR_NodeIndex(body, 700)), 0);
@@ -67,7 +67,7 @@ TEST_F(TablesTest, StressAndStrainListsPointAtTheirNodesAfterTheTableHasGrown) {
   EXPECT_EQ(SBR_ModeNodeIndex(body, 2, 20), -1);
 }
 
-TEST_F(TablesTest, ADuplicateIdGetsAPlaceOfItsOwn) {
+TEST_F(NodeTableTest, ADuplicateIdGetsAPlaceOfItsOwn) {
   SBR body = SBR_Create(10, 2);
   SBR_AddNode(body, 4);
   EXPECT_EQ(SBR_AddNode(body, 4), 1);
@@ -77,7 +77,7 @@ TEST_F(TablesTest, ADuplicateIdGetsAPlaceOfItsOwn) {
   EXPECT_EQ(keys[1].position, 1);
 }
 
-TEST_F(TablesTest, TheModeTableRefusesMoreThanItsCapacity) {
+TEST_F(NodeTableTest, TheModeTableRefusesMoreThanItsCapacity) {
   SBR body = SBR_Create(10, 2);
   EXPECT_EQ(SBR_AddMode(body, 11), 0);
   EXPECT_EQ(SBR_LookupOrAddMode(body, 12), 1);
@@ -93,7 +93,7 @@ TEST_F(TablesTest, TheModeTableRefusesMoreThanItsCapacity) {
   EXPECT_EQ(SBR_ModeIndex(body, 99), -1);
 }
 
-TEST_F(TablesTest, AnEmptyKindListHasNoPositions) {
+TEST_F(NodeTableTest, AnEmptyKindListHasNoPositions) {
   SBR body = SBR_Create(10, 2);
   SBR_AddNode(body, 1);
   EXPECT_EQ(SBR_ModeNodeIndex(body, 1, 1), -1);
@@ -103,7 +103,7 @@ TEST_F(TablesTest, AnEmptyKindListHasNoPositions) {
   EXPECT_EQ(SBR_ModeNodeIndex(body, -1, 1), -1);
 }
 
-TEST_F(TablesTest, ABadIndexGivesZeroCoordinatesAndAZeroId) {
+TEST_F(NodeTableTest, ABadIndexGivesZeroCoordinatesAndAZeroId) {
   SBR body = SBR_Create(10, 2);
   double xyz[3] = {1, 2, 3};
   EXPECT_EQ(SBR_NodeCoordinates(body, 0, xyz), 0);
@@ -121,7 +121,7 @@ TEST_F(TablesTest, ABadIndexGivesZeroCoordinatesAndAZeroId) {
   }
 }
 
-TEST_F(TablesTest, NodalInertiaExpandsToASymmetricMatrix) {
+TEST_F(NodeTableTest, NodalInertiaExpandsToASymmetricMatrix) {
   SBR body = SBR_Create(10, 2);
   SBR_AddNode(body, 8);
   double nine[9];
@@ -132,7 +132,7 @@ TEST_F(TablesTest, NodalInertiaExpandsToASymmetricMatrix) {
   EXPECT_EQ(std::vector<double>(nine, nine + 9), (std::vector<double>{1, 4, 5, 4, 2, 6, 5, 6, 3}));
 }
 
-TEST_F(TablesTest, TheCoordinateListHoldsAllNodesInTableOrder) {
+TEST_F(NodeTableTest, TheCoordinateListHoldsAllNodesInTableOrder) {
   SBR body = SBR_Create(10, 2);
   int count = -5;
   double xyz[6];
@@ -155,7 +155,7 @@ TEST_F(TablesTest, TheCoordinateListHoldsAllNodesInTableOrder) {
   EXPECT_EQ(mass, 0.0);
 }
 
-TEST_F(TablesTest, ASwapExchangesRecordsButNotWhatTheIdsFind) {
+TEST_F(NodeTableTest, ASwapExchangesRecordsButNotWhatTheIdsFind) {
   SBR body = SBR_Create(10, 2);
   SBR_AddNode(body, 10);
   SBR_AddNode(body, 20);
@@ -170,7 +170,7 @@ TEST_F(TablesTest, ASwapExchangesRecordsButNotWhatTheIdsFind) {
   EXPECT_TRUE(log.take().empty());
 }
 
-TEST_F(TablesTest, SelectedModesAreFoundByBinarySearch) {
+TEST_F(NodeTableTest, SelectedModesAreFoundByBinarySearch) {
   const int numbers[] = {-3, 1, 4, 9};
   EXPECT_EQ(SelectedModeIndex(4, numbers, 4), 2);
   EXPECT_EQ(SelectedModeIndex(-3, numbers, 4), 0);
@@ -179,7 +179,7 @@ TEST_F(TablesTest, SelectedModesAreFoundByBinarySearch) {
   EXPECT_EQ(SelectedModeIndex(5, nullptr, 4), -1);
 }
 
-TEST_F(TablesTest, KeysCompareAsSignedIntegers) {
+TEST_F(NodeTableTest, KeysCompareAsSignedIntegers) {
   const int low = -1;
   const int high = 1;
   EXPECT_EQ(By_Id(&low, &high), -1);
@@ -187,7 +187,7 @@ TEST_F(TablesTest, KeysCompareAsSignedIntegers) {
   EXPECT_EQ(By_Id(&low, &low), 0);
 }
 
-TEST_F(TablesTest, TheBodySizeIsTheDiagonalOfTheFaceNodes) {
+TEST_F(NodeTableTest, TheBodySizeIsTheDiagonalOfTheFaceNodes) {
   SBR body = SBR_Create(10, 2);
   SBR_SetNodeCoordinates(body, 1, 0, 0, 0);
   SBR_SetNodeCoordinates(body, 2, 3, 0, 0);
@@ -201,20 +201,20 @@ TEST_F(TablesTest, TheBodySizeIsTheDiagonalOfTheFaceNodes) {
   EXPECT_EQ(SBR_BodySize(body), 5.0) << "kept once it is known";
 }
 
-TEST_F(TablesTest, AFaceIndexOutsideTheTableCountsAsTheOrigin) {
+TEST_F(NodeTableTest, AFaceIndexOutsideTheTableCountsAsTheOrigin) {
   SBR body = SBR_Create(10, 2);
   SBR_SetNodeCoordinates(body, 1, 2, 0, 0);
   for (const int word : {2, 0, 77}) ASSERT_TRUE(state::face_list(body).push_back(word));
   EXPECT_EQ(SBR_BodySize(body), 2.0);
 }
 
-TEST_F(TablesTest, ANotANumberBodySizeIsKept) {
+TEST_F(NodeTableTest, ANotANumberBodySizeIsKept) {
   SBR body = SBR_Create(10, 2);
   state::body_size(body) = std::numeric_limits<double>::quiet_NaN();
   EXPECT_TRUE(std::isnan(SBR_BodySize(body)));
 }
 
-TEST_F(TablesTest, NullHandlesGetTheFailureResults) {
+TEST_F(NodeTableTest, NullHandlesGetTheFailureResults) {
   const Message complaint = error("The database has not been initialized.");
   EXPECT_EQ(SBR_NodeIndex(nullptr, 1), -1);
   EXPECT_EQ(SBR_AddNode(nullptr, 1), -1);
@@ -234,7 +234,7 @@ TEST_F(TablesTest, NullHandlesGetTheFailureResults) {
   EXPECT_TRUE(log.take().empty());
 }
 
-TEST_F(TablesTest, AKeyTableAnswersAfterAnyMixtureOfRenames) {
+TEST_F(NodeTableTest, AKeyTableAnswersAfterAnyMixtureOfRenames) {
   sbr::KeyTable table;
   std::vector<int> id_of(300);
   std::mt19937 random(11);
@@ -275,7 +275,7 @@ int found_by_bisection(const std::vector<int> &ids, int id) {
   return found == nullptr ? -1 : found->position;
 }
 
-TEST_F(TablesTest, AKeyTableWithRepeatedIdsAnswersAsTheSortedArrayWould) {
+TEST_F(NodeTableTest, AKeyTableWithRepeatedIdsAnswersAsTheSortedArrayWould) {
   std::mt19937 random(5);
   for (int round = 0; round < 20; ++round) {
     sbr::KeyTable table;
@@ -293,7 +293,7 @@ TEST_F(TablesTest, AKeyTableWithRepeatedIdsAnswersAsTheSortedArrayWould) {
   }
 }
 
-TEST_F(TablesTest, RenamesAmongRepeatedIdsFindANodeOfThatId) {
+TEST_F(NodeTableTest, RenamesAmongRepeatedIdsFindANodeOfThatId) {
   std::mt19937 random(6);
   sbr::KeyTable table;
   std::vector<int> ids;
@@ -323,7 +323,7 @@ TEST_F(TablesTest, RenamesAmongRepeatedIdsFindANodeOfThatId) {
   }
 }
 
-TEST_F(TablesTest, ASwapReportsANullHandleOnce) {
+TEST_F(NodeTableTest, ASwapReportsANullHandleOnce) {
   SBR_SwapNodesByID(nullptr, 1, 2);
   EXPECT_EQ(log.take(), std::vector<Message>{error("The database has not been initialized.")});
 }

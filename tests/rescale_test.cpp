@@ -24,17 +24,26 @@ constexpr int kModes = 8;
 
 MATCHER_P(CloseTo, expected, "") { return std::fabs(arg - expected) <= 4e-15 * std::fabs(expected); }
 
-class ScaleTest : public LibraryTest {
+class RescaleTest : public LibraryTest {
  protected:
-  ScaleTest() {
+  RescaleTest() {
     for (int i = 0; i < kModes; ++i) EXPECT_EQ(SBR_AddMode(body, i + 1), i);
     EXPECT_EQ(SBR_SetUnits(body, "KILOGRAM", "METER", "SECOND", "NEWTON"), 1);
   }
-  ~ScaleTest() override { EXPECT_TRUE(log.take_complaints().empty()); }
+  ~RescaleTest() override { EXPECT_TRUE(log.take_complaints().empty()); }
 
   void change_units() { ASSERT_EQ(SBR_SetUnits(body, "POUND_MASS", "INCH", "MILLISECOND", "POUND_FORCE"), 1); }
 
-  // A preload as fill gives it.
+  static std::vector<double> values_from_fill(int count) {
+    std::vector<double> values;
+    for (int i = 0; i < count; ++i) values.push_back(1.5 + i);
+    return values;
+  }
+  // An operator of point 0 with such values.
+  void enter_operator(int type, int count) {
+    ASSERT_EQ(SBR_SetMonitorPointOperator(body, 0, type, values_from_fill(count).data()), 0);
+  }
+  // A preload with such values.
   void enter_preload() {
     for (int i = 0; i < kModes; ++i) ASSERT_EQ(SBR_SetModalPreload(body, i + 1, 1.5 + i), 1);
   }
@@ -64,7 +73,7 @@ class ScaleTest : public LibraryTest {
 
 // ---- nodes and global properties -----------------------------------------------------------------------------------
 
-TEST_F(ScaleTest, NodesHaveLengthsMassesAndInertias) {
+TEST_F(RescaleTest, NodesHaveLengthsMassesAndInertias) {
   ASSERT_EQ(SBR_SetNodeCoordinates(body, 7, 1.0, -2.0, 3.0), 1);
   ASSERT_EQ(SBR_SetNodalMass(body, 7, 5.0), 1);
   ASSERT_EQ(SBR_SetNodalInertia(body, 7, 1.0, 2.0, 3.0, 4.0, 5.0, 6.0), 1);
@@ -84,7 +93,7 @@ TEST_F(ScaleTest, NodesHaveLengthsMassesAndInertias) {
   EXPECT_EQ(SBR_NodalMass(body, 1), 0.0);
 }
 
-TEST_F(ScaleTest, GlobalPropertiesFollow) {
+TEST_F(RescaleTest, GlobalPropertiesFollow) {
   state::global(body).mass = 3.0;
   for (int i = 0; i < 3; ++i) state::global(body).center[i] = 1.0 + i;
   for (int i = 0; i < 9; ++i) state::global(body).inertia[i] = 1.0 + i;
@@ -96,7 +105,7 @@ TEST_F(ScaleTest, GlobalPropertiesFollow) {
 
 // ---- matrices and eigenvalues --------------------------------------------------------------------------------------
 
-TEST_F(ScaleTest, GeneralizedMatricesFollow) {
+TEST_F(RescaleTest, GeneralizedMatricesFollow) {
   enter_mass(body, {{0, 1, 2.0}});
   enter_stiffness(body, {{0, 1, 3.0}});
   enter_damping(body, {{0, 1, 4.0}});
@@ -106,7 +115,7 @@ TEST_F(ScaleTest, GeneralizedMatricesFollow) {
   EXPECT_THAT(damping_of(body)[0].value, CloseTo(4.0 * F * L * T));
 }
 
-TEST_F(ScaleTest, DampingOnPrincipalAxesFollowsByRowAndColumn) {
+TEST_F(RescaleTest, DampingOnPrincipalAxesFollowsByRowAndColumn) {
   struct Pair {
     int row, column;
     double factor;
@@ -121,7 +130,7 @@ TEST_F(ScaleTest, DampingOnPrincipalAxesFollowsByRowAndColumn) {
     EXPECT_THAT(damping_of(body)[i].value, CloseTo(4.0 * pairs[i].factor)) << pairs[i].row << ' ' << pairs[i].column;
 }
 
-TEST_F(ScaleTest, TheEigenvalueTableFollows) {
+TEST_F(RescaleTest, TheEigenvalueTableFollows) {
   set_rigid_modes(0);
   state::eigen_table(body)[3] = {4, 2.0, 3.0, 4.0, 5.0, 6.0};
   change_units();
@@ -134,7 +143,7 @@ TEST_F(ScaleTest, TheEigenvalueTableFollows) {
   EXPECT_THAT(record.generalized_stiffness, CloseTo(6.0 * F * L));
 }
 
-TEST_F(ScaleTest, AFrequencyFromTheListsIsTheSameMotionInOtherUnits) {
+TEST_F(RescaleTest, AFrequencyFromTheListsIsTheSameMotionInOtherUnits) {
   for (int i = 0; i < kModes; ++i) {
     enter_stiffness(body, {{i, i, 4.0e6}});
     enter_mass(body, {{i, i, 1.0}});
@@ -149,14 +158,14 @@ TEST_F(ScaleTest, AFrequencyFromTheListsIsTheSameMotionInOtherUnits) {
 
 // ---- modal vectors -------------------------------------------------------------------------------------------------
 
-TEST_F(ScaleTest, AModalPreloadIsMadeOfModalForces) {
+TEST_F(RescaleTest, AModalPreloadIsMadeOfModalForces) {
   set_rigid_modes(6);
   enter_preload();
   change_units();
   expect_scaled(modal_preload_of(body), F * L, "preload");
 }
 
-TEST_F(ScaleTest, AProcessedPreloadBeginsWithThreeForces) {
+TEST_F(RescaleTest, AProcessedPreloadBeginsWithThreeForces) {
   set_rigid_modes(6);
   enter_preload();
   SBR_SetModalPreloadProcessed(body, 1);
@@ -165,7 +174,7 @@ TEST_F(ScaleTest, AProcessedPreloadBeginsWithThreeForces) {
     EXPECT_THAT(modal_preload_of(body)[i], CloseTo((1.5 + static_cast<double>(i)) * (i < 3 ? F : F * L)));
 }
 
-TEST_F(ScaleTest, FewerRigidModesThanThreeMeanFewerForces) {
+TEST_F(RescaleTest, FewerRigidModesThanThreeMeanFewerForces) {
   set_rigid_modes(2);
   enter_preload();
   SBR_SetModalPreloadProcessed(body, 1);
@@ -174,7 +183,7 @@ TEST_F(ScaleTest, FewerRigidModesThanThreeMeanFewerForces) {
     EXPECT_THAT(modal_preload_of(body)[i], CloseTo((1.5 + static_cast<double>(i)) * (i < 2 ? F : F * L)));
 }
 
-TEST_F(ScaleTest, EachModalLoadFollowsByItsOwnFlag) {
+TEST_F(RescaleTest, EachModalLoadFollowsByItsOwnFlag) {
   set_rigid_modes(6);
   for (int i = 0; i < 3; ++i)
     for (int m = 0; m < kModes; ++m) ASSERT_EQ(SBR_SetModalLoad(body, i, m + 1, 1.5 + m), 1);
@@ -187,7 +196,7 @@ TEST_F(ScaleTest, EachModalLoadFollowsByItsOwnFlag) {
     EXPECT_THAT(modal_load_of(body, 1)[i], CloseTo((1.5 + static_cast<double>(i)) * (i < 3 ? F : F * L)));
 }
 
-TEST_F(ScaleTest, NodalLoadsFollowByPlainMultiplication) {
+TEST_F(RescaleTest, NodalLoadsFollowByPlainMultiplication) {
   for (int coordinate = 1; coordinate <= 6; ++coordinate)
     ASSERT_NE(SBR_SetModalLoadNodal(body, 1, 7, coordinate, 0.3 * coordinate), 0);
   change_units();
@@ -203,7 +212,7 @@ TEST_F(ScaleTest, NodalLoadsFollowByPlainMultiplication) {
 
 // ---- invariants and statistics -------------------------------------------------------------------------------------
 
-TEST_F(ScaleTest, InvariantsFollowByTheirMoments) {
+TEST_F(RescaleTest, InvariantsFollowByTheirMoments) {
   sbr::Invariants &cells = state::invariants(body);
   fill(cells.invar1, 1);
   fill(cells.invar2, 3);
@@ -224,7 +233,7 @@ TEST_F(ScaleTest, InvariantsFollowByTheirMoments) {
   expect_scaled(cells.invar9, M * L * L, "invariant 9");
 }
 
-TEST_F(ScaleTest, OnlyTranslationsAndStressesOfTheStatisticsFollow) {
+TEST_F(RescaleTest, OnlyTranslationsAndStressesOfTheStatisticsFollow) {
   ASSERT_TRUE(state::statistics(body).allocate(kModes));
   for (sbr::ModalStatistics &mode : state::statistics(body))
     for (double &value : mode.values) value = 2.0;
@@ -250,30 +259,34 @@ struct PointCase {
 
 constexpr double S = F / L / L;
 
-class ScalePointTest : public ScaleTest, public ::testing::WithParamInterface<PointCase> {};
+class RescalePointTest : public RescaleTest, public ::testing::WithParamInterface<PointCase> {};
 
-TEST_P(ScalePointTest, OperatorRowsFollowByTheirDigit) {
+TEST_P(RescalePointTest, OperatorRowsFollowByTheirDigit) {
   constexpr int kLoads = 2;
   const double location[3] = {1.0, 2.0, 3.0};
   ASSERT_EQ(SBR_SetMonitorPointInfo(body, 1, GetParam().result_type, 34, kLoads, location, "point", "label"), 0);
-  sbr::MonitorPoint &point = state::monitor_point(body, 0);
-  for (int op = 0; op < 4; ++op) fill(point.operators[op], 2 * kModes * (op == 3 ? kLoads : 1));
+  for (int op = 0; op < 4; ++op) enter_operator(op + 1, 2 * kModes * (op == 3 ? kLoads : 1));
   change_units();
-  for (std::size_t op = 0; op < 4; ++op)
-    for (std::size_t i = 0; i < point.operators[op].size(); ++i) {
+  for (std::size_t op = 0; op < 4; ++op) {
+    const std::vector<double> after = monitor_operator_of(body, 0, static_cast<int>(op) + 1);
+    ASSERT_EQ(after.size(), 2U * kModes * (op == 3 ? kLoads : 1));
+    for (std::size_t i = 0; i < after.size(); ++i) {
       const bool rotational = i / kModes % 2 == 1;
       const double before = 1.5 + static_cast<double>(i);
       const double factor = rotational ? GetParam().rotational[op] : GetParam().translational[op];
       if (factor == 1.0)
-        EXPECT_EQ(point.operators[op][i], before) << "operator " << op << ", value " << i;
+        EXPECT_EQ(after[i], before) << "operator " << op << ", value " << i;
       else
-        EXPECT_THAT(point.operators[op][i], CloseTo(before * factor)) << "operator " << op << ", value " << i;
+        EXPECT_THAT(after[i], CloseTo(before * factor)) << "operator " << op << ", value " << i;
     }
-  EXPECT_EQ(point.location[0], 1.0);
+  }
+  double unchanged[3] = {};
+  ASSERT_EQ(SBR_GetMonitorPointLocation(body, 0, unchanged), 0);
+  EXPECT_EQ(unchanged[0], 1.0);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    ResultTypes, ScalePointTest,
+    ResultTypes, RescalePointTest,
     ::testing::Values(PointCase{"Disp", 1, {L, L / T, L / T / T, L}, {1.0, 1.0 / T, 1.0 / T / T, 1.0}},
                       PointCase{"Stress", 2, {S, S / T, S / T / T, S}, {S, S / T, S / T / T, S}},
                       PointCase{"Strain", 3, {1.0, 1.0 / T, 1.0 / T / T, 1.0}, {1.0, 1.0 / T, 1.0 / T / T, 1.0}},
@@ -283,34 +296,39 @@ INSTANTIATE_TEST_SUITE_P(
                       PointCase{"Six", 6, {1.0, 1.0, 1.0, 1.0}, {1.0, 1.0, 1.0, 1.0}}),
     [](const auto &point) { return std::string(point.param.name); });
 
-TEST_F(ScaleTest, MonitorPointsWithoutTheirBlockAreLeftAlone) {
+TEST_F(RescaleTest, MonitorPointsWithoutTheirBlockAreLeftAlone) {
   const double location[3] = {};
   ASSERT_EQ(SBR_SetMonitorPointInfo(body, 1, 4, 1, 1, location, "point", "label"), 0);
-  fill(state::monitor_point(body, 0).operators[0], kModes);
+  enter_operator(1, kModes);
   state::set_block(body, sbr::kMonitorPoints, false);
   change_units();
-  expect_scaled(state::monitor_point(body, 0).operators[0], 1.0, "operator");
+  expect_scaled(monitor_operator_of(body, 0, 1), 1.0, "operator");
 }
 
-TEST_F(ScaleTest, AnOperatorSmallerThanItsPointSaysIsScaledWithinItsMemory) {
+TEST_F(RescaleTest, AnOperatorSmallerThanItsPointSaysIsScaledWithinItsMemory) {
   const double location[3] = {};
   ASSERT_EQ(SBR_SetMonitorPointInfo(body, 1, 4, -123456, 1000000, location, "point", "label"), 0);
-  for (sbr::Array<double> &op : state::monitor_point(body, 0).operators) fill(op, 3);
+  sbr::MonitorPoint &point = state::monitor_point(body, 0);
+  for (sbr::Array<double> &op : point.operators) fill(op, 3);
   change_units();
+  const double factors[4] = {F, F / T, F / T / T, F};
+  for (std::size_t op = 0; op < 4; ++op) expect_scaled(point.operators[op], factors[op], "operator");
 }
 
-TEST_F(ScaleTest, ASignOfAComponentIsATranslationalRow) {
+TEST_F(RescaleTest, ASignOfAComponentIsATranslationalRow) {
   const double location[3] = {};
   ASSERT_EQ(SBR_SetMonitorPointInfo(body, 1, 4, -5, 1, location, "point", "label"), 0);
-  fill(state::monitor_point(body, 0).operators[0], 2 * kModes);
+  enter_operator(1, 2 * kModes);
   change_units();
-  EXPECT_THAT(state::monitor_point(body, 0).operators[0][0], CloseTo(1.5 * F));
-  EXPECT_THAT(state::monitor_point(body, 0).operators[0][kModes], CloseTo((1.5 + kModes) * F * L));
+  const std::vector<double> after = monitor_operator_of(body, 0, 1);
+  ASSERT_EQ(after.size(), 2U * kModes);
+  EXPECT_THAT(after[0], CloseTo(1.5 * F));
+  EXPECT_THAT(after[kModes], CloseTo((1.5 + kModes) * F * L));
 }
 
 // ---- mode access ---------------------------------------------------------------------------------------------------
 
-TEST_F(ScaleTest, TheCacheAndTheCurrentModesAreForgotten) {
+TEST_F(RescaleTest, TheCacheAndTheCurrentModesAreForgotten) {
   ASSERT_EQ(SBR_AddNode(body, 7), 0);
   const double shape[3] = {1.0, 2.0, 3.0};
   ASSERT_EQ(SBR_ModetoMemory(body, 1, 0, shape, 0), 1);
@@ -322,7 +340,7 @@ TEST_F(ScaleTest, TheCacheAndTheCurrentModesAreForgotten) {
   for (const int mode : state::current_modes(body)) EXPECT_EQ(mode, -1);
 }
 
-TEST_F(ScaleTest, ModesAreDeliveredInTheNewUnits) {
+TEST_F(RescaleTest, ModesAreDeliveredInTheNewUnits) {
   const double six[6] = {1.0, 2.0, 3.0, 4.0, 5.0, 6.0};
   for (const int kind : {0, 1, 2}) ASSERT_EQ(SBR_SetModeVec(body, 1, 7, kind, six), 1);
   change_units();
@@ -335,7 +353,7 @@ TEST_F(ScaleTest, ModesAreDeliveredInTheNewUnits) {
     }
 }
 
-TEST_F(ScaleTest, PreStressAndTransformationAndMatrixOperatorsAreLeftInMemoryAsTheyAre) {
+TEST_F(RescaleTest, PreStressAndTransformationAndMatrixOperatorsAreLeftInMemoryAsTheyAre) {
   ASSERT_TRUE(state::pre_stress(body).allocate(1));
   ASSERT_TRUE(state::pre_strain(body).allocate(1));
   state::pre_stress(body)[0][2] = 2.0;
@@ -343,17 +361,18 @@ TEST_F(ScaleTest, PreStressAndTransformationAndMatrixOperatorsAreLeftInMemoryAsT
   const double data[1] = {2.0};
   ASSERT_EQ(SBR_SetMatrixOperatorInfo(body, "op", nullptr, 1), 0);
   ASSERT_EQ(SBR_SetMatrixOperatorData(body, 0, "tag", 1, data), 0);
-  fill(state::transformation(body), kModes * kModes);
+  ASSERT_EQ(SBR_SetTransformation(body, values_from_fill(kModes * kModes).data()), 1);
   change_units();
   EXPECT_EQ(state::pre_stress(body)[0][2], 2.0);
   EXPECT_EQ(state::pre_strain(body)[0][2], 2.0);
   EXPECT_EQ(sub_operator_of(body, 0, 0), std::vector<double>{2.0});
-  expect_scaled(state::transformation(body), 1.0, "transformation");
+  ASSERT_EQ(transformation_of(body).size(), std::size_t{kModes * kModes});
+  expect_scaled(transformation_of(body), 1.0, "transformation");
 }
 
 // ---- all together --------------------------------------------------------------------------------------------------
 
-TEST_F(ScaleTest, ThereAndBackGivesTheSameValuesToRounding) {
+TEST_F(RescaleTest, ThereAndBackGivesTheSameValuesToRounding) {
   set_rigid_modes(6);
   ASSERT_EQ(SBR_SetNodeCoordinates(body, 7, 0.123, -4.56, 789.0), 1);
   ASSERT_EQ(SBR_SetNodalMass(body, 7, 0.0321), 1);
@@ -378,7 +397,7 @@ TEST_F(ScaleTest, ThereAndBackGivesTheSameValuesToRounding) {
   EXPECT_TRUE(close(state::all_changes(body).length, 1.0) && close(state::all_changes(body).time, 1.0));
 }
 
-TEST_F(ScaleTest, TheLastRatiosMayBeAppliedByHand) {
+TEST_F(RescaleTest, TheLastRatiosMayBeAppliedByHand) {
   ASSERT_EQ(SBR_SetNodeCoordinates(body, 7, 1.0, 0.0, 0.0), 1);
   state::last_change(body).length = 10.0;
   SBR_ScaleDatabase(body);
@@ -389,7 +408,7 @@ TEST_F(ScaleTest, TheLastRatiosMayBeAppliedByHand) {
 
 // ---- a record on disk ----------------------------------------------------------------------------------------------
 
-class ScaleRecordTest : public LibraryTest, public ::testing::WithParamInterface<const char *> {
+class RescaleRecordTest : public LibraryTest, public ::testing::WithParamInterface<const char *> {
  protected:
   // All shape and stress values, coordinates, and the mass and frequency of every mode, in one row.
   static std::vector<double> everything(SBR body) {
@@ -417,7 +436,7 @@ class ScaleRecordTest : public LibraryTest, public ::testing::WithParamInterface
   }
 };
 
-TEST_P(ScaleRecordTest, ComesBackFromOtherUnitsAsItWas) {
+TEST_P(RescaleRecordTest, ComesBackFromOtherUnitsAsItWas) {
   ScratchDirectory scratch;
   const std::string path = scratch.file("body.sbr");
   write_file(path, read_gzip(std::string(SBRKIT_TEST_DATA "/samples/") + GetParam()));
@@ -445,7 +464,7 @@ TEST_P(ScaleRecordTest, ComesBackFromOtherUnitsAsItWas) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Samples, ScaleRecordTest,
+INSTANTIATE_TEST_SUITE_P(Samples, RescaleRecordTest,
                          ::testing::Values("beam_010.sbr.gz", "beam_031.sbr.gz", "beam_050.sbr.gz", "beam_13c.sbr.gz"),
                          [](const auto &sample) { return std::string(sample.param).substr(0, 8); });
 

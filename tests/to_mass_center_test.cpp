@@ -9,7 +9,7 @@ namespace sbrtest {
 namespace {
 
 // Masses 1 and 3 at (0, 0, 0) and (4, 2, 1): center (3, 1.5, 0.75). Seven modes, of which some are rigid.
-class ReferenceFrame : public LibraryTest {
+class ToMassCenter : public LibraryTest {
  protected:
   SBR make(int rigid) {
     SBR body = SBR_Create(2, 8);
@@ -38,7 +38,7 @@ class ReferenceFrame : public LibraryTest {
   const ScopedEnvironment no_threshold{"SBR_RIGID_BODY_THRESHOLD", std::nullopt};
 };
 
-TEST_F(ReferenceFrame, CoordinatesMoveByTheCenterOfMass) {
+TEST_F(ToMassCenter, CoordinatesMoveByTheCenterOfMass) {
   SBR body = make(6);
   SBR_ShiftLBRFtoCM(body);
   EXPECT_EQ(log.take(), std::vector<Message>{shifted});
@@ -49,7 +49,7 @@ TEST_F(ReferenceFrame, CoordinatesMoveByTheCenterOfMass) {
   EXPECT_EQ((std::vector<double>(xyz, xyz + 3)), (std::vector<double>{1.0, 0.5, 0.25}));
 }
 
-TEST_F(ReferenceFrame, OnlyTheFirstComponentOfTheGlobalCenterIsCleared) {
+TEST_F(ToMassCenter, OnlyTheFirstComponentOfTheGlobalCenterIsCleared) {
   SBR body = make(6);
   state::global(body).center[0] = 3.0;
   state::global(body).center[1] = 1.5;
@@ -60,7 +60,7 @@ TEST_F(ReferenceFrame, OnlyTheFirstComponentOfTheGlobalCenterIsCleared) {
   EXPECT_EQ(state::global(body).center[2], 0.75);
 }
 
-TEST_F(ReferenceFrame, ProcessedLoadsMoveTheirMoments) {
+TEST_F(ToMassCenter, ProcessedLoadsMoveTheirMoments) {
   SBR body = make(6);
   SBR_SetModalPreloadProcessed(body, 1);
   SBR_SetModalLoadProcessed(body, 1, 1);
@@ -70,14 +70,14 @@ TEST_F(ReferenceFrame, ProcessedLoadsMoveTheirMoments) {
   EXPECT_EQ(modal_load_of(body, 1), moved);
 }
 
-TEST_F(ReferenceFrame, UnprocessedLoadsStay) {
+TEST_F(ToMassCenter, UnprocessedLoadsStay) {
   SBR body = make(6);
   SBR_ShiftLBRFtoCM(body);
   EXPECT_EQ(modal_preload_of(body), kept);
   EXPECT_EQ(modal_load_of(body, 1), kept);
 }
 
-TEST_F(ReferenceFrame, WithOtherThanSixRigidModesLoadsStay) {
+TEST_F(ToMassCenter, WithOtherThanSixRigidModesLoadsStay) {
   SBR body = make(5);
   SBR_SetModalPreloadProcessed(body, 1);
   SBR_SetModalLoadProcessed(body, 0, 1);
@@ -87,7 +87,7 @@ TEST_F(ReferenceFrame, WithOtherThanSixRigidModesLoadsStay) {
   EXPECT_EQ(modal_load_of(body, 0), kept);
 }
 
-TEST_F(ReferenceFrame, WithoutMassOrNodesNothingChanges) {
+TEST_F(ToMassCenter, WithoutMassOrNodesNothingChanges) {
   SBR body = SBR_Create(1, 1);
   state::global(body).center[0] = 3.0;
   SBR_ShiftLBRFtoCM(body);
@@ -100,7 +100,7 @@ TEST_F(ReferenceFrame, WithoutMassOrNodesNothingChanges) {
   EXPECT_TRUE(log.take().empty());
 }
 
-TEST_F(ReferenceFrame, ANullBodyIsRefused) {
+TEST_F(ToMassCenter, ANullBodyIsRefused) {
   SBR_ShiftLBRFtoCM(nullptr);
   EXPECT_EQ(log.take(), std::vector<Message>{error("The database has not been initialized.")});
 }

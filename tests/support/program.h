@@ -77,9 +77,9 @@ class ProgramTest : public LibraryTest {
   }
 
   ScratchDirectory scratch;
-  ScopedEnvironment plugins{"KTX_USER_PLUGIN_DIR", std::nullopt};
-  ScopedEnvironment home{"KTX_QSRVHOME_DIR", std::nullopt};
-  ScopedEnvironment options{"KTX_SBRWRITE_OPTIONS", std::nullopt};
+  ScopedEnvironment no_plugins{"KTX_USER_PLUGIN_DIR", std::nullopt};
+  ScopedEnvironment no_home{"KTX_QSRVHOME_DIR", std::nullopt};
+  ScopedEnvironment no_write_options{"KTX_SBRWRITE_OPTIONS", std::nullopt};
 };
 
 }  // namespace sbrtest
