@@ -36,6 +36,7 @@ void print_masses(const ImportReport &report) {
                    std::to_string(model.surface_face_count) + " of " + std::to_string(model.face_count) +
                    " faces on the surface");
   line("Volume", brief(model.volume, 9));
+  if (!model.has_masses) return line("Mass", "not known");
   line("Mass", brief(model.exact.mass, 9) + "  (sum of the nodal masses " + brief(model.lumped.mass, 9) + ")");
   line("Center of mass", vector_text(model.exact.centre()));
   line("Inertia", brief(mesh[0]) + ", " + brief(mesh[4]) + ", " + brief(mesh[8]) +
@@ -164,6 +165,7 @@ Json summary_of(const ImportReport &report, const Written &written, const std::s
   const auto centre = model.exact.centre();
   const auto inertia = model.exact.inertia(centre);
   const auto lumped = model.lumped.inertia(model.lumped.centre());
+  const auto known = [&](const Json &value) { return model.has_masses ? value : Json(nullptr); };
   Json modes = Json::array();
   for (const WrittenMode &mode : written.modes)
     modes.push_back({{"number", mode.number},
@@ -184,11 +186,11 @@ Json summary_of(const ImportReport &report, const Written &written, const std::s
           {"faces", model.face_count},
           {"surface_faces", model.surface_face_count},
           {"volume", finite(model.volume)},
-          {"mass", finite(model.exact.mass)},
-          {"nodal_mass", finite(model.lumped.mass)},
-          {"center_of_mass", finite(centre.data(), 3)},
-          {"inertia", finite(inertia.data(), 9)},
-          {"nodal_inertia", finite(lumped.data(), 9)},
+          {"mass", known(finite(model.exact.mass))},
+          {"nodal_mass", known(finite(model.lumped.mass))},
+          {"center_of_mass", known(finite(centre.data(), 3))},
+          {"inertia", known(finite(inertia.data(), 9))},
+          {"nodal_inertia", known(finite(lumped.data(), 9))},
           {"constraint_modes", report.constraint_modes},
           {"normal_modes", report.normal_modes},
           {"modes", modes},
