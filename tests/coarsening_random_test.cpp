@@ -289,10 +289,10 @@ TEST_F(CoarseningRandomTest, PruningGivesWhatAllPairsGive) {
     for (int &v : polygon) v = below(random, nodes);
     std::vector<bool> in_play;
     sbr::coarse::Mesh mesh;
-    ASSERT_TRUE(mesh.nodes.allocate(nodes) && mesh.seen.allocate(nodes));
+    ASSERT_TRUE(mesh.marks.allocate(nodes));
     for (int i = 0; i < nodes; ++i) {
       in_play.push_back(below(random, 4) != 0);
-      mesh.node(i).in_play = in_play.back();
+      mesh.marks[i] = in_play.back() ? sbr::coarse::kInPlay : 0;
     }
     for (const int v : polygon) ASSERT_TRUE(mesh.polygon.push_back(v));
     sbr::coarse::prune_polygon_loops(mesh);
@@ -307,8 +307,8 @@ TEST_F(CoarseningRandomTest, PruningAPolygonOfOneNodeRepeatedIsNotSlow) {
   constexpr int kVertices = 1000000;
   for (const bool in_play : {false, true}) {
     sbr::coarse::Mesh mesh;
-    ASSERT_TRUE(mesh.nodes.allocate(1) && mesh.seen.allocate(1) && mesh.polygon.allocate(kVertices));
-    mesh.node(0).in_play = in_play;
+    ASSERT_TRUE(mesh.marks.allocate(1) && mesh.polygon.allocate(kVertices));
+    mesh.marks[0] = in_play ? sbr::coarse::kInPlay : 0;
     sbr::coarse::prune_polygon_loops(mesh);
     if (in_play)
       EXPECT_LT(mesh.polygon.count(), 10);

@@ -1,0 +1,74 @@
+// A large table of plain values that is read here and there: it begins at a cache line, and lies in large pages where
+// the system has them, so that finding an address costs less than reading what is there.
+#ifndef SBRKIT_BASE_TABLE_H
+#define SBRKIT_BASE_TABLE_H
+
+#include "base/memory.h"
+
+namespace sbr {
+
+// Asks for large pages under a block; small blocks are left alone. Nothing depends on it but the time.
+void prefer_large_pages(void *block, std::size_t bytes) noexcept;
+
+template <class T>
+class Table {
+  static_assert(std::is_trivially_copyable_v<T>, "Table holds plain values");
+
+ public:
+  // Replaces the contents by count zeros. False when count is below 1 or memory is short; the contents stay then.
+  [[nodiscard]] bool allocate(std::int64_t count) noexcept {
+    constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max() / sizeof(T) - kLine;
+    if (count < 1 || static_cast<std::size_t>(count) > kMost) return false;
+    const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(T) + kLine;
+    void *fresh = allocate_zeroed(bytes, 1);
+    if (fresh == nullptr) return false;
+    prefer_large_pages(fresh, bytes);
+    std::free(block_);
+    block_ = fresh;
+    const std::size_t past_line = reinterpret_cast<std::uintptr_t>(fresh) % kLine;
+    data_ = reinterpret_cast<T *>(static_cast<unsigned char *>(fresh) + (past_line == 0 ? 0 : kLine - past_line));
+    size_ = static_cast<std::size_t>(count);
+    return true;
+  }
+
+  Table() = default;
+  Table(const Table &) = delete;
+  Table &operator=(const Table &) = delete;
+  ~Table() { std::free(block_); }
+
+  void swap(Table &other) noexcept {
+    std::swap(block_, other.block_);
+    std::swap(data_, other.data_);
+    std::swap(size_, other.size_);
+  }
+
+  [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
+  [[nodiscard]] std::size_t size() const noexcept { return size_; }
+  [[nodiscard]] int count() const noexcept { return static_cast<int>(size_); }
+  T *data() noexcept { return data_; }
+  const T *data() const noexcept { return data_; }
+  // Any integer type is an index; it is the caller's to know that it lies within the size.
+  template <std::integral Index>
+  T &operator[](Index i) noexcept {
+    return data_[static_cast<std::size_t>(i)];
+  }
+  template <std::integral Index>
+  const T &operator[](Index i) const noexcept {
+    return data_[static_cast<std::size_t>(i)];
+  }
+  T *begin() noexcept { return data_; }
+  T *end() noexcept { return data_ + size_; }
+  const T *begin() const noexcept { return data_; }
+  const T *end() const noexcept { return data_ + size_; }
+
+ private:
+  static constexpr std::size_t kLine = 64;
+
+  void *block_ = nullptr;  // what the table stands in
+  T *data_ = nullptr;
+  std::size_t size_ = 0;
+};
+
+}  // namespace sbr
+
+#endif
