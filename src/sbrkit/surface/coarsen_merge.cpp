@@ -98,13 +98,11 @@ void store_polygon(const Mesh &mesh, Face &fused) noexcept {
 
 // ---- turning a polygon ------------------------------------------------------------------------------------
 
-// Whether a node stands in a block of vertices. There is no way out in between, and the compiler sees the block alone,
-// so that several vertices are compared at once.
-constexpr std::int32_t kBlock = 16;
-[[gnu::noinline]] bool block_has(const std::int32_t *block, std::int32_t node) noexcept {
-  std::int32_t found = 0;
-  for (std::int32_t k = 0; k < kBlock; ++k) found |= block[k] == node ? -1 : 0;
-  return found != 0;
+// The first place of a node from one place on, up to an end; the end when it is not there.
+std::int32_t find_from(const std::int32_t *nodes, std::int32_t from, std::int32_t end, std::int32_t node) noexcept {
+  while (end - from >= kBlock && !block_has(nodes + from, node)) from += kBlock;
+  while (from < end && nodes[from] != node) ++from;
+  return from;
 }
 
 // The first place of a node in a polygon, -1 when it is not there. The nodes of a run come near each other, so that
@@ -158,10 +156,11 @@ void rotate(Mesh &mesh, Face &face, std::int32_t position) noexcept {
 
 }  // namespace
 
-std::int32_t find_from(const std::int32_t *nodes, std::int32_t from, std::int32_t end, std::int32_t node) noexcept {
-  while (end - from >= kBlock && !block_has(nodes + from, node)) from += kBlock;
-  while (from < end && nodes[from] != node) ++from;
-  return from;
+// There is no way out in between, and the compiler sees the block alone, so that it compares several vertices at once.
+[[gnu::noinline]] bool block_has(const std::int32_t *block, std::int32_t node) noexcept {
+  std::int32_t found = 0;
+  for (std::int32_t k = 0; k < kBlock; ++k) found |= block[k] == node ? -1 : 0;
+  return found != 0;
 }
 
 // Turns every face of the node so that the node stands first; faces that lost the node leave its list.

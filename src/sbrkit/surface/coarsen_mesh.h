@@ -169,9 +169,9 @@ void forget_pruned(Mesh &mesh, const Face &room) noexcept;
 
 // ---- coarsen_merge ----------------------------------------------------------------------------------------
 
-// The first place of a node in a polygon from one place on, up to an end; the end when it is not there.
-[[nodiscard]] std::int32_t find_from(const std::int32_t *nodes, std::int32_t from, std::int32_t end,
-                                     std::int32_t node) noexcept;
+// Whether a node stands in a block of vertices, several of which are compared at once.
+constexpr std::int32_t kBlock = 16;
+[[nodiscard]] bool block_has(const std::int32_t *block, std::int32_t node) noexcept;
 // Fuses the faces around a node into one polygon, if they can be walked.
 void merge_at_node(Mesh &mesh, std::int32_t node) noexcept;
 void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept;

@@ -293,12 +293,22 @@ bool names(Mesh &mesh, std::int32_t node, std::int32_t slot) noexcept {
          std::any_of(slots.begin(), slots.end(), [&](std::int32_t named) { return root_of(mesh, named) == slot; });
 }
 
+bool has_vertex(const Face &face, std::int32_t node) noexcept {
+  if (face.count < kBlock) return std::find(face.nodes, face.nodes + face.count, node) != face.nodes + face.count;
+  // The last block may overlap the one in front of it.
+  const std::int32_t last = face.count - kBlock;
+  for (std::int32_t from = 0; from < last; from += kBlock)
+    if (block_has(face.nodes + from, node)) return true;
+  return block_has(face.nodes + last, node);
+}
+
 // Whether a node may stand in a face. Polygons that are not large are looked through, since they are at hand; for the
 // others the list of the node decides.
 bool may_hold(Mesh &mesh, std::int32_t slot, std::int32_t node) noexcept {
   const Face &face = mesh.face(slot);
-  if (face.count >= kLargePolygon) return has_end(face, node) || names(mesh, node, slot);
-  return find_from(face.nodes, 0, face.count, node) != face.count;
+  if (has_end(face, node)) return true;
+  if (face.count >= kLargePolygon) return names(mesh, node, slot);
+  return has_vertex(face, node);
 }
 
 bool is_distinct(const Face &face) noexcept {
@@ -308,40 +318,42 @@ bool is_distinct(const Face &face) noexcept {
   return true;
 }
 
-bool has_vertex(const Face &face, std::int32_t node) noexcept {
-  return std::find(face.nodes, face.nodes + face.count, node) != face.nodes + face.count;
-}
+// A vertex of a small face of the fan, other than the node.
+struct RimVertex {
+  std::int32_t node;
+  bool end;  // it is next to the node
+};
+using RimVertices = RimVertex[kSmallFan * kSmallFace];
 
-// How often a node stands in the faces taken, of which all but the largest are small and all are distinct. At an end of
-// the largest face it stands nowhere else there.
-int uses_of(Mesh &mesh, std::int32_t node, std::int32_t largest) noexcept {
-  int uses = 0;
+// Lists the vertices of all faces taken but the largest. Gives how many; -1 when there is more than a small face.
+int list_small_faces(const Mesh &mesh, std::int32_t largest, RimVertices &rim) noexcept {
+  int count = 0;
   for (const std::int32_t slot : mesh.taken) {
-    const bool used = slot == largest ? may_hold(mesh, slot, node) : has_vertex(mesh.face(slot), node);
-    uses += used ? 1 : 0;
+    if (slot == largest) continue;
+    const Face &face = mesh.face(slot);
+    if (face.count > kSmallFace) return -1;
+    for (std::int32_t p = 1; p < face.count; ++p) rim[count++] = {face.nodes[p], p == 1 || p == face.count - 1};
   }
-  return uses;
+  return count;
 }
 
-// The ends of a face are shared by two faces of the fan at most, and by no face elsewhere on its way.
-bool ends_are_distinct(Mesh &mesh, const Face &face, std::int32_t largest) noexcept {
-  for (const std::int32_t node : {face.nodes[1], face.nodes[face.count - 1]}) {
-    const auto ends = std::count_if(mesh.taken.begin(), mesh.taken.end(),
-                                    [&](std::int32_t slot) { return has_end(mesh.face(slot), node); });
-    if (ends > 2 || uses_of(mesh, node, largest) != ends) return false;
+// Whether the first vertex stands in no face but its own, unless as an end that it shares with one other face.
+bool is_used_once(Mesh &mesh, std::int32_t largest, std::span<const RimVertex> rim) noexcept {
+  const RimVertex &vertex = rim[0];
+  int others = 0;
+  for (const RimVertex &other : rim.subspan(1)) {
+    if (other.node != vertex.node) continue;
+    if (!vertex.end || !other.end) return false;
+    others += 1;
   }
-  return true;
-}
-
-// The other vertices of a face belong to no other face of the fan.
-bool inside_is_distinct(Mesh &mesh, const Face &face, std::int32_t largest) noexcept {
-  return std::all_of(face.nodes + 2, face.nodes + face.count - 1,
-                     [&](std::int32_t node) { return uses_of(mesh, node, largest) == 1; });
+  if (vertex.end && has_end(mesh.face(largest), vertex.node)) return others == 0;
+  return others <= 1 && !may_hold(mesh, largest, vertex.node);
 }
 
 }  // namespace
 
-// Of the faces, all but the largest one are looked at; what they do not share with it, it shares with none of them.
+// The faces that are taken are distinct each, and all but the largest are small: what those do not share with each
+// other nor with the largest, nothing shares.
 bool rim_is_distinct(Mesh &mesh) noexcept {
   if (mesh.taken.size() > kSmallFan) return false;
   std::int32_t largest = mesh.taken[0];
@@ -350,13 +362,11 @@ bool rim_is_distinct(Mesh &mesh) noexcept {
     if (face.count < 3 || !is_distinct(face)) return false;
     if (face.count > mesh.face(largest).count) largest = slot;
   }
-  for (const std::int32_t slot : mesh.taken) {
-    const Face &face = mesh.face(slot);
-    if (slot == largest) continue;
-    if (face.count > kSmallFace || !ends_are_distinct(mesh, face, largest) || !inside_is_distinct(mesh, face, largest))
-      return false;
-  }
-  return true;
+  RimVertices rim;
+  const int count = list_small_faces(mesh, largest, rim);
+  for (int i = 0; i < count; ++i)
+    if (!is_used_once(mesh, largest, {rim + i, rim + count})) return false;
+  return count >= 0;
 }
 
 bool prune_polygon_loops(Mesh &mesh, bool rim_distinct) noexcept {
