@@ -3,11 +3,16 @@
 #ifndef SBRKIT_BASE_TABLE_H
 #define SBRKIT_BASE_TABLE_H
 
+#include <algorithm>
+
 #include "base/memory.h"
 
 namespace sbr {
 
-// Asks for large pages under a block; small blocks are left alone. Nothing depends on it but the time.
+// The size of a page that saves a processor many look-ups of addresses.
+constexpr std::size_t kLargePage = std::size_t{1} << 21U;
+
+// Asks for large pages under a block that begins at one. Nothing depends on it but the time.
 void prefer_large_pages(void *block, std::size_t bytes) noexcept;
 
 template <class T>
@@ -17,17 +22,30 @@ class Table {
  public:
   // Replaces the contents by count zeros. False when count is below 1 or memory is short; the contents stay then.
   [[nodiscard]] bool allocate(std::int64_t count) noexcept {
-    constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max() / sizeof(T) - kLine;
+    constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max() / sizeof(T) - 2 * kLargePage;
     if (count < 1 || static_cast<std::size_t>(count) > kMost) return false;
-    const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(T) + kLine;
-    void *fresh = allocate_zeroed(bytes, 1);
+    const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(T);
+    // Memory that is never used costs nothing, so that a large table has its last page for itself as well.
+    const bool large = bytes >= kLargePage;
+    const std::size_t step = large ? kLargePage : kLine;
+    auto *fresh = static_cast<unsigned char *>(allocate_zeroed(bytes + (large ? 2 : 1) * step, 1));
     if (fresh == nullptr) return false;
-    prefer_large_pages(fresh, bytes);
+    const std::size_t past = reinterpret_cast<std::uintptr_t>(fresh) % step;
+    unsigned char *first = past == 0 ? fresh : fresh + (step - past);
+    if (large) prefer_large_pages(first, bytes);
     std::free(block_);
     block_ = fresh;
-    const std::size_t past_line = reinterpret_cast<std::uintptr_t>(fresh) % kLine;
-    data_ = reinterpret_cast<T *>(static_cast<unsigned char *>(fresh) + (past_line == 0 ? 0 : kLine - past_line));
+    data_ = reinterpret_cast<T *>(first);
     size_ = static_cast<std::size_t>(count);
+    return true;
+  }
+
+  // Makes the table longer; the new elements are zero. False when memory is short; the table is as it was then.
+  [[nodiscard]] bool grow(std::int64_t count) noexcept {
+    Table longer;
+    if (!longer.allocate(count)) return false;
+    if (size_ != 0) std::memcpy(static_cast<void *>(longer.data_), data_, std::min(size_, longer.size_) * sizeof(T));
+    swap(longer);
     return true;
   }
 

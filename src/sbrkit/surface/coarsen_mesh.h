@@ -101,7 +101,8 @@ struct Mesh {
   Table<std::int32_t> pool;               // the vertices of the original faces
   OwnedList<Table<std::int32_t>> chunks;  // further room for polygons
   std::size_t chunk_used = 0;             // of the last chunk
-  Array<Box> boxes;                       // of the fused polygons
+  Table<Box> boxes;                       // of the fused polygons, with room for more
+  std::int32_t boxes_used = 0;
 
   OwnedList<Extent> extents;  // of the large ones
 
