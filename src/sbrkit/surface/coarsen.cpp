@@ -79,7 +79,7 @@ bool is_scattered(const Mesh &mesh, int nodes) noexcept {
 // Numbers the nodes in the order in which the faces name them, the others behind. Without memory for it the indices
 // serve as well.
 void number_by_faces(Mesh &mesh, int nodes) noexcept {
-  Table<std::int32_t> number_of;
+  LargeTable<std::int32_t> number_of;
   if (!number_of.allocate(nodes) || !mesh.index_of.allocate(nodes)) return;
   std::fill(number_of.begin(), number_of.end(), -1);
   std::int32_t given = 0;

@@ -21,7 +21,7 @@ std::int32_t *take_room(Mesh &mesh, std::int64_t count) noexcept {
   const std::size_t chunks = mesh.chunks.size();
   std::int64_t words = kSmallestChunk;
   if (chunks > 0) {
-    Table<std::int32_t> &last = *mesh.chunks[chunks - 1];
+    LargeTable<std::int32_t> &last = *mesh.chunks[chunks - 1];
     if (last.size() - mesh.chunk_used >= static_cast<std::size_t>(count)) {
       std::int32_t *room = last.data() + mesh.chunk_used;
       mesh.chunk_used += static_cast<std::size_t>(count);
@@ -29,7 +29,7 @@ std::int32_t *take_room(Mesh &mesh, std::int64_t count) noexcept {
     }
     words = std::clamp(2 * static_cast<std::int64_t>(last.size()), kSmallestChunk, kLargestChunk);
   }
-  Table<std::int32_t> *chunk = mesh.chunks.add();
+  LargeTable<std::int32_t> *chunk = mesh.chunks.add();
   if (chunk == nullptr) return nullptr;
   if (!chunk->allocate(std::max(count, words))) {
     (void)mesh.chunks.resize(static_cast<std::int64_t>(chunks));

@@ -8,7 +8,7 @@
 
 #include <span>
 
-#include "base/table.h"
+#include "base/large_table.h"
 #include "body/body.h"
 
 namespace sbr::coarse {
@@ -91,27 +91,27 @@ struct PruningScratch {
 struct Mesh {
   // Nodes that are numbered without regard to where they are get numbers of their own here, in the order in which the
   // faces name them, so that neighbours lie together in memory. Both are empty when the body's numbers serve.
-  Table<std::int32_t> number_of;  // per node index of the body
-  Table<std::int32_t> index_of;   // and back
-  Table<Face> faces;
-  Table<Node> nodes;
-  Table<unsigned char> marks;             // of the nodes
-  Table<std::int32_t> incidence;          // the face lists of all nodes, one behind the other
-  Table<std::int32_t> merged_into;        // per face slot the slot that took its faces over; itself when none did
-  Table<std::int32_t> pool;               // the vertices of the original faces
-  OwnedList<Table<std::int32_t>> chunks;  // further room for polygons
-  std::size_t chunk_used = 0;             // of the last chunk
-  Table<Box> boxes;                       // of the fused polygons, with room for more
+  LargeTable<std::int32_t> number_of;  // per node index of the body
+  LargeTable<std::int32_t> index_of;   // and back
+  LargeTable<Face> faces;
+  LargeTable<Node> nodes;
+  LargeTable<unsigned char> marks;             // of the nodes
+  LargeTable<std::int32_t> incidence;          // the face lists of all nodes, one behind the other
+  LargeTable<std::int32_t> merged_into;        // per face slot the slot that took its faces over; itself when none did
+  LargeTable<std::int32_t> pool;               // the vertices of the original faces
+  OwnedList<LargeTable<std::int32_t>> chunks;  // further room for polygons
+  std::size_t chunk_used = 0;                  // of the last chunk
+  LargeTable<Box> boxes;                       // of the fused polygons, with room for more
   std::int32_t boxes_used = 0;
 
   OwnedList<Extent> extents;  // of the large ones
 
   // Scratch, kept between nodes.
-  Array<std::int32_t> polygon;   // the fused polygon
-  Array<std::int32_t> turned;    // for rotating a polygon
-  Array<std::int32_t> taken;     // slots taken by the present attempt
-  Array<FanEnd> fan_ends;        // ends of the present fan by vertex; empty for a small fan
-  Table<std::int32_t> group_of;  // per node its group in the polygon that is pruned, where it has one
+  Array<std::int32_t> polygon;        // the fused polygon
+  Array<std::int32_t> turned;         // for rotating a polygon
+  Array<std::int32_t> taken;          // slots taken by the present attempt
+  Array<FanEnd> fan_ends;             // ends of the present fan by vertex; empty for a small fan
+  LargeTable<std::int32_t> group_of;  // per node its group in the polygon that is pruned, where it has one
   PruningScratch pruning;
   Array<std::int32_t> pruned;  // the vertices that the last pruning cut out
 

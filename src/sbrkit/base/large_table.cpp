@@ -1,4 +1,4 @@
-#include "base/table.h"
+#include "base/large_table.h"
 
 #include <sys/mman.h>
 

@@ -1,7 +1,7 @@
 // A large table of plain values that is read here and there: it begins at a cache line, and lies in large pages where
 // the system has them, so that finding an address costs less than reading what is there.
-#ifndef SBRKIT_BASE_TABLE_H
-#define SBRKIT_BASE_TABLE_H
+#ifndef SBRKIT_BASE_LARGE_TABLE_H
+#define SBRKIT_BASE_LARGE_TABLE_H
 
 #include <algorithm>
 
@@ -16,8 +16,8 @@ constexpr std::size_t kLargePage = std::size_t{1} << 21U;
 void prefer_large_pages(void *block, std::size_t bytes) noexcept;
 
 template <class T>
-class Table {
-  static_assert(std::is_trivially_copyable_v<T>, "Table holds plain values");
+class LargeTable {
+  static_assert(std::is_trivially_copyable_v<T>, "LargeTable holds plain values");
 
  public:
   // Replaces the contents by count zeros. False when count is below 1 or memory is short; the contents stay then.
@@ -42,19 +42,19 @@ class Table {
 
   // Makes the table longer; the new elements are zero. False when memory is short; the table is as it was then.
   [[nodiscard]] bool grow(std::int64_t count) noexcept {
-    Table longer;
+    LargeTable longer;
     if (!longer.allocate(count)) return false;
     if (size_ != 0) std::memcpy(static_cast<void *>(longer.data_), data_, std::min(size_, longer.size_) * sizeof(T));
     swap(longer);
     return true;
   }
 
-  Table() = default;
-  Table(const Table &) = delete;
-  Table &operator=(const Table &) = delete;
-  ~Table() { std::free(block_); }
+  LargeTable() = default;
+  LargeTable(const LargeTable &) = delete;
+  LargeTable &operator=(const LargeTable &) = delete;
+  ~LargeTable() { std::free(block_); }
 
-  void swap(Table &other) noexcept {
+  void swap(LargeTable &other) noexcept {
     std::swap(block_, other.block_);
     std::swap(data_, other.data_);
     std::swap(size_, other.size_);
