@@ -6,6 +6,7 @@
 
 #include "encode.h"
 #include "fields.h"
+#include "monitor.h"
 #include "surface.h"
 
 namespace sbrview {
@@ -29,6 +30,20 @@ Json list_of(const Values &values) {
   return list;
 }
 
+// The multiplier on SI of the label of mass, length, time or force. The library's tables of labels are not public: a
+// body of its own is asked, in SI but for this label.
+Json multiplier(std::size_t quantity, const std::string &label) {
+  using Ask = double (*)(SBR, double);
+  static constexpr Ask kAsk[] = {SBR_Mass2Kilogram, SBR_Length2Meter, SBR_Time2Second, SBR_Force2Newton};
+  const std::unique_ptr<SbrBody, void (*)(SBR)> body(SBR_Create(1, 1), SBR_DeReference);
+  if (!body) throw std::bad_alloc();
+  std::array<const char *, 4> labels = {"KILOGRAM", "METER", "SECOND", "NEWTON"};
+  if (!label.empty()) labels[quantity] = label.c_str();
+  if (SBR_SetUnits(body.get(), labels[0], labels[1], labels[2], labels[3]) == 0) return nullptr;
+  const double value = kAsk[quantity](body.get(), 1.0);
+  return std::isfinite(value) && value > 0.0 ? Json(value) : Json(nullptr);
+}
+
 class Writer {
  public:
   Writer(const ShownBody &shown, const Request &request, std::string prefix, const Sink &sink, Shown &outcome)
@@ -40,7 +55,8 @@ class Writer {
         outcome_(outcome) {}
 
   Json write() {
-    surface_ = surface_of(body_, request_.most_nodes);
+    monitored_ = monitored_nodes(body_);
+    surface_ = surface_of(body_, request_.most_nodes, monitored_);
     outcome_.notes = surface_.notes;
     outcome_.nodes = static_cast<int>(surface_.nodes.size());
     outcome_.faces = surface_.face_count;
@@ -166,6 +182,9 @@ class Writer {
                         {"resultType", SBR_GetMonitorPointResultType(body_, i)},
                         {"component", SBR_GetMonitorPointComponent(body_, i)},
                         {"at", list_of(at)}});
+      const std::int32_t node = monitored_[static_cast<std::size_t>(i)];
+      if (node >= 0 && surface_.place[static_cast<std::size_t>(node)] >= 0)
+        points.back()["node"] = surface_.place[static_cast<std::size_t>(node)];
     }
     all["monitorPoints"] = points;
   }
@@ -261,6 +280,7 @@ class Writer {
   std::string prefix_;
   const Sink &sink_;
   Shown &outcome_;
+  std::vector<std::int32_t> monitored_;
   Surface surface_;
   KindNodes kind_nodes_[3];
   int most_[3] = {};
@@ -271,19 +291,13 @@ class Writer {
 }  // namespace
 
 nlohmann::ordered_json describe_units(const std::array<std::string, 4> &labels) {
-  // A body of its own is asked, since the library's tables of labels are not public.
-  const std::unique_ptr<SbrBody, void (*)(SBR)> scale(SBR_Create(1, 1), SBR_DeReference);
-  if (!scale) throw std::bad_alloc();
-  SBR_SetUnits(scale.get(), labels[0].c_str(), labels[1].c_str(), labels[2].c_str(), labels[3].c_str());
-  const auto multiplier = [](double value) {
-    return std::isfinite(value) && value > 0.0 ? Json(value) : Json(nullptr);
-  };
   Json names = Json::array();
-  for (const std::string &label : labels) names.push_back(readable(label));
-  return {{"labels", names},
-          {"multipliers",
-           {multiplier(SBR_Mass2Kilogram(scale.get(), 1.0)), multiplier(SBR_Length2Meter(scale.get(), 1.0)),
-            multiplier(SBR_Time2Second(scale.get(), 1.0)), multiplier(SBR_Force2Newton(scale.get(), 1.0))}}};
+  Json multipliers = Json::array();
+  for (std::size_t i = 0; i < 4; ++i) {
+    names.push_back(readable(labels[i]));
+    multipliers.push_back(multiplier(i, labels[i]));
+  }
+  return {{"labels", names}, {"multipliers", multipliers}};
 }
 
 nlohmann::ordered_json write_body(const ShownBody &shown, const Request &request, const std::string &prefix,

@@ -31,7 +31,7 @@ export interface StageColors {
 
 const FIELD_OF_VIEW = 26;
 /** in pixels */
-const LEGEND_WIDTH = 90;
+const LEGEND_WIDTH = 100;
 
 export class Stage {
   readonly canvas: HTMLCanvasElement;
