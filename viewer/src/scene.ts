@@ -175,7 +175,7 @@ export class BodyScene {
     set(this.ghostEdges, 'uColor', rgb(colors.ghost));
     set(this.interfacePoints, 'uPlain', rgb(colors.interface));
     this.pixelRatio = pixelRatio;
-    set(this.points, 'uSize', (this.body.nodeCount > 2000 ? 4 : 7) * pixelRatio);
+    set(this.points, 'uSize', (this.body.nodeCount > 2000 ? 4 : this.body.nodeCount > 20 ? 8 : 12) * pixelRatio);
     set(this.interfacePoints, 'uSize', 5.5 * pixelRatio);
   }
 
