@@ -9,6 +9,7 @@
 #include <regex>
 
 #include "page/encode.h"
+#include "page/fields.h"
 #include "page/page.h"
 #include "support/meshes.h"
 #include "support/messages.h"
@@ -172,7 +173,7 @@ TEST_F(ViewerPageTest, EveryValueOfEveryModeIsWithinHalfAStep) {
         std::size_t column = 0;
         for (int part = 0; part < 2; ++part) {
           const double scale = field["scale"][static_cast<std::size_t>(part)];
-          const double step = scale / about_kind["steps"].get<double>();
+          const double step = scale / about_kind["steps"][static_cast<std::size_t>(part)].get<double>();
           const bool kept = field["kept"][static_cast<std::size_t>(part)];
           for (int c = 0; c < 3; ++c) {
             const auto steps =
@@ -190,6 +191,18 @@ TEST_F(ViewerPageTest, EveryValueOfEveryModeIsWithinHalfAStep) {
     }
     EXPECT_GT(compared, 10000) << name;
   }
+}
+
+TEST_F(ViewerPageTest, ManyValuesAreRoundedMoreCoarselyTranslationsLast) {
+  const auto steps = [](std::int64_t a, std::int64_t b, std::int64_t c) {
+    const sbrview::Steps found = sbrview::choose_steps(a, b, c);
+    return std::pair(found.translations, found.others);
+  };
+  EXPECT_EQ(steps(1000, 0, 2000), std::pair(32767, 32767));
+  EXPECT_EQ(steps(9000000, 0, 0), std::pair(32767, 32767)) << "100,000 nodes, 30 modes";
+  EXPECT_EQ(steps(9000000, 0, 18000000), std::pair(32767, 511)) << "with stress";
+  EXPECT_EQ(steps(9000000, 9000000, 18000000), std::pair(32767, 127)) << "and rotations";
+  EXPECT_EQ(steps(900000000, 0, 0), std::pair(2047, 127)) << "no finer than it may be, no coarser than this";
 }
 
 TEST_F(ViewerPageTest, ModesHaveTheirFrequenciesMassesAndStatistics) {

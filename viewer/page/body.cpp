@@ -15,10 +15,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr const char *kKindNames[] = {"shape", "stress", "strain"};
-// Steps on either side of zero. Stress and strain of large bodies are rounded more coarsely: they fill most of a page.
-constexpr int kFine = 32767;
-constexpr int kCoarse = 2047;
-constexpr std::int64_t kFewValues = 1000000;
 
 // JSON has no word for what is not finite.
 Json finite(double value) { return std::isfinite(value) ? Json(value) : Json(nullptr); }
@@ -199,8 +195,7 @@ class Writer {
     if (shown < count)
       outcome_.notes.push_back("The first " + std::to_string(shown) + " of " + std::to_string(count) +
                                " modes are shown.");
-    const int fine_or_coarse = nodes * outcome_.modes > kFewValues ? kCoarse : kFine;
-    prepare_kinds(fine_or_coarse);
+    prepare_kinds();
     Json list = Json::array();
     for (int m = 0; m < outcome_.modes; ++m) list.push_back(mode(m));
     if (not_numbers_ > 0)
@@ -210,11 +205,27 @@ class Writer {
     return list;
   }
 
-  void prepare_kinds(int most) {
+  // Rotations are zeros in most bodies: the first modes tell.
+  bool has_rotations() {
+    for (int m = 0; m < std::min(outcome_.modes, 8); ++m) {
+      int id = 0;
+      double most = 0.0;
+      if (SBR_GetMaxModeRotation(body_, SBR_ModeNumber(body_, m), &id, &most) != 0 && most != 0.0) return true;
+    }
+    return false;
+  }
+
+  void prepare_kinds() {
+    for (int kind = 0; kind < 3; ++kind)
+      if (SBR_ModeExist(body_, kind) != 0) kind_nodes_[kind] = nodes_of_kind(body_, surface_, kind);
+    const auto rows = [&](int kind) { return static_cast<std::int64_t>(kind_nodes_[kind].places.size()); };
+    const bool shapes = rows(0) > 0;
+    const std::int64_t vectors = 3 * rows(0) * outcome_.modes;
+    const Steps steps =
+        choose_steps(vectors, shapes && has_rotations() ? vectors : 0, 6 * (rows(1) + rows(2)) * outcome_.modes);
+    most_[0] = {steps.translations, steps.others};
+    most_[1] = most_[2] = {steps.others, steps.others};
     for (int kind = 0; kind < 3; ++kind) {
-      if (SBR_ModeExist(body_, kind) == 0) continue;
-      kind_nodes_[kind] = nodes_of_kind(body_, surface_, kind);
-      most_[kind] = kind == 0 ? kFine : most;
       if (kind_nodes_[kind].places.empty()) continue;
       Json &about = kinds_[kKindNames[kind]];
       about = {{"nodes", kind_nodes_[kind].places.size()}, {"steps", most_[kind]}};
@@ -283,7 +294,7 @@ class Writer {
   std::vector<std::int32_t> monitored_;
   Surface surface_;
   KindNodes kind_nodes_[3];
-  int most_[3] = {};
+  std::array<int, 2> most_[3] = {};
   Json kinds_ = Json::object();
   std::int64_t not_numbers_ = 0;
 };

@@ -9,7 +9,7 @@ const about = (scale: [number, number], kept: [boolean, boolean]): FieldDescript
 
 /** A field of columns of steps. */
 function field(columns: number[][], scale: [number, number] = [1, 1], kept: [boolean, boolean] = [true, columns.length > 3], most = 100): Field {
-  return new Field(Int16Array.from(columns.flat()), columns[0].length, about(scale, kept), most);
+  return new Field(Int16Array.from(columns.flat()), columns[0].length, about(scale, kept), [most, most]);
 }
 
 test('a value is its step times the scale over the most steps', () => {
