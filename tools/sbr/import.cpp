@@ -233,8 +233,6 @@ sbrtranslate::ImportInput input_of(const Request &request) {
 
 void import_body(Request &request) {
   if (std::filesystem::is_directory(request.output)) throw Failure(kUsage, request.output + ": is a directory");
-  // The faces between elements are of no use to a solver, unless they are asked for.
-  request.write.strip_faces = !request.all_faces;
   ImportReport report;
   sbrtranslate::BodyHandle body;
   try {
@@ -244,6 +242,8 @@ void import_body(Request &request) {
   } catch (const std::invalid_argument &problem) {
     throw Failure(kUsage, problem.what());
   }
+  // The faces between elements are of no use to a solver, unless they are asked for.
+  request.write.strip_faces = !request.all_faces && report.model.face_count > 0;
   write_record(body.get(), "", request.output, request.write, Errors::fail);
   if (report.constraint_modes + report.normal_modes > 0) judge_reduction(body.get(), report);
   // The writer numbers the modes that it exports from 1, and the body keeps the numbers.

@@ -1,6 +1,7 @@
 #include "registry/importers.h"
 
 #include "calculix/importer.h"
+#include "universal/importer.h"
 #ifdef SBRKIT_HAVE_EXODUS
 #include "exodus/importer.h"
 #endif
@@ -13,6 +14,7 @@ const std::vector<ImporterEntry> &importers() {
 #ifdef SBRKIT_HAVE_EXODUS
       exodus_importer(),
 #endif
+      universal_importer(),
   };
   return kImporters;
 }
