@@ -7,6 +7,7 @@
 
 #include "calculix/job.h"
 #include "commandline.h"
+#include "reductionreport.h"
 #include "session.h"
 #include "unitsystems.h"
 #include "writing.h"
@@ -115,9 +116,6 @@ void print_modes(const ImportReport &report, const Written &written) {
   for (const WrittenMode &mode : written.modes) rigid += mode.rigid ? 1 : 0;
   std::cout << "Modes               " << written.modes.size() << " of " << report.results << ": " << rigid << " rigid, "
             << written.modes.size() - static_cast<std::size_t>(rigid) << " elastic\n";
-  if (report.constraint_modes != 0)
-    std::cout << "Reduction           " << report.constraint_modes << " constraint modes, " << report.normal_modes
-              << " fixed-interface normal modes\n";
   std::cout << "Stress, strain at   " << written.stress_nodes << ", " << written.strain_nodes << " nodes\n\n";
   std::vector<std::string> headings = {"mode",   "", "eigenvalue", "Hz", "mass by nodes", "largest displacement",
                                        "at node"};
@@ -194,6 +192,7 @@ Json summary_of(const ImportReport &report, const Written &written, const std::s
           {"nodal_inertia", finite(lumped.data(), 9)},
           {"constraint_modes", report.constraint_modes},
           {"normal_modes", report.normal_modes},
+          {"reduction", report.constraint_modes != 0 ? reduction_json(report.reduction) : Json(nullptr)},
           {"modes", modes},
           {"written", json_of(written)},
           {"warnings", report.warnings}};
@@ -210,8 +209,12 @@ struct Request {
 };
 
 void take_matrices(Request &request) {
-  const bool limits = request.import.normal || request.import.max_hz;
+  const ImportOptions &options = request.import;
+  const bool limits = options.normal || options.max_hz;
   if (request.matrices.empty()) {
+    if (options.interface_modes || !options.attachments.empty() || options.residual_inertia || options.free_modes != 0)
+      throw Failure(kUsage,
+                    "--interface-modes, --residual-attachment, --residual-inertia and --mac belong to --matrices");
     if (limits) throw Failure(kUsage, "--normal and --max-hz belong to --matrices");
     return;
   }
@@ -219,6 +222,7 @@ void take_matrices(Request &request) {
   if (request.matrices.size() != 3)
     throw Failure(kUsage, "--matrices: three files are needed, JOB.mas,JOB.sti,JOB.dof, not " +
                               std::to_string(request.matrices.size()));
+  request.import.progress = show_reduction_progress;
   request.import.matrices = sbrtranslate::MatrixFiles{request.matrices[0], request.matrices[1], request.matrices[2]};
 }
 
@@ -262,6 +266,7 @@ void import_job(Request request) {
   } else {
     print_masses(report);
     print_modes(report, written);
+    print_reduction(report);
     print_written(written, request.output);
   }
   for (const std::string &warning : report.warnings) std::cerr << "warning: " << warning << '\n';
@@ -298,6 +303,16 @@ void add_ccx_options(CLI::App &ccx, Request &request) {
       ->check(CLI::NonNegativeNumber);
   above_zero(ccx.add_option("--max-hz", options.max_hz, "With --matrices: add the normal modes up to this frequency"))
       ->type_name("HZ");
+  above_zero(ccx.add_option("--interface-modes", options.interface_modes,
+                            "With --matrices: N eigenmodes of the condensed interface instead of its constraint modes"));
+  as_list(ccx.add_option("--residual-attachment", options.attachments,
+                         "With --matrices: node sets whose nodes get residual modes for unit forces"))
+      ->type_name("SET,...");
+  ccx.add_flag("--residual-inertia", options.residual_inertia,
+               "With --matrices: residual modes for rigid accelerations");
+  ccx.add_option("--mac", options.free_modes,
+                 "With --matrices: compare with N elastic modes of the free body by the full matrices")
+      ->check(CLI::NonNegativeNumber);
   ccx.add_flag("--all-faces", request.all_faces, "Keep the faces that two elements share");
   ccx.add_flag("--json", request.json, "Print the summary as JSON");
   add_write_options(ccx, request.write);

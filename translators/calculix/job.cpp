@@ -175,6 +175,29 @@ std::vector<char> held_rows(const std::vector<Dof> &dofs, const Model &model, co
   return held;
 }
 
+// What the options ask of a reduction besides the modes.
+void fill_request(ReductionRequest &request, const ImportOptions &options, const Model &model,
+                  const std::vector<RigidRow> &rigid) {
+  // A body with supports has no rigid motions.
+  if (request.dofs.size() >= 3 * model.nodes.size()) request.rigid = rigid;
+  if (options.residual_inertia && request.rigid.empty())
+    throw std::invalid_argument("residual inertia modes need a body without supports");
+  request.residual_inertia = options.residual_inertia;
+  request.interface_modes = options.interface_modes;
+  request.free_modes = options.free_modes;
+  request.progress = options.progress;
+  for (const std::string &name : options.attachments) {
+    const std::vector<int> &set = model.mesh.node_set(name);
+    for (std::size_t r = 0; r < request.dofs.size(); ++r)
+      if (std::binary_search(set.begin(), set.end(), request.dofs[r].node)) {
+        if (request.held[r] != 0)
+          throw std::invalid_argument("node " + std::to_string(request.dofs[r].node) + " of '" + name +
+                                      "' is an interface node: it needs no residual attachment mode");
+        request.attachments.push_back(static_cast<int>(r));
+      }
+  }
+}
+
 BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   const MatrixFiles &files = *options.matrices;
   if (options.stress.value_or(Where::none) != Where::none || options.strain.value_or(Where::none) != Where::none)
@@ -188,16 +211,22 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   const std::vector<char> held = held_rows(dofs, report.model, files.dofs, report.warnings);
   if (dofs.size() == 3 * report.model.nodes.size() && !interface_holds(report.model))
     throw std::invalid_argument("the interface nodes do not hold the body: three that are not in line are needed");
-  const Reduction reduction =
-      reduce_matrices({files.mass, files.stiffness, dofs, held, options.normal, options.max_hz});
+  ReductionRequest request{files.mass, files.stiffness, dofs, held, options.normal, options.max_hz};
+  const std::vector<RigidRow> rigid = rigid_rows(dofs, report.model);
+  fill_request(request, options, report.model, rigid);
+  const Reduction reduction = reduce_matrices(request);
+  report.reduction = reduction;
   report.results = files.stiffness;
   report.constraint_modes = reduction.constraint_modes;
   report.normal_modes = reduction.normal_modes;
 
   BodyHandle body =
       create_body(report.model, report.units, "CalculiX", reduction.count(), options.deck,
-                  {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) + " constraint, " +
-                       std::to_string(reduction.normal_modes) + " normal",
+                  {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) +
+                       (options.interface_modes ? " interface, " : " constraint, ") +
+                       std::to_string(reduction.normal_modes) + " normal" +
+                       (reduction.residual_modes > 0 ? ", " + std::to_string(reduction.residual_modes) + " residual"
+                                                     : ""),
                    "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
   feed_matrix(body.get(), reduction.mass, reduction.count(), SBR_SetGeneralizedMass);
   feed_matrix(body.get(), reduction.stiffness, reduction.count(), SBR_SetGeneralizedStiffness);

@@ -167,14 +167,7 @@ void ModelBuilder::mark_surface() {
 
 void ModelBuilder::add_interfaces() {
   for (const std::string &name : interfaces_) {
-    const auto set = model_.mesh.node_sets.find(upper(name));
-    if (set == model_.mesh.node_sets.end()) {
-      std::string names;
-      for (const auto &[known, members] : model_.mesh.node_sets) names += (names.empty() ? "" : ", ") + known;
-      throw InputError({model_.mesh.files.front(), 0},
-                       "no node set '" + name + "'" + (names.empty() ? "; the deck has none" : "; there are " + names));
-    }
-    for (const int id : set->second) {
+    for (const int id : model_.mesh.node_set(name)) {
       if (model_.node_position(id) < 0)
         throw InputError({model_.mesh.files.front(), 0},
                          "node set '" + name + "' names node " + std::to_string(id) + ", which belongs to no element");
