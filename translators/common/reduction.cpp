@@ -97,6 +97,31 @@ Vector orthogonalize(Dense &columns, const Dense &shapes, const PartedMatrix &k,
   return own.eigenvalues();
 }
 
+// The eigenpairs of small dense matrices, ascending, unit generalized mass. The mass may be singular: what has none has
+// no finite eigenvalue and is left out.
+struct DensePairs {
+  Vector values;
+  Dense shapes;
+};
+
+// Solves M x = mu (K + s M) x, with lambda = 1/mu - s, for a shift s of the size of the lowest elastic eigenvalue: K + s M
+// is positive definite though K may be singular for rigid motions, `rigid` in number, and M for what has no mass.
+DensePairs dense_eigenpairs(const Dense &k, const Dense &m, Eigen::Index rigid) {
+  double shift = 1e-6 * k.trace() / m.trace();
+  DensePairs pairs;
+  for (int pass = 0; pass < 3; ++pass) {
+    const Eigen::GeneralizedSelfAdjointEigenSolver<Dense> solver(m, k + shift * m);
+    if (solver.info() != Eigen::Success) throw std::runtime_error("the modes of the reduced body did not converge");
+    const Vector mu = solver.eigenvalues().reverse();
+    const auto count = static_cast<Eigen::Index>((mu.array() > 1e-14 * mu[0]).count());
+    pairs.values = mu.head(count).cwiseInverse().array() - shift;
+    const Vector scale = mu.head(count).cwiseSqrt().cwiseInverse();
+    pairs.shapes = solver.eigenvectors().rowwise().reverse().leftCols(count) * scale.asDiagonal();
+    if (count > rigid && pairs.values[rigid] > 0.0) shift = pairs.values[rigid];
+  }
+  return pairs;
+}
+
 class Reducer {
  public:
   explicit Reducer(const ReductionRequest &request)
@@ -122,6 +147,8 @@ class Reducer {
   void tell(const char *step, double done, double left = -1.0) const {
     if (request_.progress) request_.progress({step, done, left});
   }
+  // The rigid motions that the matrices leave free: six, or none where the body is supported.
+  [[nodiscard]] int rigid_motions() const { return !request_.rigid.empty() && result_.rigid_residual < 1e-6 ? 6 : 0; }
   // The seconds since the last call.
   double lap() {
     const auto now = std::chrono::steady_clock::now();
@@ -318,13 +345,14 @@ void Reducer::use_interface_modes() {
   if (count > k_cc_.rows())
     throw std::runtime_error("more interface modes asked for than the interface has degrees of freedom (" +
                              std::to_string(k_cc_.rows()) + ")");
-  const Eigen::GeneralizedSelfAdjointEigenSolver<Dense> solver(k_cc_, m_cc_);
-  if (solver.info() != Eigen::Success) throw std::runtime_error("the interface modes did not converge");
-  const Dense chosen = solver.eigenvectors().leftCols(count);
-  const Vector values = solver.eigenvalues().head(count);
-  if (count < k_cc_.rows() && solver.eigenvalues()[count] < 1e-6 * std::fabs(solver.eigenvalues().tail(1)[0]) &&
-      hertz(solver.eigenvalues()[count]) < 1e-6 * hertz(solver.eigenvalues().tail(1)[0]))
-    throw std::runtime_error(std::to_string(count) + " interface modes leave out a rigid motion of the body; ask for more");
+  const DensePairs pairs = dense_eigenpairs(k_cc_, m_cc_, rigid_motions());
+  if (count < rigid_motions())
+    throw std::runtime_error(std::to_string(count) + " interface modes leave out a rigid motion of the body, which has " +
+                             std::to_string(rigid_motions()) + "; ask for more");
+  if (count > pairs.values.size())
+    throw std::runtime_error("only " + std::to_string(pairs.values.size()) + " interface modes have mass");
+  const Dense chosen = pairs.shapes.leftCols(count);
+  const Vector values = pairs.values.head(count);
   basis_->interior = Dense(basis_->interior * chosen);
   basis_->boundary = chosen;
   k_cc_ = values.asDiagonal();
@@ -385,7 +413,7 @@ SparseMatrix joined(const PartedMatrix &a) {
   return all;
 }
 
-// The rigid motions of the free body have eigenvalue zero: a shift below them leaves the matrix positive definite.
+// Rigid motions have eigenvalue zero: a shift below it leaves the matrix positive definite.
 EigenPairs Reducer::full_free_modes(double lowest) {
   const SparseMatrix stiffness = joined(k_);
   const SparseMatrix mass = joined(m_);
@@ -395,7 +423,7 @@ EigenPairs Reducer::full_free_modes(double lowest) {
   const SparseFactor::Size size = factor.analyze(shifted);
   tell("factorizing the free body", 0.0, size.seconds > 0.0 ? size.seconds : -1.0);
   if (factor.factorize(shifted) >= 0) throw std::runtime_error("the matrices of the free body are not positive");
-  return nearest_eigenpairs(factor, mass, shift, request_.free_modes + 6, counter("modes of the free body"));
+  return nearest_eigenpairs(factor, mass, shift, request_.free_modes + rigid_motions(), counter("modes of the free body"));
 }
 
 void Reducer::compare_free_modes() {
@@ -403,28 +431,22 @@ void Reducer::compare_free_modes() {
   const auto count = static_cast<Eigen::Index>(result_.constraint_modes + values_.size());
   const Eigen::Map<const Dense> stiffness(result_.stiffness.data(), count, count);
   const Eigen::Map<const Dense> mass(result_.mass.data(), count, count);
-  const Eigen::GeneralizedSelfAdjointEigenSolver<Dense> reduced(stiffness, mass);
-  if (reduced.info() != Eigen::Success) throw std::runtime_error("the modes of the reduced body did not converge");
-  // Rigid motions have eigenvalues of zero within rounding: far below those of any elastic mode.
-  const double tiny = 1e-10 * reduced.eigenvalues().tail(1)[0];
-  Eigen::Index first = 0;
-  while (first < count && reduced.eigenvalues()[first] < tiny) ++first;
-  const Eigen::Index elastic = std::min<Eigen::Index>(request_.free_modes, count - first);
+  const DensePairs reduced = dense_eigenpairs(stiffness, mass, rigid_motions());
+  const Eigen::Index first = rigid_motions();
+  const Eigen::Index elastic = std::min<Eigen::Index>(request_.free_modes, reduced.values.size() - first);
   if (elastic <= 0) return;
-  const double lowest = reduced.eigenvalues()[first];
+  const double lowest = reduced.values[first];
   const EigenPairs full = full_free_modes(lowest);
-  Eigen::Index full_first = 0;
-  while (full_first < full.values.size() && full.values[full_first] < 1e-4 * lowest) ++full_first;
-  const Eigen::Index taken = std::min<Eigen::Index>(request_.free_modes, full.values.size() - full_first);
-  const Dense chosen = full.shapes.middleCols(full_first, taken);
+  const Eigen::Index taken = full.values.size() - first;
+  const Dense chosen = full.shapes.rightCols(taken);
   const Motion motion{chosen.topRows(k_.ii.rows()), chosen.bottomRows(k_.bb.rows())};
   const Motion momentum = force_of(m_, motion);
   Dense products(taken, count);
   products << momentum.interior.transpose() * basis_->interior + momentum.boundary.transpose() * basis_->boundary,
       momentum.interior.transpose() * basis_->fixed;
-  const Dense mac = (products * reduced.eigenvectors().middleCols(first, elastic)).cwiseAbs2();
-  for (Eigen::Index i = 0; i < taken; ++i) result_.free.full_hz.push_back(hertz(full.values[full_first + i]));
-  for (Eigen::Index j = 0; j < elastic; ++j) result_.free.reduced_hz.push_back(hertz(reduced.eigenvalues()[first + j]));
+  const Dense mac = (products * reduced.shapes.middleCols(first, elastic)).cwiseAbs2();
+  for (Eigen::Index i = 0; i < taken; ++i) result_.free.full_hz.push_back(hertz(full.values[first + i]));
+  for (Eigen::Index j = 0; j < elastic; ++j) result_.free.reduced_hz.push_back(hertz(reduced.values[first + j]));
   result_.free.mac = row_by_row(mac);
 }
 
