@@ -5,9 +5,11 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "calculix/coupled_rows.h"
 #include "calculix/deck.h"
 #include "calculix/result_map.h"
 #include "calculix/results.h"
+#include "calculix/rigid_bodies.h"
 #include "common/reduction.h"
 #include "common/rigid_fit.h"
 
@@ -70,7 +72,8 @@ class BodyFeeder : public ResultReceiver {
 
   bool wants(ResultKind kind) const override { return kind == ResultKind::displacement || where(kind) != Where::none; }
   bool wants_node(ResultKind kind, std::size_t node) const override {
-    return where(kind) == Where::all || report_.model.nodes[node].surface;
+    const BodyNode &at = report_.model.nodes[node];
+    return kind == ResultKind::displacement || (!at.reference && (where(kind) == Where::all || at.surface));
   }
   void take(const ResultSet &set, const std::vector<double> &values) override {
     ModeReport &mode = report_.modes[static_cast<std::size_t>(set.mode) - 1];
@@ -155,31 +158,35 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
 // ---- Modes from the matrices
 
 // Rows of the interface, after a check that the rows fit the mesh.
-std::vector<char> held_rows(const std::vector<Dof> &dofs, const Model &model, const std::string &file,
+struct HeldRows {
+  std::vector<char> held;    // by row
+  std::ptrdiff_t missing = 0;  // degrees of freedom of nodes that have no row
+};
+HeldRows held_rows(const std::vector<Dof> &dofs, const Model &model, const std::string &file,
                             std::vector<std::string> &warnings) {
   std::vector<char> held(dofs.size(), 0);
-  std::vector<char> present(3 * model.nodes.size(), 0);
+  std::vector<char> present(6 * model.nodes.size(), 0);
   for (std::size_t r = 0; r < dofs.size(); ++r) {
     const int position = model.node_position(dofs[r].node);
     const Place place{file, static_cast<long>(r) + 1};
     if (position < 0)
       throw InputError(place, "node " + std::to_string(dofs[r].node) + " is not a node of the deck's elements");
-    char &seen = present[3 * static_cast<std::size_t>(position) + static_cast<std::size_t>(dofs[r].direction - 1)];
+    char &seen = present[6 * static_cast<std::size_t>(position) + static_cast<std::size_t>(dofs[r].direction - 1)];
     if (seen != 0) throw InputError(place, "the degree of freedom comes a second time");
     seen = 1;
     held[r] = std::binary_search(model.interface_nodes.begin(), model.interface_nodes.end(), dofs[r].node) ? 1 : 0;
   }
-  if (const auto missing = std::count(present.begin(), present.end(), 0); missing != 0)
+  std::ptrdiff_t missing = 0;
+  for (std::size_t i = 0; i < present.size(); ++i)
+    if (present[i] == 0 && (i % 6 < 3 || model.nodes[i / 6].reference)) ++missing;
+  if (missing != 0)
     warnings.push_back(std::to_string(missing) +
                        " degrees of freedom of the mesh have no matrix row (supports?); they stay at rest");
-  return held;
+  return {held, missing};
 }
 
 // What the options ask of a reduction besides the modes.
-void fill_request(ReductionRequest &request, const ImportOptions &options, const Model &model,
-                  const std::vector<RigidRow> &rigid) {
-  // A body with supports has no rigid motions.
-  if (request.dofs.size() >= 3 * model.nodes.size()) request.rigid = rigid;
+void fill_request(ReductionRequest &request, const ImportOptions &options, const Model &model) {
   if (options.residual_inertia && request.rigid.empty())
     throw std::invalid_argument("residual inertia modes need a body without supports");
   request.residual_inertia = options.residual_inertia;
@@ -207,15 +214,25 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
     throw std::invalid_argument("matrices need interface nodes; name their node sets");
   std::string dat;
   for (const EigenRow &row : eigenvalues_of(options, dat)) report.full_model_hz.push_back(row.hz);
-  const std::vector<Dof> dofs = read_dofs(files.dofs);
-  const std::vector<char> held = held_rows(dofs, report.model, files.dofs, report.warnings);
-  if (dofs.size() == 3 * report.model.nodes.size() && !interface_holds(report.model))
+  const CoupledRows coupled = couple_rows(read_dofs(files.dofs), report.model.mesh,
+                                          read_references(report.model.mesh), files.dofs);
+  const std::vector<Dof> &dofs = coupled.dofs;
+  const HeldRows interface = held_rows(dofs, report.model, files.dofs, report.warnings);
+  const std::vector<char> &held = interface.held;
+  if (interface.missing == 0 && !interface_holds(report.model))
     throw std::invalid_argument("the interface nodes do not hold the body: three that are not in line are needed");
   ReductionRequest request{files.mass, files.stiffness, dofs, held, options.normal, options.max_hz};
   const std::vector<RigidRow> rigid = rigid_rows(dofs, report.model);
-  fill_request(request, options, report.model, rigid);
+  request.file_rows = coupled.file_rows;
+  request.dependent = coupled.dependent;
+  if (interface.missing == 0) request.rigid = rigid;  // a body with supports has no rigid motions
+  fill_request(request, options, report.model);
   const Reduction reduction = reduce_matrices(request);
   report.reduction = reduction;
+  if (!request.rigid.empty() && !report.model.mesh.references.empty() && !(reduction.rigid_residual < 1e-6))
+    throw InputError({files.stiffness, 0}, "rigid motions of the body and its reference nodes meet forces of " +
+                                               show(reduction.rigid_residual, 3) +
+                                               " of their parts: the matrices are not those of the deck");
   report.results = files.stiffness;
   report.constraint_modes = reduction.constraint_modes;
   report.normal_modes = reduction.normal_modes;
@@ -244,12 +261,39 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   return body;
 }
 
+// Interfaces may also be named by the number of a node or by the name of a coupling. A reference node belongs to the body
+// when it is an interface; in matrices those of kinematic couplings always do, since other nodes follow them.
+void take_references(Mesh &mesh, const ImportOptions &options) {
+  std::vector<ReferenceNode> all = read_references(mesh);
+  std::vector<int> chosen;
+  for (const std::string &name : options.interfaces) {
+    const std::string key = upper(name);
+    if (mesh.node_sets.count(key) == 0) {
+      if (const auto id = to_int(key); id && mesh.node_position(*id) >= 0) mesh.node_sets[key] = {*id};
+      for (const ReferenceNode &reference : all)
+        if (!reference.name.empty() && reference.name == key) mesh.node_sets[key] = {reference.node};
+    }
+    if (const auto set = mesh.node_sets.find(key); set != mesh.node_sets.end())
+      chosen.insert(chosen.end(), set->second.begin(), set->second.end());
+  }
+  for (ReferenceNode &reference : all) {
+    const bool wanted = std::find(chosen.begin(), chosen.end(), reference.node) != chosen.end();
+    if (!wanted && (!options.matrices || reference.distributing)) continue;
+    for (const ReferenceNode &other : mesh.references)
+      if (other.node == reference.node)
+        throw InputError(reference.card, "node " + std::to_string(other.node) + " is a reference node twice");
+    mesh.references.push_back(std::move(reference));
+  }
+}
+
 }  // namespace
 
 BodyHandle import_ccx(const ImportOptions &options, ImportReport &report) {
   report.units = options.units;
   if (options.modes && *options.modes < 1) throw std::invalid_argument("at least one mode has to be taken");
-  report.model = build_model(read_deck(options.deck), options.interfaces);
+  Mesh mesh = read_deck(options.deck);
+  take_references(mesh, options);
+  report.model = build_model(std::move(mesh), options.interfaces);
   judge_model(report);
   if (options.matrices) return import_matrices(options, report);
   BodyHandle body = import_results(options, report);

@@ -186,8 +186,10 @@ void ResultMap::map_nodes(const Place &place) {
   std::vector<char> expanded(model_.nodes.size(), 0);
   for (const Pair &pair : pairs_) expanded[pair.body] = 1;
   direct_.assign(model_.nodes.size(), -1);
+  for (const ReferenceNode &reference : model_.mesh.references) reference_factors_.push_back(mean_motion(reference));
   for (std::size_t i = 0; i < model_.nodes.size(); ++i) {
     const BodyNode &node = model_.nodes[i];
+    if (node.reference) continue;
     if (node.solid || expanded[i] == 0) {
       direct_[i] = file_position(node.id);
       if (direct_[i] < 0) throw InputError(place, node_text(node.id) + " of the deck is not in the file");
@@ -283,6 +285,23 @@ void ResultMap::add_side(const Pair &pair, double *six) const {
   }
 }
 
+// The solver's results do not have reference nodes: their motion is that of their members. What a kinematic coupling
+// leaves of it beyond the digits of the file is none of the deck's.
+void ResultMap::add_references(const Place &place) {
+  for (std::size_t r = 0; r < model_.mesh.references.size(); ++r) {
+    const ReferenceNode &reference = model_.mesh.references[r];
+    const ReferenceMotion motion = fit_reference(reference, reference_factors_[r], [&](std::size_t i) {
+      const double *six = &values_[6 * static_cast<std::size_t>(model_.node_position(reference.members[i]))];
+      return Vec3{six[0], six[1], six[2]};
+    });
+    if (!reference.distributing && !(motion.misfit < 1e-4))
+      throw InputError(place, "the nodes of reference " + node_text(reference.node) + " do not move as a rigid body (" +
+                                  show(100.0 * motion.misfit, 3) + " % off): results of another deck?");
+    std::copy(motion.values.begin(), motion.values.end(),
+              &values_[6 * static_cast<std::size_t>(model_.node_position(reference.node))]);
+  }
+}
+
 void ResultMap::end_set(const Place &place) {
   check_complete(place);
   if (receiver_ == nullptr) return;
@@ -297,6 +316,7 @@ void ResultMap::end_set(const Place &place) {
   }
   for (std::size_t i = 0; i < direct_.size(); ++i)
     if (direct_[i] >= 0) std::copy_n(&raw_[6 * static_cast<std::size_t>(direct_[i])], shape ? 3 : 6, &values_[6 * i]);
+  if (shape) add_references(place);
   receiver_->take(set_, values_);
 }
 

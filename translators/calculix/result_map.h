@@ -75,6 +75,7 @@ class ResultMap : private ResultHandler {
   void begin_mode(const ResultSet &set, const Place &place);
   void check_complete(const Place &place) const;
   [[nodiscard]] bool wanted_node(std::size_t body) const;
+  void add_references(const Place &place);
   void add_side(const Pair &pair, double *six) const;
 
   const Model &model_;
@@ -92,6 +93,7 @@ class ResultMap : private ResultHandler {
   std::vector<FileNode> file_nodes_;
   std::vector<int> direct_;  // by body node: position in the file, or -1
   std::vector<Pair> pairs_;  // sorted by body node
+  std::vector<std::vector<double>> reference_factors_;  // by reference node of the model
   std::vector<char> element_seen_;
 
   ResultSet set_;

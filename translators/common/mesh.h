@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "common/deck_card.h"
 #include "common/elements.h"
+#include "common/reference_node.h"
 #include "common/text_input.h"
 
 namespace sbrtranslate {
@@ -51,6 +53,8 @@ struct Mesh {
   std::map<std::string, std::vector<int>> element_sets;  // likewise
   std::map<std::string, Material> materials;
   std::vector<Section> sections;
+  std::vector<DeckCard> cards;            // of couplings, steps and loads, in the order of the input
+  std::vector<ReferenceNode> references;  // those that belong to the body
 
   [[nodiscard]] Place place_of(const MeshElement &element) const {
     return {files[static_cast<std::size_t>(element.file)], element.line};

@@ -57,14 +57,18 @@ void ModelBuilder::choose_nodes() {
   const Mesh &mesh = model_.mesh;
   std::vector<char> used(mesh.nodes.size(), 0);
   for (const int id : mesh.connectivity) used[static_cast<std::size_t>(mesh.node_position(id))] = 1;
+  std::vector<char> references(mesh.nodes.size(), 0);
+  for (const ReferenceNode &reference : mesh.references)
+    references[static_cast<std::size_t>(mesh.node_position(reference.node))] = 1;
   for (std::size_t i = 0; i < mesh.nodes.size(); ++i) {
-    if (used[i] == 0) {
+    if (used[i] == 0 && references[i] == 0) {
       model_.left_out.push_back(mesh.nodes[i].id);
       continue;
     }
     BodyNode node;
     node.id = mesh.nodes[i].id;
     node.place = mesh.nodes[i].place;
+    node.reference = used[i] == 0;
     model_.nodes.push_back(node);
   }
 }
@@ -108,6 +112,8 @@ void ModelBuilder::add_masses() {
     for (int i = 1; i < element.type->nodes; ++i) pieces.join(body_position(ids[0]), body_position(ids[i]));
     model_.has_shells = model_.has_shells || element.type->shell();
   }
+  for (const ReferenceNode &reference : model_.mesh.references)
+    for (const int member : reference.members) pieces.join(body_position(reference.node), body_position(member));
   for (std::size_t i = 0; i < model_.nodes.size(); ++i)
     if (pieces.root(i) == i) ++model_.pieces;
   for (const BodyNode &node : model_.nodes) {

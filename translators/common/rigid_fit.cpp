@@ -1,5 +1,7 @@
 #include "common/rigid_fit.h"
 
+#include <algorithm>
+
 namespace sbrtranslate {
 
 std::array<double, 9> inverse(const std::array<double, 9> &m) {
@@ -39,6 +41,8 @@ std::vector<RigidRow> rigid_rows(const std::vector<Dof> &dofs, const Model &mode
 }
 
 bool interface_holds(const Model &model) {
+  for (const ReferenceNode &reference : model.mesh.references)
+    if (std::binary_search(model.interface_nodes.begin(), model.interface_nodes.end(), reference.node)) return true;
   Moments moments;
   const Vec3 first = model.nodes[static_cast<std::size_t>(model.node_position(model.interface_nodes.front()))].place;
   for (const int id : model.interface_nodes)

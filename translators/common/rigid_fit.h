@@ -14,7 +14,7 @@ namespace sbrtranslate {
 std::array<double, 9> inverse(const std::array<double, 9> &m);
 Vec3 times(const std::array<double, 9> &m, const Vec3 &v);
 
-// Whether the interface nodes hold a free body: three of them must not be in line.
+// Whether the interface nodes hold a free body: one has to be a reference node, or three must not be in line.
 bool interface_holds(const Model &model);
 
 // The values of each matrix row under unit rigid motions about the center of mass.
