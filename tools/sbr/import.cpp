@@ -116,6 +116,11 @@ void print_modes(const ImportReport &report, const Written &written) {
   for (const WrittenMode &mode : written.modes) rigid += mode.rigid ? 1 : 0;
   std::cout << "Modes               " << written.modes.size() << " of " << report.results << ": " << rigid << " rigid, "
             << written.modes.size() - static_cast<std::size_t>(rigid) << " elastic\n";
+  if (report.load_cases > 0)
+    std::cout << "Load cases          " << report.load_cases << ", on nodes and on modes\n";
+  if (report.has_state || report.has_preload)
+    std::cout << "Start of the modes  a loaded state" << (report.has_state ? ", pre-stress written" : "")
+              << (report.has_preload ? ", preload written" : "") << '\n';
   std::cout << "Stress, strain at   " << written.stress_nodes << ", " << written.strain_nodes << " nodes\n\n";
   std::vector<std::string> headings = {"mode",   "", "eigenvalue", "Hz", "mass by nodes", "largest displacement",
                                        "at node"};
@@ -195,6 +200,9 @@ Json summary_of(const ImportReport &report, const Written &written, const std::s
           {"reduction", report.constraint_modes != 0 ? reduction_json(report.reduction) : Json(nullptr)},
           {"modes", modes},
           {"written", json_of(written)},
+          {"load_cases", report.load_cases},
+          {"pre_stress", report.has_state},
+          {"preload", report.has_preload},
           {"warnings", report.warnings}};
 }
 
@@ -296,6 +304,8 @@ void add_ccx_options(CLI::App &ccx, Request &request) {
   ccx.add_option("--shell-side", options.shell_side, "Side of shells that stress and strain are taken from")
       ->transform(CLI::CheckedTransformer(kSides))
       ->default_str("top");
+  above_zero(ccx.add_option("--step", options.step, "The frequency step whose modes are taken; by default the only one"));
+  ccx.add_flag("!--no-loads", options.loads, "Leave the loads of the deck's static steps out");
   above_zero(ccx.add_option("--modes", options.modes, "Take the first N modes only"));
   as_list(ccx.add_option("--matrices", request.matrices, "Reduce the solver's matrices instead"))
       ->type_name("JOB.mas,JOB.sti,JOB.dof");

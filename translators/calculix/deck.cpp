@@ -53,7 +53,9 @@ Card parse_card(const std::string &text, const Place &place) {
 
 // Cards that are kept with their data lines, to be worked out when all of the mesh is known.
 bool kept_whole(const std::string &keyword) {
-  static const std::set<std::string> kKept = {"*RIGIDBODY", "*COUPLING", "*KINEMATIC", "*DISTRIBUTING", "*SURFACE"};
+  static const std::set<std::string> kKept = {"*RIGIDBODY", "*COUPLING", "*KINEMATIC", "*DISTRIBUTING", "*SURFACE",
+                                              "*STEP", "*STATIC", "*FREQUENCY", "*BOUNDARY", "*CLOAD", "*DLOAD",
+                                              "*TEMPERATURE", "*DFLUX", "*CFLUX", "*FILM", "*RADIATE", "*CONTACTPAIR"};
   return kKept.count(keyword) != 0;
 }
 

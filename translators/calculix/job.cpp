@@ -7,6 +7,7 @@
 
 #include "calculix/coupled_rows.h"
 #include "calculix/deck.h"
+#include "calculix/load_cases.h"
 #include "calculix/result_map.h"
 #include "calculix/results.h"
 #include "calculix/rigid_bodies.h"
@@ -27,11 +28,11 @@ std::optional<std::string> beside(const std::string &deck, const char *suffix) {
 }
 
 // The eigenvalues of the .dat file; nothing when there is none and none was named.
-std::vector<EigenRow> eigenvalues_of(const ImportOptions &options, std::string &path) {
+std::vector<EigenRow> eigenvalues_of(const ImportOptions &options, std::string &path, int table = 0) {
   const auto file = options.dat ? options.dat : beside(options.deck, ".dat");
   if (!file) return {};
   path = *file;
-  auto rows = read_eigenvalues(path);
+  auto rows = read_eigenvalues(path, table);
   if (rows.empty() && options.dat) throw InputError({path, 0}, "no eigenvalue table in the file");
   return rows;
 }
@@ -67,8 +68,8 @@ double von_mises(const double *s) {
 // Takes each set of nodal values into the body and the report.
 class BodyFeeder : public ResultReceiver {
  public:
-  BodyFeeder(SBR body, ImportReport &report, Where stress, Where strain)
-      : body_(body), report_(report), stress_(stress), strain_(strain), fit_(report.model) {}
+  BodyFeeder(SBR body, ImportReport &report, const LoadCases &loads, Where stress, Where strain)
+      : body_(body), report_(report), loads_(loads), stress_(stress), strain_(strain), fit_(report.model) {}
 
   bool wants(ResultKind kind) const override { return kind == ResultKind::displacement || where(kind) != Where::none; }
   bool wants_node(ResultKind kind, std::size_t node) const override {
@@ -76,6 +77,7 @@ class BodyFeeder : public ResultReceiver {
     return kind == ResultKind::displacement || (!at.reference && (where(kind) == Where::all || at.surface));
   }
   void take(const ResultSet &set, const std::vector<double> &values) override {
+    if (set.mode == 0) return take_state(set.kind, values);
     ModeReport &mode = report_.modes[static_cast<std::size_t>(set.mode) - 1];
     const auto &nodes = report_.model.nodes;
     const int kind = static_cast<int>(set.kind);
@@ -89,15 +91,25 @@ class BodyFeeder : public ResultReceiver {
       }
     }
     if (set.kind != ResultKind::displacement) return;
+    loads_.feed_mode(body_, set.mode, values);
     fit_.judge([&](std::size_t i) { return Vec3{values[6 * i], values[6 * i + 1], values[6 * i + 2]}; }, mode);
   }
 
  private:
+  // Stress and strain of a static state; of several increments the last one stays.
+  void take_state(ResultKind kind, const std::vector<double> &values) {
+    const auto &nodes = report_.model.nodes;
+    const auto set = kind == ResultKind::stress ? SBR_SetPreStressVec : SBR_SetPreStrainVec;
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+      if (wants_node(kind, i)) require(set(body_, nodes[i].id, &values[6 * i]), "the stress or strain of a state");
+    report_.has_state = true;
+  }
   [[nodiscard]] Where where(ResultKind kind) const {
     return kind == ResultKind::displacement ? Where::all : kind == ResultKind::stress ? stress_ : strain_;
   }
   SBR body_;
   ImportReport &report_;
+  const LoadCases &loads_;
   Where stress_;
   Where strain_;
   RigidFit fit_;
@@ -113,14 +125,36 @@ Where decide(std::optional<Where> asked, Where otherwise, bool present, const ch
   return Where::none;
 }
 
+// Warnings of a state that the modes start from.
+void tell_state(const StepChoice &choice, const Survey &survey, const LoadCases &loads, ImportReport &report) {
+  report.load_cases = static_cast<int>(loads.count());
+  report.has_preload = loads.has_preload();
+  if (choice.state == nullptr) return;
+  const std::string step = "step " + std::to_string(choice.state->number);
+  if (!survey.state)
+    report.warnings.push_back("the modes start from the state of " + step +
+                              ", and the results have no stress of it: the record gets no pre-stress");
+  if (choice.modal->releases_supports)
+    report.warnings.push_back("the frequency step releases supports of " + step +
+                              ", whose forces are not known: the record gets no preload");
+  if (choice.state->nonlinear)
+    report.warnings.push_back(step + " is nonlinear: the record's coordinates are those before it has deformed the body");
+}
+
 BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
   const auto frd = options.frd ? options.frd : beside(options.deck, ".frd");
   if (!frd) throw InputError({options.deck, 0}, "no .frd or .frd.gz file beside the deck; name it with --frd");
   report.results = *frd;
   ResultMap map(report.model, options.shell_side, options.modes);
+  const std::vector<DeckStep> steps = read_steps(report.model.mesh);
+  const StepChoice choice = choose_step(report.model.mesh, steps, options.step);
+  const LoadCases loads(report.model, options.loads ? steps : std::vector<DeckStep>{}, choice);
+  map.choose_steps(choice.modal != nullptr ? choice.modal->number : 0,
+                   choice.state != nullptr ? choice.state->number : 0);
   const Survey survey = map.survey(*frd);
   std::string dat;
-  const auto rows = eigenvalues_of(options, dat);
+  const auto rows = eigenvalues_of(options, dat, choice.modal_ordinal);
+  tell_state(choice, survey, loads, report);
   compare_eigenvalues(rows, dat, survey, *frd, options.modes);
   const int count = static_cast<int>(survey.modes.size());
   if (options.modes && *options.modes > count)
@@ -146,7 +180,8 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
     SBR_Eigenvalue(body.get(), i + 1, nullptr, &mode.hz, nullptr, nullptr, nullptr);
     report.modes.push_back(mode);
   }
-  BodyFeeder feeder(body.get(), report, stress, strain);
+  loads.feed_nodes(body.get());
+  BodyFeeder feeder(body.get(), report, loads, stress, strain);
   map.feed(*frd, feeder);
   if (map.missing_rotations())
     report.warnings.push_back("the results hold the shells in two dimensions: their rotations are not known and are 0");
@@ -247,6 +282,10 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
                    "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
   feed_matrix(body.get(), reduction.mass, reduction.count(), SBR_SetGeneralizedMass);
   feed_matrix(body.get(), reduction.stiffness, reduction.count(), SBR_SetGeneralizedStiffness);
+  const std::vector<DeckStep> steps = read_steps(report.model.mesh);
+  const LoadCases loads(report.model, options.loads ? steps : std::vector<DeckStep>{}, {});
+  report.load_cases = static_cast<int>(loads.count());
+  loads.feed_nodes(body.get());
   std::vector<double> rows;
   std::vector<double> values(6 * report.model.nodes.size());
   for (int mode = 0; mode < reduction.count(); ++mode) {
@@ -257,6 +296,7 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
              static_cast<std::size_t>(dofs[r].direction - 1)] = rows[r];
     for (std::size_t i = 0; i < report.model.nodes.size(); ++i)
       require(SBR_SetModeVec(body.get(), mode + 1, report.model.nodes[i].id, 0, &values[6 * i]), "values of a mode");
+    loads.feed_mode(body.get(), mode + 1, values);
   }
   return body;
 }

@@ -31,6 +31,8 @@ struct ImportOptions {
   std::optional<Where> stress;  // default: at the surface, if the results have it
   std::optional<Where> strain;  // default: none
   ShellSide shell_side = ShellSide::top;
+  std::optional<int> step;   // the frequency step whose modes are taken; default: the only one
+  bool loads = true;         // whether static steps become load cases
   std::optional<int> modes;  // the first so many modes; default: all
   std::optional<MatrixFiles> matrices;
   std::optional<int> normal;     // fixed-interface normal modes to be added

@@ -214,7 +214,7 @@ void ResultMap::begin_mode(const ResultSet &set, const Place &place) {
     survey_.modes.push_back({set.eigenvalue, set.generalized_mass, set.hz, place.line});
   } else if (set.mode != last) {
     throw InputError(place, "mode " + std::to_string(last + 1) + " expected, found " + std::to_string(set.mode) +
-                                ": one frequency step with all of its modes is expected");
+                                ": all modes of one frequency step are expected (--step)");
   }
   const auto kind = static_cast<std::size_t>(set.kind);
   if (mode_has_[kind] != 0)
@@ -224,10 +224,15 @@ void ResultMap::begin_mode(const ResultSet &set, const Place &place) {
 
 bool ResultMap::begin_set(const ResultSet &set, const Place &place) {
   if (set.mode > most_modes_) return false;
-  if (receiver_ == nullptr)
-    begin_mode(set, place);
-  else if (!receiver_->wants(set.kind))
+  if (set.mode == 0) {
+    if (set.step != static_step_ || set.kind == ResultKind::displacement) return false;
+    if (receiver_ == nullptr) survey_.state = survey_.state || set.kind == ResultKind::stress;
+  } else if (modal_step_ != 0 && set.step != 0 && set.step != modal_step_) {
     return false;
+  } else if (receiver_ == nullptr) {
+    begin_mode(set, place);
+  }
+  if (receiver_ != nullptr && !receiver_->wants(set.kind)) return false;
   set_ = set;
   ++set_count_;
   return true;

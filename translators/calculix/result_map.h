@@ -22,6 +22,7 @@ struct SurveyedMode {
 // What the results hold, after all of the file has been read and checked once.
 struct Survey {
   std::vector<SurveyedMode> modes;
+  bool state = false;   // stress of the static step
   bool stress = false;  // of each mode
   bool strain = false;
 };
@@ -45,6 +46,12 @@ class ResultMap : private ResultHandler {
   Survey survey(const std::string &path);
   // Reads it again and hands out set after set. One set is held at a time.
   void feed(const std::string &path, ResultReceiver &receiver);
+  // Takes modes of one step only, and stress and strain of the last state of a static step; 0: of no step in particular,
+  // and no state.
+  void choose_steps(int modal, int statics) {
+    modal_step_ = modal;
+    static_step_ = statics;
+  }
   // Whether shells came without their expansion.
   [[nodiscard]] bool missing_rotations() const { return missing_rotations_; }
 
@@ -58,6 +65,7 @@ class ResultMap : private ResultHandler {
     double thickness = 0.0;
   };
 
+  [[nodiscard]] bool wants_statics() const override { return static_step_ != 0; }
   void node(int id, const Vec3 &xyz, const Place &place) override;
   void element(int id, int type, std::span<const int> nodes, const Place &place) override;
   void mesh_done(const Place &place) override;
@@ -81,6 +89,8 @@ class ResultMap : private ResultHandler {
   const Model &model_;
   ShellSide side_;
   int most_modes_;
+  int modal_step_ = 0;
+  int static_step_ = 0;
   ResultReceiver *receiver_ = nullptr;  // null during the survey
   Survey survey_;
   bool missing_rotations_ = false;

@@ -127,25 +127,13 @@ const FaceTable &face_table(Family family) {
 // Adds the area of a face to its nodes, as the mass of a sheet is lumped: all parts are above zero.
 void add_face(const Mesh &mesh, const MeshElement &element, const std::vector<int> &corners,
               std::map<int, double> &areas) {
-  const bool quadratic = element.type->quadratic();
-  const char *names[2][2] = {{"S3", "S6"}, {"S4", "S8"}};
-  const ElementType *sheet = element_type(names[corners.size() == 4 ? 1 : 0][quadratic ? 1 : 0]);
-  const int *ids = mesh.nodes_of(element);
+  const ElementType &sheet = face_type(*element.type, corners.size());
   std::vector<int> nodes;
-  for (const int corner : corners) nodes.push_back(ids[corner]);
-  if (quadratic)
-    for (std::size_t c = 0; c < corners.size(); ++c) {
-      const int a = corners[c];
-      const int b = corners[(c + 1) % corners.size()];
-      const auto &edges = element.type->edges;
-      for (std::size_t e = 0; e < edges.size(); ++e)
-        if ((edges[e][0] == a && edges[e][1] == b) || (edges[e][0] == b && edges[e][1] == a))
-          nodes.push_back(ids[static_cast<std::size_t>(element.type->corners) + e]);
-    }
+  for (const int node : face_nodes(*element.type, corners)) nodes.push_back(mesh.nodes_of(element)[node]);
   std::vector<Vec3> places;
   for (const int id : nodes) places.push_back(place_of(mesh, id));
   Moments unused;
-  const ElementMass mass = lump_mass(*sheet, places, 1.0, 1.0, unused);
+  const ElementMass mass = lump_mass(sheet, places, 1.0, 1.0, unused);
   for (std::size_t i = 0; i < nodes.size(); ++i) areas[nodes[i]] += mass.nodal[i];
 }
 

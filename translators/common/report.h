@@ -37,6 +37,9 @@ struct ImportReport {
   int stress_nodes = 0;
   int strain_nodes = 0;
   bool has_stress = false;
+  int load_cases = 0;
+  bool has_state = false;    // pre-stress of the state that the modes start from
+  bool has_preload = false;  // and its forces
   std::vector<std::string> warnings;
 };
 
