@@ -51,6 +51,14 @@ Card parse_card(const std::string &text, const Place &place) {
   return card;
 }
 
+// Cards that are kept with their data lines, to be worked out when all of the mesh is known.
+bool kept_whole(const std::string &keyword) {
+  static const std::set<std::string> kKept = {"*RIGIDBODY", "*COUPLING", "*KINEMATIC", "*DISTRIBUTING", "*SURFACE",
+                                              "*STEP", "*STATIC", "*FREQUENCY", "*BOUNDARY", "*CLOAD", "*DLOAD",
+                                              "*TEMPERATURE", "*DFLUX", "*CFLUX", "*FILM", "*RADIATE", "*CONTACTPAIR"};
+  return kKept.count(keyword) != 0;
+}
+
 class DeckReader {
  public:
   Mesh read(const std::string &path) {
@@ -127,6 +135,7 @@ void DeckReader::begin_card(const Card &card, const LineReader &reader) {
   finish_element();
   finish_section();
   card_ = card;
+  if (kept_whole(card.keyword)) deck_.cards.push_back({card.keyword, card.parameters, card.place, {}});
   if (card.keyword == "*INCLUDE") {
     const auto found = card.parameters.find("INPUT");
     if (found == card.parameters.end() || found->second.empty())
@@ -193,6 +202,7 @@ void DeckReader::begin_material(const Card &card) {
 }
 
 void DeckReader::data_line(std::string_view line, const Place &place) {
+  if (kept_whole(card_.keyword)) deck_.cards.back().lines.push_back({place, std::string(line)});
   if (card_.keyword == "*NODE") {
     node_line(line, place);
   } else if (card_.keyword == "*ELEMENT") {

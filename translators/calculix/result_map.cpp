@@ -186,8 +186,10 @@ void ResultMap::map_nodes(const Place &place) {
   std::vector<char> expanded(model_.nodes.size(), 0);
   for (const Pair &pair : pairs_) expanded[pair.body] = 1;
   direct_.assign(model_.nodes.size(), -1);
+  for (const ReferenceNode &reference : model_.mesh.references) reference_factors_.push_back(mean_motion(reference));
   for (std::size_t i = 0; i < model_.nodes.size(); ++i) {
     const BodyNode &node = model_.nodes[i];
+    if (node.reference) continue;
     if (node.solid || expanded[i] == 0) {
       direct_[i] = file_position(node.id);
       if (direct_[i] < 0) throw InputError(place, node_text(node.id) + " of the deck is not in the file");
@@ -212,7 +214,7 @@ void ResultMap::begin_mode(const ResultSet &set, const Place &place) {
     survey_.modes.push_back({set.eigenvalue, set.generalized_mass, set.hz, place.line});
   } else if (set.mode != last) {
     throw InputError(place, "mode " + std::to_string(last + 1) + " expected, found " + std::to_string(set.mode) +
-                                ": one frequency step with all of its modes is expected");
+                                ": all modes of one frequency step are expected (--step)");
   }
   const auto kind = static_cast<std::size_t>(set.kind);
   if (mode_has_[kind] != 0)
@@ -222,11 +224,15 @@ void ResultMap::begin_mode(const ResultSet &set, const Place &place) {
 
 bool ResultMap::begin_set(const ResultSet &set, const Place &place) {
   if (set.mode > most_modes_) return false;
-  if (receiver_ == nullptr) {
-    begin_mode(set, place);
+  if (set.mode == 0) {
+    if (set.step != static_step_ || set.kind == ResultKind::displacement) return false;
+    if (receiver_ == nullptr) survey_.state = survey_.state || set.kind == ResultKind::stress;
+  } else if (modal_step_ != 0 && set.step != 0 && set.step != modal_step_) {
     return false;
+  } else if (receiver_ == nullptr) {
+    begin_mode(set, place);
   }
-  if (!receiver_->wants(set.kind)) return false;
+  if (receiver_ == nullptr || !receiver_->wants(set.kind)) return false;
   set_ = set;
   ++set_count_;
   return true;
@@ -284,6 +290,23 @@ void ResultMap::add_side(const Pair &pair, double *six) const {
   }
 }
 
+// The solver's results do not have reference nodes: their motion is that of their members. What a kinematic coupling
+// leaves of it beyond the digits of the file is none of the deck's.
+void ResultMap::add_references(const Place &place) {
+  for (std::size_t r = 0; r < model_.mesh.references.size(); ++r) {
+    const ReferenceNode &reference = model_.mesh.references[r];
+    const ReferenceMotion motion = fit_reference(reference, reference_factors_[r], [&](std::size_t i) {
+      const double *six = &values_[6 * static_cast<std::size_t>(model_.node_position(reference.members[i]))];
+      return Vec3{six[0], six[1], six[2]};
+    });
+    if (!reference.distributing && !(motion.misfit < 1e-4))
+      throw InputError(place, "the nodes of reference " + node_text(reference.node) + " do not move as a rigid body (" +
+                                  show(100.0 * motion.misfit, 3) + " % off): results of another deck?");
+    std::copy(motion.values.begin(), motion.values.end(),
+              &values_[6 * static_cast<std::size_t>(model_.node_position(reference.node))]);
+  }
+}
+
 void ResultMap::end_set(const Place &place) {
   check_complete(place);
   const bool shape = set_.kind == ResultKind::displacement;
@@ -297,6 +320,7 @@ void ResultMap::end_set(const Place &place) {
   }
   for (std::size_t i = 0; i < direct_.size(); ++i)
     if (direct_[i] >= 0) std::copy_n(&raw_[6 * static_cast<std::size_t>(direct_[i])], shape ? 3 : 6, &values_[6 * i]);
+  if (shape) add_references(place);
   receiver_->take(set_, values_);
 }
 

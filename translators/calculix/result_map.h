@@ -22,6 +22,7 @@ struct SurveyedMode {
 // What the results hold, by the heads of their sets.
 struct Survey {
   std::vector<SurveyedMode> modes;
+  bool state = false;   // stress of the static step
   bool stress = false;  // of each mode
   bool strain = false;
 };
@@ -45,6 +46,12 @@ class ResultMap : private ResultHandler {
   Survey survey(const std::string &path);
   // Reads the values and hands out set after set, each complete. One set is held at a time.
   void feed(const std::string &path, ResultReceiver &receiver);
+  // Takes modes of one step only, and stress and strain of the last state of a static step; 0: of no step in particular,
+  // and no state.
+  void choose_steps(int modal, int statics) {
+    modal_step_ = modal;
+    static_step_ = statics;
+  }
   // Whether shells came without their expansion.
   [[nodiscard]] bool missing_rotations() const { return missing_rotations_; }
 
@@ -59,6 +66,7 @@ class ResultMap : private ResultHandler {
   };
 
   [[nodiscard]] bool wants_mesh() const override { return receiver_ == nullptr; }
+  [[nodiscard]] bool wants_statics() const override { return static_step_ != 0; }
   void node(int id, const Vec3 &xyz, const Place &place) override;
   void element(int id, int type, std::span<const int> nodes, const Place &place) override;
   void mesh_done(const Place &place) override;
@@ -76,11 +84,14 @@ class ResultMap : private ResultHandler {
   void begin_mode(const ResultSet &set, const Place &place);
   void check_complete(const Place &place) const;
   [[nodiscard]] bool wanted_node(std::size_t body) const;
+  void add_references(const Place &place);
   void add_side(const Pair &pair, double *six) const;
 
   const Model &model_;
   ShellSide side_;
   int most_modes_;
+  int modal_step_ = 0;
+  int static_step_ = 0;
   ResultReceiver *receiver_ = nullptr;  // null during the survey
   Survey survey_;
   bool missing_rotations_ = false;
@@ -93,6 +104,7 @@ class ResultMap : private ResultHandler {
   std::vector<FileNode> file_nodes_;
   std::vector<int> direct_;  // by body node: position in the file, or -1
   std::vector<Pair> pairs_;  // sorted by body node
+  std::vector<std::vector<double>> reference_factors_;  // by reference node of the model
   std::vector<char> element_seen_;
 
   ResultSet set_;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "common/feeder.h"
+#include "common/reduction.h"
 #include "common/report.h"
 
 namespace sbrtranslate {
@@ -60,6 +61,7 @@ ImporterOption choice(std::string name, const std::vector<std::pair<std::string,
 struct ImportInput {
   std::string path;
   std::optional<UnitLabels> units;  // nothing: the importer's own rule, as its entry tells
+  std::function<void(const ReductionProgress &)> progress = {};
 };
 
 // An importer with the fields that its options are bound to; it owns them, and serves one run.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <map>
 #include <numeric>
 #include <stdexcept>
@@ -44,6 +45,7 @@ class ModelBuilder {
   void add_element_mass(const MeshElement &element);
   void add_faces();
   void mark_surface();
+  void mark_face(const MeshElement &element, std::size_t number);
   void add_interfaces();
   void finish();
   [[nodiscard]] std::size_t body_position(int id) const { return static_cast<std::size_t>(model_.node_position(id)); }
@@ -57,14 +59,18 @@ void ModelBuilder::choose_nodes() {
   const Mesh &mesh = model_.mesh;
   std::vector<char> used(mesh.nodes.size(), 0);
   for (const int id : mesh.connectivity) used[static_cast<std::size_t>(mesh.node_position(id))] = 1;
+  std::vector<char> references(mesh.nodes.size(), 0);
+  for (const ReferenceNode &reference : mesh.references)
+    references[static_cast<std::size_t>(mesh.node_position(reference.node))] = 1;
   for (std::size_t i = 0; i < mesh.nodes.size(); ++i) {
-    if (used[i] == 0) {
+    if (used[i] == 0 && references[i] == 0) {
       model_.left_out.push_back(mesh.nodes[i].id);
       continue;
     }
     BodyNode node;
     node.id = mesh.nodes[i].id;
     node.place = mesh.nodes[i].place;
+    node.reference = used[i] == 0;
     model_.nodes.push_back(node);
   }
 }
@@ -108,6 +114,8 @@ void ModelBuilder::add_masses() {
     for (int i = 1; i < element.type->nodes; ++i) pieces.join(body_position(ids[0]), body_position(ids[i]));
     model_.has_shells = model_.has_shells || element.type->shell();
   }
+  for (const ReferenceNode &reference : model_.mesh.references)
+    for (const int member : reference.members) pieces.join(body_position(reference.node), body_position(member));
   for (std::size_t i = 0; i < model_.nodes.size(); ++i)
     if (pieces.root(i) == i) ++model_.pieces;
   for (const BodyNode &node : model_.nodes) {
@@ -120,6 +128,10 @@ void ModelBuilder::add_masses() {
 }
 
 void ModelBuilder::add_faces() {
+  std::size_t words = 0;
+  for (const MeshElement &element : model_.mesh.elements)
+    for (const auto &face : element.type->faces) words += face.size() + 1;
+  model_.faces.reserve(words);
   for (const MeshElement &element : model_.mesh.elements) {
     const int *ids = model_.mesh.nodes_of(element);
     for (const auto &face : element.type->faces) {
@@ -130,51 +142,61 @@ void ModelBuilder::add_faces() {
   }
 }
 
-// A face of solids that no second element has is on the surface, with its mid-edge nodes. All of a shell is.
+// Marks the nodes of a face as lying on the surface, with its mid-edge nodes.
+void ModelBuilder::mark_face(const MeshElement &element, std::size_t number) {
+  const auto &face = element.type->faces[number];
+  const int *ids = model_.mesh.nodes_of(element);
+  for (const int corner : face) model_.nodes[body_position(ids[corner])].surface = true;
+  for (const int middle : element.type->mid_nodes(face)) model_.nodes[body_position(ids[middle])].surface = true;
+  ++model_.surface_face_count;
+}
+
+// A face of solids that no second element has is on the surface. All of a shell is. The faces are gathered by their
+// least node, so that those of one node only have to be compared.
 void ModelBuilder::mark_surface() {
   struct Face {
     std::array<int, 4> corners;
     std::uint32_t element;
-    std::uint32_t face;
+    std::uint32_t number;
   };
-  std::vector<Face> faces;
   const auto &elements = model_.mesh.elements;
-  for (std::size_t e = 0; e < elements.size(); ++e) {
+  const auto face_of = [&](std::uint32_t e, std::uint32_t f) {
+    Face face{{0, 0, 0, 0}, e, f};
     const int *ids = model_.mesh.nodes_of(elements[e]);
-    const auto &list = elements[e].type->faces;
-    for (std::size_t f = 0; f < list.size(); ++f) {
-      Face face{{0, 0, 0, 0}, static_cast<std::uint32_t>(e), static_cast<std::uint32_t>(f)};
-      for (std::size_t c = 0; c < list[f].size(); ++c) face.corners[c] = ids[list[f][c]];
-      std::sort(face.corners.begin(), face.corners.end());
-      faces.push_back(face);
+    const auto &corners = elements[e].type->faces[f];
+    for (std::size_t c = 0; c < corners.size(); ++c) face.corners[c] = ids[corners[c]];
+    std::sort(face.corners.begin(), face.corners.end(), std::greater<>());
+    return face;
+  };
+  const auto each = [&](const auto &take) {
+    for (std::uint32_t e = 0; e < elements.size(); ++e)
+      for (std::uint32_t f = 0; f < elements[e].type->faces.size(); ++f) {
+        const std::size_t corners = elements[e].type->faces[f].size();
+        take(body_position(face_of(e, f).corners[corners - 1]), e, f);
+      }
+  };
+  std::vector<std::uint32_t> end_of(model_.nodes.size() + 1, 0);
+  each([&](std::size_t node, std::uint32_t, std::uint32_t) { ++end_of[node + 1]; });
+  std::partial_sum(end_of.begin(), end_of.end(), end_of.begin());
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> gathered(end_of.back());
+  each([&](std::size_t node, std::uint32_t e, std::uint32_t f) { gathered[end_of[node]++] = {e, f}; });
+  // Now end_of[node] is where the faces of the node end.
+  std::vector<Face> faces;
+  for (std::size_t node = 0, at = 0; node < model_.nodes.size(); ++node) {
+    faces.clear();
+    for (; at < end_of[node]; ++at) faces.push_back(face_of(gathered[at].first, gathered[at].second));
+    std::stable_sort(faces.begin(), faces.end(), [](const Face &a, const Face &b) { return a.corners < b.corners; });
+    for (std::size_t i = 0, next = 0; i < faces.size(); i = next) {
+      for (next = i + 1; next < faces.size() && faces[next].corners == faces[i].corners;) ++next;
+      const MeshElement &element = elements[faces[i].element];
+      if (next == i + 1 || element.type->shell()) mark_face(element, faces[i].number);
     }
-  }
-  std::sort(faces.begin(), faces.end(), [](const Face &a, const Face &b) { return a.corners < b.corners; });
-  for (std::size_t i = 0; i < faces.size();) {
-    std::size_t end = i + 1;
-    while (end < faces.size() && faces[end].corners == faces[i].corners) ++end;
-    const MeshElement &element = elements[faces[i].element];
-    if (end == i + 1 || element.type->shell()) {
-      const auto &face = element.type->faces[faces[i].face];
-      const int *ids = model_.mesh.nodes_of(element);
-      for (const int corner : face) model_.nodes[body_position(ids[corner])].surface = true;
-      for (const int middle : element.type->mid_nodes(face)) model_.nodes[body_position(ids[middle])].surface = true;
-      ++model_.surface_face_count;
-    }
-    i = end;
   }
 }
 
 void ModelBuilder::add_interfaces() {
   for (const std::string &name : interfaces_) {
-    const auto set = model_.mesh.node_sets.find(upper(name));
-    if (set == model_.mesh.node_sets.end()) {
-      std::string names;
-      for (const auto &[known, members] : model_.mesh.node_sets) names += (names.empty() ? "" : ", ") + known;
-      throw InputError({model_.mesh.files.front(), 0},
-                       "no node set '" + name + "'" + (names.empty() ? "; the deck has none" : "; there are " + names));
-    }
-    for (const int id : set->second) {
+    for (const int id : model_.mesh.node_set(name)) {
       if (model_.node_position(id) < 0)
         throw InputError({model_.mesh.files.front(), 0},
                          "node set '" + name + "' names node " + std::to_string(id) + ", which belongs to no element");
