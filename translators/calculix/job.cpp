@@ -74,7 +74,7 @@ class BodyFeeder : public ResultReceiver {
   bool wants(ResultKind kind) const override { return kind == ResultKind::displacement || where(kind) != Where::none; }
   bool wants_node(ResultKind kind, std::size_t node) const override {
     const BodyNode &at = report_.model.nodes[node];
-    return kind == ResultKind::displacement || (!at.reference && (where(kind) == Where::all || at.surface));
+    return kind == ResultKind::displacement || (!at.reference && !at.line && (where(kind) == Where::all || at.surface));
   }
   void take(const ResultSet &set, const std::vector<double> &values) override {
     if (set.mode == 0) return take_state(set.kind, values);

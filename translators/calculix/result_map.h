@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "calculix/job.h"
+#include "calculix/beam_motion.h"
 #include "calculix/results.h"
 
 namespace sbrtranslate {
@@ -83,6 +84,7 @@ class ResultMap : private ResultHandler {
   void begin_mode(const ResultSet &set, const Place &place);
   void check_complete(const Place &place) const;
   [[nodiscard]] bool wanted_node(std::size_t body) const;
+  void add_beam(const LineElement &line, int type, std::span<const int> nodes, const Place &place);
   void add_references(const Place &place);
   void add_side(const Pair &pair, double *six) const;
 
@@ -104,6 +106,7 @@ class ResultMap : private ResultHandler {
   std::vector<int> direct_;  // by body node: position in the file, or -1
   std::vector<Pair> pairs_;  // sorted by body node
   std::vector<std::vector<double>> reference_factors_;  // by reference node of the model
+  BeamMotion beams_;
   std::vector<char> element_seen_;
 
   ResultSet set_;
