@@ -116,8 +116,7 @@ void print_modes(const ImportReport &report, const Written &written) {
   for (const WrittenMode &mode : written.modes) rigid += mode.rigid ? 1 : 0;
   std::cout << "Modes               " << written.modes.size() << " of " << report.results << ": " << rigid << " rigid, "
             << written.modes.size() - static_cast<std::size_t>(rigid) << " elastic\n";
-  if (report.load_cases > 0)
-    std::cout << "Load cases          " << report.load_cases << ", on nodes and on modes\n";
+  if (report.load_cases > 0) std::cout << "Load cases          " << report.load_cases << ", on nodes and on modes\n";
   if (report.has_state || report.has_preload)
     std::cout << "Start of the modes  a loaded state" << (report.has_state ? ", pre-stress written" : "")
               << (report.has_preload ? ", preload written" : "") << '\n';
@@ -304,7 +303,8 @@ void add_ccx_options(CLI::App &ccx, Request &request) {
   ccx.add_option("--shell-side", options.shell_side, "Side of shells that stress and strain are taken from")
       ->transform(CLI::CheckedTransformer(kSides))
       ->default_str("top");
-  above_zero(ccx.add_option("--step", options.step, "The frequency step whose modes are taken; by default the only one"));
+  above_zero(
+      ccx.add_option("--step", options.step, "The frequency step whose modes are taken; by default the only one"));
   ccx.add_flag("!--no-loads", options.loads, "Leave the loads of the deck's static steps out");
   above_zero(ccx.add_option("--modes", options.modes, "Take the first N modes only"));
   as_list(ccx.add_option("--matrices", request.matrices, "Reduce the solver's matrices instead"))
@@ -313,8 +313,9 @@ void add_ccx_options(CLI::App &ccx, Request &request) {
       ->check(CLI::NonNegativeNumber);
   above_zero(ccx.add_option("--max-hz", options.max_hz, "With --matrices: add the normal modes up to this frequency"))
       ->type_name("HZ");
-  above_zero(ccx.add_option("--interface-modes", options.interface_modes,
-                            "With --matrices: N eigenmodes of the condensed interface instead of its constraint modes"));
+  above_zero(
+      ccx.add_option("--interface-modes", options.interface_modes,
+                     "With --matrices: N eigenmodes of the condensed interface instead of its constraint modes"));
   as_list(ccx.add_option("--residual-attachment", options.attachments,
                          "With --matrices: node sets whose nodes get residual modes for unit forces"))
       ->type_name("SET,...");

@@ -96,15 +96,15 @@ const std::vector<Page> &pages() {
        "The deck is read with its results JOB.frd and JOB.dat, plain or packed. With --matrices the solver's own mass "
        "and stiffness matrices are reduced to the interface nodes instead, with fixed-interface normal modes.\n"
        "\n"
-       "The reduction tells the effective mass of each mode with the interface held; what the modes lack in sum, residual "
+       "The reduction tells the effective mass of each mode with the interface held; what the modes lack in sum, "
+       "residual "
        "inertia modes add. With --mac it compares its free modes with those of the full matrices.",
        {{"sbr import ccx rod.inp --frd rod.frd.gz -o rod.sbr --interface LEFT,RIGHT --stress all",
          "Results that stand elsewhere, stress at all nodes."},
         {"sbr import ccx rod.inp --matrices rod.mas,rod.sti,rod.dof --normal 10 --interface LEFT -o rod.sbr",
          "A reduction with 10 normal modes."},
-        {"sbr import ccx rod.inp --matrices rod.mas,rod.sti,rod.dof --normal 10 --interface LEFT,RIGHT "
-         "--interface-modes 12 --residual-inertia --mac 8 -o rod.sbr",
-         "The same with few modes for large interfaces, and a comparison."}}},
+        {"sbr import ccx rod.inp --matrices M,K,D --normal 10 --interface LEFT --interface-modes 9 --mac 8 -o rod.sbr",
+         "The same with few modes for a large interface, and a comparison."}}},
       {"db",
        "The database library Qsrv_22_2 is looked for in KTX_USER_PLUGIN_DIR; without that variable the store that "
        "comes "

@@ -11,8 +11,8 @@
 
 namespace sbrtranslate {
 
-// Whether a type of the results file is what the solver makes of a beam of so many nodes, and which of the solid's nodes
-// stand around node `end` of the beam.
+// Whether a type of the results file is what the solver makes of a beam of so many nodes, and which of the solid's
+// nodes stand around node `end` of the beam.
 bool is_beam_expansion(int file_type, std::size_t beam_nodes);
 std::span<const int> section_nodes(std::size_t beam_nodes, std::size_t end);
 
@@ -59,8 +59,7 @@ void BeamMotion::prepare(const Position &position, const PlaceOf &place_of, cons
     fit.reference.place = body_places[body];
     for (const int node : nodes) {
       const int at = position(node);
-      if (at < 0)
-        throw InputError(file, "node " + std::to_string(node) + " of a beam's section is not in the file");
+      if (at < 0) throw InputError(file, "node " + std::to_string(node) + " of a beam's section is not in the file");
       fit.positions.push_back(at);
       fit.reference.members.push_back(node);
       fit.reference.member_places.push_back(place_of(at));

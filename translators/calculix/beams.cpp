@@ -177,10 +177,10 @@ void LineReaderOfDeck::check(const LineElement &line) const {
 
 std::optional<LineType> line_type(std::string_view name) {
   static const std::map<std::string, LineType, std::less<>> kTypes = {
-      {"MASS", {Kind::mass, 1}},       {"SPRINGA", {Kind::spring, 2}},   {"SPRING1", {Kind::spring, 1}},
-      {"SPRING2", {Kind::spring, 2}},  {"DASHPOTA", {Kind::dashpot, 2}}, {"T3D2", {Kind::truss, 2}},
-      {"T3D3", {Kind::truss, 3}},      {"B31", {Kind::beam, 2}},         {"B31R", {Kind::beam, 2}},
-      {"B32", {Kind::beam, 3}},        {"B32R", {Kind::beam, 3}}};
+      {"MASS", {Kind::mass, 1}},      {"SPRINGA", {Kind::spring, 2}},   {"SPRING1", {Kind::spring, 1}},
+      {"SPRING2", {Kind::spring, 2}}, {"DASHPOTA", {Kind::dashpot, 2}}, {"T3D2", {Kind::truss, 2}},
+      {"T3D3", {Kind::truss, 3}},     {"B31", {Kind::beam, 2}},         {"B31R", {Kind::beam, 2}},
+      {"B32", {Kind::beam, 3}},       {"B32R", {Kind::beam, 3}}};
   const auto found = kTypes.find(name);
   if (found == kTypes.end()) return std::nullopt;
   return found->second;

@@ -1,11 +1,11 @@
 #include "calculix/deck.h"
 
-#include "calculix/beams.h"
-
 #include <algorithm>
 #include <filesystem>
 #include <optional>
 #include <set>
+
+#include "calculix/beams.h"
 
 namespace sbrtranslate {
 namespace {
@@ -56,10 +56,10 @@ Card parse_card(const std::string &text, const Place &place) {
 // Cards that are kept with their data lines, to be worked out when all of the mesh is known.
 bool kept_whole(const Card &card) {
   if (card.keyword == "*ELEMENT") return line_type(squeeze(card.value("TYPE"))).has_value();
-  static const std::set<std::string> kKept = {"*RIGIDBODY", "*COUPLING", "*KINEMATIC", "*DISTRIBUTING", "*SURFACE",
-                                              "*STEP", "*STATIC", "*FREQUENCY", "*BOUNDARY", "*CLOAD", "*DLOAD",
-                                              "*TEMPERATURE", "*DFLUX", "*CFLUX", "*FILM", "*RADIATE", "*CONTACTPAIR",
-                                              "*MASS", "*BEAMSECTION", "*SOLIDSECTION"};
+  static const std::set<std::string> kKept = {
+      "*RIGIDBODY", "*COUPLING", "*KINEMATIC",   "*DISTRIBUTING", "*SURFACE",     "*STEP",        "*STATIC",
+      "*FREQUENCY", "*BOUNDARY", "*CLOAD",       "*DLOAD",        "*TEMPERATURE", "*DFLUX",       "*CFLUX",
+      "*FILM",      "*RADIATE",  "*CONTACTPAIR", "*MASS",         "*BEAMSECTION", "*SOLIDSECTION"};
   return kKept.count(card.keyword) != 0;
 }
 
@@ -112,8 +112,8 @@ class DeckReader {
   Card card_;
   std::vector<std::filesystem::path> open_files_;
   std::set<int> line_elements_;  // numbers of elements without a surface
-  std::string material_;      // the material that *DENSITY belongs to
-  std::vector<int> element_;  // what has come of an element that runs over lines
+  std::string material_;         // the material that *DENSITY belongs to
+  std::vector<int> element_;     // what has come of an element that runs over lines
   Place element_place_;
   bool heading_done_ = false;
 };
@@ -161,8 +161,7 @@ void DeckReader::begin_card(const Card &card, const LineReader &reader) {
     card_ = Card();
   } else if (card.keyword == "*ELEMENT") {
     begin_elements(card);
-  } else if (card.keyword == "*SOLIDSECTION" || card.keyword == "*SHELLSECTION" ||
-             card.keyword == "*MEMBRANESECTION") {
+  } else if (card.keyword == "*SOLIDSECTION" || card.keyword == "*SHELLSECTION" || card.keyword == "*MEMBRANESECTION") {
     begin_section(card);
   } else if (card.keyword == "*MATERIAL" || card.keyword == "*DENSITY") {
     begin_material(card);
@@ -184,10 +183,11 @@ void DeckReader::begin_elements(const Card &card) {
     return;
   }
   if (element_type(name) == nullptr)
-    throw InputError(card.place, "element type " + name +
-                                     " is not supported (solids C3D4, C3D6, C3D8, C3D8R, C3D8I, "
-                                     "C3D10, C3D15, C3D20, C3D20R; shells S3, S4, S4R, S6, S8, S8R; membranes M3D3 to M3D8R; MASS, "
-                                     "SPRINGA, SPRING1, SPRING2, DASHPOTA, T3D2, T3D3, B31, B31R, B32, B32R)");
+    throw InputError(card.place,
+                     "element type " + name +
+                         " is not supported (solids C3D4, C3D6, C3D8, C3D8R, C3D8I, "
+                         "C3D10, C3D15, C3D20, C3D20R; shells S3, S4, S4R, S6, S8, S8R; membranes M3D3 to M3D8R; MASS, "
+                         "SPRINGA, SPRING1, SPRING2, DASHPOTA, T3D2, T3D3, B31, B31R, B32, B32R)");
   if (card.has("ELSET")) deck_.element_sets[card.value("ELSET")];
 }
 
@@ -346,7 +346,8 @@ void DeckReader::thickness_line(std::string_view line, const Place &place) {
 }
 
 void DeckReader::finish_section() {
-  if ((card_.keyword == "*SHELLSECTION" || card_.keyword == "*MEMBRANESECTION") && !(deck_.sections.back().thickness > 0.0))
+  if ((card_.keyword == "*SHELLSECTION" || card_.keyword == "*MEMBRANESECTION") &&
+      !(deck_.sections.back().thickness > 0.0))
     throw InputError(card_.place, "shell section without a thickness");
   if (card_.keyword == "*DENSITY" && !deck_.materials[material_].has_density)
     throw InputError(card_.place, "*DENSITY without a value");
@@ -376,7 +377,8 @@ void DeckReader::sort_deck() {
       throw InputError(deck_.place_of(elements[i]), "element " + std::to_string(elements[i].id) + " comes twice");
   for (auto &[name, set] : deck_.node_sets) unite(set);
   for (auto &[name, set] : deck_.element_sets) unite(set);
-  if (elements.empty() && line_elements_.empty()) throw InputError({deck_.files.front(), 0}, "the deck has no elements");
+  if (elements.empty() && line_elements_.empty())
+    throw InputError({deck_.files.front(), 0}, "the deck has no elements");
 }
 
 void DeckReader::check_element(const MeshElement &element) const {

@@ -138,7 +138,8 @@ void tell_state(const StepChoice &choice, const Survey &survey, const LoadCases 
     report.warnings.push_back("the frequency step releases supports of " + step +
                               ", whose forces are not known: the record gets no preload");
   if (choice.state->nonlinear)
-    report.warnings.push_back(step + " is nonlinear: the record's coordinates are those before it has deformed the body");
+    report.warnings.push_back(step +
+                              " is nonlinear: the record's coordinates are those before it has deformed the body");
 }
 
 BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
@@ -194,11 +195,11 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
 
 // Rows of the interface, after a check that the rows fit the mesh.
 struct HeldRows {
-  std::vector<char> held;    // by row
+  std::vector<char> held;      // by row
   std::ptrdiff_t missing = 0;  // degrees of freedom of nodes that have no row
 };
 HeldRows held_rows(const std::vector<Dof> &dofs, const Model &model, const std::string &file,
-                            std::vector<std::string> &warnings) {
+                   std::vector<std::string> &warnings) {
   std::vector<char> held(dofs.size(), 0);
   std::vector<char> present(6 * model.nodes.size(), 0);
   for (std::size_t r = 0; r < dofs.size(); ++r) {
@@ -249,8 +250,8 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
     throw std::invalid_argument("matrices need interface nodes; name their node sets");
   std::string dat;
   for (const EigenRow &row : eigenvalues_of(options, dat)) report.full_model_hz.push_back(row.hz);
-  const CoupledRows coupled = couple_rows(read_dofs(files.dofs), report.model.mesh,
-                                          read_references(report.model.mesh), files.dofs);
+  const CoupledRows coupled =
+      couple_rows(read_dofs(files.dofs), report.model.mesh, read_references(report.model.mesh), files.dofs);
   const std::vector<Dof> &dofs = coupled.dofs;
   const HeldRows interface = held_rows(dofs, report.model, files.dofs, report.warnings);
   const std::vector<char> &held = interface.held;
@@ -272,14 +273,13 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   report.constraint_modes = reduction.constraint_modes;
   report.normal_modes = reduction.normal_modes;
 
-  BodyHandle body =
-      create_body(report.model, report.units, "CalculiX", reduction.count(), options.deck,
-                  {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) +
-                       (options.interface_modes ? " interface, " : " constraint, ") +
-                       std::to_string(reduction.normal_modes) + " normal" +
-                       (reduction.residual_modes > 0 ? ", " + std::to_string(reduction.residual_modes) + " residual"
-                                                     : ""),
-                   "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
+  BodyHandle body = create_body(
+      report.model, report.units, "CalculiX", reduction.count(), options.deck,
+      {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) +
+           (options.interface_modes ? " interface, " : " constraint, ") + std::to_string(reduction.normal_modes) +
+           " normal" +
+           (reduction.residual_modes > 0 ? ", " + std::to_string(reduction.residual_modes) + " residual" : ""),
+       "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
   feed_matrix(body.get(), reduction.mass, reduction.count(), SBR_SetGeneralizedMass);
   feed_matrix(body.get(), reduction.stiffness, reduction.count(), SBR_SetGeneralizedStiffness);
   const std::vector<DeckStep> steps = read_steps(report.model.mesh);
@@ -301,8 +301,8 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   return body;
 }
 
-// Interfaces may also be named by the number of a node or by the name of a coupling. A reference node belongs to the body
-// when it is an interface; in matrices those of kinematic couplings always do, since other nodes follow them.
+// Interfaces may also be named by the number of a node or by the name of a coupling. A reference node belongs to the
+// body when it is an interface; in matrices those of kinematic couplings always do, since other nodes follow them.
 void take_references(Mesh &mesh, const ImportOptions &options) {
   std::vector<ReferenceNode> all = read_references(mesh);
   std::vector<int> chosen;

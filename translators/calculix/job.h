@@ -35,8 +35,8 @@ struct ImportOptions {
   bool loads = true;         // whether static steps become load cases
   std::optional<int> modes;  // the first so many modes; default: all
   std::optional<MatrixFiles> matrices;
-  std::optional<int> normal;     // fixed-interface normal modes to be added
-  std::optional<double> max_hz;  // or all of them up to a frequency
+  std::optional<int> normal;             // fixed-interface normal modes to be added
+  std::optional<double> max_hz;          // or all of them up to a frequency
   std::optional<int> interface_modes;    // in the place of the constraint modes
   std::vector<std::string> attachments;  // node sets with residual attachment modes
   bool residual_inertia = false;         // residual modes of rigid accelerations

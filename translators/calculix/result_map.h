@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "calculix/job.h"
 #include "calculix/beam_motion.h"
+#include "calculix/job.h"
 #include "calculix/results.h"
 
 namespace sbrtranslate {
@@ -47,8 +47,8 @@ class ResultMap : private ResultHandler {
   Survey survey(const std::string &path);
   // Reads it again and hands out set after set. One set is held at a time.
   void feed(const std::string &path, ResultReceiver &receiver);
-  // Takes modes of one step only, and stress and strain of the last state of a static step; 0: of no step in particular,
-  // and no state.
+  // Takes modes of one step only, and stress and strain of the last state of a static step; 0: of no step in
+  // particular, and no state.
   void choose_steps(int modal, int statics) {
     modal_step_ = modal;
     static_step_ = statics;
@@ -103,8 +103,8 @@ class ResultMap : private ResultHandler {
     long line = 0;
   };
   std::vector<FileNode> file_nodes_;
-  std::vector<int> direct_;  // by body node: position in the file, or -1
-  std::vector<Pair> pairs_;  // sorted by body node
+  std::vector<int> direct_;                             // by body node: position in the file, or -1
+  std::vector<Pair> pairs_;                             // sorted by body node
   std::vector<std::vector<double>> reference_factors_;  // by reference node of the model
   BeamMotion beams_;
   std::vector<char> element_seen_;

@@ -62,7 +62,8 @@ struct Mesh {
     return {files[static_cast<std::size_t>(element.file)], element.line};
   }
   [[nodiscard]] const int *nodes_of(const MeshElement &element) const { return &connectivity[element.first_node]; }
-  // The members of a node set, ascending. Throws InputError, with the sets that there are, when there is none of this name.
+  // The members of a node set, ascending. Throws InputError, with the sets that there are, when there is none of this
+  // name.
   [[nodiscard]] const std::vector<int> &node_set(const std::string &name) const;
   // The position of a node or an element by its ID, or -1.
   [[nodiscard]] int node_position(int id) const;

@@ -20,7 +20,7 @@ struct BodyNode {
   bool surface = false;             // lies on the outside of the body
   bool line = false;                // belongs to trusses and beams alone
   bool has_inertia = false;
-  bool reference = false;           // stands for the motion of other nodes and belongs to no element
+  bool reference = false;  // stands for the motion of other nodes and belongs to no element
 };
 
 struct Model {
