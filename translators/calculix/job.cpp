@@ -149,7 +149,7 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
   ResultMap map(report.model, options.shell_side, options.modes);
   const std::vector<DeckStep> steps = read_steps(report.model.mesh);
   const StepChoice choice = choose_step(report.model.mesh, steps, options.step);
-  const LoadCases loads(report.model, options.loads ? steps : std::vector<DeckStep>{}, choice);
+  const LoadCases loads(report.model, options.no_loads ? std::vector<DeckStep>{} : steps, choice);
   map.choose_steps(choice.modal != nullptr ? choice.modal->number : 0,
                    choice.state != nullptr ? choice.state->number : 0);
   const Survey survey = map.survey(*frd);
@@ -227,7 +227,7 @@ void fill_request(ReductionRequest &request, const ImportOptions &options, const
     throw std::invalid_argument("residual inertia modes need a body without supports");
   request.residual_inertia = options.residual_inertia;
   request.interface_modes = options.interface_modes;
-  request.free_modes = options.free_modes;
+  request.free_modes = options.free_modes.value_or(0);
   request.progress = options.progress;
   for (const std::string &name : options.attachments) {
     const std::vector<int> &set = model.mesh.node_set(name);
@@ -283,7 +283,7 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   feed_matrix(body.get(), reduction.mass, reduction.count(), SBR_SetGeneralizedMass);
   feed_matrix(body.get(), reduction.stiffness, reduction.count(), SBR_SetGeneralizedStiffness);
   const std::vector<DeckStep> steps = read_steps(report.model.mesh);
-  const LoadCases loads(report.model, options.loads ? steps : std::vector<DeckStep>{}, {});
+  const LoadCases loads(report.model, options.no_loads ? std::vector<DeckStep>{} : steps, {});
   report.load_cases = static_cast<int>(loads.count());
   loads.feed_nodes(body.get());
   std::vector<double> rows;

@@ -14,7 +14,6 @@
 
 namespace sbrtranslate {
 
-enum class Where { none, surface, all };
 // Which side of a shell's expanded results its stress and strain are taken from.
 enum class ShellSide { top, middle, bottom };
 
@@ -32,7 +31,7 @@ struct ImportOptions {
   std::optional<Where> strain;  // default: none
   ShellSide shell_side = ShellSide::top;
   std::optional<int> step;   // the frequency step whose modes are taken; default: the only one
-  bool loads = true;         // whether static steps become load cases
+  bool no_loads = false;     // leaves the loads of static steps out
   std::optional<int> modes;  // the first so many modes; default: all
   std::optional<MatrixFiles> matrices;
   std::optional<int> normal;             // fixed-interface normal modes to be added
@@ -40,7 +39,7 @@ struct ImportOptions {
   std::optional<int> interface_modes;    // in the place of the constraint modes
   std::vector<std::string> attachments;  // node sets with residual attachment modes
   bool residual_inertia = false;         // residual modes of rigid accelerations
-  int free_modes = 0;                    // of the full matrices, to be compared with
+  std::optional<int> free_modes;         // of the full matrices, to be compared with
   std::function<void(const ReductionProgress &)> progress;
 };
 

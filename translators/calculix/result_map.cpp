@@ -255,7 +255,7 @@ bool ResultMap::begin_set(const ResultSet &set, const Place &place) {
   } else if (receiver_ == nullptr) {
     begin_mode(set, place);
   }
-  if (receiver_ != nullptr && !receiver_->wants(set.kind)) return false;
+  if (receiver_ == nullptr || !receiver_->wants(set.kind)) return false;
   set_ = set;
   ++set_count_;
   return true;
@@ -333,7 +333,6 @@ void ResultMap::add_references(const Place &place) {
 
 void ResultMap::end_set(const Place &place) {
   check_complete(place);
-  if (receiver_ == nullptr) return;
   const bool shape = set_.kind == ResultKind::displacement;
   std::fill(values_.begin(), values_.end(), 0.0);
   for (std::size_t i = 0; i < pairs_.size();) {

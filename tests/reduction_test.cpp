@@ -1,11 +1,11 @@
 // Reductions of a chain of equal masses and springs, whose eigenvalues and static answers are known in closed form;
 // with the interface as it is, as interface modes, as a row that others follow, and with residual modes.
+#include "common/reduction.h"
+
 #include <gmock/gmock.h>
 
 #include <cmath>
 #include <numbers>
-
-#include "common/reduction.h"
 
 namespace sbrtest {
 namespace {
