@@ -326,6 +326,8 @@ def check_refusals(folder):
         (steps.replace("140, 2, 1000.", "140, 5, 1000."), "steps", "a moment on a node"),
         (steps.replace("140, 2, 1000.", "140, 2, much"), "steps", "a force expected"),
     )
+    with open(model("truss.inp"), encoding="ascii") as file:
+        cases += ((file.read(), "truss", "moves in ways that nodes do not show"),)
     for number, (text, frd, words) in enumerate(cases):
         path = os.path.join(folder, "bad%d.inp" % number)
         with open(path, "w", encoding="ascii") as file:

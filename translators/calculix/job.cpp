@@ -65,6 +65,12 @@ double von_mises(const double *s) {
                    3.0 * (s[3] * s[3] + s[4] * s[4] + s[5] * s[5]));
 }
 
+// What a node's inertia adds to a generalized mass: theta^t J theta.
+double turning_mass(const std::array<double, 6> &j, const double *t) {
+  return j[0] * t[0] * t[0] + j[1] * t[1] * t[1] + j[2] * t[2] * t[2] +
+         2.0 * (j[3] * t[0] * t[1] + j[4] * t[0] * t[2] + j[5] * t[1] * t[2]);
+}
+
 // Takes each set of nodal values into the body and the report.
 class BodyFeeder : public ResultReceiver {
  public:
@@ -93,6 +99,8 @@ class BodyFeeder : public ResultReceiver {
     if (set.kind != ResultKind::displacement) return;
     loads_.feed_mode(body_, set.mode, values);
     fit_.judge([&](std::size_t i) { return Vec3{values[6 * i], values[6 * i + 1], values[6 * i + 2]}; }, mode);
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+      if (nodes[i].has_inertia) mode.lumped_mass += turning_mass(nodes[i].inertia, &values[6 * i + 3]);
   }
 
  private:
@@ -142,6 +150,23 @@ void tell_state(const StepChoice &choice, const Survey &survey, const LoadCases 
                               " is nonlinear: the record's coordinates are those before it has deformed the body");
 }
 
+// The solver makes solids of trusses and beams and ties them in joints of its own. Where the nodes of the deck do not
+// hold what moves, a record of them would be wrong.
+void check_lines(const ImportReport &report, const Survey &survey) {
+  const auto &lines = report.model.mesh.lines;
+  const auto line =
+      std::find_if(lines.begin(), lines.end(), [](const LineElement &element) { return element.carries(); });
+  if (line == lines.end()) return;
+  for (std::size_t i = 0; i < report.modes.size(); ++i) {
+    const double ratio = report.modes[i].lumped_mass / survey.modes[i].generalized_mass;
+    if (!(ratio > 0.2 && ratio < 5.0))
+      throw InputError(line->place, "mode " + std::to_string(report.modes[i].number) + " has " + show(ratio, 3) +
+                                        " of its generalized mass at the nodes of trusses and beams: what the solver "
+                                        "makes of them moves in ways that nodes do not show (trusses; B31R has no "
+                                        "inertia about itself). Take B32R, or fewer modes (--modes)");
+  }
+}
+
 BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
   const auto frd = options.frd ? options.frd : beside(options.deck, ".frd");
   if (!frd) throw InputError({options.deck, 0}, "no .frd or .frd.gz file beside the deck; name it with --frd");
@@ -184,6 +209,7 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
   loads.feed_nodes(body.get());
   BodyFeeder feeder(body.get(), report, loads, stress, strain);
   map.feed(*frd, feeder);
+  check_lines(report, survey);
   if (map.missing_rotations())
     report.warnings.push_back("the results hold the shells in two dimensions: their rotations are not known and are 0");
   report.stress_nodes = SBR_ModeNodeCount(body.get(), 1);

@@ -9,6 +9,7 @@ steps       the beam clamped at one end: a static step with forces, pressure and
             state, and one without it; the static step also has the nodal forces (RF)
 springs     the free beam with point masses and springs
 pipe        a straight pipe of quadratic beam elements
+truss       a tetrahedron of trusses: the solver makes solids of them, whose motion the nodes do not show
 """
 import gzip
 import os
@@ -141,6 +142,12 @@ def pipe(elements=6, length=300.0):
     return text + "*BEAM SECTION, ELSET=EALL, MATERIAL=STEEL, SECTION=PIPE\n8., 2.\n0., 1., 0.\n"
 
 
+def truss():
+    text = "*NODE\n1, 0., 0., 0.\n2, 100., 0., 0.\n3, 50., 80., 0.\n4, 50., 30., 70.\n"
+    text += "*ELEMENT, TYPE=T3D2, ELSET=EALL\n1, 1, 2\n2, 2, 3\n3, 3, 1\n4, 1, 4\n5, 2, 4\n6, 3, 4\n" + STEEL
+    return text + "*SOLID SECTION, ELSET=EALL, MATERIAL=STEEL\n12.\n"
+
+
 DECKS = {
     "rigid": box() + RIGID + frequency(14, PRINT),
     "kinematic": box() + couplings("*KINEMATIC\n1, 3") + frequency(14),
@@ -149,6 +156,7 @@ DECKS = {
     "steps": box() + STEPS,
     "springs": box() + SPRINGS + frequency(12),
     "pipe": pipe() + frequency(12),
+    "truss": truss() + frequency(8),
 }
 
 
