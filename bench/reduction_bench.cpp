@@ -1,5 +1,5 @@
-// Craig and Bampton's reduction of a block of trilinear bricks, free in space: the whole against the factorization of its
-// interior stiffness in the same run. The first argument of the case is the number of degrees of freedom to be had.
+// Craig and Bampton's reduction of a block of trilinear bricks, free in space: the whole against the factorization of
+// its interior stiffness in the same run. The first argument of the case is the number of degrees of freedom to be had.
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
 
@@ -145,9 +145,9 @@ void Reduce(benchmark::State &state) {
     state.counters["peak_MB"] = static_cast<double>(usage.ru_maxrss) / 1024.0;
     state.counters["first_hz"] = reduction.normal_hz.front();
     state.counters["rigid_residual"] = reduction.rigid_residual;
-    state.counters["ratio"] = (cost.reading + cost.analysis + cost.factorization + cost.normal + cost.constraint +
-                               cost.products) /
-                              cost.factorization;
+    state.counters["factorize_cpu_s"] = cost.factorization_cpu;
+    state.counters["cpu_s"] = cost.cpu;
+    state.counters["ratio"] = cost.cpu / cost.factorization_cpu;
   }
 }
 BENCHMARK(Reduce)->Arg(20000)->Arg(100000)->Arg(500000)->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();

@@ -63,7 +63,8 @@ void Coupler::name_rotations(const std::vector<ReferenceNode> &all) {
     int node = reference.rotation_node;
     if (node == 0) {
       if (next == made.size())
-        throw InputError({file_, 0}, text(reference) + " has no rows for its rotations: are the rows those of the deck?");
+        throw InputError({file_, 0},
+                         text(reference) + " has no rows for its rotations: are the rows those of the deck?");
       node = made[next++];
     }
     for (int d = 1; d <= 3; ++d) {
@@ -91,10 +92,10 @@ void Coupler::follow(const ReferenceNode &reference) {
       const int direction = static_cast<int>(k) + 1;
       int row = row_of(reference.members[i], direction);
       if ((row >= 0) == has_rows)
-        throw InputError({file_, row + 1}, "node " + std::to_string(reference.members[i]) + ", direction " +
-                                               std::to_string(direction) +
-                                               (has_rows ? ", has a row although it follows " : ", has no row, nor has ") +
-                                               text(reference));
+        throw InputError({file_, row + 1},
+                         "node " + std::to_string(reference.members[i]) + ", direction " + std::to_string(direction) +
+                             (has_rows ? ", has a row although it follows " : ", has no row, nor has ") +
+                             text(reference));
       if (row < 0) row = append(reference.members[i], direction);
       DependentRow dependent{row, {{row_of(reference.node, direction), 1.0}}};
       for (std::size_t j = 0; j < 3; ++j) {

@@ -65,6 +65,12 @@ double von_mises(const double *s) {
                    3.0 * (s[3] * s[3] + s[4] * s[4] + s[5] * s[5]));
 }
 
+// What a node's inertia adds to a generalized mass: theta^t J theta.
+double turning_mass(const std::array<double, 6> &j, const double *t) {
+  return j[0] * t[0] * t[0] + j[1] * t[1] * t[1] + j[2] * t[2] * t[2] +
+         2.0 * (j[3] * t[0] * t[1] + j[4] * t[0] * t[2] + j[5] * t[1] * t[2]);
+}
+
 // Takes each set of nodal values into the body and the report.
 class BodyFeeder : public ResultReceiver {
  public:
@@ -74,7 +80,7 @@ class BodyFeeder : public ResultReceiver {
   bool wants(ResultKind kind) const override { return kind == ResultKind::displacement || where(kind) != Where::none; }
   bool wants_node(ResultKind kind, std::size_t node) const override {
     const BodyNode &at = report_.model.nodes[node];
-    return kind == ResultKind::displacement || (!at.reference && (where(kind) == Where::all || at.surface));
+    return kind == ResultKind::displacement || (!at.reference && !at.line && (where(kind) == Where::all || at.surface));
   }
   void take(const ResultSet &set, const std::vector<double> &values) override {
     if (set.mode == 0) return take_state(set.kind, values);
@@ -93,6 +99,8 @@ class BodyFeeder : public ResultReceiver {
     if (set.kind != ResultKind::displacement) return;
     loads_.feed_mode(body_, set.mode, values);
     fit_.judge([&](std::size_t i) { return Vec3{values[6 * i], values[6 * i + 1], values[6 * i + 2]}; }, mode);
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+      if (nodes[i].has_inertia) mode.lumped_mass += turning_mass(nodes[i].inertia, &values[6 * i + 3]);
   }
 
  private:
@@ -138,7 +146,25 @@ void tell_state(const StepChoice &choice, const Survey &survey, const LoadCases 
     report.warnings.push_back("the frequency step releases supports of " + step +
                               ", whose forces are not known: the record gets no preload");
   if (choice.state->nonlinear)
-    report.warnings.push_back(step + " is nonlinear: the record's coordinates are those before it has deformed the body");
+    report.warnings.push_back(step +
+                              " is nonlinear: the record's coordinates are those before it has deformed the body");
+}
+
+// The solver makes solids of trusses and beams and ties them in joints of its own. Where the nodes of the deck do not
+// hold what moves, a record of them would be wrong.
+void check_lines(const ImportReport &report, const Survey &survey) {
+  const auto &lines = report.model.mesh.lines;
+  const auto line =
+      std::find_if(lines.begin(), lines.end(), [](const LineElement &element) { return element.carries(); });
+  if (line == lines.end()) return;
+  for (std::size_t i = 0; i < report.modes.size(); ++i) {
+    const double ratio = report.modes[i].lumped_mass / survey.modes[i].generalized_mass;
+    if (!(ratio > 0.2 && ratio < 5.0))
+      throw InputError(line->place, "mode " + std::to_string(report.modes[i].number) + " has " + show(ratio, 3) +
+                                        " of its generalized mass at the nodes of trusses and beams: what the solver "
+                                        "makes of them moves in ways that nodes do not show (trusses; B31R has no "
+                                        "inertia about itself). Take B32R, or fewer modes (--modes)");
+  }
 }
 
 BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
@@ -148,7 +174,7 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
   ResultMap map(report.model, options.shell_side, options.modes);
   const std::vector<DeckStep> steps = read_steps(report.model.mesh);
   const StepChoice choice = choose_step(report.model.mesh, steps, options.step);
-  const LoadCases loads(report.model, options.loads ? steps : std::vector<DeckStep>{}, choice);
+  const LoadCases loads(report.model, options.no_loads ? std::vector<DeckStep>{} : steps, choice);
   map.choose_steps(choice.modal != nullptr ? choice.modal->number : 0,
                    choice.state != nullptr ? choice.state->number : 0);
   const Survey survey = map.survey(*frd);
@@ -183,6 +209,7 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
   loads.feed_nodes(body.get());
   BodyFeeder feeder(body.get(), report, loads, stress, strain);
   map.feed(*frd, feeder);
+  check_lines(report, survey);
   if (map.missing_rotations())
     report.warnings.push_back("the results hold the shells in two dimensions: their rotations are not known and are 0");
   report.stress_nodes = SBR_ModeNodeCount(body.get(), 1);
@@ -194,11 +221,11 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
 
 // Rows of the interface, after a check that the rows fit the mesh.
 struct HeldRows {
-  std::vector<char> held;    // by row
+  std::vector<char> held;      // by row
   std::ptrdiff_t missing = 0;  // degrees of freedom of nodes that have no row
 };
 HeldRows held_rows(const std::vector<Dof> &dofs, const Model &model, const std::string &file,
-                            std::vector<std::string> &warnings) {
+                   std::vector<std::string> &warnings) {
   std::vector<char> held(dofs.size(), 0);
   std::vector<char> present(6 * model.nodes.size(), 0);
   for (std::size_t r = 0; r < dofs.size(); ++r) {
@@ -226,7 +253,7 @@ void fill_request(ReductionRequest &request, const ImportOptions &options, const
     throw std::invalid_argument("residual inertia modes need a body without supports");
   request.residual_inertia = options.residual_inertia;
   request.interface_modes = options.interface_modes;
-  request.free_modes = options.free_modes;
+  request.free_modes = options.free_modes.value_or(0);
   request.progress = options.progress;
   for (const std::string &name : options.attachments) {
     const std::vector<int> &set = model.mesh.node_set(name);
@@ -249,8 +276,8 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
     throw std::invalid_argument("matrices need interface nodes; name their node sets");
   std::string dat;
   for (const EigenRow &row : eigenvalues_of(options, dat)) report.full_model_hz.push_back(row.hz);
-  const CoupledRows coupled = couple_rows(read_dofs(files.dofs), report.model.mesh,
-                                          read_references(report.model.mesh), files.dofs);
+  const CoupledRows coupled =
+      couple_rows(read_dofs(files.dofs), report.model.mesh, read_references(report.model.mesh), files.dofs);
   const std::vector<Dof> &dofs = coupled.dofs;
   const HeldRows interface = held_rows(dofs, report.model, files.dofs, report.warnings);
   const std::vector<char> &held = interface.held;
@@ -272,18 +299,17 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   report.constraint_modes = reduction.constraint_modes;
   report.normal_modes = reduction.normal_modes;
 
-  BodyHandle body =
-      create_body(report.model, report.units, "CalculiX", reduction.count(), options.deck,
-                  {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) +
-                       (options.interface_modes ? " interface, " : " constraint, ") +
-                       std::to_string(reduction.normal_modes) + " normal" +
-                       (reduction.residual_modes > 0 ? ", " + std::to_string(reduction.residual_modes) + " residual"
-                                                     : ""),
-                   "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
+  BodyHandle body = create_body(
+      report.model, report.units, "CalculiX", reduction.count(), options.deck,
+      {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) +
+           (options.interface_modes ? " interface, " : " constraint, ") + std::to_string(reduction.normal_modes) +
+           " normal" +
+           (reduction.residual_modes > 0 ? ", " + std::to_string(reduction.residual_modes) + " residual" : ""),
+       "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
   feed_matrix(body.get(), reduction.mass, reduction.count(), SBR_SetGeneralizedMass);
   feed_matrix(body.get(), reduction.stiffness, reduction.count(), SBR_SetGeneralizedStiffness);
   const std::vector<DeckStep> steps = read_steps(report.model.mesh);
-  const LoadCases loads(report.model, options.loads ? steps : std::vector<DeckStep>{}, {});
+  const LoadCases loads(report.model, options.no_loads ? std::vector<DeckStep>{} : steps, {});
   report.load_cases = static_cast<int>(loads.count());
   loads.feed_nodes(body.get());
   std::vector<double> rows;
@@ -301,8 +327,8 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   return body;
 }
 
-// Interfaces may also be named by the number of a node or by the name of a coupling. A reference node belongs to the body
-// when it is an interface; in matrices those of kinematic couplings always do, since other nodes follow them.
+// Interfaces may also be named by the number of a node or by the name of a coupling. A reference node belongs to the
+// body when it is an interface; in matrices those of kinematic couplings always do, since other nodes follow them.
 void take_references(Mesh &mesh, const ImportOptions &options) {
   std::vector<ReferenceNode> all = read_references(mesh);
   std::vector<int> chosen;

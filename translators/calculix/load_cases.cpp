@@ -27,8 +27,7 @@ StepChoice choose_step(const Mesh &mesh, const std::vector<DeckStep> &steps, std
   return choice;
 }
 
-LoadCases::LoadCases(const Model &model, const std::vector<DeckStep> &steps, const StepChoice &choice)
-    : model_(model) {
+LoadCases::LoadCases(const Model &model, const std::vector<DeckStep> &steps, const StepChoice &choice) : model_(model) {
   for (const DeckStep &step : steps) {
     if (step.kind != DeckStep::Kind::statics) continue;
     Case entry{"Step " + std::to_string(step.number), {}};
@@ -36,7 +35,8 @@ LoadCases::LoadCases(const Model &model, const std::vector<DeckStep> &steps, con
       entry.forces.push_back({static_cast<std::size_t>(model.node_position(node)), force});
     if (entry.forces.empty()) continue;
     // Supports that go leave forces behind that the deck does not tell.
-    if (choice.state != nullptr && step.number == choice.state->number && !choice.modal->releases_supports) preload_ = static_cast<int>(cases_.size());
+    if (choice.state != nullptr && step.number == choice.state->number && !choice.modal->releases_supports)
+      preload_ = static_cast<int>(cases_.size());
     cases_.push_back(std::move(entry));
   }
 }

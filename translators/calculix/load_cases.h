@@ -1,5 +1,5 @@
-// The loads of a deck's static steps as load cases of a body, on nodes and on modes; and the state that a frequency step
-// starts from.
+// The loads of a deck's static steps as load cases of a body, on nodes and on modes; and the state that a frequency
+// step starts from.
 #ifndef SBRKIT_TRANSLATORS_CALCULIX_LOAD_CASES_H
 #define SBRKIT_TRANSLATORS_CALCULIX_LOAD_CASES_H
 
@@ -30,8 +30,8 @@ class LoadCases {
   LoadCases(const Model &model, const std::vector<DeckStep> &steps, const StepChoice &choice);
   // Enters the nodal cases.
   void feed_nodes(SBR body) const;
-  // Enters what the forces do on a mode, the sum of force times displacement over the nodes, and, where modes start from
-  // a loaded state, that state's forces as the preload. `six` holds six values for each node of the model.
+  // Enters what the forces do on a mode, the sum of force times displacement over the nodes, and, where modes start
+  // from a loaded state, that state's forces as the preload. `six` holds six values for each node of the model.
   void feed_mode(SBR body, int number, const std::vector<double> &six) const;
   [[nodiscard]] std::size_t count() const { return cases_.size(); }
   [[nodiscard]] bool has_preload() const { return preload_ >= 0; }

@@ -62,6 +62,7 @@ void ResultMap::node(int id, const Vec3 &xyz, const Place &place) {
 void ResultMap::element(int id, int type, std::span<const int> nodes, const Place &place) {
   if (receiver_ != nullptr) return;
   const int position = model_.mesh.element_position(id);
+  if (const LineElement *line = model_.mesh.line(id)) return add_beam(*line, type, nodes, place);
   if (position < 0) throw InputError(place, "element " + std::to_string(id) + " is not in the deck");
   const MeshElement &element = model_.mesh.elements[static_cast<std::size_t>(position)];
   element_seen_[static_cast<std::size_t>(position)] = 1;
@@ -69,6 +70,23 @@ void ResultMap::element(int id, int type, std::span<const int> nodes, const Plac
     add_pairs(element, nodes);
   else
     same_nodes(element, nodes, place);
+}
+
+// Trusses, springs and dashpots have the nodes of the deck; beams come as solids.
+void ResultMap::add_beam(const LineElement &line, int type, std::span<const int> nodes, const Place &place) {
+  if (line.kind != LineElement::Kind::beam) {
+    if (line.carries() && nodes.size() != line.nodes.size())
+      throw InputError(place, "truss " + std::to_string(line.id) + " has other nodes than in the deck");
+    return;
+  }
+  if (!is_beam_expansion(type, line.nodes.size()))
+    throw InputError(place, "beam " + std::to_string(line.id) +
+                                " is not expanded here: ask the solver for results in three dimensions (OUTPUT=3D)");
+  for (std::size_t end = 0; end < line.nodes.size(); ++end) {
+    const auto body = static_cast<std::size_t>(model_.node_position(line.nodes[end]));
+    if (!model_.nodes[body].line) continue;  // what solids and shells tell of the node stands
+    for (const int at : section_nodes(line.nodes.size(), end)) beams_.add(body, nodes[static_cast<std::size_t>(at)]);
+  }
 }
 
 void ResultMap::same_nodes(const MeshElement &element, std::span<const int> nodes, const Place &place) const {
@@ -132,6 +150,11 @@ void ResultMap::mesh_done(const Place &place) {
       throw InputError(place,
                        "element " + std::to_string(model_.mesh.elements[e].id) + " of the deck is not in the file");
   merge_pairs(place);
+  std::vector<Vec3> places;
+  for (const BodyNode &node : model_.nodes) places.push_back(node.place);
+  beams_.prepare([&](int id) { return file_position(id); },
+                 [&](int at) { return file_nodes_[static_cast<std::size_t>(at)].place; }, places, place,
+                 1e-4 * model_.extent);
   map_nodes(place);
   raw_.assign(6 * file_nodes_.size(), 0.0);
   stamp_.assign(file_nodes_.size(), 0);
@@ -146,7 +169,7 @@ void ResultMap::check_file_nodes(const Place &place) {
   for (const FileNode &node : file_nodes_) {
     const int position = model_.node_position(node.id);
     if (position < 0) {
-      if (!model_.has_shells && model_.mesh.node_position(node.id) < 0)
+      if (!model_.has_shells && beams_.empty() && model_.mesh.node_position(node.id) < 0)
         throw InputError({place.file, node.line}, node_text(node.id) + " is not in the deck: results of another mesh?");
       continue;
     }
@@ -189,7 +212,7 @@ void ResultMap::map_nodes(const Place &place) {
   for (const ReferenceNode &reference : model_.mesh.references) reference_factors_.push_back(mean_motion(reference));
   for (std::size_t i = 0; i < model_.nodes.size(); ++i) {
     const BodyNode &node = model_.nodes[i];
-    if (node.reference) continue;
+    if (node.reference || (node.line && beams_.has(i))) continue;
     if (node.solid || expanded[i] == 0) {
       direct_[i] = file_position(node.id);
       if (direct_[i] < 0) throw InputError(place, node_text(node.id) + " of the deck is not in the file");
@@ -271,6 +294,7 @@ void ResultMap::check_complete(const Place &place) const {
     check(pair.body, pair.bottom);
     check(pair.body, pair.top);
   }
+  beams_.visit([&](std::size_t body, int position) { check(body, position); });
 }
 
 // Adds what a pair tells of its node: the mean of both sides and the turn between them, or the side that is asked for.
@@ -320,6 +344,7 @@ void ResultMap::end_set(const Place &place) {
   }
   for (std::size_t i = 0; i < direct_.size(); ++i)
     if (direct_[i] >= 0) std::copy_n(&raw_[6 * static_cast<std::size_t>(direct_[i])], shape ? 3 : 6, &values_[6 * i]);
+  if (shape) beams_.apply(raw_, values_);
   if (shape) add_references(place);
   receiver_->take(set_, values_);
 }

@@ -57,7 +57,8 @@ struct EigenRow {
   long line = 0;
 };
 
-// The eigenvalue table of a .dat file, of several that of the given number, counted from 1; with 0 there must be only one; empty when the file has none. Throws InputError for a table that is not whole.
+// The eigenvalue table of a .dat file, of several that of the given number, counted from 1; with 0 there must be only
+// one; empty when the file has none. Throws InputError for a table that is not whole.
 std::vector<EigenRow> read_eigenvalues(const std::string &path, int table = 0);
 
 }  // namespace sbrtranslate

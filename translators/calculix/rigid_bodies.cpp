@@ -18,14 +18,11 @@ int node_of(const Mesh &mesh, const DeckCard &card, const std::string &parameter
   } else {
     throw InputError(card.place, parameter + "= names no node: '" + text + "'");
   }
-  if (mesh.node_position(id) < 0)
-    throw InputError(card.place, "node " + std::to_string(id) + " is not in the deck");
+  if (mesh.node_position(id) < 0) throw InputError(card.place, "node " + std::to_string(id) + " is not in the deck");
   return id;
 }
 
-Vec3 place_of(const Mesh &mesh, int id) {
-  return mesh.nodes[static_cast<std::size_t>(mesh.node_position(id))].place;
-}
+Vec3 place_of(const Mesh &mesh, int id) { return mesh.nodes[static_cast<std::size_t>(mesh.node_position(id))].place; }
 
 // The nodes that elements have.
 std::set<int> element_nodes(const Mesh &mesh) { return {mesh.connectivity.begin(), mesh.connectivity.end()}; }
@@ -208,8 +205,8 @@ std::vector<ReferenceNode> read_references(const Mesh &mesh) {
     if (card.keyword == "*RIGIDBODY") {
       references.push_back(rigid_body(mesh, card));
     } else if (card.keyword == "*COUPLING") {
-      const bool has_kind = c + 1 < mesh.cards.size() && (mesh.cards[c + 1].keyword == "*KINEMATIC" ||
-                                                          mesh.cards[c + 1].keyword == "*DISTRIBUTING");
+      const bool has_kind = c + 1 < mesh.cards.size() &&
+                            (mesh.cards[c + 1].keyword == "*KINEMATIC" || mesh.cards[c + 1].keyword == "*DISTRIBUTING");
       if (!has_kind) throw InputError(card.place, "*KINEMATIC or *DISTRIBUTING has to follow *COUPLING");
       references.push_back(coupling(mesh, card, mesh.cards[c + 1]));
     } else {

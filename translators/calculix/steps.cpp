@@ -55,8 +55,7 @@ class ForceGatherer {
   // A value that is given again for the same place takes the place of the former one.
   std::map<int, NodalForce> sum() const {
     std::map<int, NodalForce> forces;
-    for (const auto &[key, value] : concentrated_)
-      forces[key.first][static_cast<std::size_t>(key.second - 1)] += value;
+    for (const auto &[key, value] : concentrated_) forces[key.first][static_cast<std::size_t>(key.second - 1)] += value;
     for (const auto &[key, pressure] : pressures_) add_pressure(key.first, key.second, pressure, forces);
     for (const auto &[element, acceleration] : gravity_) add_gravity(element, acceleration, forces);
     return forces;

@@ -33,8 +33,7 @@ struct Multiply {
   [[nodiscard]] Eigen::Index rows() const { return matrix->rows(); }
   [[nodiscard]] Eigen::Index cols() const { return matrix->cols(); }
   void perform_op(const double *x, double *y) const {
-    Eigen::Map<Vector>(y, rows()) =
-        matrix->selfadjointView<Eigen::Upper>() * Eigen::Map<const Vector>(x, cols());
+    Eigen::Map<Vector>(y, rows()) = matrix->selfadjointView<Eigen::Upper>() * Eigen::Map<const Vector>(x, cols());
   }
 };
 

@@ -271,8 +271,9 @@ const ElementType *element_type(std::string_view name) {
                                          make_type(Family::triangle, false),    make_type(Family::triangle, true),
                                          make_type(Family::quadrangle, false),  make_type(Family::quadrangle, true)};
   static const std::map<std::string, int, std::less<>> kNames = {
-      {"C3D4", 0},  {"C3D10", 1},  {"C3D10T", 1}, {"C3D6", 2}, {"C3D15", 3}, {"C3D8", 4}, {"C3D8R", 4}, {"C3D8I", 4},
-      {"C3D20", 5}, {"C3D20R", 5}, {"S3", 6},     {"S6", 7},   {"S4", 8},    {"S4R", 8},  {"S8", 9},    {"S8R", 9}};
+      {"C3D4", 0},  {"C3D10", 1},  {"C3D10T", 1}, {"C3D6", 2},  {"C3D15", 3}, {"C3D8", 4}, {"C3D8R", 4}, {"C3D8I", 4},
+      {"C3D20", 5}, {"C3D20R", 5}, {"S3", 6},     {"S6", 7},    {"S4", 8},    {"S4R", 8},  {"S8", 9},    {"S8R", 9},
+      {"M3D3", 6},  {"M3D6", 7},   {"M3D4", 8},   {"M3D4R", 8}, {"M3D8", 9},  {"M3D8R", 9}};
   const auto found = kNames.find(name);
   return found == kNames.end() ? nullptr : &kTypes[found->second];
 }

@@ -43,6 +43,7 @@ class ModelBuilder {
   void choose_nodes();
   void add_masses();
   void add_element_mass(const MeshElement &element);
+  void add_lines(Pieces &pieces);
   void add_faces();
   void mark_surface();
   void mark_face(const MeshElement &element, std::size_t number);
@@ -59,6 +60,10 @@ void ModelBuilder::choose_nodes() {
   const Mesh &mesh = model_.mesh;
   std::vector<char> used(mesh.nodes.size(), 0);
   for (const int id : mesh.connectivity) used[static_cast<std::size_t>(mesh.node_position(id))] = 1;
+  const std::vector<char> of_surface = used;
+  for (const LineElement &line : mesh.lines)
+    if (line.carries())
+      for (const int id : line.nodes) used[static_cast<std::size_t>(mesh.node_position(id))] = 1;
   std::vector<char> references(mesh.nodes.size(), 0);
   for (const ReferenceNode &reference : mesh.references)
     references[static_cast<std::size_t>(mesh.node_position(reference.node))] = 1;
@@ -71,6 +76,7 @@ void ModelBuilder::choose_nodes() {
     node.id = mesh.nodes[i].id;
     node.place = mesh.nodes[i].place;
     node.reference = used[i] == 0;
+    node.line = used[i] != 0 && of_surface[i] == 0;
     model_.nodes.push_back(node);
   }
 }
@@ -97,6 +103,7 @@ void ModelBuilder::add_element_mass(const MeshElement &element) {
     node.mass += mass.nodal[i];
     (element.type->shell() ? node.shell : node.solid) = true;
     if (!element.type->shell()) continue;
+    node.has_inertia = true;
     // A plate's thickness resists rotation about the directions in its plane with m t^2 / 12.
     const double inertia = mass.nodal[i] * section.thickness * section.thickness / 12.0;
     const Vec3 &n = mass.normals[i];
@@ -114,6 +121,7 @@ void ModelBuilder::add_masses() {
     for (int i = 1; i < element.type->nodes; ++i) pieces.join(body_position(ids[0]), body_position(ids[i]));
     model_.has_shells = model_.has_shells || element.type->shell();
   }
+  add_lines(pieces);
   for (const ReferenceNode &reference : model_.mesh.references)
     for (const int member : reference.members) pieces.join(body_position(reference.node), body_position(member));
   for (std::size_t i = 0; i < model_.nodes.size(); ++i)
@@ -127,11 +135,48 @@ void ModelBuilder::add_masses() {
   }
 }
 
+// What point masses, trusses and beams add, and which nodes they and springs join.
+void ModelBuilder::add_lines(Pieces &pieces) {
+  for (const LineElement &line : model_.mesh.lines) {
+    std::vector<std::size_t> positions;
+    std::vector<Vec3> places;
+    for (const int id : line.nodes) {
+      if (model_.node_position(id) < 0)
+        throw InputError(line.place, "node " + std::to_string(id) + " of element " + std::to_string(line.id) +
+                                         " belongs to nothing else: as a reference node it has to be an interface");
+      positions.push_back(body_position(id));
+      places.push_back(model_.nodes[positions.back()].place);
+    }
+    for (const std::size_t position : positions) pieces.join(positions.front(), position);
+    if (line.kind == LineElement::Kind::mass) {
+      model_.nodes[positions.front()].mass += line.mass;
+      model_.exact.add(line.mass, places.front());
+    }
+    if (!line.carries()) continue;
+    const std::vector<LineShare> shares = line_shares(line, places, model_.exact, model_.volume);
+    for (std::size_t i = 0; i < shares.size(); ++i) {
+      BodyNode &node = model_.nodes[positions[i]];
+      node.mass += shares[i].mass;
+      node.surface = true;
+      if (line.kind != LineElement::Kind::beam) continue;
+      node.has_inertia = true;
+      for (std::size_t k = 0; k < 6; ++k) node.inertia[k] += shares[i].inertia[k];
+    }
+  }
+}
+
 void ModelBuilder::add_faces() {
+  // What has no face of its own is shown by its edges.
+  for (const LineElement &line : model_.mesh.lines)
+    for (std::size_t i = 0; i + 1 < line.nodes.size(); ++i) {
+      model_.faces.insert(model_.faces.end(), {2, line.nodes[i], line.nodes[i + 1]});
+      ++model_.face_count;
+      ++model_.surface_face_count;
+    }
   std::size_t words = 0;
   for (const MeshElement &element : model_.mesh.elements)
     for (const auto &face : element.type->faces) words += face.size() + 1;
-  model_.faces.reserve(words);
+  model_.faces.reserve(model_.faces.size() + words);
   for (const MeshElement &element : model_.mesh.elements) {
     const int *ids = model_.mesh.nodes_of(element);
     for (const auto &face : element.type->faces) {

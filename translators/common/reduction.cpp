@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <ctime>
 #include <memory>
 #include <numbers>
 #include <stdexcept>
@@ -104,8 +105,8 @@ struct DensePairs {
   Dense shapes;
 };
 
-// Solves M x = mu (K + s M) x, with lambda = 1/mu - s, for a shift s of the size of the lowest elastic eigenvalue: K + s M
-// is positive definite though K may be singular for rigid motions, `rigid` in number, and M for what has no mass.
+// Solves M x = mu (K + s M) x, with lambda = 1/mu - s, for a shift s of the size of the lowest elastic eigenvalue: K +
+// s M is positive definite though K may be singular for rigid motions, `rigid` in number, and M for what has no mass.
 DensePairs dense_eigenpairs(const Dense &k, const Dense &m, Eigen::Index rigid) {
   double shift = 1e-6 * k.trace() / m.trace();
   DensePairs pairs;
@@ -164,14 +165,13 @@ class Reducer {
   PartedMatrix k_, m_;
   SparseFactor factor_;
   Motion rigid_;
-  Vector values_;        // of the normal and residual modes
-  Dense k_cc_, m_cc_;    // of the constraint modes or interface modes
+  Vector values_;      // of the normal and residual modes
+  Dense k_cc_, m_cc_;  // of the constraint modes or interface modes
   Reduction result_;
   std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
 };
 
-PartedMatrix Reducer::gather(const std::string &file, const std::vector<MatrixEntry> *entries,
-                             const char *step) const {
+PartedMatrix Reducer::gather(const std::string &file, const std::vector<MatrixEntry> *entries, const char *step) const {
   PartedMatrixBuilder builder(basis_->rows);
   tell(step, 0.0);
   if (entries != nullptr)
@@ -202,8 +202,8 @@ void Reducer::lay_out_rigid_motions() {
     for (std::size_t j = 0; j < 6; ++j) part(rows.place(row), static_cast<Eigen::Index>(j)) = request_.rigid[r][j];
   }
   const Motion force = force_of(k_, rigid_);
-  const Motion size =
-      force_of({k_.ii.cwiseAbs(), k_.ib.cwiseAbs(), k_.bb.cwiseAbs()}, {rigid_.interior.cwiseAbs(), rigid_.boundary.cwiseAbs()});
+  const Motion size = force_of({k_.ii.cwiseAbs(), k_.ib.cwiseAbs(), k_.bb.cwiseAbs()},
+                               {rigid_.interior.cwiseAbs(), rigid_.boundary.cwiseAbs()});
   for (Eigen::Index j = 0; j < 6; ++j) {
     const double all = std::max(size.interior.col(j).maxCoeff(), size.boundary.col(j).maxCoeff());
     const double rest =
@@ -221,7 +221,9 @@ void Reducer::factorize() {
   const SparseFactor::Size size = factor_.analyze(k_.ii);
   result_.cost.analysis = lap();
   tell("factorizing the stiffness", 0.0, size.seconds > 0.0 ? size.seconds : -1.0);
+  const std::clock_t before = std::clock();
   const std::int64_t weak = factor_.factorize(k_.ii);
+  result_.cost.factorization_cpu = static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
   result_.cost.factorization = lap();
   result_.cost.solver = SparseFactor::name();
   result_.cost.rows = static_cast<double>(k_.ii.rows());
@@ -236,8 +238,8 @@ void Reducer::factorize() {
         basis_->rows.place(static_cast<int>(r)) == weak)
       place = "; near node " + std::to_string(request_.dofs[r].node) + ", direction " +
               std::to_string(request_.dofs[r].direction);
-  throw std::runtime_error(
-      "the stiffness matrix is singular with the interface held: a mechanism or a loose part?" + place);
+  throw std::runtime_error("the stiffness matrix is singular with the interface held: a mechanism or a loose part?" +
+                           place);
 }
 
 std::function<void(int, int)> Reducer::counter(const char *step) const {
@@ -312,7 +314,8 @@ void Reducer::add_residual_modes() {
   for (Eigen::Index j = 0; j < forces; ++j) {
     const int row = request_.attachments[static_cast<std::size_t>(j)];
     if (basis_->rows.combination(row) != nullptr || basis_->rows.held(row))
-      throw std::runtime_error("a residual attachment mode needs a degree of freedom that is neither held nor dependent");
+      throw std::runtime_error(
+          "a residual attachment mode needs a degree of freedom that is neither held nor dependent");
     right(basis_->rows.place(row), j) = 1.0;
   }
   if (inertia != 0) right.rightCols(6) = force_of(m_, rigid_).interior;
@@ -347,7 +350,8 @@ void Reducer::use_interface_modes() {
                              std::to_string(k_cc_.rows()) + ")");
   const DensePairs pairs = dense_eigenpairs(k_cc_, m_cc_, rigid_motions());
   if (count < rigid_motions())
-    throw std::runtime_error(std::to_string(count) + " interface modes leave out a rigid motion of the body, which has " +
+    throw std::runtime_error(std::to_string(count) +
+                             " interface modes leave out a rigid motion of the body, which has " +
                              std::to_string(rigid_motions()) + "; ask for more");
   if (count > pairs.values.size())
     throw std::runtime_error("only " + std::to_string(pairs.values.size()) + " interface modes have mass");
@@ -423,7 +427,8 @@ EigenPairs Reducer::full_free_modes(double lowest) {
   const SparseFactor::Size size = factor.analyze(shifted);
   tell("factorizing the free body", 0.0, size.seconds > 0.0 ? size.seconds : -1.0);
   if (factor.factorize(shifted) >= 0) throw std::runtime_error("the matrices of the free body are not positive");
-  return nearest_eigenpairs(factor, mass, shift, request_.free_modes + rigid_motions(), counter("modes of the free body"));
+  return nearest_eigenpairs(factor, mass, shift, request_.free_modes + rigid_motions(),
+                            counter("modes of the free body"));
 }
 
 void Reducer::compare_free_modes() {
@@ -451,6 +456,7 @@ void Reducer::compare_free_modes() {
 }
 
 Reduction Reducer::run() {
+  const std::clock_t start = std::clock();
   read();
   lay_out_rigid_motions();
   factorize();
@@ -464,6 +470,7 @@ Reduction Reducer::run() {
   assemble();
   add_effective_masses();
   result_.cost.products = lap();
+  result_.cost.cpu = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
   tell("reduced matrices", 1.0);
   compare_free_modes();
   result_.shape = [basis = basis_](int mode, std::vector<double> &values) { shape_of(*basis, mode, values); };
@@ -494,8 +501,9 @@ Reduction reduce_matrices(const ReductionRequest &request) {
   try {
     return Reducer(request).run();
   } catch (const std::bad_alloc &) {
-    throw std::runtime_error("the memory does not suffice for the reduction; reference nodes as interfaces, or fewer "
-                             "interface nodes, need less");
+    throw std::runtime_error(
+        "the memory does not suffice for the reduction; reference nodes as interfaces, or fewer "
+        "interface nodes, need less");
   }
 }
 

@@ -51,12 +51,12 @@ struct ReductionRequest {
   std::optional<double> max_hz;  // or all up to this frequency
   // Rows of the files; the rows behind them, of reference nodes, are in `dofs` and `held` only. By default all.
   std::optional<std::size_t> file_rows = std::nullopt;
-  std::vector<DependentRow> dependent = {};       // rows that follow others
-  std::span<const RigidRow> rigid = {};           // by row, about the center of mass; needed by what is told below
+  std::vector<DependentRow> dependent = {};  // rows that follow others
+  std::span<const RigidRow> rigid = {};      // by row, about the center of mass; needed by what is told below
   std::optional<int> interface_modes = std::nullopt;
-  std::vector<int> attachments = {};              // rows with a unit force each, for residual attachment modes
-  bool residual_inertia = false;                  // six residual modes at most; needs `rigid`
-  int free_modes = 0;                             // elastic modes of the free body to compare with
+  std::vector<int> attachments = {};  // rows with a unit force each, for residual attachment modes
+  bool residual_inertia = false;      // six residual modes at most; needs `rigid`
+  int free_modes = 0;                 // elastic modes of the free body to compare with
   // Instead of the files, where they are given: the upper triangles.
   const std::vector<MatrixEntry> *mass_entries = nullptr;
   const std::vector<MatrixEntry> *stiffness_entries = nullptr;
@@ -69,6 +69,8 @@ struct ReductionCost {
   double rows = 0.0, entries = 0.0;  // of the interior stiffness, upper triangle
   double factor_entries = 0.0, factor_flops = 0.0;
   double reading = 0.0, analysis = 0.0, factorization = 0.0, normal = 0.0, constraint = 0.0, products = 0.0;  // seconds
+  // Processor time of all threads: of the factorization, and of all steps together.
+  double factorization_cpu = 0.0, cpu = 0.0;
   int solutions = 0;  // by the eigenvalue solver, one column each
 };
 

@@ -28,8 +28,8 @@ struct ReferenceNode {
   Place card;
 };
 
-// The rigid motion of a reference node that fits the motions of its members best: translation, rotation vector. Also how
-// much of the members' motion it leaves, by the largest of them.
+// The rigid motion of a reference node that fits the motions of its members best: translation, rotation vector. Also
+// how much of the members' motion it leaves, by the largest of them.
 struct ReferenceMotion {
   std::array<double, 6> values{};
   double misfit = 0.0;

@@ -27,7 +27,11 @@ class RigidFit {
   explicit RigidFit(const Model &model) : model_(model), centre_(model.lumped.centre()) {
     Moments moments;
     for (const BodyNode &node : model.nodes) moments.add(node.mass, node.place - centre_);
-    inverse_ = inverse(moments.inertia({}));
+    // A body on a line has no inertia about it, and what turns about it does not move its nodes.
+    auto tensor = moments.inertia({});
+    const double little = 1e-9 * (tensor[0] + tensor[4] + tensor[8]);
+    for (std::size_t k = 0; k < 3; ++k) tensor[4 * k] += little;
+    inverse_ = inverse(tensor);
     mass_ = moments.mass;
   }
   // `shape(i)` is the translation of node i.

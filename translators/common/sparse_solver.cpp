@@ -207,8 +207,7 @@ std::int64_t SparseFactor::factorize(const SparseMatrix &upper) {
 
 void SparseFactor::solve(const double *right, double *solution) const {
   const auto &factor = implementation_->factor;
-  Eigen::Map<Vector>(solution, factor.rows()) =
-      factor.solve(Vector(Eigen::Map<const Vector>(right, factor.rows())));
+  Eigen::Map<Vector>(solution, factor.rows()) = factor.solve(Vector(Eigen::Map<const Vector>(right, factor.rows())));
 }
 
 Dense SparseFactor::solve(const Dense &columns) const { return implementation_->factor.solve(columns); }

@@ -245,6 +245,7 @@ void MatricesImporter::weigh(const SymmetricMatrix &mass, const std::vector<Dof>
   for (std::size_t i = 0; i < model.nodes.size(); ++i) {
     model.nodes[i].mass = positive ? row_sums[i] : diagonals[i] * total / sum;
     model.nodes[i].inertia = {};
+    model.nodes[i].has_inertia = false;
     if (!(model.nodes[i].mass > 0.0))
       throw InputError({mass_, 0}, "node " + std::to_string(model.nodes[i].id) + " has no mass in the matrix");
     model.lumped.add(model.nodes[i].mass, model.nodes[i].place);
