@@ -54,7 +54,7 @@ def main():
     parser.add_argument("--scale", type=int, default=2)
     parser.add_argument("--no-instructions", dest="instructions", action="store_false")
     parser.add_argument("cases", nargs="*")
-    arguments = parser.parse_args()
+    arguments = parser.parse_intermixed_args()
     arguments.before, arguments.after = map(os.path.abspath, (arguments.before, arguments.after))
     known = subprocess.run([arguments.after], capture_output=True, text=True, check=True).stdout.split()
     unknown = set(arguments.cases) - set(known)
