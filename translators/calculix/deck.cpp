@@ -5,6 +5,8 @@
 #include <optional>
 #include <set>
 
+#include "calculix/beams.h"
+
 namespace sbrtranslate {
 namespace {
 
@@ -51,6 +53,16 @@ Card parse_card(const std::string &text, const Place &place) {
   return card;
 }
 
+// Cards that are kept with their data lines, to be worked out when all of the mesh is known.
+bool kept_whole(const Card &card) {
+  if (card.keyword == "*ELEMENT") return line_type(squeeze(card.value("TYPE"))).has_value();
+  static const std::set<std::string> kKept = {
+      "*RIGIDBODY", "*COUPLING", "*KINEMATIC",   "*DISTRIBUTING", "*SURFACE",     "*STEP",        "*STATIC",
+      "*FREQUENCY", "*BOUNDARY", "*CLOAD",       "*DLOAD",        "*TEMPERATURE", "*DFLUX",       "*CFLUX",
+      "*FILM",      "*RADIATE",  "*CONTACTPAIR", "*MASS",         "*BEAMSECTION", "*SOLIDSECTION"};
+  return kKept.count(card.keyword) != 0;
+}
+
 class DeckReader {
  public:
   Mesh read(const std::string &path) {
@@ -59,6 +71,9 @@ class DeckReader {
     finish_section();
     sort_deck();
     assign_sections();
+    deck_.lines = read_line_elements(deck_);
+    std::sort(deck_.lines.begin(), deck_.lines.end(),
+              [](const LineElement &a, const LineElement &b) { return a.id < b.id; });
     return std::move(deck_);
   }
 
@@ -69,6 +84,7 @@ class DeckReader {
   void begin_section(const Card &card);
   void begin_material(const Card &card);
   void data_line(std::string_view line, const Place &place);
+  void note_line_element(std::string_view line, const Place &place);
   void node_line(std::string_view line, const Place &place);
   void element_line(std::string_view line, const Place &place);
   void set_line(std::string_view line, const Place &place);
@@ -95,8 +111,9 @@ class DeckReader {
   Mesh deck_;
   Card card_;
   std::vector<std::filesystem::path> open_files_;
-  std::string material_;      // the material that *DENSITY belongs to
-  std::vector<int> element_;  // what has come of an element that runs over lines
+  std::set<int> line_elements_;  // numbers of elements without a surface
+  std::string material_;         // the material that *DENSITY belongs to
+  std::vector<int> element_;     // what has come of an element that runs over lines
   Place element_place_;
   bool heading_done_ = false;
 };
@@ -127,6 +144,7 @@ void DeckReader::begin_card(const Card &card, const LineReader &reader) {
   finish_element();
   finish_section();
   card_ = card;
+  if (kept_whole(card)) deck_.cards.push_back({card.keyword, card.parameters, card.place, {}});
   if (card.keyword == "*INCLUDE") {
     const auto found = card.parameters.find("INPUT");
     if (found == card.parameters.end() || found->second.empty())
@@ -143,7 +161,7 @@ void DeckReader::begin_card(const Card &card, const LineReader &reader) {
     card_ = Card();
   } else if (card.keyword == "*ELEMENT") {
     begin_elements(card);
-  } else if (card.keyword == "*SOLIDSECTION" || card.keyword == "*SHELLSECTION") {
+  } else if (card.keyword == "*SOLIDSECTION" || card.keyword == "*SHELLSECTION" || card.keyword == "*MEMBRANESECTION") {
     begin_section(card);
   } else if (card.keyword == "*MATERIAL" || card.keyword == "*DENSITY") {
     begin_material(card);
@@ -152,7 +170,7 @@ void DeckReader::begin_card(const Card &card, const LineReader &reader) {
     if (name.empty()) throw InputError(card.place, card.keyword + " without a name");
     (card.keyword == "*NSET" ? deck_.node_sets : deck_.element_sets)[name];
   } else if (card.keyword == "*SYSTEM" || card.keyword == "*PART" || card.keyword == "*INSTANCE" ||
-             card.keyword == "*ASSEMBLY" || card.keyword == "*MASS" || card.keyword == "*CYCLICSYMMETRYMODEL") {
+             card.keyword == "*ASSEMBLY" || card.keyword == "*CYCLICSYMMETRYMODEL") {
     throw InputError(card.place, card.keyword + " is not supported");
   }
 }
@@ -160,16 +178,22 @@ void DeckReader::begin_card(const Card &card, const LineReader &reader) {
 void DeckReader::begin_elements(const Card &card) {
   const std::string name = squeeze(card.value("TYPE"));
   if (name.empty()) throw InputError(card.place, "*ELEMENT without TYPE=");
+  if (line_type(name)) {
+    if (card.has("ELSET")) deck_.element_sets[card.value("ELSET")];
+    return;
+  }
   if (element_type(name) == nullptr)
-    throw InputError(card.place, "element type " + name +
-                                     " is not supported (solids C3D4, C3D6, C3D8, C3D8R, C3D8I, "
-                                     "C3D10, C3D15, C3D20, C3D20R; shells S3, S4, S4R, S6, S8, S8R)");
+    throw InputError(card.place,
+                     "element type " + name +
+                         " is not supported (solids C3D4, C3D6, C3D8, C3D8R, C3D8I, "
+                         "C3D10, C3D15, C3D20, C3D20R; shells S3, S4, S4R, S6, S8, S8R; membranes M3D3 to M3D8R; MASS, "
+                         "SPRINGA, SPRING1, SPRING2, DASHPOTA, T3D2, T3D3, B31, B31R, B32, B32R)");
   if (card.has("ELSET")) deck_.element_sets[card.value("ELSET")];
 }
 
 void DeckReader::begin_section(const Card &card) {
   Section section;
-  section.shell = card.keyword == "*SHELLSECTION";
+  section.shell = card.keyword != "*SOLIDSECTION";
   section.set = card.value("ELSET");
   section.material = card.value("MATERIAL");
   section.place = card.place;
@@ -193,6 +217,11 @@ void DeckReader::begin_material(const Card &card) {
 }
 
 void DeckReader::data_line(std::string_view line, const Place &place) {
+  if (kept_whole(card_)) {
+    deck_.cards.back().lines.push_back({place, std::string(line)});
+    if (card_.keyword == "*ELEMENT") note_line_element(line, place);
+    return;
+  }
   if (card_.keyword == "*NODE") {
     node_line(line, place);
   } else if (card_.keyword == "*ELEMENT") {
@@ -201,12 +230,19 @@ void DeckReader::data_line(std::string_view line, const Place &place) {
     set_line(line, place);
   } else if (card_.keyword == "*DENSITY") {
     density_line(line, place);
-  } else if (card_.keyword == "*SHELLSECTION") {
+  } else if (card_.keyword == "*SHELLSECTION" || card_.keyword == "*MEMBRANESECTION") {
     thickness_line(line, place);
   } else if (card_.keyword == "*HEADING" && !heading_done_) {
     deck_.title = std::string(line);
     heading_done_ = true;
   }
+}
+
+// Elements without a surface are worked out later; their numbers belong to their set now.
+void DeckReader::note_line_element(std::string_view line, const Place &place) {
+  const int id = whole(split_fields(line)[0], place, "an element number");
+  line_elements_.insert(id);
+  if (card_.has("ELSET")) deck_.element_sets[card_.value("ELSET")].push_back(id);
 }
 
 void DeckReader::node_line(std::string_view line, const Place &place) {
@@ -310,7 +346,8 @@ void DeckReader::thickness_line(std::string_view line, const Place &place) {
 }
 
 void DeckReader::finish_section() {
-  if (card_.keyword == "*SHELLSECTION" && !(deck_.sections.back().thickness > 0.0))
+  if ((card_.keyword == "*SHELLSECTION" || card_.keyword == "*MEMBRANESECTION") &&
+      !(deck_.sections.back().thickness > 0.0))
     throw InputError(card_.place, "shell section without a thickness");
   if (card_.keyword == "*DENSITY" && !deck_.materials[material_].has_density)
     throw InputError(card_.place, "*DENSITY without a value");
@@ -340,7 +377,8 @@ void DeckReader::sort_deck() {
       throw InputError(deck_.place_of(elements[i]), "element " + std::to_string(elements[i].id) + " comes twice");
   for (auto &[name, set] : deck_.node_sets) unite(set);
   for (auto &[name, set] : deck_.element_sets) unite(set);
-  if (elements.empty()) throw InputError({deck_.files.front(), 0}, "the deck has no elements");
+  if (elements.empty() && line_elements_.empty())
+    throw InputError({deck_.files.front(), 0}, "the deck has no elements");
 }
 
 void DeckReader::check_element(const MeshElement &element) const {
@@ -368,6 +406,7 @@ void DeckReader::assign_sections() {
       throw InputError(material->second.place, "material " + section.material + " has no *DENSITY");
     for (const int id : set->second) {
       const int position = deck_.element_position(id);
+      if (position < 0 && line_elements_.count(id) != 0) continue;
       if (position < 0)
         throw InputError(section.place, "set '" + section.set + "' names element " + std::to_string(id) +
                                             ", which is not in the deck");

@@ -5,9 +5,12 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "calculix/coupled_rows.h"
 #include "calculix/deck.h"
+#include "calculix/load_cases.h"
 #include "calculix/result_map.h"
 #include "calculix/results.h"
+#include "calculix/rigid_bodies.h"
 #include "common/reduction.h"
 #include "common/rigid_fit.h"
 
@@ -25,11 +28,11 @@ std::optional<std::string> beside(const std::string &deck, const char *suffix) {
 }
 
 // The eigenvalues of the .dat file; nothing when there is none and none was named.
-std::vector<EigenRow> eigenvalues_of(const ImportOptions &options, std::string &path) {
+std::vector<EigenRow> eigenvalues_of(const ImportOptions &options, std::string &path, int table = 0) {
   const auto file = options.dat ? options.dat : beside(options.deck, ".dat");
   if (!file) return {};
   path = *file;
-  auto rows = read_eigenvalues(path);
+  auto rows = read_eigenvalues(path, table);
   if (rows.empty() && options.dat) throw InputError({path, 0}, "no eigenvalue table in the file");
   return rows;
 }
@@ -62,17 +65,25 @@ double von_mises(const double *s) {
                    3.0 * (s[3] * s[3] + s[4] * s[4] + s[5] * s[5]));
 }
 
+// What a node's inertia adds to a generalized mass: theta^t J theta.
+double turning_mass(const std::array<double, 6> &j, const double *t) {
+  return j[0] * t[0] * t[0] + j[1] * t[1] * t[1] + j[2] * t[2] * t[2] +
+         2.0 * (j[3] * t[0] * t[1] + j[4] * t[0] * t[2] + j[5] * t[1] * t[2]);
+}
+
 // Takes each set of nodal values into the body and the report.
 class BodyFeeder : public ResultReceiver {
  public:
-  BodyFeeder(SBR body, ImportReport &report, Where stress, Where strain)
-      : body_(body), report_(report), stress_(stress), strain_(strain), fit_(report.model) {}
+  BodyFeeder(SBR body, ImportReport &report, const LoadCases &loads, Where stress, Where strain)
+      : body_(body), report_(report), loads_(loads), stress_(stress), strain_(strain), fit_(report.model) {}
 
   bool wants(ResultKind kind) const override { return kind == ResultKind::displacement || where(kind) != Where::none; }
   bool wants_node(ResultKind kind, std::size_t node) const override {
-    return where(kind) == Where::all || report_.model.nodes[node].surface;
+    const BodyNode &at = report_.model.nodes[node];
+    return kind == ResultKind::displacement || (!at.reference && !at.line && (where(kind) == Where::all || at.surface));
   }
   void take(const ResultSet &set, const std::vector<double> &values) override {
+    if (set.mode == 0) return take_state(set.kind, values);
     ModeReport &mode = report_.modes[static_cast<std::size_t>(set.mode) - 1];
     const auto &nodes = report_.model.nodes;
     const int kind = static_cast<int>(set.kind);
@@ -86,15 +97,27 @@ class BodyFeeder : public ResultReceiver {
       }
     }
     if (set.kind != ResultKind::displacement) return;
+    loads_.feed_mode(body_, set.mode, values);
     fit_.judge([&](std::size_t i) { return Vec3{values[6 * i], values[6 * i + 1], values[6 * i + 2]}; }, mode);
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+      if (nodes[i].has_inertia) mode.lumped_mass += turning_mass(nodes[i].inertia, &values[6 * i + 3]);
   }
 
  private:
+  // Stress and strain of a static state; of several increments the last one stays.
+  void take_state(ResultKind kind, const std::vector<double> &values) {
+    const auto &nodes = report_.model.nodes;
+    const auto set = kind == ResultKind::stress ? SBR_SetPreStressVec : SBR_SetPreStrainVec;
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+      if (wants_node(kind, i)) require(set(body_, nodes[i].id, &values[6 * i]), "the stress or strain of a state");
+    report_.has_state = true;
+  }
   [[nodiscard]] Where where(ResultKind kind) const {
     return kind == ResultKind::displacement ? Where::all : kind == ResultKind::stress ? stress_ : strain_;
   }
   SBR body_;
   ImportReport &report_;
+  const LoadCases &loads_;
   Where stress_;
   Where strain_;
   RigidFit fit_;
@@ -110,14 +133,54 @@ Where decide(std::optional<Where> asked, Where otherwise, bool present, const ch
   return Where::none;
 }
 
+// Warnings of a state that the modes start from.
+void tell_state(const StepChoice &choice, const Survey &survey, const LoadCases &loads, ImportReport &report) {
+  report.load_cases = static_cast<int>(loads.count());
+  report.has_preload = loads.has_preload();
+  if (choice.state == nullptr) return;
+  const std::string step = "step " + std::to_string(choice.state->number);
+  if (!survey.state)
+    report.warnings.push_back("the modes start from the state of " + step +
+                              ", and the results have no stress of it: the record gets no pre-stress");
+  if (choice.modal->releases_supports)
+    report.warnings.push_back("the frequency step releases supports of " + step +
+                              ", whose forces are not known: the record gets no preload");
+  if (choice.state->nonlinear)
+    report.warnings.push_back(step +
+                              " is nonlinear: the record's coordinates are those before it has deformed the body");
+}
+
+// The solver makes solids of trusses and beams and ties them in joints of its own. Where the nodes of the deck do not
+// hold what moves, a record of them would be wrong.
+void check_lines(const ImportReport &report, const Survey &survey) {
+  const auto &lines = report.model.mesh.lines;
+  const auto line =
+      std::find_if(lines.begin(), lines.end(), [](const LineElement &element) { return element.carries(); });
+  if (line == lines.end()) return;
+  for (std::size_t i = 0; i < report.modes.size(); ++i) {
+    const double ratio = report.modes[i].lumped_mass / survey.modes[i].generalized_mass;
+    if (!(ratio > 0.2 && ratio < 5.0))
+      throw InputError(line->place, "mode " + std::to_string(report.modes[i].number) + " has " + show(ratio, 3) +
+                                        " of its generalized mass at the nodes of trusses and beams: what the solver "
+                                        "makes of them moves in ways that nodes do not show (trusses; B31R has no "
+                                        "inertia about itself). Take B32R, or fewer modes (--modes)");
+  }
+}
+
 BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
   const auto frd = options.frd ? options.frd : beside(options.deck, ".frd");
   if (!frd) throw InputError({options.deck, 0}, "no .frd or .frd.gz file beside the deck; name it with --frd");
   report.results = *frd;
   ResultMap map(report.model, options.shell_side, options.modes);
+  const std::vector<DeckStep> steps = read_steps(report.model.mesh);
+  const StepChoice choice = choose_step(report.model.mesh, steps, options.step);
+  const LoadCases loads(report.model, options.no_loads ? std::vector<DeckStep>{} : steps, choice);
+  map.choose_steps(choice.modal != nullptr ? choice.modal->number : 0,
+                   choice.state != nullptr ? choice.state->number : 0);
   const Survey survey = map.survey(*frd);
   std::string dat;
-  const auto rows = eigenvalues_of(options, dat);
+  const auto rows = eigenvalues_of(options, dat, choice.modal_ordinal);
+  tell_state(choice, survey, loads, report);
   compare_eigenvalues(rows, dat, survey, *frd, options.modes);
   const int count = static_cast<int>(survey.modes.size());
   if (options.modes && *options.modes > count)
@@ -143,8 +206,10 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
     SBR_Eigenvalue(body.get(), i + 1, nullptr, &mode.hz, nullptr, nullptr, nullptr);
     report.modes.push_back(mode);
   }
-  BodyFeeder feeder(body.get(), report, stress, strain);
+  loads.feed_nodes(body.get());
+  BodyFeeder feeder(body.get(), report, loads, stress, strain);
   map.feed(*frd, feeder);
+  check_lines(report, survey);
   if (map.missing_rotations())
     report.warnings.push_back("the results hold the shells in two dimensions: their rotations are not known and are 0");
   report.stress_nodes = SBR_ModeNodeCount(body.get(), 1);
@@ -155,24 +220,51 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
 // ---- Modes from the matrices
 
 // Rows of the interface, after a check that the rows fit the mesh.
-std::vector<char> held_rows(const std::vector<Dof> &dofs, const Model &model, const std::string &file,
-                            std::vector<std::string> &warnings) {
+struct HeldRows {
+  std::vector<char> held;      // by row
+  std::ptrdiff_t missing = 0;  // degrees of freedom of nodes that have no row
+};
+HeldRows held_rows(const std::vector<Dof> &dofs, const Model &model, const std::string &file,
+                   std::vector<std::string> &warnings) {
   std::vector<char> held(dofs.size(), 0);
-  std::vector<char> present(3 * model.nodes.size(), 0);
+  std::vector<char> present(6 * model.nodes.size(), 0);
   for (std::size_t r = 0; r < dofs.size(); ++r) {
     const int position = model.node_position(dofs[r].node);
     const Place place{file, static_cast<long>(r) + 1};
     if (position < 0)
       throw InputError(place, "node " + std::to_string(dofs[r].node) + " is not a node of the deck's elements");
-    char &seen = present[3 * static_cast<std::size_t>(position) + static_cast<std::size_t>(dofs[r].direction - 1)];
+    char &seen = present[6 * static_cast<std::size_t>(position) + static_cast<std::size_t>(dofs[r].direction - 1)];
     if (seen != 0) throw InputError(place, "the degree of freedom comes a second time");
     seen = 1;
     held[r] = std::binary_search(model.interface_nodes.begin(), model.interface_nodes.end(), dofs[r].node) ? 1 : 0;
   }
-  if (const auto missing = std::count(present.begin(), present.end(), 0); missing != 0)
+  std::ptrdiff_t missing = 0;
+  for (std::size_t i = 0; i < present.size(); ++i)
+    if (present[i] == 0 && (i % 6 < 3 || model.nodes[i / 6].reference)) ++missing;
+  if (missing != 0)
     warnings.push_back(std::to_string(missing) +
                        " degrees of freedom of the mesh have no matrix row (supports?); they stay at rest");
-  return held;
+  return {held, missing};
+}
+
+// What the options ask of a reduction besides the modes.
+void fill_request(ReductionRequest &request, const ImportOptions &options, const Model &model) {
+  if (options.residual_inertia && request.rigid.empty())
+    throw std::invalid_argument("residual inertia modes need a body without supports");
+  request.residual_inertia = options.residual_inertia;
+  request.interface_modes = options.interface_modes;
+  request.free_modes = options.free_modes.value_or(0);
+  request.progress = options.progress;
+  for (const std::string &name : options.attachments) {
+    const std::vector<int> &set = model.mesh.node_set(name);
+    for (std::size_t r = 0; r < request.dofs.size(); ++r)
+      if (std::binary_search(set.begin(), set.end(), request.dofs[r].node)) {
+        if (request.held[r] != 0)
+          throw std::invalid_argument("node " + std::to_string(request.dofs[r].node) + " of '" + name +
+                                      "' is an interface node: it needs no residual attachment mode");
+        request.attachments.push_back(static_cast<int>(r));
+      }
+  }
 }
 
 BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
@@ -184,23 +276,42 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
     throw std::invalid_argument("matrices need interface nodes; name their node sets");
   std::string dat;
   for (const EigenRow &row : eigenvalues_of(options, dat)) report.full_model_hz.push_back(row.hz);
-  const std::vector<Dof> dofs = read_dofs(files.dofs);
-  const std::vector<char> held = held_rows(dofs, report.model, files.dofs, report.warnings);
-  if (dofs.size() == 3 * report.model.nodes.size() && !interface_holds(report.model))
+  const CoupledRows coupled =
+      couple_rows(read_dofs(files.dofs), report.model.mesh, read_references(report.model.mesh), files.dofs);
+  const std::vector<Dof> &dofs = coupled.dofs;
+  const HeldRows interface = held_rows(dofs, report.model, files.dofs, report.warnings);
+  const std::vector<char> &held = interface.held;
+  if (interface.missing == 0 && !interface_holds(report.model))
     throw std::invalid_argument("the interface nodes do not hold the body: three that are not in line are needed");
-  const Reduction reduction =
-      reduce_matrices({files.mass, files.stiffness, dofs, held, options.normal, options.max_hz});
+  ReductionRequest request{files.mass, files.stiffness, dofs, held, options.normal, options.max_hz};
+  const std::vector<RigidRow> rigid = rigid_rows(dofs, report.model);
+  request.file_rows = coupled.file_rows;
+  request.dependent = coupled.dependent;
+  if (interface.missing == 0) request.rigid = rigid;  // a body with supports has no rigid motions
+  fill_request(request, options, report.model);
+  const Reduction reduction = reduce_matrices(request);
+  report.reduction = reduction;
+  if (!request.rigid.empty() && !report.model.mesh.references.empty() && !(reduction.rigid_residual < 1e-6))
+    throw InputError({files.stiffness, 0}, "rigid motions of the body and its reference nodes meet forces of " +
+                                               show(reduction.rigid_residual, 3) +
+                                               " of their parts: the matrices are not those of the deck");
   report.results = files.stiffness;
   report.constraint_modes = reduction.constraint_modes;
   report.normal_modes = reduction.normal_modes;
 
-  BodyHandle body =
-      create_body(report.model, report.units, "CalculiX", reduction.count(), options.deck,
-                  {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) + " constraint, " +
-                       std::to_string(reduction.normal_modes) + " normal",
-                   "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
+  BodyHandle body = create_body(
+      report.model, report.units, "CalculiX", reduction.count(), options.deck,
+      {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) +
+           (options.interface_modes ? " interface, " : " constraint, ") + std::to_string(reduction.normal_modes) +
+           " normal" +
+           (reduction.residual_modes > 0 ? ", " + std::to_string(reduction.residual_modes) + " residual" : ""),
+       "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
   feed_matrix(body.get(), reduction.mass, reduction.count(), SBR_SetGeneralizedMass);
   feed_matrix(body.get(), reduction.stiffness, reduction.count(), SBR_SetGeneralizedStiffness);
+  const std::vector<DeckStep> steps = read_steps(report.model.mesh);
+  const LoadCases loads(report.model, options.no_loads ? std::vector<DeckStep>{} : steps, {});
+  report.load_cases = static_cast<int>(loads.count());
+  loads.feed_nodes(body.get());
   std::vector<double> rows;
   std::vector<double> values(6 * report.model.nodes.size());
   for (int mode = 0; mode < reduction.count(); ++mode) {
@@ -211,8 +322,34 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
              static_cast<std::size_t>(dofs[r].direction - 1)] = rows[r];
     for (std::size_t i = 0; i < report.model.nodes.size(); ++i)
       require(SBR_SetModeVec(body.get(), mode + 1, report.model.nodes[i].id, 0, &values[6 * i]), "values of a mode");
+    loads.feed_mode(body.get(), mode + 1, values);
   }
   return body;
+}
+
+// Interfaces may also be named by the number of a node or by the name of a coupling. A reference node belongs to the
+// body when it is an interface; in matrices those of kinematic couplings always do, since other nodes follow them.
+void take_references(Mesh &mesh, const ImportOptions &options) {
+  std::vector<ReferenceNode> all = read_references(mesh);
+  std::vector<int> chosen;
+  for (const std::string &name : options.interfaces) {
+    const std::string key = upper(name);
+    if (mesh.node_sets.count(key) == 0) {
+      if (const auto id = to_int(key); id && mesh.node_position(*id) >= 0) mesh.node_sets[key] = {*id};
+      for (const ReferenceNode &reference : all)
+        if (!reference.name.empty() && reference.name == key) mesh.node_sets[key] = {reference.node};
+    }
+    if (const auto set = mesh.node_sets.find(key); set != mesh.node_sets.end())
+      chosen.insert(chosen.end(), set->second.begin(), set->second.end());
+  }
+  for (ReferenceNode &reference : all) {
+    const bool wanted = std::find(chosen.begin(), chosen.end(), reference.node) != chosen.end();
+    if (!wanted && (!options.matrices || reference.distributing)) continue;
+    for (const ReferenceNode &other : mesh.references)
+      if (other.node == reference.node)
+        throw InputError(reference.card, "node " + std::to_string(other.node) + " is a reference node twice");
+    mesh.references.push_back(std::move(reference));
+  }
 }
 
 }  // namespace
@@ -220,7 +357,9 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
 BodyHandle import_ccx(const ImportOptions &options, ImportReport &report) {
   report.units = options.units;
   if (options.modes && *options.modes < 1) throw std::invalid_argument("at least one mode has to be taken");
-  report.model = build_model(read_deck(options.deck), options.interfaces);
+  Mesh mesh = read_deck(options.deck);
+  take_references(mesh, options);
+  report.model = build_model(std::move(mesh), options.interfaces);
   judge_model(report);
   if (options.matrices) return import_matrices(options, report);
   BodyHandle body = import_results(options, report);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <map>
 #include <numeric>
 #include <stdexcept>
@@ -42,8 +43,10 @@ class ModelBuilder {
   void choose_nodes();
   void add_masses();
   void add_element_mass(const MeshElement &element);
+  void add_lines(Pieces &pieces);
   void add_faces();
   void mark_surface();
+  void mark_face(const MeshElement &element, std::size_t number);
   void add_interfaces();
   void finish();
   [[nodiscard]] std::size_t body_position(int id) const { return static_cast<std::size_t>(model_.node_position(id)); }
@@ -57,14 +60,23 @@ void ModelBuilder::choose_nodes() {
   const Mesh &mesh = model_.mesh;
   std::vector<char> used(mesh.nodes.size(), 0);
   for (const int id : mesh.connectivity) used[static_cast<std::size_t>(mesh.node_position(id))] = 1;
+  const std::vector<char> of_surface = used;
+  for (const LineElement &line : mesh.lines)
+    if (line.carries())
+      for (const int id : line.nodes) used[static_cast<std::size_t>(mesh.node_position(id))] = 1;
+  std::vector<char> references(mesh.nodes.size(), 0);
+  for (const ReferenceNode &reference : mesh.references)
+    references[static_cast<std::size_t>(mesh.node_position(reference.node))] = 1;
   for (std::size_t i = 0; i < mesh.nodes.size(); ++i) {
-    if (used[i] == 0) {
+    if (used[i] == 0 && references[i] == 0) {
       model_.left_out.push_back(mesh.nodes[i].id);
       continue;
     }
     BodyNode node;
     node.id = mesh.nodes[i].id;
     node.place = mesh.nodes[i].place;
+    node.reference = used[i] == 0;
+    node.line = used[i] != 0 && of_surface[i] == 0;
     model_.nodes.push_back(node);
   }
 }
@@ -91,6 +103,7 @@ void ModelBuilder::add_element_mass(const MeshElement &element) {
     node.mass += mass.nodal[i];
     (element.type->shell() ? node.shell : node.solid) = true;
     if (!element.type->shell()) continue;
+    node.has_inertia = true;
     // A plate's thickness resists rotation about the directions in its plane with m t^2 / 12.
     const double inertia = mass.nodal[i] * section.thickness * section.thickness / 12.0;
     const Vec3 &n = mass.normals[i];
@@ -108,6 +121,9 @@ void ModelBuilder::add_masses() {
     for (int i = 1; i < element.type->nodes; ++i) pieces.join(body_position(ids[0]), body_position(ids[i]));
     model_.has_shells = model_.has_shells || element.type->shell();
   }
+  add_lines(pieces);
+  for (const ReferenceNode &reference : model_.mesh.references)
+    for (const int member : reference.members) pieces.join(body_position(reference.node), body_position(member));
   for (std::size_t i = 0; i < model_.nodes.size(); ++i)
     if (pieces.root(i) == i) ++model_.pieces;
   for (const BodyNode &node : model_.nodes) {
@@ -119,7 +135,48 @@ void ModelBuilder::add_masses() {
   }
 }
 
+// What point masses, trusses and beams add, and which nodes they and springs join.
+void ModelBuilder::add_lines(Pieces &pieces) {
+  for (const LineElement &line : model_.mesh.lines) {
+    std::vector<std::size_t> positions;
+    std::vector<Vec3> places;
+    for (const int id : line.nodes) {
+      if (model_.node_position(id) < 0)
+        throw InputError(line.place, "node " + std::to_string(id) + " of element " + std::to_string(line.id) +
+                                         " belongs to nothing else: as a reference node it has to be an interface");
+      positions.push_back(body_position(id));
+      places.push_back(model_.nodes[positions.back()].place);
+    }
+    for (const std::size_t position : positions) pieces.join(positions.front(), position);
+    if (line.kind == LineElement::Kind::mass) {
+      model_.nodes[positions.front()].mass += line.mass;
+      model_.exact.add(line.mass, places.front());
+    }
+    if (!line.carries()) continue;
+    const std::vector<LineShare> shares = line_shares(line, places, model_.exact, model_.volume);
+    for (std::size_t i = 0; i < shares.size(); ++i) {
+      BodyNode &node = model_.nodes[positions[i]];
+      node.mass += shares[i].mass;
+      node.surface = true;
+      if (line.kind != LineElement::Kind::beam) continue;
+      node.has_inertia = true;
+      for (std::size_t k = 0; k < 6; ++k) node.inertia[k] += shares[i].inertia[k];
+    }
+  }
+}
+
 void ModelBuilder::add_faces() {
+  // What has no face of its own is shown by its edges.
+  for (const LineElement &line : model_.mesh.lines)
+    for (std::size_t i = 0; i + 1 < line.nodes.size(); ++i) {
+      model_.faces.insert(model_.faces.end(), {2, line.nodes[i], line.nodes[i + 1]});
+      ++model_.face_count;
+      ++model_.surface_face_count;
+    }
+  std::size_t words = 0;
+  for (const MeshElement &element : model_.mesh.elements)
+    for (const auto &face : element.type->faces) words += face.size() + 1;
+  model_.faces.reserve(model_.faces.size() + words);
   for (const MeshElement &element : model_.mesh.elements) {
     const int *ids = model_.mesh.nodes_of(element);
     for (const auto &face : element.type->faces) {
@@ -130,51 +187,61 @@ void ModelBuilder::add_faces() {
   }
 }
 
-// A face of solids that no second element has is on the surface, with its mid-edge nodes. All of a shell is.
+// Marks the nodes of a face as lying on the surface, with its mid-edge nodes.
+void ModelBuilder::mark_face(const MeshElement &element, std::size_t number) {
+  const auto &face = element.type->faces[number];
+  const int *ids = model_.mesh.nodes_of(element);
+  for (const int corner : face) model_.nodes[body_position(ids[corner])].surface = true;
+  for (const int middle : element.type->mid_nodes(face)) model_.nodes[body_position(ids[middle])].surface = true;
+  ++model_.surface_face_count;
+}
+
+// A face of solids that no second element has is on the surface. All of a shell is. The faces are gathered by their
+// least node, so that those of one node only have to be compared.
 void ModelBuilder::mark_surface() {
   struct Face {
     std::array<int, 4> corners;
     std::uint32_t element;
-    std::uint32_t face;
+    std::uint32_t number;
   };
-  std::vector<Face> faces;
   const auto &elements = model_.mesh.elements;
-  for (std::size_t e = 0; e < elements.size(); ++e) {
+  const auto face_of = [&](std::uint32_t e, std::uint32_t f) {
+    Face face{{0, 0, 0, 0}, e, f};
     const int *ids = model_.mesh.nodes_of(elements[e]);
-    const auto &list = elements[e].type->faces;
-    for (std::size_t f = 0; f < list.size(); ++f) {
-      Face face{{0, 0, 0, 0}, static_cast<std::uint32_t>(e), static_cast<std::uint32_t>(f)};
-      for (std::size_t c = 0; c < list[f].size(); ++c) face.corners[c] = ids[list[f][c]];
-      std::sort(face.corners.begin(), face.corners.end());
-      faces.push_back(face);
+    const auto &corners = elements[e].type->faces[f];
+    for (std::size_t c = 0; c < corners.size(); ++c) face.corners[c] = ids[corners[c]];
+    std::sort(face.corners.begin(), face.corners.end(), std::greater<>());
+    return face;
+  };
+  const auto each = [&](const auto &take) {
+    for (std::uint32_t e = 0; e < elements.size(); ++e)
+      for (std::uint32_t f = 0; f < elements[e].type->faces.size(); ++f) {
+        const std::size_t corners = elements[e].type->faces[f].size();
+        take(body_position(face_of(e, f).corners[corners - 1]), e, f);
+      }
+  };
+  std::vector<std::uint32_t> end_of(model_.nodes.size() + 1, 0);
+  each([&](std::size_t node, std::uint32_t, std::uint32_t) { ++end_of[node + 1]; });
+  std::partial_sum(end_of.begin(), end_of.end(), end_of.begin());
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> gathered(end_of.back());
+  each([&](std::size_t node, std::uint32_t e, std::uint32_t f) { gathered[end_of[node]++] = {e, f}; });
+  // Now end_of[node] is where the faces of the node end.
+  std::vector<Face> faces;
+  for (std::size_t node = 0, at = 0; node < model_.nodes.size(); ++node) {
+    faces.clear();
+    for (; at < end_of[node]; ++at) faces.push_back(face_of(gathered[at].first, gathered[at].second));
+    std::stable_sort(faces.begin(), faces.end(), [](const Face &a, const Face &b) { return a.corners < b.corners; });
+    for (std::size_t i = 0, next = 0; i < faces.size(); i = next) {
+      for (next = i + 1; next < faces.size() && faces[next].corners == faces[i].corners;) ++next;
+      const MeshElement &element = elements[faces[i].element];
+      if (next == i + 1 || element.type->shell()) mark_face(element, faces[i].number);
     }
-  }
-  std::sort(faces.begin(), faces.end(), [](const Face &a, const Face &b) { return a.corners < b.corners; });
-  for (std::size_t i = 0; i < faces.size();) {
-    std::size_t end = i + 1;
-    while (end < faces.size() && faces[end].corners == faces[i].corners) ++end;
-    const MeshElement &element = elements[faces[i].element];
-    if (end == i + 1 || element.type->shell()) {
-      const auto &face = element.type->faces[faces[i].face];
-      const int *ids = model_.mesh.nodes_of(element);
-      for (const int corner : face) model_.nodes[body_position(ids[corner])].surface = true;
-      for (const int middle : element.type->mid_nodes(face)) model_.nodes[body_position(ids[middle])].surface = true;
-      ++model_.surface_face_count;
-    }
-    i = end;
   }
 }
 
 void ModelBuilder::add_interfaces() {
   for (const std::string &name : interfaces_) {
-    const auto set = model_.mesh.node_sets.find(upper(name));
-    if (set == model_.mesh.node_sets.end()) {
-      std::string names;
-      for (const auto &[known, members] : model_.mesh.node_sets) names += (names.empty() ? "" : ", ") + known;
-      throw InputError({model_.mesh.files.front(), 0},
-                       "no node set '" + name + "'" + (names.empty() ? "; the deck has none" : "; there are " + names));
-    }
-    for (const int id : set->second) {
+    for (const int id : model_.mesh.node_set(name)) {
       if (model_.node_position(id) < 0)
         throw InputError({model_.mesh.files.front(), 0},
                          "node set '" + name + "' names node " + std::to_string(id) + ", which belongs to no element");

@@ -1,6 +1,8 @@
 #include "registry/importers.h"
 
 #include "calculix/importer.h"
+#include "matrices/importer.h"
+#include "universal/importer.h"
 #ifdef SBRKIT_HAVE_EXODUS
 #include "exodus/importer.h"
 #endif
@@ -13,6 +15,8 @@ const std::vector<ImporterEntry> &importers() {
 #ifdef SBRKIT_HAVE_EXODUS
       exodus_importer(),
 #endif
+      matrices_importer(),
+      universal_importer(),
   };
   return kImporters;
 }
