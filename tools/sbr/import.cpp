@@ -288,9 +288,10 @@ void add_ccx_options(CLI::App &ccx, Request &request) {
       ->transform(CLI::CheckedTransformer(kPlaces));
   ccx.add_option("--strain", options.strain, "Nodes with modal strain; by default none")
       ->transform(CLI::CheckedTransformer(kPlaces));
-  ccx.add_option("--shell-side", options.shell_side, "Side of shells that stress and strain are taken from")
-      ->transform(CLI::CheckedTransformer(kSides))
-      ->default_str("top");
+  ccx.add_option("--shell-side", options.shell_side,
+                 "Side of shells that stress and strain are taken from; by default the top, and the middle where "
+                 "the results have no sides")
+      ->transform(CLI::CheckedTransformer(kSides));
   above_zero(ccx.add_option("--modes", options.modes, "Take the first N modes only"));
   as_list(ccx.add_option("--matrices", request.matrices, "Reduce the solver's matrices instead"))
       ->type_name("JOB.mas,JOB.sti,JOB.dof");

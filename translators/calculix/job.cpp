@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "calculix/deck.h"
+#include "calculix/dof_table.h"
 #include "calculix/result_map.h"
 #include "calculix/results.h"
 #include "common/reduction.h"
@@ -110,11 +111,35 @@ Where decide(std::optional<Where> asked, Where otherwise, bool present, const ch
   return Where::none;
 }
 
-BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
+// Results in local axes are taken for no others. Where a later step asks again, the first request counts too.
+void refuse_local_axes(const DeckNotes &notes, bool with_stress) {
+  for (const Card &request : notes.requests) {
+    const bool nodes = request.keyword.rfind("*NODE", 0) == 0;
+    const auto &axes = nodes ? notes.transforms : notes.orientations;
+    if (request.value("GLOBAL") != "NO" || axes.empty() || (!nodes && !with_stress)) continue;
+    const Place &place = axes.front().place;
+    throw InputError(request.place, std::string(nodes ? "displacements" : "stress and strain") +
+                                        " are asked for in the local axes of " + place.file + ":" +
+                                        std::to_string(place.line) + "; run the solver with GLOBAL=YES" +
+                                        (nodes ? "" : ", or import with --stress none"));
+  }
+}
+
+// The results of shells in two dimensions are those of the middle.
+void judge_shell_side(const ImportOptions &options, const std::string &frd, std::vector<std::string> &warnings) {
+  if (options.shell_side.value_or(ShellSide::middle) != ShellSide::middle)
+    throw InputError({frd, 0},
+                     "the results hold the shells in two dimensions (OUTPUT=2D): the sides of shells are not "
+                     "there; run the solver with OUTPUT=3D, or take --shell-side middle");
+  if (!options.shell_side)
+    warnings.push_back("the results hold the shells in two dimensions: stress and strain are those of the middle");
+}
+
+BodyHandle import_results(const ImportOptions &options, const DeckNotes &notes, ImportReport &report) {
   const auto frd = options.frd ? options.frd : beside(options.deck, ".frd");
   if (!frd) throw InputError({options.deck, 0}, "no .frd or .frd.gz file beside the deck; name it with --frd");
   report.results = *frd;
-  ResultMap map(report.model, options.shell_side, options.modes);
+  ResultMap map(report.model, options.shell_side.value_or(ShellSide::top), options.modes);
   const Survey survey = map.survey(*frd);
   std::string dat;
   const auto rows = eigenvalues_of(options, dat);
@@ -126,6 +151,9 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
   const Where stress = decide(options.stress, Where::surface, survey.stress, "stress", *frd, report.warnings);
   const Where strain = decide(options.strain, Where::none, survey.strain, "strain", *frd, report.warnings);
   report.has_stress = stress != Where::none;
+  const bool takes_tensors = stress != Where::none || strain != Where::none;
+  refuse_local_axes(notes, takes_tensors);
+  if (map.flat_shells() && takes_tensors) judge_shell_side(options, *frd, report.warnings);
 
   const std::string name = std::filesystem::path(*frd).filename().string();
   BodyHandle body = create_body(
@@ -145,8 +173,10 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
   }
   BodyFeeder feeder(body.get(), report, stress, strain);
   map.feed(*frd, feeder);
-  if (map.missing_rotations())
-    report.warnings.push_back("the results hold the shells in two dimensions: their rotations are not known and are 0");
+  if (map.flat_shells())
+    report.warnings.push_back(
+        "the results hold the shells in two dimensions: their rotations are those of the middle surface around each "
+        "node");
   report.stress_nodes = SBR_ModeNodeCount(body.get(), 1);
   report.strain_nodes = SBR_ModeNodeCount(body.get(), 2);
   return body;
@@ -154,42 +184,27 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
 
 // ---- Modes from the matrices
 
-// Rows of the interface, after a check that the rows fit the mesh.
-std::vector<char> held_rows(const std::vector<Dof> &dofs, const Model &model, const std::string &file,
-                            std::vector<std::string> &warnings) {
-  std::vector<char> held(dofs.size(), 0);
-  std::vector<char> present(3 * model.nodes.size(), 0);
-  for (std::size_t r = 0; r < dofs.size(); ++r) {
-    const int position = model.node_position(dofs[r].node);
-    const Place place{file, static_cast<long>(r) + 1};
-    if (position < 0)
-      throw InputError(place, "node " + std::to_string(dofs[r].node) + " is not a node of the deck's elements");
-    char &seen = present[3 * static_cast<std::size_t>(position) + static_cast<std::size_t>(dofs[r].direction - 1)];
-    if (seen != 0) throw InputError(place, "the degree of freedom comes a second time");
-    seen = 1;
-    held[r] = std::binary_search(model.interface_nodes.begin(), model.interface_nodes.end(), dofs[r].node) ? 1 : 0;
-  }
-  if (const auto missing = std::count(present.begin(), present.end(), 0); missing != 0)
-    warnings.push_back(std::to_string(missing) +
-                       " degrees of freedom of the mesh have no matrix row (supports?); they stay at rest");
-  return held;
-}
-
-BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
+BodyHandle import_matrices(const ImportOptions &options, const DeckNotes &notes, ImportReport &report) {
   const MatrixFiles &files = *options.matrices;
   if (options.stress.value_or(Where::none) != Where::none || options.strain.value_or(Where::none) != Where::none)
     throw std::invalid_argument("matrices give no stress or strain");
-  if (report.model.has_shells) throw std::invalid_argument("matrices are reduced for solid elements only");
+  if (report.model.has_shells)
+    throw std::invalid_argument(
+        "matrices are reduced for solid elements only: the rows of shells are those of the solids that the solver "
+        "makes "
+        "of them, and the deck does not tell which; import the modes");
   if (report.model.interface_nodes.empty())
     throw std::invalid_argument("matrices need interface nodes; name their node sets");
   std::string dat;
   for (const EigenRow &row : eigenvalues_of(options, dat)) report.full_model_hz.push_back(row.hz);
-  const std::vector<Dof> dofs = read_dofs(files.dofs);
-  const std::vector<char> held = held_rows(dofs, report.model, files.dofs, report.warnings);
-  if (dofs.size() == 3 * report.model.nodes.size() && !interface_holds(report.model))
+  const DofTable dofs(read_dofs(files.dofs), report.model, notes, files.dofs);
+  if (dofs.supported() != 0)
+    report.warnings.push_back(std::to_string(dofs.supported()) + " degrees of freedom are held by *BOUNDARY and stay " +
+                              "at rest");
+  if (dofs.supported() == 0 && !interface_holds(report.model))
     throw std::invalid_argument("the interface nodes do not hold the body: three that are not in line are needed");
   const Reduction reduction =
-      reduce_matrices({files.mass, files.stiffness, dofs, held, options.normal, options.max_hz});
+      reduce_matrices({files.mass, files.stiffness, dofs.rows(), dofs.held(), options.normal, options.max_hz});
   report.results = files.stiffness;
   report.constraint_modes = reduction.constraint_modes;
   report.normal_modes = reduction.normal_modes;
@@ -205,10 +220,7 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   std::vector<double> values(6 * report.model.nodes.size());
   for (int mode = 0; mode < reduction.count(); ++mode) {
     reduction.shape(mode, rows);
-    std::fill(values.begin(), values.end(), 0.0);
-    for (std::size_t r = 0; r < rows.size(); ++r)
-      values[6 * static_cast<std::size_t>(report.model.node_position(dofs[r].node)) +
-             static_cast<std::size_t>(dofs[r].direction - 1)] = rows[r];
+    dofs.spread(rows, values);
     for (std::size_t i = 0; i < report.model.nodes.size(); ++i)
       require(SBR_SetModeVec(body.get(), mode + 1, report.model.nodes[i].id, 0, &values[6 * i]), "values of a mode");
   }
@@ -220,10 +232,11 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
 BodyHandle import_ccx(const ImportOptions &options, ImportReport &report) {
   report.units = options.units;
   if (options.modes && *options.modes < 1) throw std::invalid_argument("at least one mode has to be taken");
-  report.model = build_model(read_deck(options.deck), options.interfaces);
+  DeckNotes notes;
+  report.model = build_model(read_deck(options.deck, &notes), options.interfaces);
   judge_model(report);
-  if (options.matrices) return import_matrices(options, report);
-  BodyHandle body = import_results(options, report);
+  if (options.matrices) return import_matrices(options, notes, report);
+  BodyHandle body = import_results(options, notes, report);
   judge_modes(report);
   return body;
 }

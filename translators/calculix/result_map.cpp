@@ -192,8 +192,31 @@ void ResultMap::map_nodes(const Place &place) {
       direct_[i] = file_position(node.id);
       if (direct_[i] < 0) throw InputError(place, node_text(node.id) + " of the deck is not in the file");
     }
-    if (node.shell && expanded[i] == 0) missing_rotations_ = true;
+    if (node.shell && expanded[i] == 0) flat_shells_ = true;
   }
+  if (model_.has_shells) motion_ = std::make_unique<ShellMotion>(model_, shell_points());
+}
+
+// Both sides of each pair, and what was not expanded as it is. The deck tells places more closely than the six digits
+// of the file; at some joints the solver moves them.
+std::vector<ShellPoint> ResultMap::shell_points() const {
+  std::vector<ShellPoint> points;
+  const auto add = [&](std::size_t body, int position, const Vec3 &expected) {
+    const auto at = static_cast<std::size_t>(position);
+    const Vec3 &place = file_nodes_[at].place;
+    const bool same = length(place - expected) <= 1e-5 * (length(place) + 0.1 * model_.extent);
+    points.push_back({static_cast<std::uint32_t>(body), static_cast<std::uint32_t>(at), same ? expected : place});
+  };
+  for (std::size_t i = 0, pair = 0; i < model_.nodes.size(); ++i) {
+    const BodyNode &node = model_.nodes[i];
+    if (node.shell && direct_[i] >= 0 && !node.solid) add(i, direct_[i], node.place);
+    for (; pair < pairs_.size() && pairs_[pair].body == i; ++pair) {
+      const Vec3 half = (0.5 * pairs_[pair].thickness) * pairs_[pair].normal;
+      add(i, pairs_[pair].bottom, node.place - half);
+      add(i, pairs_[pair].top, node.place + half);
+    }
+  }
+  return points;
 }
 
 // ---- Values
@@ -266,21 +289,12 @@ void ResultMap::check_complete(const Place &place) const {
   }
 }
 
-// Adds what a pair tells of its node: the mean of both sides and the turn between them, or the side that is asked for.
+// Adds the stress or strain of the side that is asked for.
 void ResultMap::add_side(const Pair &pair, double *six) const {
   const double *bottom = &raw_[6 * static_cast<std::size_t>(pair.bottom)];
   const double *top = &raw_[6 * static_cast<std::size_t>(pair.top)];
-  if (set_.kind != ResultKind::displacement) {
-    for (std::size_t k = 0; k < 6; ++k)
-      six[k] += side_ == ShellSide::top ? top[k] : side_ == ShellSide::bottom ? bottom[k] : 0.5 * (top[k] + bottom[k]);
-    return;
-  }
-  const Vec3 difference = Vec3{top[0], top[1], top[2]} - Vec3{bottom[0], bottom[1], bottom[2]};
-  const Vec3 turn = (1.0 / pair.thickness) * cross(pair.normal, difference);
-  for (std::size_t k = 0; k < 3; ++k) {
-    six[k] += 0.5 * (top[k] + bottom[k]);
-    six[3 + k] += turn[k];
-  }
+  for (std::size_t k = 0; k < 6; ++k)
+    six[k] += side_ == ShellSide::top ? top[k] : side_ == ShellSide::bottom ? bottom[k] : 0.5 * (top[k] + bottom[k]);
 }
 
 void ResultMap::end_set(const Place &place) {
@@ -288,7 +302,8 @@ void ResultMap::end_set(const Place &place) {
   if (receiver_ == nullptr) return;
   const bool shape = set_.kind == ResultKind::displacement;
   std::fill(values_.begin(), values_.end(), 0.0);
-  for (std::size_t i = 0; i < pairs_.size();) {
+  if (shape && motion_) motion_->apply(raw_, values_);
+  for (std::size_t i = 0; !shape && i < pairs_.size();) {
     std::size_t end = i;
     double *six = &values_[6 * pairs_[i].body];
     while (end < pairs_.size() && pairs_[end].body == pairs_[i].body) add_side(pairs_[end++], six);

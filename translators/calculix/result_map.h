@@ -3,12 +3,14 @@
 #ifndef SBRKIT_TRANSLATORS_CALCULIX_RESULT_MAP_H
 #define SBRKIT_TRANSLATORS_CALCULIX_RESULT_MAP_H
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "calculix/job.h"
 #include "calculix/results.h"
+#include "calculix/shell_motion.h"
 
 namespace sbrtranslate {
 
@@ -45,8 +47,8 @@ class ResultMap : private ResultHandler {
   Survey survey(const std::string &path);
   // Reads it again and hands out set after set. One set is held at a time.
   void feed(const std::string &path, ResultReceiver &receiver);
-  // Whether shells came without their expansion.
-  [[nodiscard]] bool missing_rotations() const { return missing_rotations_; }
+  // Whether shells came without their expansion: their sides are not there.
+  [[nodiscard]] bool flat_shells() const { return flat_shells_; }
 
  private:
   // The nodes on both sides of a shell that stand for one of its nodes.
@@ -76,13 +78,14 @@ class ResultMap : private ResultHandler {
   void check_complete(const Place &place) const;
   [[nodiscard]] bool wanted_node(std::size_t body) const;
   void add_side(const Pair &pair, double *six) const;
+  [[nodiscard]] std::vector<ShellPoint> shell_points() const;
 
   const Model &model_;
   ShellSide side_;
   int most_modes_;
   ResultReceiver *receiver_ = nullptr;  // null during the survey
   Survey survey_;
-  bool missing_rotations_ = false;
+  bool flat_shells_ = false;
 
   struct FileNode {
     int id = 0;
@@ -90,8 +93,9 @@ class ResultMap : private ResultHandler {
     long line = 0;
   };
   std::vector<FileNode> file_nodes_;
-  std::vector<int> direct_;  // by body node: position in the file, or -1
-  std::vector<Pair> pairs_;  // sorted by body node
+  std::vector<int> direct_;              // by body node: position in the file, or -1
+  std::vector<Pair> pairs_;              // sorted by body node
+  std::unique_ptr<ShellMotion> motion_;  // where there are shells
   std::vector<char> element_seen_;
 
   ResultSet set_;

@@ -6,6 +6,8 @@
 #include <numeric>
 #include <stdexcept>
 
+#include "common/consistent_mass.h"
+
 namespace sbrtranslate {
 namespace {
 
@@ -97,6 +99,7 @@ void ModelBuilder::add_element_mass(const MeshElement &element) {
     const std::array<double, 6> terms = {1 - n[0] * n[0], 1 - n[1] * n[1], 1 - n[2] * n[2],
                                          -n[0] * n[1],    -n[0] * n[2],    -n[1] * n[2]};
     for (std::size_t k = 0; k < 6; ++k) node.inertia[k] += inertia * terms[k];
+    node.has_inertia = true;
   }
 }
 
@@ -110,13 +113,7 @@ void ModelBuilder::add_masses() {
   }
   for (std::size_t i = 0; i < model_.nodes.size(); ++i)
     if (pieces.root(i) == i) ++model_.pieces;
-  for (const BodyNode &node : model_.nodes) {
-    model_.lumped.add(node.mass, node.place);
-    // The second moments whose trace differences are the node's own inertia.
-    const double half = 0.5 * (node.inertia[0] + node.inertia[1] + node.inertia[2]);
-    for (std::size_t k = 0; k < 3; ++k) model_.lumped.second[k] += half - node.inertia[k];
-    for (std::size_t k = 3; k < 6; ++k) model_.lumped.second[k] -= node.inertia[k];
-  }
+  model_.correction = correct_masses(model_);
 }
 
 void ModelBuilder::add_faces() {
@@ -168,12 +165,17 @@ void ModelBuilder::mark_surface() {
 void ModelBuilder::add_interfaces() {
   for (const std::string &name : interfaces_) {
     const auto set = model_.mesh.node_sets.find(upper(name));
+    if (set == model_.mesh.node_sets.end() && model_.mesh.element_sets.count(upper(name)) != 0)
+      throw InputError({model_.mesh.files.front(), 0},
+                       "'" + name + "' is a set of elements, and interfaces are sets of nodes");
     if (set == model_.mesh.node_sets.end()) {
       std::string names;
       for (const auto &[known, members] : model_.mesh.node_sets) names += (names.empty() ? "" : ", ") + known;
       throw InputError({model_.mesh.files.front(), 0},
                        "no node set '" + name + "'" + (names.empty() ? "; the deck has none" : "; there are " + names));
     }
+    if (set->second.empty())
+      throw InputError({model_.mesh.files.front(), 0}, "node set '" + name + "' is empty, and no interface");
     for (const int id : set->second) {
       if (model_.node_position(id) < 0)
         throw InputError({model_.mesh.files.front(), 0},

@@ -14,10 +14,21 @@ struct BodyNode {
   int id = 0;
   Vec3 place{};
   double mass = 0.0;
-  std::array<double, 6> inertia{};  // of a shell's thickness: xx, yy, zz, xy, xz, yz
+  std::array<double, 6> inertia{};  // of its own: xx, yy, zz, xy, xz, yz
+  bool has_inertia = false;         // counts also where no shell is
   bool solid = false;               // belongs to a solid element
   bool shell = false;               // belongs to a shell
   bool surface = false;             // lies on the outside of the body
+};
+
+// What a correction did to the lumped masses.
+struct MassCorrection {
+  double smallest_factor = 1.0;  // of what became of a mass to what it was
+  double largest_factor = 1.0;
+  // The part of the inertia that no masses at the nodes can have: row by row, about any point. It was shared out as
+  // nodal inertia.
+  std::array<double, 9> rest{};
+  double rest_share = 0.0;  // its largest size, as a part of the moment about the same principal axis
 };
 
 struct Model {
@@ -31,7 +42,8 @@ struct Model {
   int pieces = 0;                    // into which the mesh falls
   double volume = 0.0;
   Moments exact;        // of the elements themselves
-  Moments lumped;       // of the nodal masses
+  Moments lumped;       // of the nodal masses, once they are corrected
+  MassCorrection correction;
   double extent = 0.0;  // the longest side of the box around the nodes
   bool has_shells = false;
 
