@@ -299,6 +299,7 @@ void add_ccx_options(CLI::App &ccx, Request &request) {
       ->check(CLI::NonNegativeNumber);
   above_zero(ccx.add_option("--max-hz", options.max_hz, "With --matrices: add the normal modes up to this frequency"))
       ->type_name("HZ");
+  ccx.add_flag("--force", options.force, "Take results whose mesh or mass is not that of the deck");
   ccx.add_flag("--all-faces", request.all_faces, "Keep the faces that two elements share");
   ccx.add_flag("--json", request.json, "Print the summary as JSON");
   add_write_options(ccx, request.write);

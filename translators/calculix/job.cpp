@@ -9,6 +9,7 @@
 #include "calculix/dof_table.h"
 #include "calculix/result_map.h"
 #include "calculix/results.h"
+#include "common/consistency.h"
 #include "common/reduction.h"
 #include "common/rigid_fit.h"
 
@@ -67,7 +68,9 @@ double von_mises(const double *s) {
 class BodyFeeder : public ResultReceiver {
  public:
   BodyFeeder(SBR body, ImportReport &report, Where stress, Where strain)
-      : body_(body), report_(report), stress_(stress), strain_(strain), fit_(report.model) {}
+      : body_(body), report_(report), stress_(stress), strain_(strain), fit_(report.model), check_(report.model) {}
+  // What in the modes does not fit the deck, once they have come.
+  [[nodiscard]] std::optional<std::string> complaint() const { return check_.complaint(); }
 
   bool wants(ResultKind kind) const override { return kind == ResultKind::displacement || where(kind) != Where::none; }
   bool wants_node(ResultKind kind, std::size_t node) const override {
@@ -88,6 +91,7 @@ class BodyFeeder : public ResultReceiver {
     }
     if (set.kind != ResultKind::displacement) return;
     fit_.judge([&](std::size_t i) { return Vec3{values[6 * i], values[6 * i + 1], values[6 * i + 2]}; }, mode);
+    check_.take(mode, set.generalized_mass, values);
   }
 
  private:
@@ -99,6 +103,7 @@ class BodyFeeder : public ResultReceiver {
   Where stress_;
   Where strain_;
   RigidFit fit_;
+  ConsistencyCheck check_;
 };
 
 // Whether a kind of result is taken, and where: what was asked for must be there.
@@ -139,7 +144,7 @@ BodyHandle import_results(const ImportOptions &options, const DeckNotes &notes, 
   const auto frd = options.frd ? options.frd : beside(options.deck, ".frd");
   if (!frd) throw InputError({options.deck, 0}, "no .frd or .frd.gz file beside the deck; name it with --frd");
   report.results = *frd;
-  ResultMap map(report.model, options.shell_side.value_or(ShellSide::top), options.modes);
+  ResultMap map(report.model, options.shell_side.value_or(ShellSide::top), options.modes, options.force);
   const Survey survey = map.survey(*frd);
   std::string dat;
   const auto rows = eigenvalues_of(options, dat);
@@ -173,6 +178,10 @@ BodyHandle import_results(const ImportOptions &options, const DeckNotes &notes, 
   }
   BodyFeeder feeder(body.get(), report, stress, strain);
   map.feed(*frd, feeder);
+  if (const auto text = feeder.complaint()) {
+    if (!options.force) throw InputError({*frd, 0}, *text + "; --force takes them nevertheless");
+    report.warnings.push_back(*text);
+  }
   if (map.flat_shells())
     report.warnings.push_back(
         "the results hold the shells in two dimensions: their rotations are those of the middle surface around each "
@@ -227,6 +236,12 @@ BodyHandle import_matrices(const ImportOptions &options, const DeckNotes &notes,
   return body;
 }
 
+void warn_about_units(SBR body, const DeckNotes &notes, ImportReport &report) {
+  const UnitFactors factors{SBR_Mass2Kilogram(body, 1.0), SBR_Length2Meter(body, 1.0), SBR_Time2Second(body, 1.0)};
+  for (std::string &warning : unit_warnings(report.model, notes.moduli, factors))
+    report.warnings.push_back(std::move(warning));
+}
+
 }  // namespace
 
 BodyHandle import_ccx(const ImportOptions &options, ImportReport &report) {
@@ -235,8 +250,13 @@ BodyHandle import_ccx(const ImportOptions &options, ImportReport &report) {
   DeckNotes notes;
   report.model = build_model(read_deck(options.deck, &notes), options.interfaces);
   judge_model(report);
-  if (options.matrices) return import_matrices(options, notes, report);
+  if (options.matrices) {
+    BodyHandle body = import_matrices(options, notes, report);
+    warn_about_units(body.get(), notes, report);
+    return body;
+  }
   BodyHandle body = import_results(options, notes, report);
+  warn_about_units(body.get(), notes, report);
   judge_modes(report);
   return body;
 }

@@ -31,6 +31,7 @@ struct ImportOptions {
   std::optional<Where> strain;          // default: none
   std::optional<ShellSide> shell_side;  // default: top, and the middle where the results have no sides
   std::optional<int> modes;             // the first so many modes; default: all
+  bool force = false;                   // take results that do not fit the deck
   std::optional<MatrixFiles> matrices;
   std::optional<int> normal;     // fixed-interface normal modes to be added
   std::optional<double> max_hz;  // or all of them up to a frequency

@@ -119,9 +119,9 @@ void ResultMap::check_pair(const Pair &pair, const Place &place) const {
   const FileNode &bottom = file_nodes_[static_cast<std::size_t>(pair.bottom)];
   const FileNode &top = file_nodes_[static_cast<std::size_t>(pair.top)];
   const Vec3 middle = 0.5 * (bottom.place + top.place);
-  if (length(middle - node.place) > 1e-5 * (length(node.place) + model_.extent) + 0.25 * pair.thickness)
-    throw InputError({place.file, bottom.line},
-                     "the mesh is not that of the deck: " + node_text(node.id) + " of a shell lies elsewhere");
+  if (!force_ && length(middle - node.place) > 1e-5 * (length(node.place) + model_.extent) + 0.25 * pair.thickness)
+    throw InputError({place.file, bottom.line}, "the mesh is not that of the deck: " + node_text(node.id) +
+                                                    " of a shell lies elsewhere; --force takes it nevertheless");
 }
 
 void ResultMap::mesh_done(const Place &place) {
@@ -153,9 +153,9 @@ void ResultMap::check_file_nodes(const Place &place) {
     // The expansion gives new nodes numbers of their own.
     const BodyNode &body = model_.nodes[static_cast<std::size_t>(position)];
     if (body.shell && !pairs_.empty() && !body.solid) continue;
-    if (length(node.place - body.place) > 1e-5 * (length(body.place) + 0.1 * model_.extent))
-      throw InputError({place.file, node.line},
-                       "the mesh is not that of the deck: " + node_text(node.id) + " lies elsewhere there");
+    if (!force_ && length(node.place - body.place) > 1e-5 * (length(body.place) + 0.1 * model_.extent))
+      throw InputError({place.file, node.line}, "the mesh is not that of the deck: " + node_text(node.id) +
+                                                    " lies elsewhere there; --force takes it nevertheless");
   }
 }
 

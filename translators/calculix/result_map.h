@@ -40,8 +40,9 @@ class ResultReceiver {
 
 class ResultMap : private ResultHandler {
  public:
-  ResultMap(const Model &model, ShellSide side, std::optional<int> modes)
-      : model_(model), side_(side), most_modes_(modes.value_or(1 << 30)) {}
+  // With `force` nodes may lie elsewhere than in the deck.
+  ResultMap(const Model &model, ShellSide side, std::optional<int> modes, bool force = false)
+      : model_(model), side_(side), most_modes_(modes.value_or(1 << 30)), force_(force) {}
 
   // Reads the file once: the mesh has to be that of the model, every mode complete.
   Survey survey(const std::string &path);
@@ -83,6 +84,7 @@ class ResultMap : private ResultHandler {
   const Model &model_;
   ShellSide side_;
   int most_modes_;
+  bool force_;
   ResultReceiver *receiver_ = nullptr;  // null during the survey
   Survey survey_;
   bool flat_shells_ = false;

@@ -117,6 +117,7 @@ class Corrector {
       result.smallest_factor = std::min(result.smallest_factor, factor);
       result.largest_factor = std::max(result.largest_factor, factor);
     }
+    for (BodyNode &node : model_.nodes) node.element_mass = node.mass;
     model_.lumped = nodal_moments(model_);
     return result;
   }

@@ -63,6 +63,10 @@ struct ElementMass {
 ElementMass lump_mass(const ElementType &type, std::span<const Vec3> places, double density, double thickness,
                       Moments &moments);
 
+// The integral over an element of the square of a vector that its shape functions carry from the nodes: over the volume
+// of solids, over the area of shells.
+double integrate_square(const ElementType &type, std::span<const Vec3> places, std::span<const Vec3> values);
+
 }  // namespace sbrtranslate
 
 #endif

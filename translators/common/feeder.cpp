@@ -33,7 +33,8 @@ void feed_model(SBR body, const Model &model, const UnitLabels &units, const std
     require(SBR_SetNodeCoordinates(body, node.id, node.place[0], node.place[1], node.place[2]), "a node");
     require(SBR_SetNodalMass(body, node.id, node.mass), "a nodal mass");
     const auto &i = node.inertia;
-    if (node.has_inertia) require(SBR_SetNodalInertia(body, node.id, i[0], i[1], i[2], i[3], i[4], i[5]), "a nodal inertia");
+    if (node.has_inertia)
+      require(SBR_SetNodalInertia(body, node.id, i[0], i[1], i[2], i[3], i[4], i[5]), "a nodal inertia");
   }
   for (std::size_t at = 0; at < model.faces.size(); at += static_cast<std::size_t>(model.faces[at]) + 1)
     require(SBR_SetFaceList(body, model.faces[at], &model.faces[at + 1]), "a face");

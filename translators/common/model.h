@@ -14,6 +14,7 @@ struct BodyNode {
   int id = 0;
   Vec3 place{};
   double mass = 0.0;
+  double element_mass = 0.0;        // of it, what the elements gave
   std::array<double, 6> inertia{};  // of its own: xx, yy, zz, xy, xz, yz
   bool has_inertia = false;         // counts also where no shell is
   bool solid = false;               // belongs to a solid element
@@ -41,8 +42,8 @@ struct Model {
   std::vector<int> left_out;         // IDs of the mesh's nodes that no element has
   int pieces = 0;                    // into which the mesh falls
   double volume = 0.0;
-  Moments exact;        // of the elements themselves
-  Moments lumped;       // of the nodal masses, once they are corrected
+  Moments exact;   // of the elements themselves
+  Moments lumped;  // of the nodal masses, once they are corrected
   MassCorrection correction;
   double extent = 0.0;  // the longest side of the box around the nodes
   bool has_shells = false;
