@@ -134,11 +134,11 @@ class ValueFile {
     for (std::uint32_t &word : words) word = static_cast<std::uint32_t>(random()) & 0x3FFFFFFFU;
     if (std::fwrite(words.data(), 4, words.size(), stream_) != words.size()) std::abort();
     std::rewind(stream_);
-    channel.stream = stream_;
-    channel.double_precision = single ? 0 : 1;
-    if (xdr && !sbr::bind_xdr(channel, XDR_DECODE)) std::abort();
+    channel.own(stream_);
+    channel.double_precision = !single;
+    if (xdr && !channel.bind_xdr(XDR_DECODE)) std::abort();
   }
-  ~ValueFile() { sbr::close_channel(channel, false); }
+  ~ValueFile() { channel.close(); }
   ValueFile(const ValueFile &) = delete;
   ValueFile &operator=(const ValueFile &) = delete;
   void rewind() { FileSeek_Win32(stream_, 0, 0); }

@@ -130,9 +130,9 @@ TEST_F(ReaderTest, EveryVersionAndEncodingIsRecognized) {
     EXPECT_EQ(body->layout.version, word);
     for (const sbr::StreamChannel *channel : {&body->record, &body->modes[sbr::Kind::shape],
                                               &body->modes[sbr::Kind::stress], &body->modes[sbr::Kind::strain]}) {
-      EXPECT_EQ(channel->xdr_encoded, record.xdr() ? 1 : 0);
-      EXPECT_EQ(channel->double_precision, record.single() ? 0 : 1);
-      EXPECT_EQ(channel->is_temporary, 0);
+      EXPECT_EQ(channel->xdr_encoded, record.xdr());
+      EXPECT_EQ(channel->double_precision, !record.single());
+      EXPECT_EQ(channel->is_temporary(), false);
       EXPECT_EQ(channel->stream, body->record.stream);
       EXPECT_EQ(channel->xdr, body->record.xdr);
     }

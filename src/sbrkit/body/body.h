@@ -249,7 +249,7 @@ struct SbrBody {
 
   sbr::Array<float> float_buffer;
   sbr::StreamChannel record;               // the record file that the body was read from
-  sbr::PerKind<sbr::StreamChannel> modes;  // shape, stress, strain: alias of the record channel, or a temporary file
+  sbr::PerKind<sbr::StreamChannel> modes;  // shape, stress, strain: views of the record channel, or temporary files
 
   sbr::Layout layout;
   sbr::HeaderTexts header;
@@ -275,7 +275,6 @@ struct SbrBody {
   SbrBody() = default;
   SbrBody(const SbrBody &) = delete;
   SbrBody &operator=(const SbrBody &) = delete;
-  ~SbrBody();
 };
 
 namespace sbr {

@@ -19,12 +19,6 @@ SbrBody **link_to(const SbrBody *body) noexcept {
 
 }  // namespace
 
-SbrBody::~SbrBody() {
-  for (sbr::StreamChannel &channel : modes)
-    if (channel.stream != nullptr && channel.is_temporary != 0) sbr::close_channel(channel, true);
-  if (record.stream != nullptr) sbr::close_channel(record, false);
-}
-
 namespace sbr {
 
 bool require_body(const SbrBody *body) noexcept {

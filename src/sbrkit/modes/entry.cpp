@@ -18,7 +18,7 @@ bool enter_values(SbrBody &body, int number, int id, Kind kind, int dof, const d
   const int mode = lookup_or_add_mode(body, number);
   if (mode < 0 || !open_temporary_mode_file(body, kind)) return false;
   // The modes of a record file are not written to: that write fails, and a failed write has no message.
-  if (body.modes[kind].is_temporary == 0) return false;
+  if (!body.modes[kind].is_temporary()) return false;
   const int index = lookup_or_add_node(body, id);
   if (index < 0) return false;
   const int known = kind == Kind::shape ? index : kind_position(body, kind, id);

@@ -69,9 +69,7 @@ ModeRun &run_of_mode(PendingModeWrites &pending, int mode) noexcept {
 }
 
 // Runs hold doubles as they lie in a native double-precision file.
-bool may_wait(const StreamChannel &channel) noexcept {
-  return channel.double_precision != 0 && channel.xdr_encoded == 0;
-}
+bool may_wait(const StreamChannel &channel) noexcept { return channel.double_precision && !channel.xdr_encoded; }
 
 }  // namespace
 
@@ -98,7 +96,7 @@ bool flush_mode_writes(SbrBody &body, Kind kind) noexcept {
   PendingModeWrites &pending = body.store.pending[kind];
   if (pending.waiting == 0) return true;
   // A channel that was given to a record file in the meantime takes nothing.
-  if (body.modes[kind].stream == nullptr || body.modes[kind].is_temporary == 0) {
+  if (body.modes[kind].stream == nullptr || !body.modes[kind].is_temporary()) {
     forget_mode_writes(body, kind);
     return true;
   }

@@ -56,28 +56,15 @@ bool TemporaryModeFile::name(const char *beside) noexcept {
 }
 
 bool TemporaryModeFile::create(const StreamChannel &like) noexcept {
-  channel_.stream = create_exclusive(channel_.path.data());
+  channel_.own(create_exclusive(channel_.path.data()), Holding::temporary_file);
   channel_.double_precision = like.double_precision;
   channel_.single_scratch = like.single_scratch;
-  channel_.is_temporary = 1;
   return channel_.stream != nullptr;
 }
 
-void TemporaryModeFile::remove() noexcept {
-  if (channel_.stream != nullptr) close_channel(channel_, true);
-}
+void TemporaryModeFile::remove() noexcept { channel_.close(); }
 
-void TemporaryModeFile::replace(StreamChannel &store) noexcept {
-  if (store.is_temporary != 0) close_channel(store, true);
-  store.stream = channel_.stream;
-  store.path = std::move(channel_.path);
-  store.xdr_encoded = 0;
-  store.xdr = nullptr;
-  store.is_temporary = 1;
-  store.double_precision = channel_.double_precision;
-  store.single_scratch = channel_.single_scratch;
-  channel_.stream = nullptr;
-}
+void TemporaryModeFile::replace(StreamChannel &store) noexcept { store.take(channel_); }
 
 // ---- the rewriting -------------------------------------------------------------------------------------------------
 

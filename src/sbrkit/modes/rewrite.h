@@ -28,10 +28,6 @@ enum class Rewriting { done, no_memory, unreadable, disk_full };
 // A temporary file of mode data with its stream, removed with the object.
 class TemporaryModeFile {
  public:
-  TemporaryModeFile() = default;
-  ~TemporaryModeFile() { remove(); }
-  TemporaryModeFile(const TemporaryModeFile &) = delete;
-  TemporaryModeFile &operator=(const TemporaryModeFile &) = delete;
   // Chooses a name beside a file, or with null in the directory of temporary files. False when memory is short.
   [[nodiscard]] bool name(const char *beside) noexcept;
   // Creates the file, native, in the precision of a store.

@@ -36,7 +36,7 @@ bool reserve_records(SbrBody &body, Kind kind, const Array<double> &zeros) noexc
 // all.
 std::int64_t values_in_record(const SbrBody &body, Kind kind, std::int64_t first, std::int64_t count) noexcept {
   const std::int64_t bytes = body.store.record_bytes[kind];
-  if (body.modes[kind].is_temporary == 0 || bytes == 0) return count;
+  if (!body.modes[kind].is_temporary() || bytes == 0) return count;
   return std::clamp<std::int64_t>(bytes / real_size(body.modes[kind]) - first, 0, count);
 }
 
@@ -99,16 +99,14 @@ bool open_temporary_mode_file(SbrBody &body, Kind kind) noexcept {
   StreamChannel &channel = body.modes[kind];
   if (channel.stream != nullptr) return true;
   const char *given = std::getenv(kKindFacts[kind].file_variable);
-  const bool named = given != nullptr ? set_path(channel, given) : temporary_name(channel.path);
+  const bool named = given != nullptr ? channel.set_path(given) : temporary_name(channel.path);
   if (!named) return report_no_memory(unit_name::kData);
-  channel.stream = given != nullptr ? std::fopen(channel.path.data(), "wb+") : create_exclusive(channel.path.data());
+  channel.own(given != nullptr ? std::fopen(channel.path.data(), "wb+") : create_exclusive(channel.path.data()),
+              Holding::temporary_file);
   if (channel.stream == nullptr) return report_unable_to_open(kind, channel.path.data());
   report_info("Temp %s file: %s", kKindFacts[kind].file_name, channel.path.data());
-  channel.xdr_encoded = 0;
-  channel.xdr = nullptr;
   channel.double_precision = body.record.double_precision;
   channel.single_scratch = &body.float_buffer;
-  channel.is_temporary = 1;
   ModeStore &store = body.store;
   store.record_bytes[kind] = store.reserved_bytes[kind] = 0;
   if (!store.offsets[kind].allocate(body.mode_table.mode_capacity)) return report_no_memory(unit_name::kData);
@@ -145,5 +143,5 @@ std::int64_t read_stored_values(SbrBody &body, int mode, Kind kind, std::int64_t
 }  // namespace sbr
 
 extern "C" int SBR_Double_Prec(SBR body) {
-  return body != nullptr ? body->modes[sbr::Kind::shape].double_precision : 0;
+  return body != nullptr ? static_cast<int>(body->modes[sbr::Kind::shape].double_precision) : 0;
 }

@@ -11,33 +11,14 @@
 namespace sbr {
 namespace {
 
-// Makes all four channels of a body stand for the record file, native and double for the time being.
+// Makes the record channel stand for the file, native and double for the time being.
 void attach_stream(SbrBody &body, std::FILE *stream, const char *file_name) noexcept {
-  for (StreamChannel &channel : body.modes) {
-    if (channel.stream != nullptr && channel.is_temporary != 0) close_channel(channel, true);
-    channel.stream = stream;
-    channel.xdr = nullptr;
-  }
-  if (body.record.stream == stream)
-    release_xdr(body.record);
-  else
-    close_channel(body.record, false);
-  body.record.stream = stream;
-  if (file_name == nullptr || !set_path(body.record, file_name))
+  for (StreamChannel &channel : body.modes) channel.close();
+  if (body.record.stream != stream) body.record.close();
+  body.record.own(stream);
+  body.record.double_precision = true;
+  if (file_name == nullptr || !body.record.set_path(file_name))
     report_warning("Failed to allocate memory at line %d in file %s.\n", __LINE__, "sbrread");
-  body.record.xdr_encoded = 0;
-  body.record.is_temporary = 0;
-  body.record.double_precision = 1;
-}
-
-// Gives the mode channels the encoding of the record channel.
-void alias_mode_channels(SbrBody &body) noexcept {
-  for (StreamChannel &channel : body.modes) {
-    channel.xdr_encoded = body.record.xdr_encoded;
-    channel.xdr = body.record.xdr;
-    channel.is_temporary = 0;
-    channel.double_precision = body.record.double_precision;
-  }
 }
 
 enum class Word { accepted, foreign, failed };
@@ -61,7 +42,7 @@ Word native_version(SbrBody &body) noexcept {
 // Takes the first word as that of an XDR file and binds the XDR stream record. A small big-endian word read as a
 // native one has a low byte of zero, so that no word passes both ways.
 Word xdr_version(SbrBody &body) noexcept {
-  if (!bind_xdr(body.record, XDR_DECODE)) {
+  if (!body.record.bind_xdr(XDR_DECODE)) {
     report_error("Failed to allocate memory at line %d in file %s.\n", __LINE__, "sbrread");
     return Word::failed;
   }
@@ -87,10 +68,10 @@ bool recognize(SbrBody &body) noexcept {
   if (word == Word::accepted) {
     const int code = version_code(body.layout.version);
     const bool single = code == 50 || code == 51 || (body.layout.version & kSingleFlag) != 0;
-    body.record.double_precision = single ? 0 : 1;
+    body.record.double_precision = !single;
     if ((body.layout.version & kCoarsenedFlag) != 0) body.geometry.is_coarsened = 1;
   }
-  alias_mode_channels(body);
+  for (StreamChannel &channel : body.modes) channel.view(body.record);
   return word == Word::accepted;
 }
 

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "sbrkit/sbrkit.h"
 
@@ -82,8 +83,7 @@ bool write_xdr_words(std::FILE *stream, const unsigned char *buffer, std::int64_
 bool read_words(StreamChannel &channel, void *buffer, std::int64_t count, std::size_t size) noexcept {
   if (channel.stream == nullptr || count < 0) return false;
   if (count == 0) return true;
-  if (channel.xdr_encoded != 0)
-    return read_xdr_words(channel.stream, static_cast<unsigned char *>(buffer), count, size);
+  if (channel.xdr_encoded) return read_xdr_words(channel.stream, static_cast<unsigned char *>(buffer), count, size);
   const auto n = static_cast<std::size_t>(count);
   return std::fread(buffer, size, n, channel.stream) == n;
 }
@@ -91,7 +91,7 @@ bool read_words(StreamChannel &channel, void *buffer, std::int64_t count, std::s
 bool write_words(StreamChannel &channel, const void *buffer, std::int64_t count, std::size_t size) noexcept {
   if (channel.stream == nullptr || count < 0) return false;
   if (count == 0) return true;
-  if (channel.xdr_encoded != 0)
+  if (channel.xdr_encoded)
     return write_xdr_words(channel.stream, static_cast<const unsigned char *>(buffer), count, size);
   const auto n = static_cast<std::size_t>(count);
   return std::fwrite(buffer, size, n, channel.stream) == n;
@@ -148,48 +148,90 @@ bool read_xdr_singles(std::FILE *stream, double *buffer, std::int64_t count) noe
 
 }  // namespace
 
-bool bind_xdr(StreamChannel &channel, xdr_op direction) noexcept {
-  auto *xdr = static_cast<XDR *>(allocate_zeroed(1, sizeof(XDR)));
-  if (xdr == nullptr) return false;
-  xdrstdio_create(xdr, channel.stream, direction);
-  channel.xdr = xdr;
-  channel.xdr_encoded = 1;
+void StreamChannel::release_xdr() noexcept {
+  if (xdr != nullptr && holding_ != Holding::nothing) {
+    xdr_destroy(xdr);
+    std::free(xdr);
+  }
+  xdr = nullptr;
+  xdr_encoded = false;
+}
+
+void StreamChannel::let_go() noexcept {
+  (void)close_stream();
+  if (is_temporary() && path) std::remove(path.data());
+  holding_ = Holding::nothing;
+}
+
+void StreamChannel::own(std::FILE *file, Holding what) noexcept {
+  if (file != nullptr && file == stream)
+    release_xdr();
+  else
+    let_go();
+  stream = file;
+  holding_ = file != nullptr ? what : Holding::nothing;
+}
+
+void StreamChannel::take(StreamChannel &other) noexcept {
+  let_go();
+  stream = std::exchange(other.stream, nullptr);
+  xdr = std::exchange(other.xdr, nullptr);
+  path = std::move(other.path);
+  xdr_encoded = std::exchange(other.xdr_encoded, false);
+  double_precision = other.double_precision;
+  single_scratch = other.single_scratch;
+  holding_ = std::exchange(other.holding_, Holding::nothing);
+}
+
+void StreamChannel::view(const StreamChannel &owner) noexcept {
+  close();
+  stream = owner.stream;
+  xdr = owner.xdr;
+  xdr_encoded = owner.xdr_encoded;
+  double_precision = owner.double_precision;
+}
+
+void StreamChannel::close() noexcept {
+  let_go();
+  path.release();
+}
+
+bool StreamChannel::close_stream() noexcept {
+  release_xdr();
+  bool sound = true;
+  if (stream != nullptr && holding_ != Holding::nothing) {
+    sound = std::ferror(stream) == 0;
+    sound = std::fclose(stream) == 0 && sound;
+  }
+  stream = nullptr;
+  return sound;
+}
+
+bool StreamChannel::set_path(const char *text) noexcept {
+  const std::size_t bytes = std::strlen(text) + 1;
+  if (!path.allocate(static_cast<std::int64_t>(bytes))) return false;
+  std::memcpy(path.data(), text, bytes);
   return true;
 }
 
-void release_xdr(StreamChannel &channel) noexcept {
-  if (channel.xdr == nullptr) return;
-  xdr_destroy(channel.xdr);
-  std::free(channel.xdr);
-  channel.xdr = nullptr;
-}
-
-void close_channel(StreamChannel &channel, bool remove_file) noexcept {
-  release_xdr(channel);
-  if (channel.stream != nullptr) std::fclose(channel.stream);
-  channel.stream = nullptr;
-  if (remove_file && channel.path) std::remove(channel.path.data());
-  channel.path.release();
-  channel.xdr_encoded = 0;
-  channel.is_temporary = 0;
-}
-
-bool set_path(StreamChannel &channel, const char *path) noexcept {
-  const std::size_t bytes = std::strlen(path) + 1;
-  if (!channel.path.allocate(static_cast<std::int64_t>(bytes))) return false;
-  std::memcpy(channel.path.data(), path, bytes);
+bool StreamChannel::bind_xdr(xdr_op direction) noexcept {
+  release_xdr();
+  xdr = static_cast<XDR *>(allocate_zeroed(1, sizeof(XDR)));
+  if (xdr == nullptr) return false;
+  xdrstdio_create(xdr, stream, direction);
+  xdr_encoded = true;
   return true;
 }
 
 bool read_int(StreamChannel &channel, std::int32_t &value) noexcept {
   if (channel.stream == nullptr) return false;
-  if (channel.xdr_encoded != 0) return xdr_int(channel.xdr, &value) != 0;
+  if (channel.xdr_encoded) return xdr_int(channel.xdr, &value) != 0;
   return std::fread(&value, 4, 1, channel.stream) == 1;
 }
 
 bool read_chars(StreamChannel &channel, char *buffer, std::int64_t count) noexcept {
   if (channel.stream == nullptr || count < 0) return false;
-  if (channel.xdr_encoded != 0) {
+  if (channel.xdr_encoded) {
     if (count > std::numeric_limits<u_int>::max()) return false;
     return xdr_vector(channel.xdr, buffer, static_cast<u_int>(count), 1, reinterpret_cast<xdrproc_t>(xdr_char)) != 0;
   }
@@ -201,8 +243,8 @@ bool read_ints(StreamChannel &channel, std::int32_t *buffer, std::int64_t count)
 }
 
 bool read_reals(StreamChannel &channel, double *buffer, std::int64_t count) noexcept {
-  if (channel.double_precision != 0) return read_words(channel, buffer, count, 8);
-  if (channel.xdr_encoded != 0 && count >= kLongRun && bytes_left(channel) / 4 >= count)
+  if (channel.double_precision) return read_words(channel, buffer, count, 8);
+  if (channel.xdr_encoded && count >= kLongRun && bytes_left(channel) / 4 >= count)
     return read_xdr_singles(channel.stream, buffer, count);
   if (!read_words(channel, buffer, count, 4)) return false;
   widen(reinterpret_cast<unsigned char *>(buffer), reinterpret_cast<const unsigned char *>(buffer), count);
@@ -215,13 +257,13 @@ bool read_floats(StreamChannel &channel, float *buffer, std::int64_t count) noex
 
 bool write_int(StreamChannel &channel, std::int32_t value) noexcept {
   if (channel.stream == nullptr) return false;
-  if (channel.xdr_encoded != 0) return xdr_int(channel.xdr, &value) != 0;
+  if (channel.xdr_encoded) return xdr_int(channel.xdr, &value) != 0;
   return std::fwrite(&value, 4, 1, channel.stream) == 1;
 }
 
 bool write_chars(StreamChannel &channel, const char *buffer, std::int64_t count) noexcept {
   if (channel.stream == nullptr || count < 0) return false;
-  if (channel.xdr_encoded != 0) {
+  if (channel.xdr_encoded) {
     if (count > std::numeric_limits<u_int>::max()) return false;
     return xdr_vector(channel.xdr, const_cast<char *>(buffer), static_cast<u_int>(count), 1,
                       reinterpret_cast<xdrproc_t>(xdr_char)) != 0;
@@ -234,7 +276,7 @@ bool write_ints(StreamChannel &channel, const std::int32_t *buffer, std::int64_t
 }
 
 bool write_reals(StreamChannel &channel, const double *buffer, std::int64_t count) noexcept {
-  if (channel.double_precision != 0) return write_words(channel, buffer, count, 8);
+  if (channel.double_precision) return write_words(channel, buffer, count, 8);
   if (channel.stream == nullptr || count < 0) return false;
   if (count == 0) return true;
   if (channel.single_scratch == nullptr || !channel.single_scratch->resize(count)) return false;
@@ -290,7 +332,7 @@ std::int64_t file_bytes(StreamChannel &channel) noexcept {
 RowReader::RowReader(StreamChannel &channel, std::int64_t row_bytes, std::int64_t rows) noexcept
     : stream_(channel.stream),
       left_(0),
-      reversed_(channel.xdr_encoded != 0),
+      reversed_(channel.xdr_encoded),
       real_bytes_(static_cast<std::size_t>(real_size(channel))) {
   if (stream_ == nullptr || row_bytes <= 0 || rows <= 0) return;
   if (__builtin_mul_overflow(row_bytes, rows, &left_)) left_ = std::numeric_limits<std::int64_t>::max();

@@ -1,7 +1,8 @@
 // The one place that knows encodings and precisions: how integers, characters and reals lie in a file.
 //
-// A StreamChannel describes one open file. The record channel of a body owns its stream and its XDR stream record;
-// the three mode channels of a body that was read alias them. A temporary channel owns its stream and its file.
+// A StreamChannel owns one open file, with its XDR stream record and, when it is a temporary one, the file itself; all
+// of it goes with the channel. Or it views what another channel owns: the three mode channels of a body that was read
+// view its record channel, until they get temporary files of their own.
 #ifndef SBRKIT_RECORD_CHANNEL_H
 #define SBRKIT_RECORD_CHANNEL_H
 
@@ -16,27 +17,49 @@
 
 namespace sbr {
 
+// What a channel owns of the stream that it reads and writes.
+enum class Holding { nothing, stream, temporary_file };
+
 struct StreamChannel {
   std::FILE *stream = nullptr;
-  Array<char> path;  // zero-terminated; empty when there is none
-  int xdr_encoded = 0;
-  XDR *xdr = nullptr;  // a malloc'ed record; owned by the channel whose stream it was bound to
-  int is_temporary = 0;
-  int double_precision = 1;
+  XDR *xdr = nullptr;  // the stream record of an XDR file
+  Array<char> path;    // zero-terminated; empty when there is none
+  bool xdr_encoded = false;
+  bool double_precision = true;
   Array<float> *single_scratch = nullptr;  // the body's float_buffer; not owned
+
+  StreamChannel() = default;
+  ~StreamChannel() { close(); }
+  StreamChannel(const StreamChannel &) = delete;
+  StreamChannel &operator=(const StreamChannel &) = delete;
+
+  // Takes a stream to own, native for the time being; what the channel held before goes, but for its path. A stream
+  // that it holds already stays open. With null it holds nothing.
+  void own(std::FILE *file, Holding what = Holding::stream) noexcept;
+  // Takes all that another channel owns, path included, and leaves it nothing; what this one held goes.
+  void take(StreamChannel &other) noexcept;
+  // Reads what another channel reads, in its encoding and precision; what this one held goes, path included.
+  void view(const StreamChannel &owner) noexcept;
+  // Lets go of everything: the XDR stream record, the stream, a temporary file, the path.
+  void close() noexcept;
+  // Closes the stream alone: the path and a temporary file stay. False when the stream reports that bytes were lost.
+  [[nodiscard]] bool close_stream() noexcept;
+
+  [[nodiscard]] bool is_temporary() const noexcept { return holding_ == Holding::temporary_file; }
+  [[nodiscard]] bool set_path(const char *text) noexcept;
+  // Binds a new XDR stream record to the stream in place of one that was bound, and makes the channel XDR encoded.
+  // False when memory is short.
+  [[nodiscard]] bool bind_xdr(xdr_op direction) noexcept;
+
+ private:
+  void let_go() noexcept;
+  void release_xdr() noexcept;
+
+  Holding holding_ = Holding::nothing;
 };
 
-inline int real_size(const StreamChannel &channel) { return channel.double_precision != 0 ? 8 : 4; }
-inline int char_size(const StreamChannel &channel) { return channel.xdr_encoded != 0 ? 4 : 1; }
-
-// Allocates an XDR stream record, binds it to the channel's stream and marks the channel as XDR encoded. False when
-// memory is short.
-[[nodiscard]] bool bind_xdr(StreamChannel &channel, xdr_op direction) noexcept;
-// Destroys the XDR stream record of a channel that owns it, if there is one.
-void release_xdr(StreamChannel &channel) noexcept;
-// Closes a channel that owns its stream: XDR record, stream, path. With remove_file the file goes too.
-void close_channel(StreamChannel &channel, bool remove_file) noexcept;
-[[nodiscard]] bool set_path(StreamChannel &channel, const char *path) noexcept;
+inline int real_size(const StreamChannel &channel) { return channel.double_precision ? 8 : 4; }
+inline int char_size(const StreamChannel &channel) { return channel.xdr_encoded ? 4 : 1; }
 
 // Moves a stream to offset bytes from its start (origin 0), from where it stands (1) or from its end (2). False for
 // another origin, for a null stream and for a place that cannot be reached; the position is then as it was.

@@ -15,8 +15,8 @@ namespace {
 constexpr std::int64_t kBufferBytes = 1 << 20;
 
 struct OutputFile {
+  Array<char> buffer;  // of the stream, so that it must go after it
   StreamChannel channel;
-  Array<char> buffer;      // of the stream
   bool removable = false;  // a regular file, not a device that happens to be writable
 };
 
@@ -38,15 +38,15 @@ bool mark_mode(void * /*target*/, Kind /*kind*/) noexcept { return true; }
 
 bool prepare(void *target, SbrBody &body, std::uint32_t word) noexcept {
   StreamChannel &channel = file_of(target).channel;
-  channel.double_precision = means_single(word) ? 0 : 1;
+  channel.double_precision = !means_single(word);
   channel.single_scratch = &body.float_buffer;
-  if (!means_xdr(word) || bind_xdr(channel, XDR_ENCODE)) return true;
+  if (!means_xdr(word) || channel.bind_xdr(XDR_ENCODE)) return true;
   report_no_memory(unit_name::kWriting);
   return false;
 }
 
 bool open_output(OutputFile &file, const char *path) noexcept {
-  file.channel.stream = std::fopen(path, "wb");
+  file.channel.own(std::fopen(path, "wb"));
   if (file.channel.stream == nullptr) {
     report_error("Unable to open %s for write. Please check write permissions.", path);
     return false;
@@ -62,11 +62,8 @@ bool open_output(OutputFile &file, const char *path) noexcept {
 // Closes the file; a failed write leaves none behind. Gives the result of the write.
 bool close_output(OutputFile &file, bool ok) noexcept {
   StreamChannel &channel = file.channel;
-  release_xdr(channel);
-  const bool sound = std::ferror(channel.stream) == 0;
-  const bool closed = std::fclose(channel.stream) == 0;
-  channel.stream = nullptr;
-  if (ok && !(sound && closed)) {
+  const bool whole = channel.close_stream();
+  if (ok && !whole) {
     report_error("Problem writing %s.", channel.path.data());
     ok = false;
   }
@@ -77,7 +74,7 @@ bool close_output(OutputFile &file, bool ok) noexcept {
 bool write_record_file(SbrBody &body, const char *path) noexcept {
   if (is_own_source(body, path)) return false;
   OutputFile file;
-  if (!set_path(file.channel, path)) return report_no_memory(unit_name::kWriting);
+  if (!file.channel.set_path(path)) return report_no_memory(unit_name::kWriting);
   if (!open_output(file, file.channel.path.data())) return false;
   const WriteTarget target{{&file, put_ints, put_chars, put_reals, begin_block, end_block, mark_mode},
                            kFileVersion,

@@ -53,7 +53,7 @@ void apply_reductions(WriteRun &run) noexcept {
 bool ensure_float_buffer(WriteRun &run) noexcept {
   SbrBody &body = run.body;
   body.record.single_scratch = &body.float_buffer;
-  if (!means_single(run.plan.word) && body.record.double_precision != 0) return true;
+  if (!means_single(run.plan.word) && body.record.double_precision) return true;
   if (body.float_buffer) return true;
   const std::int64_t wanted = std::max({static_cast<std::int64_t>(body.mode_table.mode_count), std::int64_t{512},
                                         6 * static_cast<std::int64_t>(node_count(body))});
@@ -65,7 +65,7 @@ bool ensure_float_buffer(WriteRun &run) noexcept {
 // Makes the decoder of an XDR encoded mode file anew in its place, so that it keeps no position of earlier reads.
 void renew_mode_decoder(SbrBody &body) noexcept {
   StreamChannel &channel = body.modes[Kind::shape];
-  if (channel.xdr_encoded == 0 || channel.xdr == nullptr || channel.stream == nullptr) return;
+  if (channel.xdr == nullptr || channel.stream == nullptr) return;
   xdr_destroy(channel.xdr);
   xdrstdio_create(channel.xdr, channel.stream, XDR_DECODE);
 }

@@ -226,27 +226,27 @@ TEST_F(TransformModesTest, TheNewFileTakesThePlaceOfTheOld) {
   EXPECT_EQ(std::filesystem::path(path).filename().string().substr(0, 4), "sbr_");
   EXPECT_EQ(std::filesystem::file_size(path), 2u * 12u * 8u);
   EXPECT_EQ(temporary_files(), 1u);
-  EXPECT_EQ(body->modes[sbr::Kind::shape].is_temporary, 1);
-  EXPECT_EQ(body->modes[sbr::Kind::shape].xdr_encoded, 0);
+  EXPECT_EQ(body->modes[sbr::Kind::shape].is_temporary(), true);
+  EXPECT_EQ(body->modes[sbr::Kind::shape].xdr_encoded, false);
   SBR_DeReference(body);
   EXPECT_EQ(temporary_files(), 0u);
 }
 
 TEST_F(TransformModesTest, SinglePrecisionStaysSingle) {
   SBR body = SBR_Create(3, 2);
-  body->record.double_precision = 0;
+  body->record.double_precision = false;
   for (int m = 0; m < 2; ++m)
     for (int n = 0; n < 3; ++n) {
       double six[6];
       for (int c = 0; c < 6; ++c) six[c] = mode_value(m, n, c);
       SBR_SetModeVec(body, m + 1, n + 1, 0, six);
     }
-  ASSERT_EQ(body->modes[sbr::Kind::shape].double_precision, 0);
+  ASSERT_EQ(body->modes[sbr::Kind::shape].double_precision, false);
   body->matrices.modes_not_orthogonal = 1;
   const std::vector<Values> before = modes_of(body, 0);
   const Values T = random_values(4, 8);
   ASSERT_EQ(SBR_TransformModes(body, 0, 2, T.data()), 1);
-  EXPECT_EQ(body->modes[sbr::Kind::shape].double_precision, 0);
+  EXPECT_EQ(body->modes[sbr::Kind::shape].double_precision, false);
   EXPECT_EQ(std::filesystem::file_size(body->modes[sbr::Kind::shape].path.data()), 2u * 18u * 4u);
   for (int j = 0; j < 2; ++j) {
     Values expected = combined(before, T, j);

@@ -108,7 +108,7 @@ TEST_F(ModeGrowthTest, ANodeKnownBeyondTheRecordReadsAsZeros) {
 
 // By the letter a body of one mode has nothing behind its record: entering just makes the file longer.
 TEST_F(ModeGrowthTest, ABodyOfOneModeAnswersAsIfItsFileBecameLonger) {
-  for (const int precision : {1, 0}) {
+  for (const bool precision : {true, false}) {
     SBR body = SBR_Create(1, 1);
     body->record.double_precision = precision;
     Values model;
@@ -118,7 +118,7 @@ TEST_F(ModeGrowthTest, ABodyOfOneModeAnswersAsIfItsFileBecameLonger) {
       for (int c = 0; c < 6; ++c) six[c] = node + 0.125 * c;
       ASSERT_EQ(SBR_SetModeVec(body, 1, node + 1, 0, six), 1);
       // Values are entered at eight bytes a value, and read at four from a single-precision file.
-      const std::size_t first = 6 * static_cast<std::size_t>(node) * (precision != 0 ? 1 : 2);
+      const std::size_t first = 6 * static_cast<std::size_t>(node) * (precision ? 1 : 2);
       if (model.size() < first + 6) model.resize(first + 6);
       std::copy(six, six + 6, model.begin() + static_cast<std::ptrdiff_t>(first));
     }

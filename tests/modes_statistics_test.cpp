@@ -295,10 +295,10 @@ class StatisticsBlockTest : public StatisticsTest, public ::testing::WithParamIn
     ASSERT_NE(stream, nullptr);
     std::fwrite("whatever", 1, 8, stream);
     std::fwrite(bytes.data(), 1, bytes.size(), stream);
-    body->record.stream = stream;
-    body->record.double_precision = GetParam().single ? 0 : 1;
+    body->record.own(stream);
+    body->record.double_precision = !GetParam().single;
     if (GetParam().xdr) {
-      ASSERT_TRUE(sbr::bind_xdr(body->record, XDR_DECODE));
+      ASSERT_TRUE(body->record.bind_xdr(XDR_DECODE));
     }
     sbr::set_block(*body, sbr::kModalStatistics);
     body->layout.block_offset[sbr::kModalStatistics] = 8;

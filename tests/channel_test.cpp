@@ -18,11 +18,11 @@ class OpenChannel {
  public:
   OpenChannel(const std::string &bytes, bool xdr, bool single) {
     write_file(scratch_.path() / "bytes", bytes);
-    channel.stream = std::fopen((scratch_.path() / "bytes").c_str(), "rb");
-    channel.double_precision = single ? 0 : 1;
-    if (xdr && !sbr::bind_xdr(channel, XDR_DECODE)) throw std::bad_alloc();
+    channel.own(std::fopen((scratch_.path() / "bytes").c_str(), "rb"));
+    channel.double_precision = !single;
+    if (xdr && !channel.bind_xdr(XDR_DECODE)) throw std::bad_alloc();
   }
-  ~OpenChannel() { sbr::close_channel(channel, false); }
+  ~OpenChannel() { channel.close(); }
   OpenChannel(const OpenChannel &) = delete;
   OpenChannel &operator=(const OpenChannel &) = delete;
   sbr::StreamChannel channel;
@@ -55,11 +55,11 @@ TEST(StreamCodec, AByteAbove127IsSignExtendedInXdrAndComesBack) {
   ScratchDirectory scratch;
   const std::string path = scratch.file("chars");
   sbr::StreamChannel out;
-  out.stream = std::fopen(path.c_str(), "wb");
-  ASSERT_TRUE(sbr::bind_xdr(out, XDR_ENCODE));
+  out.own(std::fopen(path.c_str(), "wb"));
+  ASSERT_TRUE(out.bind_xdr(XDR_ENCODE));
   const char byte = '\x80';
   EXPECT_TRUE(sbr::write_chars(out, &byte, 1));
-  sbr::close_channel(out, false);
+  out.close();
   EXPECT_EQ(read_file(path), std::string("\xFF\xFF\xFF\x80", 4));
   OpenChannel in(read_file(path), true, false);
   char back = 0;
@@ -244,10 +244,10 @@ TEST(StreamCodec, ADeviceThatFailsInALongRunLeavesTheFloatsThatCame) {
                                         },
                                         nullptr};
   sbr::StreamChannel channel;
-  channel.stream = fopencookie(nullptr, "rb", functions);
+  channel.own(fopencookie(nullptr, "rb", functions));
   ASSERT_NE(channel.stream, nullptr);
   channel.double_precision = 0;
-  ASSERT_TRUE(sbr::bind_xdr(channel, XDR_DECODE));
+  ASSERT_TRUE(channel.bind_xdr(XDR_DECODE));
   std::vector<double> values(40000, 7.0);
   EXPECT_FALSE(sbr::read_reals(channel, values.data(), 40000));
   float front[2];
@@ -255,7 +255,7 @@ TEST(StreamCodec, ADeviceThatFailsInALongRunLeavesTheFloatsThatCame) {
   EXPECT_EQ(front[0], 0.5F);
   EXPECT_EQ(front[1], 0.5F);
   EXPECT_EQ(values[39999], 7.0);
-  sbr::close_channel(channel, false);
+  channel.close();
 }
 
 TEST(StreamCodec, ScalarReadsGoOnWhereABlockReadStopped) {
@@ -281,11 +281,11 @@ std::string written(bool single, const std::function<bool(sbr::StreamChannel &)>
   sbr::Array<float> floats;
   sbr::StreamChannel out;
   out.single_scratch = &floats;
-  out.double_precision = single ? 0 : 1;
-  out.stream = std::fopen(scratch.file("out").c_str(), "wb");
-  if (!sbr::bind_xdr(out, XDR_ENCODE)) throw std::bad_alloc();
+  out.double_precision = !single;
+  out.own(std::fopen(scratch.file("out").c_str(), "wb"));
+  if (!out.bind_xdr(XDR_ENCODE)) throw std::bad_alloc();
   EXPECT_TRUE(write(out));
-  sbr::close_channel(out, false);
+  out.close();
   return read_file(scratch.file("out"));
 }
 
@@ -317,14 +317,14 @@ TEST(StreamCodec, AFullDeviceFailsTheBlockWriteAsItDoesTheElementCalls) {
   const std::vector<double> values(20000, 1.5);
   for (const bool ours : {true, false}) {
     sbr::StreamChannel out;
-    out.stream = std::fopen("/dev/full", "wb");
+    out.own(std::fopen("/dev/full", "wb"));
     ASSERT_NE(out.stream, nullptr);
-    ASSERT_TRUE(sbr::bind_xdr(out, XDR_ENCODE));
+    ASSERT_TRUE(out.bind_xdr(XDR_ENCODE));
     auto *start = reinterpret_cast<char *>(const_cast<double *>(values.data()));
     const bool ok = ours ? sbr::write_reals(out, values.data(), 20000)
                          : xdr_vector(out.xdr, start, 20000, 8, reinterpret_cast<xdrproc_t>(xdr_double)) != 0;
     EXPECT_FALSE(ok);
-    sbr::close_channel(out, false);
+    out.close();
   }
 }
 
@@ -501,12 +501,12 @@ TEST_F(PositionTest, BytesLeftCountsToTheEndAndLeavesThePosition) {
 TEST(StreamCodec, BytesLeftKnowsAPieceOfMemory) {
   char memory[30] = {};
   sbr::StreamChannel channel;
-  channel.stream = fmemopen(memory, sizeof memory, "rb");
+  channel.own(fmemopen(memory, sizeof memory, "rb"));
   ASSERT_NE(channel.stream, nullptr);
   FileSeek_Win32(channel.stream, 8, 0);
   EXPECT_EQ(sbr::bytes_left(channel), 22);
   EXPECT_EQ(FileTell_Win32(channel.stream), 8);
-  sbr::close_channel(channel, false);
+  channel.close();
 }
 
 }  // namespace

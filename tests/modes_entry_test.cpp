@@ -176,8 +176,8 @@ TEST_F(ModeEntryTest, TheModesOfARecordFileAreNotWritten) {
   SBR_SetNodeCoordinates(body, 1, 0, 0, 0);
   SBR_AddMode(body, 1);
   // As a body read from a file stands: the kind's channel is the record's.
-  body->modes[sbr::Kind::shape].stream = std::fopen(scratch.file("record").c_str(), "r+b");
-  body->record.stream = body->modes[sbr::Kind::shape].stream;
+  body->record.own(std::fopen(scratch.file("record").c_str(), "r+b"));
+  body->modes[sbr::Kind::shape].view(body->record);
   ASSERT_TRUE(body->store.offsets[sbr::Kind::shape].allocate(2));
   EXPECT_EQ(SBR_SetMode(body, 1, 1, 0, 1, 1, 1, 1, 1, 1), 0);
   EXPECT_EQ(SBR_SetModeEntry(body, 1, 1, 0, 3, 1), 0);
@@ -192,7 +192,7 @@ TEST_F(ModeEntryTest, SinglePrecisionRecordsKeepTheEightByteStride) {
   const ScratchDirectory scratch;
   const ScopedEnvironment where("KTX_TMP_MOD", scratch.file("modes"));
   SBR body = SBR_Create(4, 1);
-  body->record.double_precision = 0;
+  body->record.double_precision = false;
   EXPECT_EQ(SBR_SetMode(body, 1, 10, 0, 1, 2, 3, 4, 5, 6), 1);
   EXPECT_EQ(SBR_SetMode(body, 1, 20, 0, 7, 8, 9, 10, 11, 12), 1);
   EXPECT_EQ(SBR_SetModeEntry(body, 1, 10, 0, 4, 0.5), 1);
