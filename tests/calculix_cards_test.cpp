@@ -210,7 +210,7 @@ TEST_F(CardTest, AMissingIncludeAndALoopAreTold) {
 TEST_F(CardTest, AnInterfaceIsASetOfNodesAndNotEmpty) {
   const std::string sets = "*NSET, NSET=NONE\n*NSET, NSET=SOME\n1,2\n";
   EXPECT_EQ(complaint(kBrick + kSteel + sets, {"some"}), "");
-  EXPECT_EQ(complaint(kBrick + kSteel + sets, {"None"}), "job.inp: node set 'None' is empty, and no interface");
+  EXPECT_EQ(complaint(kBrick + kSteel + sets, {"None"}), "job.inp:16: node set 'None' is empty, and no interface");
   EXPECT_EQ(complaint(kBrick + kSteel + sets, {"E"}),
             "job.inp: 'E' is a set of elements, and interfaces are sets of nodes");
   EXPECT_EQ(complaint(kBrick + kSteel + "*NSET, NSET=A\nE\n", {"A"}),

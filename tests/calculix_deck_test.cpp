@@ -299,7 +299,7 @@ TEST_F(DeckTest, AMissingNodeSetNamesThoseThatThereAre) {
   const std::string text = kNodes + kTwoBricks + "*NSET, NSET=EYE\n1,2\n*NSET, NSET=PIN\n3\n" + kSteel + kSolid;
   EXPECT_EQ(complaint(text, {"Eye", "bolt"}), "job.inp: no node set 'bolt'; there are EYE, PIN");
   EXPECT_EQ(complaint(text + "*NODE\n50,0,0,0\n*NSET,NSET=PIN\n50\n", {"pin"}),
-            "job.inp: node set 'pin' names node 50, which belongs to no element");
+            "job.inp:19: node set 'pin' names node 50, which belongs to no element");
 }
 
 TEST_F(DeckTest, AnErrorInAnIncludedFileNamesThatFile) {

@@ -30,10 +30,20 @@ def near(model, what, value, wanted, tolerance):
 # ---- the deck
 
 
+def deck_lines(path, folder=None):
+    """The lines of a deck with those of the files that it includes, whose names count from the folder of the deck."""
+    folder = folder or os.path.dirname(path)
+    for line in open(path):
+        if line.upper().startswith("*INCLUDE"):
+            yield from deck_lines(os.path.join(folder, line.split("=")[1].strip()), folder)
+        else:
+            yield line
+
+
 def read_deck(path):
     deck = {"nodes": {}, "elements": [], "sets": {}, "thickness": 0.0, "density": 0.0, "card": "", "supports": False}
     pending, card, parameters = [], "", {}
-    for line in open(path):
+    for line in deck_lines(path):
         line = line.strip()
         if line.startswith("*"):
             words = [w.strip() for w in line.split(",")]
@@ -402,6 +412,42 @@ def check_shells(model, deck, record, nodes, modes):
     expect(rigid == 6, model, "has", rigid, "rigid modes")
 
 
+def pairs_of(deck, elements):
+    """By node of a shell, the nodes on its lower and upper side: those of a brick or a wedge over the corners and
+    mid-edges of the element."""
+    pairs = {}
+    for number, name, ids in deck["elements"]:
+        solid = elements[number]
+        if len(solid) == len(ids):
+            continue
+        corners = 4 if name in ("S4", "S8R") else 3
+        for i, node in enumerate(ids):
+            low, high = (i, i + corners) if i < corners else (i + corners, i + 3 * corners)
+            pairs.setdefault(node, set()).add((solid[low], solid[high]))
+    return pairs
+
+
+def check_shell_values(model, deck, record, elements, modes):
+    """Where one pair stands for a node, the node has the mean displacement; stress is the mean of the upper sides."""
+    pairs = pairs_of(deck, elements)
+    single = 0
+    for row in record.table("shapes"):
+        values, ends = modes[row[0]]["DISP"], pairs.get(row[1], ())
+        if len(ends) == 1:
+            single += 1
+            (low, high), size = next(iter(ends)), max(max(abs(x) for x in v) for v in values.values())
+            for k in range(3):
+                near(model, "mode %d, translation of node %d" % (row[0], row[1]), row[2 + k],
+                     0.5 * (values[low][k] + values[high][k]), 2e-6 * size)
+    expect(not pairs or single > 0, model, "has no node with one pair")
+    for row in record.table("stress"):
+        values, ends = modes[row[0]]["STRESS"], pairs.get(row[1], ())
+        size = max(max(abs(x) for x in v) for v in values.values())
+        for k, at in enumerate((0, 1, 2, 3, 5, 4)):
+            wanted = sum(values[high][at] for _, high in ends) / len(ends) if ends else values[row[1]][at]
+            near(model, "mode %d, stress of node %d" % (row[0], row[1]), row[2 + k], wanted, 1e-12 * size)
+
+
 def check_interface(model, deck, record, folder, sbr, path):
     if "IFACE" not in deck["sets"]:
         return
@@ -415,7 +461,7 @@ def check_interface(model, deck, record, folder, sbr, path):
 def check(sbr, path):
     model = os.path.basename(path)[:-4]
     deck = read_deck(path)
-    nodes, _, modes = read_frd(path[:-4] + ".frd.gz")
+    nodes, elements, modes = read_frd(path[:-4] + ".frd.gz")
     eigenvalues, totals = read_dat(path[:-4] + ".dat")
     with tempfile.TemporaryDirectory() as folder:
         record = Record(sbr, path, folder)
@@ -424,6 +470,7 @@ def check(sbr, path):
         check_frequencies(model, record, eigenvalues)
         if deck["thickness"] > 0.0:
             check_shells(model, deck, record, nodes, modes)
+            check_shell_values(model, deck, record, elements, modes)
         else:
             check_solid_values(model, record, modes)
         check_interface(model, deck, record, folder, sbr, path)

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <set>
+#include <tuple>
 
 namespace sbrtranslate {
 namespace {
@@ -61,6 +62,7 @@ class DeckReader {
   Mesh deck_;
   Card card_;
   std::vector<std::filesystem::path> open_files_;
+  std::set<std::tuple<std::string, std::size_t, int, int>> supports_seen_;
   int terms_left_ = 0;        // of an equation that runs over lines
   std::string material_;      // the material that *DENSITY belongs to
   std::vector<int> element_;  // what has come of an element that runs over lines
@@ -149,6 +151,7 @@ void DeckReader::begin_card(const Card &card) {
     const std::string name = card.value(card.keyword.substr(1));
     if (name.empty()) throw InputError(card.place, card.keyword + " without a name");
     (card.keyword == "*NSET" ? deck_.node_sets : deck_.element_sets)[name];
+    if (card.keyword == "*NSET") deck_.node_set_places.emplace(name, card.place);
   }
 }
 
@@ -329,6 +332,8 @@ void DeckReader::boundary_line(std::string_view line, const Place &place) {
   } else {
     const auto set = deck_.node_sets.find(upper(fields[0]));
     if (set == deck_.node_sets.end()) throw InputError(place, "no node set '" + std::string(fields[0]) + "' so far");
+    // A list of the same supports again and again costs nothing.
+    if (!supports_seen_.emplace(set->first, set->second.size(), *first, last).second) return;
     nodes = set->second;
   }
   for (const int node : nodes)

@@ -174,11 +174,13 @@ void ModelBuilder::add_interfaces() {
       throw InputError({model_.mesh.files.front(), 0},
                        "no node set '" + name + "'" + (names.empty() ? "; the deck has none" : "; there are " + names));
     }
-    if (set->second.empty())
-      throw InputError({model_.mesh.files.front(), 0}, "node set '" + name + "' is empty, and no interface");
+    const auto named = model_.mesh.node_set_places.find(set->first);
+    const Place place =
+        named != model_.mesh.node_set_places.end() ? named->second : Place{model_.mesh.files.front(), 0};
+    if (set->second.empty()) throw InputError(place, "node set '" + name + "' is empty, and no interface");
     for (const int id : set->second) {
       if (model_.node_position(id) < 0)
-        throw InputError({model_.mesh.files.front(), 0},
+        throw InputError(place,
                          "node set '" + name + "' names node " + std::to_string(id) + ", which belongs to no element");
       model_.interface_nodes.push_back(id);
     }

@@ -15,6 +15,7 @@ Units: t, mm, s, N. The decks are small on purpose: a few hundred nodes, six rig
   tied_*           two blocks that hang together by *EQUATION or *TIE, with the solver's matrices
   bar_C3D8I        incompatible modes, with matrices
   clamped          a bar with supports
+  included         a bar whose deck is in several files: data lines alone, and one file that includes another
 """
 import gzip
 import math
@@ -213,6 +214,18 @@ def decks():
     yield "clamped", clamped
 
 
+def included_files():
+    """The deck of solid_C3D8 in four files, by name."""
+    deck = solid_deck("C3D8")
+    element, section = deck.index("*ELEMENT, TYPE=C3D8, ELSET=BODY"), deck.index("*MATERIAL, NAME=STEEL")
+    nodes = deck.index("*NODE, NSET=NALL") + 1
+    return {"included.inp": deck[:nodes + 5] + ["*INCLUDE, INPUT=included_nodes.inc"] + deck[element - 1:section] +
+            ["*INCLUDE, INPUT=included_steel.inc"] + deck[deck.index("*STEP"):],
+            "included_nodes.inc": deck[nodes + 5:element - 1],
+            "included_steel.inc": ["*INCLUDE, INPUT=included_material.inc", "*SOLID SECTION, ELSET=BODY, MATERIAL=STEEL"],
+            "included_material.inc": STEEL}
+
+
 MATRICES = {"tied_EQUATION": lambda: tied_deck("EQUATION", True), "tied_TIE": lambda: tied_deck("TIE", True),
             "bar_C3D8I": lambda: bar_deck("C3D8I", True)}
 
@@ -228,8 +241,10 @@ def pack(source, target):
         packed.write(plain.read())
 
 
-def solve(name, lines, folder, keep):
+def solve(name, lines, folder, keep, others=()):
     with tempfile.TemporaryDirectory() as work:
+        for other in others:
+            shutil.copy(os.path.join(folder, other), work)
         write(os.path.join(work, name + ".inp"), lines)
         environment = dict(os.environ, OMP_NUM_THREADS="1")
         run = subprocess.run(["ccx", "-i", name], cwd=work, env=environment, capture_output=True, text=True)
@@ -254,6 +269,12 @@ def main():
             solve(name, lines, folder, [".dat", ".frd"])
             if name in MATRICES:
                 solve(name, MATRICES[name](), folder, [".sti", ".mas", ".dof"])
+    files = included_files()
+    if not names or "included" in names:
+        for name, lines in files.items():
+            write(os.path.join(folder, name), lines)
+        if "--run" in sys.argv:
+            solve("included", files["included.inp"], folder, [".dat", ".frd"], [n for n in files if n.endswith(".inc")])
 
 
 main()
