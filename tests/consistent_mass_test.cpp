@@ -1,6 +1,8 @@
 // Nodal masses that have the mass, the center and the inertia of the mesh.
 #include "common/consistent_mass.h"
 
+#include <gmock/gmock.h>
+
 #include <random>
 
 #include "calculix/deck.h"
@@ -88,6 +90,21 @@ TEST_F(ConsistentMassTest, PartsOfDifferentDensityKeepTheirCenter) {
       "*MATERIAL, NAME=M2\n*DENSITY\n30.0\n*SOLID SECTION, ELSET=A, MATERIAL=M1\n*SOLID SECTION, ELSET=B, "
       "MATERIAL=M2\n");
   expect_exact(model(deck));
+}
+
+TEST_F(ConsistentMassTest, CoordinatesWithoutAFiniteInertiaAreRefused) {
+  std::string deck = bricks(1, 1, 1, 1);
+  for (std::size_t at = 0; (at = deck.find(", ", at)) != std::string::npos && at < deck.find("*ELEMENT");) {
+    const std::size_t end = deck.find_first_of(",\n", at + 2);
+    deck.insert(end, "e120");
+    at = end;
+  }
+  try {
+    (void)model(deck);
+    FAIL() << "taken";
+  } catch (const sbrtranslate::InputError &error) {
+    EXPECT_THAT(error.what(), ::testing::HasSubstr("the coordinates or densities are too large to have an inertia"));
+  }
 }
 
 }  // namespace

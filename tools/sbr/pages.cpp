@@ -89,12 +89,16 @@ const std::vector<Page> &pages() {
        {{"sbr export body.sbr --csv tables", "Comma-separated values; the units stand in the first line."},
         {"sbr export body.sbr --npz arrays --json tables", "Two formats at once."}}},
       {"import",
-       "Masses are lumped at the nodes; shapes, stress and strain are taken over from the results.",
+       "Masses are lumped at the nodes and corrected so that mass, center and inertia are those of the mesh; shapes, "
+       "stress and strain are taken over from the results.",
        {{"sbr import ccx rod.inp -o rod.sbr --units mm-t-s-N --interface LEFT,RIGHT",
          "Deck and results of a CalculiX job, with two node sets as interfaces."}}},
       {"import ccx",
        "The deck is read with its results JOB.frd and JOB.dat, plain or packed. With --matrices the solver's own mass "
-       "and stiffness matrices are reduced to the interface nodes instead, with fixed-interface normal modes.",
+       "and stiffness matrices are reduced to the interface nodes instead, with fixed-interface normal modes.\n"
+       "\n"
+       "A card that would make the body wrong is refused with file and line, and so are results whose mass is not that "
+       "of the deck.",
        {{"sbr import ccx rod.inp --frd rod.frd.gz -o rod.sbr --interface LEFT,RIGHT --stress all",
          "Results that stand elsewhere, stress at all nodes."},
         {"sbr import ccx rod.inp --matrices rod.mas,rod.sti,rod.dof --normal 10 --interface LEFT -o rod.sbr",

@@ -163,7 +163,7 @@ BodyHandle import_results(const ImportOptions &options, const DeckNotes &notes, 
   const std::string name = std::filesystem::path(*frd).filename().string();
   BodyHandle body = create_body(
       report.model, report.units, "CalculiX", count, options.deck,
-      {"Modes of " + name, "Lumped nodal masses from the deck's elements",
+      {"Modes of " + name, "Nodal masses with the inertia of the elements",
        dat.empty() ? "Eigenvalues of " + name : "Eigenvalues of " + std::filesystem::path(dat).filename().string()});
   for (int i = 0; i < count; ++i) {
     const auto at = static_cast<std::size_t>(i);
@@ -218,11 +218,11 @@ BodyHandle import_matrices(const ImportOptions &options, const DeckNotes &notes,
   report.constraint_modes = reduction.constraint_modes;
   report.normal_modes = reduction.normal_modes;
 
-  BodyHandle body =
-      create_body(report.model, report.units, "CalculiX", reduction.count(), options.deck,
-                  {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) + " constraint, " +
-                       std::to_string(reduction.normal_modes) + " normal",
-                   "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
+  BodyHandle body = create_body(report.model, report.units, "CalculiX", reduction.count(), options.deck,
+                                {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) +
+                                     " constraint, " + std::to_string(reduction.normal_modes) + " normal",
+                                 "Matrices of " + std::filesystem::path(files.stiffness).filename().string(),
+                                 "Nodal masses with the inertia of the elements"});
   feed_matrix(body.get(), reduction.mass, reduction.count(), SBR_SetGeneralizedMass);
   feed_matrix(body.get(), reduction.stiffness, reduction.count(), SBR_SetGeneralizedStiffness);
   std::vector<double> rows;

@@ -277,6 +277,11 @@ Moments nodal_moments(const Model &model) {
   return moments;
 }
 
-MassCorrection correct_masses(Model &model) { return Corrector(model).run(); }
+MassCorrection correct_masses(Model &model) {
+  const auto &second = model.exact.second;
+  if (!std::isfinite(model.exact.mass) || !std::isfinite(second[0] + second[1] + second[2]))
+    throw InputError({model.mesh.files.front(), 0}, "the coordinates or densities are too large to have an inertia");
+  return Corrector(model).run();
+}
 
 }  // namespace sbrtranslate

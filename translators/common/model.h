@@ -1,4 +1,4 @@
-// What a mesh makes of a flexible body before any result: its nodes with lumped masses, faces, surface and interface.
+// What a mesh makes of a flexible body before any result: its nodes with their masses, faces, surface and interface.
 #ifndef SBRKIT_TRANSLATORS_COMMON_MODEL_H
 #define SBRKIT_TRANSLATORS_COMMON_MODEL_H
 
