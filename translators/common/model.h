@@ -47,6 +47,7 @@ struct Model {
   MassCorrection correction;
   double extent = 0.0;  // the longest side of the box around the nodes
   bool has_shells = false;
+  bool has_masses = true;  // false: the masses are weights of density 1 and stay out of the body
 
   [[nodiscard]] int node_position(int id) const;
 };

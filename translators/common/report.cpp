@@ -15,6 +15,7 @@ void judge_model(ImportReport &report) {
                               std::to_string(model.left_out.front()));
   if (model.pieces > 1)
     report.warnings.push_back("the mesh falls into " + std::to_string(model.pieces) + " pieces that share no node");
+  if (!model.has_masses) return;
   if (const double share = model.correction.rest_share; share > 1e-6)
     report.warnings.push_back("masses at the nodes alone would give up to " + show(100.0 * share, 3) +
                               " % more inertia than the elements have (one layer of linear elements?); nodal inertias "
