@@ -222,7 +222,7 @@ TEST_F(CardTest, AnInterfaceIsASetOfNodesAndNotEmpty) {
 class LocalResults : public CardTest {
  protected:
   std::string import(const std::string &name, ImportOptions options = {}) {
-    options.deck = std::string(SBRKIT_TEST_DATA) + "/fe/models/" + name + ".inp";
+    options.deck = std::string(SBRKIT_TEST_DATA) + "/fe/elements/" + name + ".inp";
     return complaint_of([&] { body = sbrtranslate::import_ccx(options, report); });
   }
   ~LocalResults() override { body.reset(); }

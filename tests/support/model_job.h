@@ -1,4 +1,4 @@
-// Jobs of tests/data/fe/models with a deck that a test may change.
+// Jobs of tests/data/fe/elements with a deck that a test may change.
 #ifndef SBRKIT_TESTS_SUPPORT_MODEL_JOB_H
 #define SBRKIT_TESTS_SUPPORT_MODEL_JOB_H
 
@@ -15,7 +15,7 @@ namespace sbrtest {
 class ModelJobTest : public LibraryTest {
  protected:
   static std::string model_file(const std::string &name) {
-    return std::string(SBRKIT_TEST_DATA) + "/fe/models/" + name;
+    return std::string(SBRKIT_TEST_DATA) + "/fe/elements/" + name;
   }
   // Takes the deck of a model into the scratch folder, changed or not; its results stay where they are.
   void take(const std::string &name, const std::string &what = "", const std::string &with = "") {

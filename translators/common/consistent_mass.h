@@ -18,8 +18,9 @@ namespace sbrtranslate {
 // mesh with one layer of linear elements has all its nodes on the outside, where any positive masses have too much
 // inertia.
 //
-// The nodes hold what the elements gave them when this is called; what else has mass comes afterwards, to `exact` and to
-// the nodes alike. Throws InputError when the nodes cannot have the center of mass, and for moments that are not finite.
+// The nodes hold what the elements gave them when this is called; what else has mass comes afterwards, to `exact` and
+// to the nodes alike. Throws InputError when the nodes cannot have the center of mass, and for moments that are not
+// finite.
 MassCorrection correct_masses(Model &model);
 
 // The moments of the nodal masses and nodal inertias.

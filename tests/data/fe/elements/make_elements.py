@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Writes the decks of this folder, and with --run has the solver (CalculiX ccx 2.20, one thread) solve them:
 
-    python3 make_models.py          # the decks alone
-    python3 make_models.py --run    # decks, NAME.dat and NAME.frd.gz, matrices
+    python3 make_elements.py          # the decks alone
+    python3 make_elements.py --run    # decks, NAME.dat and NAME.frd.gz, matrices
 
 Units: t, mm, s, N. The decks are small on purpose: a few hundred nodes, six rigid modes and one or two elastic ones.
 

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Imports the decks of tests/data/fe/models and compares the records with the solver's own files and with integrals over
-the mesh. It shares nothing with the program but its commands: decks, results, shape functions and quadrature are read
-and worked out here, in plain Python.
+"""Imports the decks of tests/data/fe/elements and compares the records with the solver's own files and with integrals
+over the mesh. It shares nothing with the program but its commands: decks, results, shape functions and quadrature are
+read and worked out here, in plain Python.
 
-    check_models.py SBR FOLDER [NAME...]
+    fe_elements_check.py SBR FOLDER [NAME...]
 """
 import glob
 import gzip
