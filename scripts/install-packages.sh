@@ -7,6 +7,7 @@ packages=(
   g++ cmake ninja-build pkg-config binutils ccache
   libtirpc-dev                                        # the library
   libcli11-dev nlohmann-json3-dev libeigen3-dev libspectra-dev zlib1g-dev  # the program and the translators
+  libsuitesparse-dev                                  # CHOLMOD, the factorization of large matrices in the translators
   libsqlite3-dev                                      # the open store
   libgtest-dev libgmock-dev liblapacke-dev libopenblas-dev libnanoflann-dev  # tests and benchmarks
   libbenchmark-dev man-db python3 python3-numpy

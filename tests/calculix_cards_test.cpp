@@ -120,7 +120,7 @@ TEST_F(CardTest, TheTableIsSortedAndSaysSomethingOfEachCard) {
 TEST_F(CardTest, WhatChangesTheBodyIsRefusedWithFileAndLine) {
   ASSERT_EQ(complaint(kBrick + kSteel), "");
   const std::vector<std::pair<std::string, std::string>> cases = {
-      {"*MASS, ELSET=M\n1.\n", "job.inp:16: *MASS is refused: "},
+      {"*GAP, ELSET=M\n1.\n", "job.inp:16: *GAP is refused: "},
       {"*NORMAL\n1,1,0,0,1\n", "job.inp:16: *NORMAL is refused: "},
       {"*NODAL THICKNESS\n1, 2.\n", "job.inp:16: *NODAL THICKNESS is refused: "},
       {"*MODEL CHANGE, TYPE=ELEMENT, REMOVE\nE\n", "job.inp:16: *MODEL CHANGE is refused: "},

@@ -252,7 +252,7 @@ TEST_F(DeckTest, ComplaintsNameFileAndLine) {
   const std::string good = kNodes + kTwoBricks + kSteel + kSolid;  // kNodes: 13 lines, kTwoBricks: 3
   ASSERT_EQ(complaint(good), "");
   const std::vector<std::pair<std::string, std::string>> cases = {
-      {kNodes + "*ELEMENT, TYPE=B31, ELSET=E\n1,1,2\n", "job.inp:14: element type B31 is not supported"},
+      {kNodes + "*ELEMENT, TYPE=CPS4, ELSET=E\n1,1,2\n", "job.inp:14: element type CPS4 is not supported"},
       {kNodes + "*ELEMENT, ELSET=E\n1,1,2\n", "job.inp:14: *ELEMENT without TYPE="},
       {kNodes + "*ELEMENT, TYPE=C3D8, ELSET=E\n1,1,2,3,4,5,6,7,99\n" + kSteel + kSolid,
        "job.inp:15: element 1 names node 99, which is not in the deck"},

@@ -8,6 +8,7 @@
 #include "commandline.h"
 #include "common/report.h"
 #include "common/text_input.h"
+#include "reductionreport.h"
 #include "registry/importers.h"
 #include "session.h"
 #include "unitsystems.h"
@@ -113,9 +114,10 @@ void print_modes(const ImportReport &report, const Written &written) {
   for (const WrittenMode &mode : written.modes) rigid += mode.rigid ? 1 : 0;
   std::cout << "Modes               " << written.modes.size() << " of " << report.results << ": " << rigid << " rigid, "
             << written.modes.size() - static_cast<std::size_t>(rigid) << " elastic\n";
-  if (report.constraint_modes != 0)
-    std::cout << "Reduction           " << report.constraint_modes << " constraint modes, " << report.normal_modes
-              << " fixed-interface normal modes\n";
+  if (report.load_cases > 0) std::cout << "Load cases          " << report.load_cases << ", on nodes and on modes\n";
+  if (report.has_state || report.has_preload)
+    std::cout << "Start of the modes  a loaded state" << (report.has_state ? ", pre-stress written" : "")
+              << (report.has_preload ? ", preload written" : "") << '\n';
   std::cout << "Stress, strain at   " << written.stress_nodes << ", " << written.strain_nodes << " nodes\n\n";
   std::vector<std::string> headings = {"mode",   "", "eigenvalue", "Hz", "mass by nodes", "largest displacement",
                                        "at node"};
@@ -193,8 +195,12 @@ Json summary_of(const ImportReport &report, const Written &written, const std::s
           {"nodal_inertia", known(finite(lumped.data(), 9))},
           {"constraint_modes", report.constraint_modes},
           {"normal_modes", report.normal_modes},
+          {"reduction", report.constraint_modes != 0 ? reduction_json(report.reduction) : Json(nullptr)},
           {"modes", modes},
           {"written", json_of(written)},
+          {"load_cases", report.load_cases},
+          {"pre_stress", report.has_state},
+          {"preload", report.has_preload},
           {"warnings", report.warnings}};
 }
 
@@ -225,6 +231,7 @@ void judge_reduction(SBR body, ImportReport &report) {
 sbrtranslate::ImportInput input_of(const Request &request) {
   sbrtranslate::ImportInput input;
   input.path = request.input;
+  input.progress = show_reduction_progress;
   if (request.units.empty()) return input;
   const UnitSystem units = unit_system(request.units);
   input.units = sbrtranslate::UnitLabels{units.mass, units.length, units.time, units.force};
@@ -254,6 +261,7 @@ void import_body(Request &request) {
   } else {
     print_masses(report);
     print_modes(report, written);
+    print_reduction(report);
     print_written(written, request.output);
   }
   for (const std::string &warning : report.warnings) std::cerr << "warning: " << warning << '\n';

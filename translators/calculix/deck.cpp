@@ -6,8 +6,20 @@
 #include <set>
 #include <tuple>
 
+#include "calculix/beams.h"
+
 namespace sbrtranslate {
 namespace {
+
+// Cards that are kept with their data lines, to be worked out when all of the mesh is known.
+bool kept_whole(const Card &card) {
+  if (card.keyword == "*ELEMENT") return line_type(squeeze(card.value("TYPE"))).has_value();
+  static const std::set<std::string> kKept = {
+      "*RIGIDBODY", "*COUPLING", "*KINEMATIC",   "*DISTRIBUTING", "*SURFACE",     "*STEP",        "*STATIC",
+      "*FREQUENCY", "*BOUNDARY", "*CLOAD",       "*DLOAD",        "*TEMPERATURE", "*DFLUX",       "*CFLUX",
+      "*FILM",      "*RADIATE",  "*CONTACTPAIR", "*MASS",         "*BEAMSECTION", "*SOLIDSECTION"};
+  return kKept.count(card.keyword) != 0;
+}
 
 class DeckReader {
  public:
@@ -18,6 +30,9 @@ class DeckReader {
     finish_equation();
     sort_deck();
     assign_sections();
+    deck_.lines = read_line_elements(deck_);
+    std::sort(deck_.lines.begin(), deck_.lines.end(),
+              [](const LineElement &a, const LineElement &b) { return a.id < b.id; });
     return std::move(deck_);
   }
   DeckNotes notes;
@@ -32,6 +47,7 @@ class DeckReader {
   void begin_section(const Card &card);
   void begin_material(const Card &card);
   void data_line(std::string_view line, const Place &place);
+  void note_line_element(std::string_view line, const Place &place);
   void node_line(std::string_view line, const Place &place);
   void element_line(std::string_view line, const Place &place);
   void set_line(std::string_view line, const Place &place);
@@ -63,9 +79,10 @@ class DeckReader {
   Card card_;
   std::vector<std::filesystem::path> open_files_;
   std::set<std::tuple<std::string, std::size_t, int, int>> supports_seen_;
-  int terms_left_ = 0;        // of an equation that runs over lines
-  std::string material_;      // the material that *DENSITY belongs to
-  std::vector<int> element_;  // what has come of an element that runs over lines
+  int terms_left_ = 0;           // of an equation that runs over lines
+  std::set<int> line_elements_;  // numbers of elements without a surface
+  std::string material_;         // the material that *DENSITY belongs to
+  std::vector<int> element_;     // what has come of an element that runs over lines
   Place element_place_;
   bool heading_done_ = false;
 };
@@ -141,9 +158,10 @@ void DeckReader::begin_card(const Card &card) {
   finish_equation();
   note_card(card, judge_card(card));
   card_ = card;
+  if (kept_whole(card)) deck_.cards.push_back({card.keyword, card.parameters, card.place, {}});
   if (card.keyword == "*ELEMENT") {
     begin_elements(card);
-  } else if (card.keyword == "*SOLIDSECTION" || card.keyword == "*SHELLSECTION") {
+  } else if (card.keyword == "*SOLIDSECTION" || card.keyword == "*SHELLSECTION" || card.keyword == "*MEMBRANESECTION") {
     begin_section(card);
   } else if (card.keyword == "*MATERIAL" || card.keyword == "*DENSITY") {
     begin_material(card);
@@ -158,16 +176,22 @@ void DeckReader::begin_card(const Card &card) {
 void DeckReader::begin_elements(const Card &card) {
   const std::string name = squeeze(card.value("TYPE"));
   if (name.empty()) throw InputError(card.place, "*ELEMENT without TYPE=");
+  if (line_type(name)) {
+    if (card.has("ELSET")) deck_.element_sets[card.value("ELSET")];
+    return;
+  }
   if (element_type(name) == nullptr)
-    throw InputError(card.place, "element type " + name +
-                                     " is not supported (solids C3D4, C3D6, C3D8, C3D8R, C3D8I, "
-                                     "C3D10, C3D15, C3D20, C3D20R; shells S3, S4, S4R, S6, S8, S8R)");
+    throw InputError(card.place,
+                     "element type " + name +
+                         " is not supported (solids C3D4, C3D6, C3D8, C3D8R, C3D8I, "
+                         "C3D10, C3D15, C3D20, C3D20R; shells S3, S4, S4R, S6, S8, S8R; membranes M3D3 to M3D8R; MASS, "
+                         "SPRINGA, SPRING1, SPRING2, DASHPOTA, T3D2, T3D3, B31, B31R, B32, B32R)");
   if (card.has("ELSET")) deck_.element_sets[card.value("ELSET")];
 }
 
 void DeckReader::begin_section(const Card &card) {
   Section section;
-  section.shell = card.keyword == "*SHELLSECTION";
+  section.shell = card.keyword != "*SOLIDSECTION";
   section.set = card.value("ELSET");
   section.material = card.value("MATERIAL");
   section.place = card.place;
@@ -191,6 +215,12 @@ void DeckReader::begin_material(const Card &card) {
 }
 
 void DeckReader::data_line(std::string_view line, const Place &place) {
+  if (kept_whole(card_)) {
+    deck_.cards.back().lines.push_back({place, std::string(line)});
+    if (card_.keyword == "*ELEMENT") note_line_element(line, place);
+    if (card_.keyword == "*BOUNDARY") boundary_line(line, place);
+    return;
+  }
   if (card_.keyword == "*NODE") {
     node_line(line, place);
   } else if (card_.keyword == "*ELEMENT") {
@@ -199,18 +229,23 @@ void DeckReader::data_line(std::string_view line, const Place &place) {
     set_line(line, place);
   } else if (card_.keyword == "*DENSITY") {
     density_line(line, place);
-  } else if (card_.keyword == "*SHELLSECTION") {
+  } else if (card_.keyword == "*SHELLSECTION" || card_.keyword == "*MEMBRANESECTION") {
     thickness_line(line, place);
   } else if (card_.keyword == "*ELASTIC") {
     elastic_line(line);
-  } else if (card_.keyword == "*BOUNDARY") {
-    boundary_line(line, place);
   } else if (card_.keyword == "*EQUATION") {
     equation_line(line, place);
   } else if (card_.keyword == "*HEADING" && !heading_done_) {
     deck_.title = std::string(line);
     heading_done_ = true;
   }
+}
+
+// Elements without a surface are worked out later; their numbers belong to their set now.
+void DeckReader::note_line_element(std::string_view line, const Place &place) {
+  const int id = whole(split_fields(line)[0], place, "an element number");
+  line_elements_.insert(id);
+  if (card_.has("ELSET")) deck_.element_sets[card_.value("ELSET")].push_back(id);
 }
 
 void DeckReader::node_line(std::string_view line, const Place &place) {
@@ -337,7 +372,7 @@ void DeckReader::boundary_line(std::string_view line, const Place &place) {
     nodes = set->second;
   }
   for (const int node : nodes)
-    for (int d = std::max(*first, 1); d <= std::min(last, 3); ++d) notes.supports.push_back({node, d});
+    for (int d = std::max(*first, 1); d <= std::min(last, 6); ++d) notes.supports.push_back({node, d});
 }
 
 // A count of terms, then node, direction and factor of each, also over several lines.
@@ -374,7 +409,8 @@ void DeckReader::thickness_line(std::string_view line, const Place &place) {
 }
 
 void DeckReader::finish_section() {
-  if (card_.keyword == "*SHELLSECTION" && !(deck_.sections.back().thickness > 0.0))
+  if ((card_.keyword == "*SHELLSECTION" || card_.keyword == "*MEMBRANESECTION") &&
+      !(deck_.sections.back().thickness > 0.0))
     throw InputError(card_.place, "shell section without a thickness");
   if (card_.keyword == "*DENSITY" && !deck_.materials[material_].has_density)
     throw InputError(card_.place, "*DENSITY without a value");
@@ -404,7 +440,8 @@ void DeckReader::sort_deck() {
       throw InputError(deck_.place_of(elements[i]), "element " + std::to_string(elements[i].id) + " comes twice");
   for (auto &[name, set] : deck_.node_sets) unite(set);
   for (auto &[name, set] : deck_.element_sets) unite(set);
-  if (elements.empty()) throw InputError({deck_.files.front(), 0}, "the deck has no elements");
+  if (elements.empty() && line_elements_.empty())
+    throw InputError({deck_.files.front(), 0}, "the deck has no elements");
 }
 
 void DeckReader::check_element(const MeshElement &element) const {
@@ -432,6 +469,7 @@ void DeckReader::assign_sections() {
       throw InputError(material->second.place, "material " + section.material + " has no *DENSITY");
     for (const int id : set->second) {
       const int position = deck_.element_position(id);
+      if (position < 0 && line_elements_.count(id) != 0) continue;
       if (position < 0)
         throw InputError(section.place, "set '" + section.set + "' names element " + std::to_string(id) +
                                             ", which is not in the deck");

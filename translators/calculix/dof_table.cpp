@@ -14,7 +14,7 @@ std::string dof_text(int node, int direction) {
 }  // namespace
 
 DofTable::DofTable(std::vector<Dof> dofs, const Model &model, const DeckNotes &notes, const std::string &file)
-    : model_(model), rows_(std::move(dofs)), held_(rows_.size(), 0), has_row_(3 * model.nodes.size(), 0) {
+    : model_(model), rows_(std::move(dofs)), held_(rows_.size(), 0), has_row_(6 * model.nodes.size(), 0) {
   if (!notes.relations.empty())
     throw InputError(notes.relations.front().place,
                      notes.relations.front().keyword +
@@ -31,8 +31,10 @@ DofTable::DofTable(std::vector<Dof> dofs, const Model &model, const DeckNotes &n
 std::size_t DofTable::dof_of(int node, int direction, const Place &place) const {
   const int position = model_.node_position(node);
   if (position < 0) throw InputError(place, "node " + std::to_string(node) + " is not a node of the deck's elements");
-  if (direction < 1 || direction > 3) throw InputError(place, dof_text(node, direction) + ": 1 to 3 expected");
-  return 3 * static_cast<std::size_t>(position) + static_cast<std::size_t>(direction - 1);
+  const bool turns = model_.nodes[static_cast<std::size_t>(position)].reference;
+  if (direction < 1 || direction > (turns ? 6 : 3))
+    throw InputError(place, dof_text(node, direction) + ": the node has no such direction");
+  return 6 * static_cast<std::size_t>(position) + static_cast<std::size_t>(direction - 1);
 }
 
 bool DofTable::is_inner(const Dof &row, const DeckNotes &notes) const {
@@ -116,14 +118,15 @@ void DofTable::explain_missing(const DeckNotes &notes, const std::string &file) 
   std::vector<char> explained(has_row_.size(), 0);
   for (const Support &support : notes.supports)
     if (const int position = model_.node_position(support.node); position >= 0)
-      explained[3 * static_cast<std::size_t>(position) + static_cast<std::size_t>(support.direction - 1)] = 1;
+      explained[6 * static_cast<std::size_t>(position) + static_cast<std::size_t>(support.direction - 1)] = 1;
   order_equations(notes, explained);
   for (const Step &step : steps_) explained[step.dof] = 2;
   for (std::size_t dof = 0; dof < explained.size(); ++dof) {
-    if (has_row_[dof] != 0) continue;
+    const BodyNode &node = model_.nodes[dof / 6];
+    if (has_row_[dof] != 0 || (dof % 6 >= 3 && !node.reference)) continue;
     if (explained[dof] == 0)
       throw InputError({file, 0},
-                       dof_text(model_.nodes[dof / 3].id, static_cast<int>(dof % 3) + 1) +
+                       dof_text(node.id, static_cast<int>(dof % 6) + 1) +
                            " has no row, and the deck has neither *BOUNDARY nor *EQUATION for it: matrices " +
                            "of another deck?");
     if (explained[dof] == 1) ++supported_;
@@ -132,13 +135,12 @@ void DofTable::explain_missing(const DeckNotes &notes, const std::string &file) 
 
 void DofTable::spread(const std::vector<double> &row_values, std::vector<double> &node_values) const {
   node_values.assign(6 * model_.nodes.size(), 0.0);
-  const auto place = [](std::size_t dof) { return 6 * (dof / 3) + dof % 3; };
   for (std::size_t r = 0; r < row_values.size(); ++r)
-    if (dof_of_row_[r] != kInner) node_values[place(dof_of_row_[r])] = row_values[r];
+    if (dof_of_row_[r] != kInner) node_values[dof_of_row_[r]] = row_values[r];
   for (const Step &step : steps_) {
     double value = 0.0;
-    for (const auto &[dof, factor] : step.terms) value += factor * node_values[place(dof)];
-    node_values[place(step.dof)] = value;
+    for (const auto &[dof, factor] : step.terms) value += factor * node_values[dof];
+    node_values[step.dof] = value;
   }
 }
 

@@ -19,9 +19,10 @@ namespace sbrtranslate {
 // others by an equation: the first of each *EQUATION. The table keeps a reference to the model only.
 class DofTable {
  public:
-  // `file` is the list of rows, for messages. Throws InputError for a list that does not fit the mesh, for a degree of
-  // freedom without a row that the deck does not explain, for equations that cannot be solved one after the other, for
-  // interface nodes that depend on others, and for cards that tie degrees of freedom in other ways.
+  // `dofs` are the rows of the file and those of reference nodes behind them. `file` is the list of rows, for messages.
+  // Throws InputError for a list that does not fit the mesh, for a degree of freedom without a row that the deck does
+  // not explain, for equations that cannot be solved one after the other, for interface nodes that depend on others,
+  // and for cards that tie degrees of freedom in other ways.
   DofTable(std::vector<Dof> dofs, const Model &model, const DeckNotes &notes, const std::string &file);
 
   [[nodiscard]] const std::vector<Dof> &rows() const { return rows_; }
@@ -29,7 +30,7 @@ class DofTable {
   [[nodiscard]] const std::vector<char> &held() const { return held_; }
   [[nodiscard]] std::size_t supported() const { return supported_; }
   [[nodiscard]] std::size_t dependent() const { return steps_.size(); }
-  // From the values of the rows to six values at each node of the model; rotations are 0.
+  // From the values of the rows to six values at each node of the model; rotations are 0 but at reference nodes.
   void spread(const std::vector<double> &row_values, std::vector<double> &node_values) const;
 
  private:
@@ -51,7 +52,7 @@ class DofTable {
   std::vector<Dof> rows_;
   std::vector<char> held_;
   std::vector<std::size_t> dof_of_row_;  // kInner for those of no node of the body
-  std::vector<char> has_row_;            // by degree of freedom, three to a node
+  std::vector<char> has_row_;            // by degree of freedom, six to a node
   std::vector<Step> steps_;
   std::size_t supported_ = 0;
 };

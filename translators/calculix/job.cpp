@@ -5,10 +5,13 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "calculix/coupled_rows.h"
 #include "calculix/deck.h"
 #include "calculix/dof_table.h"
+#include "calculix/load_cases.h"
 #include "calculix/result_map.h"
 #include "calculix/results.h"
+#include "calculix/rigid_bodies.h"
 #include "common/consistency.h"
 #include "common/reduction.h"
 #include "common/rigid_fit.h"
@@ -27,11 +30,11 @@ std::optional<std::string> beside(const std::string &deck, const char *suffix) {
 }
 
 // The eigenvalues of the .dat file; nothing when there is none and none was named.
-std::vector<EigenRow> eigenvalues_of(const ImportOptions &options, std::string &path) {
+std::vector<EigenRow> eigenvalues_of(const ImportOptions &options, std::string &path, int table = 0) {
   const auto file = options.dat ? options.dat : beside(options.deck, ".dat");
   if (!file) return {};
   path = *file;
-  auto rows = read_eigenvalues(path);
+  auto rows = read_eigenvalues(path, table);
   if (rows.empty() && options.dat) throw InputError({path, 0}, "no eigenvalue table in the file");
   return rows;
 }
@@ -67,16 +70,24 @@ double von_mises(const double *s) {
 // Takes each set of nodal values into the body and the report.
 class BodyFeeder : public ResultReceiver {
  public:
-  BodyFeeder(SBR body, ImportReport &report, Where stress, Where strain)
-      : body_(body), report_(report), stress_(stress), strain_(strain), fit_(report.model), check_(report.model) {}
+  BodyFeeder(SBR body, ImportReport &report, const LoadCases &loads, Where stress, Where strain)
+      : body_(body),
+        report_(report),
+        loads_(loads),
+        stress_(stress),
+        strain_(strain),
+        fit_(report.model),
+        check_(report.model) {}
   // What in the modes does not fit the deck, once they have come.
   [[nodiscard]] std::optional<std::string> complaint() const { return check_.complaint(); }
 
   bool wants(ResultKind kind) const override { return kind == ResultKind::displacement || where(kind) != Where::none; }
   bool wants_node(ResultKind kind, std::size_t node) const override {
-    return where(kind) == Where::all || report_.model.nodes[node].surface;
+    const BodyNode &at = report_.model.nodes[node];
+    return kind == ResultKind::displacement || (!at.reference && !at.line && (where(kind) == Where::all || at.surface));
   }
   void take(const ResultSet &set, const std::vector<double> &values) override {
+    if (set.mode == 0) return take_state(set.kind, values);
     ModeReport &mode = report_.modes[static_cast<std::size_t>(set.mode) - 1];
     const auto &nodes = report_.model.nodes;
     const int kind = static_cast<int>(set.kind);
@@ -90,16 +101,26 @@ class BodyFeeder : public ResultReceiver {
       }
     }
     if (set.kind != ResultKind::displacement) return;
+    loads_.feed_mode(body_, set.mode, values);
     fit_.judge([&](std::size_t i) { return Vec3{values[6 * i], values[6 * i + 1], values[6 * i + 2]}; }, mode);
     check_.take(mode, set.generalized_mass, values);
   }
 
  private:
+  // Stress and strain of a static state; of several increments the last one stays.
+  void take_state(ResultKind kind, const std::vector<double> &values) {
+    const auto &nodes = report_.model.nodes;
+    const auto set = kind == ResultKind::stress ? SBR_SetPreStressVec : SBR_SetPreStrainVec;
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+      if (wants_node(kind, i)) require(set(body_, nodes[i].id, &values[6 * i]), "the stress or strain of a state");
+    report_.has_state = true;
+  }
   [[nodiscard]] Where where(ResultKind kind) const {
     return kind == ResultKind::displacement ? Where::all : kind == ResultKind::stress ? stress_ : strain_;
   }
   SBR body_;
   ImportReport &report_;
+  const LoadCases &loads_;
   Where stress_;
   Where strain_;
   RigidFit fit_;
@@ -140,14 +161,37 @@ void judge_shell_side(const ImportOptions &options, const std::string &frd, std:
     warnings.push_back("the results hold the shells in two dimensions: stress and strain are those of the middle");
 }
 
+// Warnings of a state that the modes start from.
+void tell_state(const StepChoice &choice, const Survey &survey, const LoadCases &loads, ImportReport &report) {
+  report.load_cases = static_cast<int>(loads.count());
+  report.has_preload = loads.has_preload();
+  if (choice.state == nullptr) return;
+  const std::string step = "step " + std::to_string(choice.state->number);
+  if (!survey.state)
+    report.warnings.push_back("the modes start from the state of " + step +
+                              ", and the results have no stress of it: the record gets no pre-stress");
+  if (choice.modal->releases_supports)
+    report.warnings.push_back("the frequency step releases supports of " + step +
+                              ", whose forces are not known: the record gets no preload");
+  if (choice.state->nonlinear)
+    report.warnings.push_back(step +
+                              " is nonlinear: the record's coordinates are those before it has deformed the body");
+}
+
 BodyHandle import_results(const ImportOptions &options, const DeckNotes &notes, ImportReport &report) {
   const auto frd = options.frd ? options.frd : beside(options.deck, ".frd");
   if (!frd) throw InputError({options.deck, 0}, "no .frd or .frd.gz file beside the deck; name it with --frd");
   report.results = *frd;
   ResultMap map(report.model, options.shell_side.value_or(ShellSide::top), options.modes, options.force);
+  const std::vector<DeckStep> steps = read_steps(report.model.mesh);
+  const StepChoice choice = choose_step(report.model.mesh, steps, options.step);
+  const LoadCases loads(report.model, options.no_loads ? std::vector<DeckStep>{} : steps, choice);
+  map.choose_steps(choice.modal != nullptr ? choice.modal->number : 0,
+                   choice.state != nullptr ? choice.state->number : 0);
   const Survey survey = map.survey(*frd);
   std::string dat;
-  const auto rows = eigenvalues_of(options, dat);
+  const auto rows = eigenvalues_of(options, dat, choice.modal_ordinal);
+  tell_state(choice, survey, loads, report);
   compare_eigenvalues(rows, dat, survey, *frd, options.modes);
   const int count = static_cast<int>(survey.modes.size());
   if (options.modes && *options.modes > count)
@@ -176,7 +220,8 @@ BodyHandle import_results(const ImportOptions &options, const DeckNotes &notes, 
     SBR_Eigenvalue(body.get(), i + 1, nullptr, &mode.hz, nullptr, nullptr, nullptr);
     report.modes.push_back(mode);
   }
-  BodyFeeder feeder(body.get(), report, stress, strain);
+  loads.feed_nodes(body.get());
+  BodyFeeder feeder(body.get(), report, loads, stress, strain);
   map.feed(*frd, feeder);
   if (const auto text = feeder.complaint()) {
     if (!options.force) throw InputError({*frd, 0}, *text + "; --force takes them nevertheless");
@@ -193,6 +238,37 @@ BodyHandle import_results(const ImportOptions &options, const DeckNotes &notes, 
 
 // ---- Modes from the matrices
 
+// Nodes that the deck does not have are the solver's own, for rotations or for incompatible modes, and no file tells
+// for which.
+void refuse_mixed_rows(const DeckNotes &notes, const Mesh &mesh, const std::string &file) {
+  if (notes.incompatible == 0) return;
+  for (const ReferenceNode &reference : mesh.references)
+    if (!reference.distributing && reference.rotation_node == 0)
+      throw InputError({file, 0},
+                       "rows of the rotations of reference nodes and rows of the incompatible modes of C3D8I "
+                       "cannot be told apart; give the rigid bodies a ROT NODE, or take C3D8");
+}
+
+// What the options ask of a reduction besides the modes.
+void fill_request(ReductionRequest &request, const ImportOptions &options, const Model &model) {
+  if (options.residual_inertia && request.rigid.empty())
+    throw std::invalid_argument("residual inertia modes need a body without supports");
+  request.residual_inertia = options.residual_inertia;
+  request.interface_modes = options.interface_modes;
+  request.free_modes = options.free_modes.value_or(0);
+  request.progress = options.progress;
+  for (const std::string &name : options.attachments) {
+    const std::vector<int> &set = model.mesh.node_set(name);
+    for (std::size_t r = 0; r < request.dofs.size(); ++r)
+      if (std::binary_search(set.begin(), set.end(), request.dofs[r].node)) {
+        if (request.held[r] != 0)
+          throw std::invalid_argument("node " + std::to_string(request.dofs[r].node) + " of '" + name +
+                                      "' is an interface node: it needs no residual attachment mode");
+        request.attachments.push_back(static_cast<int>(r));
+      }
+  }
+}
+
 BodyHandle import_matrices(const ImportOptions &options, const DeckNotes &notes, ImportReport &report) {
   const MatrixFiles &files = *options.matrices;
   if (options.stress.value_or(Where::none) != Where::none || options.strain.value_or(Where::none) != Where::none)
@@ -206,25 +282,45 @@ BodyHandle import_matrices(const ImportOptions &options, const DeckNotes &notes,
     throw std::invalid_argument("matrices need interface nodes; name their node sets");
   std::string dat;
   for (const EigenRow &row : eigenvalues_of(options, dat)) report.full_model_hz.push_back(row.hz);
-  const DofTable dofs(read_dofs(files.dofs), report.model, notes, files.dofs);
+  refuse_mixed_rows(notes, report.model.mesh, files.dofs);
+  const CoupledRows coupled =
+      couple_rows(read_dofs(files.dofs), report.model.mesh, read_references(report.model.mesh), files.dofs);
+  const DofTable dofs(coupled.dofs, report.model, notes, files.dofs);
   if (dofs.supported() != 0)
     report.warnings.push_back(std::to_string(dofs.supported()) + " degrees of freedom are held by *BOUNDARY and stay " +
                               "at rest");
   if (dofs.supported() == 0 && !interface_holds(report.model))
     throw std::invalid_argument("the interface nodes do not hold the body: three that are not in line are needed");
-  const Reduction reduction =
-      reduce_matrices({files.mass, files.stiffness, dofs.rows(), dofs.held(), options.normal, options.max_hz});
+  ReductionRequest request{files.mass, files.stiffness, dofs.rows(), dofs.held(), options.normal, options.max_hz};
+  const std::vector<RigidRow> rigid = rigid_rows(dofs.rows(), report.model);
+  request.file_rows = coupled.file_rows;
+  request.dependent = coupled.dependent;
+  if (dofs.supported() == 0) request.rigid = rigid;  // a body with supports has no rigid motions
+  fill_request(request, options, report.model);
+  const Reduction reduction = reduce_matrices(request);
+  report.reduction = reduction;
+  if (!request.rigid.empty() && !report.model.mesh.references.empty() && !(reduction.rigid_residual < 1e-6))
+    throw InputError({files.stiffness, 0}, "rigid motions of the body and its reference nodes meet forces of " +
+                                               show(reduction.rigid_residual, 3) +
+                                               " of their parts: the matrices are not those of the deck");
   report.results = files.stiffness;
   report.constraint_modes = reduction.constraint_modes;
   report.normal_modes = reduction.normal_modes;
 
-  BodyHandle body = create_body(report.model, report.units, "CalculiX", reduction.count(), options.deck,
-                                {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) +
-                                     " constraint, " + std::to_string(reduction.normal_modes) + " normal",
-                                 "Matrices of " + std::filesystem::path(files.stiffness).filename().string(),
-                                 "Nodal masses with the inertia of the elements"});
+  BodyHandle body = create_body(
+      report.model, report.units, "CalculiX", reduction.count(), options.deck,
+      {"Craig-Bampton modes: " + std::to_string(reduction.constraint_modes) +
+           (options.interface_modes ? " interface, " : " constraint, ") + std::to_string(reduction.normal_modes) +
+           " normal" +
+           (reduction.residual_modes > 0 ? ", " + std::to_string(reduction.residual_modes) + " residual" : ""),
+       "Matrices of " + std::filesystem::path(files.stiffness).filename().string(),
+       "Nodal masses with the inertia of the elements"});
   feed_matrix(body.get(), reduction.mass, reduction.count(), SBR_SetGeneralizedMass);
   feed_matrix(body.get(), reduction.stiffness, reduction.count(), SBR_SetGeneralizedStiffness);
+  const std::vector<DeckStep> steps = read_steps(report.model.mesh);
+  const LoadCases loads(report.model, options.no_loads ? std::vector<DeckStep>{} : steps, {});
+  report.load_cases = static_cast<int>(loads.count());
+  loads.feed_nodes(body.get());
   std::vector<double> rows;
   std::vector<double> values(6 * report.model.nodes.size());
   for (int mode = 0; mode < reduction.count(); ++mode) {
@@ -232,6 +328,7 @@ BodyHandle import_matrices(const ImportOptions &options, const DeckNotes &notes,
     dofs.spread(rows, values);
     for (std::size_t i = 0; i < report.model.nodes.size(); ++i)
       require(SBR_SetModeVec(body.get(), mode + 1, report.model.nodes[i].id, 0, &values[6 * i]), "values of a mode");
+    loads.feed_mode(body.get(), mode + 1, values);
   }
   return body;
 }
@@ -242,13 +339,40 @@ void warn_about_units(SBR body, const DeckNotes &notes, ImportReport &report) {
     report.warnings.push_back(std::move(warning));
 }
 
+// Interfaces may also be named by the number of a node or by the name of a coupling. A reference node belongs to the
+// body when it is an interface; in matrices those of kinematic couplings always do, since other nodes follow them.
+void take_references(Mesh &mesh, const ImportOptions &options) {
+  std::vector<ReferenceNode> all = read_references(mesh);
+  std::vector<int> chosen;
+  for (const std::string &name : options.interfaces) {
+    const std::string key = upper(name);
+    if (mesh.node_sets.count(key) == 0) {
+      if (const auto id = to_int(key); id && mesh.node_position(*id) >= 0) mesh.node_sets[key] = {*id};
+      for (const ReferenceNode &reference : all)
+        if (!reference.name.empty() && reference.name == key) mesh.node_sets[key] = {reference.node};
+    }
+    if (const auto set = mesh.node_sets.find(key); set != mesh.node_sets.end())
+      chosen.insert(chosen.end(), set->second.begin(), set->second.end());
+  }
+  for (ReferenceNode &reference : all) {
+    const bool wanted = std::find(chosen.begin(), chosen.end(), reference.node) != chosen.end();
+    if (!wanted && (!options.matrices || reference.distributing)) continue;
+    for (const ReferenceNode &other : mesh.references)
+      if (other.node == reference.node)
+        throw InputError(reference.card, "node " + std::to_string(other.node) + " is a reference node twice");
+    mesh.references.push_back(std::move(reference));
+  }
+}
+
 }  // namespace
 
 BodyHandle import_ccx(const ImportOptions &options, ImportReport &report) {
   report.units = options.units;
   if (options.modes && *options.modes < 1) throw std::invalid_argument("at least one mode has to be taken");
   DeckNotes notes;
-  report.model = build_model(read_deck(options.deck, &notes), options.interfaces);
+  Mesh mesh = read_deck(options.deck, &notes);
+  take_references(mesh, options);
+  report.model = build_model(std::move(mesh), options.interfaces);
   judge_model(report);
   if (options.matrices) {
     BodyHandle body = import_matrices(options, notes, report);

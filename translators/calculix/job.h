@@ -3,6 +3,7 @@
 #ifndef SBRKIT_TRANSLATORS_CALCULIX_JOB_H
 #define SBRKIT_TRANSLATORS_CALCULIX_JOB_H
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,11 +30,18 @@ struct ImportOptions {
   std::optional<Where> stress;          // default: at the surface, if the results have it
   std::optional<Where> strain;          // default: none
   std::optional<ShellSide> shell_side;  // default: top, and the middle where the results have no sides
+  std::optional<int> step;              // the frequency step whose modes are taken; default: the only one
+  bool no_loads = false;                // leaves the loads of static steps out
   std::optional<int> modes;             // the first so many modes; default: all
   bool force = false;                   // take results that do not fit the deck
   std::optional<MatrixFiles> matrices;
-  std::optional<int> normal;     // fixed-interface normal modes to be added
-  std::optional<double> max_hz;  // or all of them up to a frequency
+  std::optional<int> normal;             // fixed-interface normal modes to be added
+  std::optional<double> max_hz;          // or all of them up to a frequency
+  std::optional<int> interface_modes;    // in the place of the constraint modes
+  std::vector<std::string> attachments;  // node sets with residual attachment modes
+  bool residual_inertia = false;         // residual modes of rigid accelerations
+  std::optional<int> free_modes;         // of the full matrices, to be compared with
+  std::function<void(const ReductionProgress &)> progress;
 };
 
 // Builds the body. Throws InputError for what is wrong with an input, std::invalid_argument for the options.

@@ -62,6 +62,7 @@ void ResultMap::node(int id, const Vec3 &xyz, const Place &place) {
 void ResultMap::element(int id, int type, std::span<const int> nodes, const Place &place) {
   if (receiver_ != nullptr) return;
   const int position = model_.mesh.element_position(id);
+  if (const LineElement *line = model_.mesh.line(id)) return add_beam(*line, type, nodes, place);
   if (position < 0) throw InputError(place, "element " + std::to_string(id) + " is not in the deck");
   const MeshElement &element = model_.mesh.elements[static_cast<std::size_t>(position)];
   element_seen_[static_cast<std::size_t>(position)] = 1;
@@ -69,6 +70,23 @@ void ResultMap::element(int id, int type, std::span<const int> nodes, const Plac
     add_pairs(element, nodes);
   else
     same_nodes(element, nodes, place);
+}
+
+// Trusses, springs and dashpots have the nodes of the deck; beams come as solids.
+void ResultMap::add_beam(const LineElement &line, int type, std::span<const int> nodes, const Place &place) {
+  if (line.kind != LineElement::Kind::beam) {
+    if (line.carries() && nodes.size() != line.nodes.size())
+      throw InputError(place, "truss " + std::to_string(line.id) + " has other nodes than in the deck");
+    return;
+  }
+  if (!is_beam_expansion(type, line.nodes.size()))
+    throw InputError(place, "beam " + std::to_string(line.id) +
+                                " is not expanded here: ask the solver for results in three dimensions (OUTPUT=3D)");
+  for (std::size_t end = 0; end < line.nodes.size(); ++end) {
+    const auto body = static_cast<std::size_t>(model_.node_position(line.nodes[end]));
+    if (!model_.nodes[body].line) continue;  // what solids and shells tell of the node stands
+    for (const int at : section_nodes(line.nodes.size(), end)) beams_.add(body, nodes[static_cast<std::size_t>(at)]);
+  }
 }
 
 void ResultMap::same_nodes(const MeshElement &element, std::span<const int> nodes, const Place &place) const {
@@ -132,6 +150,11 @@ void ResultMap::mesh_done(const Place &place) {
       throw InputError(place,
                        "element " + std::to_string(model_.mesh.elements[e].id) + " of the deck is not in the file");
   merge_pairs(place);
+  std::vector<Vec3> places;
+  for (const BodyNode &node : model_.nodes) places.push_back(node.place);
+  beams_.prepare([&](int id) { return file_position(id); },
+                 [&](int at) { return file_nodes_[static_cast<std::size_t>(at)].place; }, places, place,
+                 1e-4 * model_.extent);
   map_nodes(place);
   raw_.assign(6 * file_nodes_.size(), 0.0);
   stamp_.assign(file_nodes_.size(), 0);
@@ -146,7 +169,7 @@ void ResultMap::check_file_nodes(const Place &place) {
   for (const FileNode &node : file_nodes_) {
     const int position = model_.node_position(node.id);
     if (position < 0) {
-      if (!model_.has_shells && model_.mesh.node_position(node.id) < 0)
+      if (!model_.has_shells && beams_.empty() && model_.mesh.node_position(node.id) < 0)
         throw InputError({place.file, node.line}, node_text(node.id) + " is not in the deck: results of another mesh?");
       continue;
     }
@@ -186,8 +209,10 @@ void ResultMap::map_nodes(const Place &place) {
   std::vector<char> expanded(model_.nodes.size(), 0);
   for (const Pair &pair : pairs_) expanded[pair.body] = 1;
   direct_.assign(model_.nodes.size(), -1);
+  for (const ReferenceNode &reference : model_.mesh.references) reference_factors_.push_back(mean_motion(reference));
   for (std::size_t i = 0; i < model_.nodes.size(); ++i) {
     const BodyNode &node = model_.nodes[i];
+    if (node.reference || (node.line && beams_.has(i))) continue;
     if (node.solid || expanded[i] == 0) {
       direct_[i] = file_position(node.id);
       if (direct_[i] < 0) throw InputError(place, node_text(node.id) + " of the deck is not in the file");
@@ -235,7 +260,7 @@ void ResultMap::begin_mode(const ResultSet &set, const Place &place) {
     survey_.modes.push_back({set.eigenvalue, set.generalized_mass, set.hz, place.line});
   } else if (set.mode != last) {
     throw InputError(place, "mode " + std::to_string(last + 1) + " expected, found " + std::to_string(set.mode) +
-                                ": one frequency step with all of its modes is expected");
+                                ": all modes of one frequency step are expected (--step)");
   }
   const auto kind = static_cast<std::size_t>(set.kind);
   if (mode_has_[kind] != 0)
@@ -245,11 +270,15 @@ void ResultMap::begin_mode(const ResultSet &set, const Place &place) {
 
 bool ResultMap::begin_set(const ResultSet &set, const Place &place) {
   if (set.mode > most_modes_) return false;
-  if (receiver_ == nullptr) {
-    begin_mode(set, place);
+  if (set.mode == 0) {
+    if (set.step != static_step_ || set.kind == ResultKind::displacement) return false;
+    if (receiver_ == nullptr) survey_.state = survey_.state || set.kind == ResultKind::stress;
+  } else if (modal_step_ != 0 && set.step != 0 && set.step != modal_step_) {
     return false;
+  } else if (receiver_ == nullptr) {
+    begin_mode(set, place);
   }
-  if (!receiver_->wants(set.kind)) return false;
+  if (receiver_ == nullptr || !receiver_->wants(set.kind)) return false;
   set_ = set;
   ++set_count_;
   return true;
@@ -288,6 +317,7 @@ void ResultMap::check_complete(const Place &place) const {
     check(pair.body, pair.bottom);
     check(pair.body, pair.top);
   }
+  beams_.visit([&](std::size_t body, int position) { check(body, position); });
 }
 
 // Adds the stress or strain of the side that is asked for.
@@ -296,6 +326,23 @@ void ResultMap::add_side(const Pair &pair, double *six) const {
   const double *top = &raw_[6 * static_cast<std::size_t>(pair.top)];
   for (std::size_t k = 0; k < 6; ++k)
     six[k] += side_ == ShellSide::top ? top[k] : side_ == ShellSide::bottom ? bottom[k] : 0.5 * (top[k] + bottom[k]);
+}
+
+// The solver's results do not have reference nodes: their motion is that of their members. What a kinematic coupling
+// leaves of it beyond the digits of the file is none of the deck's.
+void ResultMap::add_references(const Place &place) {
+  for (std::size_t r = 0; r < model_.mesh.references.size(); ++r) {
+    const ReferenceNode &reference = model_.mesh.references[r];
+    const ReferenceMotion motion = fit_reference(reference, reference_factors_[r], [&](std::size_t i) {
+      const double *six = &values_[6 * static_cast<std::size_t>(model_.node_position(reference.members[i]))];
+      return Vec3{six[0], six[1], six[2]};
+    });
+    if (!reference.distributing && !(motion.misfit < 1e-4))
+      throw InputError(place, "the nodes of reference " + node_text(reference.node) + " do not move as a rigid body (" +
+                                  show(100.0 * motion.misfit, 3) + " % off): results of another deck?");
+    std::copy(motion.values.begin(), motion.values.end(),
+              &values_[6 * static_cast<std::size_t>(model_.node_position(reference.node))]);
+  }
 }
 
 void ResultMap::end_set(const Place &place) {
@@ -312,6 +359,8 @@ void ResultMap::end_set(const Place &place) {
   }
   for (std::size_t i = 0; i < direct_.size(); ++i)
     if (direct_[i] >= 0) std::copy_n(&raw_[6 * static_cast<std::size_t>(direct_[i])], shape ? 3 : 6, &values_[6 * i]);
+  if (shape) beams_.apply(raw_, values_);
+  if (shape) add_references(place);
   receiver_->take(set_, values_);
 }
 

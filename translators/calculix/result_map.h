@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "calculix/beam_motion.h"
 #include "calculix/job.h"
 #include "calculix/results.h"
 #include "calculix/shell_motion.h"
@@ -24,6 +25,7 @@ struct SurveyedMode {
 // What the results hold, by the heads of their sets.
 struct Survey {
   std::vector<SurveyedMode> modes;
+  bool state = false;   // stress of the static step
   bool stress = false;  // of each mode
   bool strain = false;
 };
@@ -48,6 +50,12 @@ class ResultMap : private ResultHandler {
   Survey survey(const std::string &path);
   // Reads the values and hands out set after set, each complete. One set is held at a time.
   void feed(const std::string &path, ResultReceiver &receiver);
+  // Takes modes of one step only, and stress and strain of the last state of a static step; 0: of no step in
+  // particular, and no state.
+  void choose_steps(int modal, int statics) {
+    modal_step_ = modal;
+    static_step_ = statics;
+  }
   // Whether shells came without their expansion: their sides are not there.
   [[nodiscard]] bool flat_shells() const { return flat_shells_; }
 
@@ -61,6 +69,7 @@ class ResultMap : private ResultHandler {
     double thickness = 0.0;
   };
 
+  [[nodiscard]] bool wants_statics() const override { return static_step_ != 0; }
   [[nodiscard]] bool wants_mesh() const override { return receiver_ == nullptr; }
   void node(int id, const Vec3 &xyz, const Place &place) override;
   void element(int id, int type, std::span<const int> nodes, const Place &place) override;
@@ -79,6 +88,8 @@ class ResultMap : private ResultHandler {
   void begin_mode(const ResultSet &set, const Place &place);
   void check_complete(const Place &place) const;
   [[nodiscard]] bool wanted_node(std::size_t body) const;
+  void add_beam(const LineElement &line, int type, std::span<const int> nodes, const Place &place);
+  void add_references(const Place &place);
   void add_side(const Pair &pair, double *six) const;
   [[nodiscard]] std::vector<ShellPoint> shell_points() const;
 
@@ -86,6 +97,8 @@ class ResultMap : private ResultHandler {
   ShellSide side_;
   int most_modes_;
   bool force_;
+  int modal_step_ = 0;
+  int static_step_ = 0;
   ResultReceiver *receiver_ = nullptr;  // null during the survey
   Survey survey_;
   bool flat_shells_ = false;
@@ -96,9 +109,11 @@ class ResultMap : private ResultHandler {
     long line = 0;
   };
   std::vector<FileNode> file_nodes_;
-  std::vector<int> direct_;              // by body node: position in the file, or -1
-  std::vector<Pair> pairs_;              // sorted by body node
-  std::unique_ptr<ShellMotion> motion_;  // where there are shells
+  std::vector<int> direct_;                             // by body node: position in the file, or -1
+  std::vector<Pair> pairs_;                             // sorted by body node
+  std::unique_ptr<ShellMotion> motion_;                 // where there are shells
+  std::vector<std::vector<double>> reference_factors_;  // by reference node of the model
+  BeamMotion beams_;
   std::vector<char> element_seen_;
 
   ResultSet set_;

@@ -151,6 +151,7 @@ void FrdReader::parameter_line() {
   if (name == "1PSTEP") {
     set_ = ResultSet();
     modal_ = false;
+    if (words.size() > 3) set_.step = whole(words[3], "a step number");
   } else if (name == "1PMODE") {
     set_.mode = whole(value, "a mode number");
     modal_ = true;
@@ -267,7 +268,7 @@ void FrdReader::read_result() {
   if (!is_record(" -4")) reader_.fail("the name of a result (-4) expected");
   const std::string name(columns(line_, 5, 8));
   const bool known = name == "DISP" || name == "STRESS" || name == "TOSTRAIN";
-  if (!modal_ || !known) {
+  if (!known || (!modal_ && !handler_.wants_statics())) {
     skip_values(static_cast<std::size_t>(std::clamp(components(), 0, 6)));
     return;
   }
@@ -307,16 +308,17 @@ void FrdReader::read() {
 
 void read_results(const std::string &path, ResultHandler &handler) { FrdReader(path, handler).read(); }
 
-std::vector<EigenRow> read_eigenvalues(const std::string &path) {
+std::vector<EigenRow> read_eigenvalues(const std::string &path, int table) {
   LineReader reader(path);
   std::vector<EigenRow> rows;
   std::string_view line;
   bool inside = false;
+  int tables = 0;
   while (reader.next(line)) {
     const std::string_view text = trim(line);
     if (text == "E I G E N V A L U E   O U T P U T") {
-      if (!rows.empty()) reader.fail("a second eigenvalue table; one frequency step is expected");
-      inside = true;
+      if (table == 0 && !rows.empty()) reader.fail("a second eigenvalue table; choose a step with --step");
+      inside = table == 0 || ++tables == table;
       continue;
     }
     const auto words = split_words(text);

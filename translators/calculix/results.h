@@ -17,7 +17,8 @@ enum class ResultKind { displacement, stress, strain };
 
 // The head of one set of nodal values of a mode.
 struct ResultSet {
-  int mode = 0;
+  int step = 0;  // as the solver counts; 0 where the file does not tell
+  int mode = 0;  // 0: a static state
   ResultKind kind = ResultKind::displacement;
   double eigenvalue = 0.0;
   double generalized_mass = 1.0;
@@ -34,6 +35,8 @@ class ResultHandler {
   // Type as in the file: 1 to 6 bricks, wedges and tetrahedra; 7 to 10 shells.
   virtual void element(int id, int type, std::span<const int> nodes, const Place &place) = 0;
   virtual void mesh_done(const Place &place) = 0;
+  // Whether sets of static steps are to be told of.
+  [[nodiscard]] virtual bool wants_statics() const { return false; }
   // Whether the values of a set are wanted; what is not wanted is passed over.
   virtual bool begin_set(const ResultSet &set, const Place &place) = 0;
   // Three values of a displacement; six of stress and strain in the order xx, yy, zz, xy, yz, zx.
@@ -54,8 +57,9 @@ struct EigenRow {
   long line = 0;
 };
 
-// The eigenvalue table of a .dat file; empty when the file has none. Throws InputError for a table that is not whole.
-std::vector<EigenRow> read_eigenvalues(const std::string &path);
+// The eigenvalue table of a .dat file, of several that of the given number, counted from 1; with 0 there must be only
+// one; empty when the file has none. Throws InputError for a table that is not whole.
+std::vector<EigenRow> read_eigenvalues(const std::string &path, int table = 0);
 
 }  // namespace sbrtranslate
 

@@ -3,7 +3,6 @@
 #include <Eigen/Dense>
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace sbrtranslate {
 namespace {
@@ -57,27 +56,35 @@ void ConsistencyCheck::take(const ModeReport &mode, double generalized_mass, con
 }
 
 std::optional<std::string> ConsistencyCheck::compare_rigid() const {
-  // In units of the body's size, so that turns and translations are alike.
-  const double size = std::max(model_.extent, std::numeric_limits<double>::min());
+  // Along the principal axes and in units of the roots of mass and moments of inertia: what fits gives the unit matrix.
+  // A turn that the nodes do not see, about a line that all of them lie on, stays 0.
+  const auto tensor = model_.exact.inertia(model_.exact.centre());
+  const Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> principal(Eigen::Map<const Eigen::Matrix3d>(tensor.data()));
+  const Eigen::Matrix3d turn = principal.eigenvectors().transpose();
+  const double deck = model_.exact.mass;
+  const Eigen::Vector3d roots = principal.eigenvalues().cwiseMax(0.0).cwiseSqrt();
   Matrix6 sum = Matrix6::Zero();
   for (const Motion &motion : rigid_) {
     Vector6 column;
-    for (int k = 0; k < 3; ++k) {
-      column[k] = motion.velocity[static_cast<std::size_t>(k)];
-      column[3 + k] = size * motion.rotation[static_cast<std::size_t>(k)];
-    }
+    column.head<3>() = std::sqrt(deck) * turn * Eigen::Map<const Eigen::Vector3d>(motion.velocity.data());
+    column.tail<3>() = roots.cwiseProduct(turn * Eigen::Map<const Eigen::Vector3d>(motion.rotation.data()));
     sum += column * column.transpose();
   }
-  const Matrix6 mass = sum.inverse();
-  const double tolerance = model_.has_shells ? kShellTolerance : kSolidTolerance;
-  const double solver = mass.topLeftCorner<3, 3>().trace() / 3.0;
-  const double deck = model_.exact.mass;
+  const Eigen::SelfAdjointEigenSolver<Matrix6> solution(sum);
+  Vector6 inverse = solution.eigenvalues();
+  const double least = 1e-6 * inverse[5];
+  for (Eigen::Index k = 0; k < 6; ++k) inverse[k] = inverse[k] > least ? 1.0 / inverse[k] : 0.0;
+  const Matrix6 mass = solution.eigenvectors() * inverse.asDiagonal() * solution.eigenvectors().transpose();
+  const bool expanded = model_.has_shells || !model_.mesh.lines.empty();
+  const double tolerance = expanded ? kShellTolerance : kSolidTolerance;
+  const double solver = deck * mass.topLeftCorner<3, 3>().trace() / 3.0;
   if (!(std::fabs(solver / deck - 1.0) <= tolerance))
     return "the modes are those of a body with the mass " + show(solver) + ", and the elements have " + show(deck) +
            " (density or mesh changed after the run?)";
   // Momentum of a turn about the center of the elements: mass times the distance between both centers.
-  const double apart = size * mass.topRightCorner<3, 3>().norm() / std::sqrt(2.0) / solver;
-  if (!(apart <= tolerance * size))
+  const Eigen::Matrix3d momentum = std::sqrt(deck) * mass.topRightCorner<3, 3>() * roots.asDiagonal();
+  const double apart = momentum.norm() / std::sqrt(2.0) / solver;
+  if (!(apart <= tolerance * model_.extent))
     return "the modes are those of a body whose center of mass is " + show(apart) +
            " away from that of the elements (density or mesh changed after the run?)";
   return std::nullopt;

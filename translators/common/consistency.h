@@ -13,8 +13,8 @@
 namespace sbrtranslate {
 
 // How far mass (relative) and center of mass (in parts of the body's extent) may be apart. Results have six digits;
-// shells are expanded to solids that overlap at folds; a mesh with points of integration in part sees curved elements
-// a little smaller.
+// shells and beams are expanded to solids that overlap at folds; a mesh with points of integration in part sees curved
+// elements a little smaller.
 constexpr double kSolidTolerance = 1e-3;
 constexpr double kShellTolerance = 1e-2;
 // How far the generalized mass of the best of the first elastic modes may be from that of the elements.

@@ -113,6 +113,7 @@ class Corrector {
     MassCorrection result;
     share_rest(result);
     for (std::size_t i = 0; i < before_.size(); ++i) {
+      if (!(before_[i] > 0.0)) continue;  // belongs to no element
       const double factor = model_.nodes[i].mass / before_[i];
       result.smallest_factor = std::min(result.smallest_factor, factor);
       result.largest_factor = std::max(result.largest_factor, factor);
@@ -186,6 +187,7 @@ void Corrector::match_centre() {
 double Corrector::longest_step(const std::vector<double> &change) const {
   double step = 1.0;
   for (std::size_t i = 0; i < change.size(); ++i) {
+    if (!(before_[i] > 0.0)) continue;
     const double low = std::log(kLeastFactor * before_[i] / model_.nodes[i].mass);
     if (change[i] < low) step = std::min(step, std::min(low, 0.0) / change[i]);
     // One step multiplies no mass by more than e^2: beyond that Newton's quadratic form means nothing.
@@ -236,7 +238,7 @@ bool Corrector::match_second() {
     const Vector10 a = least_solution<Matrix10, Vector10>(slope, wanted - have, mass_);
     double most = 0.0;
     for (std::size_t i = 0; i < change.size(); ++i) {
-      change[i] = a.dot(terms(model_.nodes[i]));
+      change[i] = before_[i] > 0.0 ? a.dot(terms(model_.nodes[i])) : 0.0;
       most = std::max(most, std::fabs(change[i]));
     }
     if (most <= kMet) return true;
@@ -257,6 +259,7 @@ void Corrector::share_rest(MassCorrection &result) {
   result.rest_share = share;
   for (std::size_t k = 0; k < 9; ++k) result.rest[k] = rest(static_cast<int>(k / 3), static_cast<int>(k % 3));
   for (BodyNode &node : model_.nodes) {
+    if (!(node.mass > 0.0)) continue;
     const double s = node.mass / mass_;
     const std::array<double, 6> terms = {rest(0, 0), rest(1, 1), rest(2, 2), rest(0, 1), rest(0, 2), rest(1, 2)};
     for (std::size_t k = 0; k < 6; ++k) node.inertia[k] += s * terms[k];

@@ -271,8 +271,9 @@ const ElementType *element_type(std::string_view name) {
                                          make_type(Family::triangle, false),    make_type(Family::triangle, true),
                                          make_type(Family::quadrangle, false),  make_type(Family::quadrangle, true)};
   static const std::map<std::string, int, std::less<>> kNames = {
-      {"C3D4", 0},  {"C3D10", 1},  {"C3D10T", 1}, {"C3D6", 2}, {"C3D15", 3}, {"C3D8", 4}, {"C3D8R", 4}, {"C3D8I", 4},
-      {"C3D20", 5}, {"C3D20R", 5}, {"S3", 6},     {"S6", 7},   {"S4", 8},    {"S4R", 8},  {"S8", 9},    {"S8R", 9}};
+      {"C3D4", 0},  {"C3D10", 1},  {"C3D10T", 1}, {"C3D6", 2},  {"C3D15", 3}, {"C3D8", 4}, {"C3D8R", 4}, {"C3D8I", 4},
+      {"C3D20", 5}, {"C3D20R", 5}, {"S3", 6},     {"S6", 7},    {"S4", 8},    {"S4R", 8},  {"S8", 9},    {"S8R", 9},
+      {"M3D3", 6},  {"M3D6", 7},   {"M3D4", 8},   {"M3D4R", 8}, {"M3D8", 9},  {"M3D8R", 9}};
   const auto found = kNames.find(name);
   return found == kNames.end() ? nullptr : &kTypes[found->second];
 }
@@ -338,6 +339,45 @@ double integrate_square(const ElementType &type, std::span<const Vec3> places, s
     sum += point.weight * (type.shell() ? length(normal) : dot(normal, mapped.columns[2])) * dot(value, value);
   }
   return sum;
+}
+
+std::vector<double> shape_integrals(const ElementType &type, std::span<const Vec3> places) {
+  std::vector<double> integrals(places.size(), 0.0);
+  for (const Point &point : points_of(type)) {
+    const Mapped mapped = map_point(point.shapes, places);
+    const Vec3 normal = cross(mapped.columns[0], mapped.columns[1]);
+    const double size = point.weight * (type.shell() ? length(normal) : dot(normal, mapped.columns[2]));
+    for (std::size_t i = 0; i < places.size(); ++i) integrals[i] += size * point.shapes[i].v;
+  }
+  return integrals;
+}
+
+std::vector<Vec3> normal_integrals(const ElementType &sheet, std::span<const Vec3> places) {
+  std::vector<Vec3> integrals(places.size(), Vec3{});
+  for (const Point &point : points_of(sheet)) {
+    const Mapped mapped = map_point(point.shapes, places);
+    const Vec3 normal = point.weight * cross(mapped.columns[0], mapped.columns[1]);
+    for (std::size_t i = 0; i < places.size(); ++i) integrals[i] = integrals[i] + point.shapes[i].v * normal;
+  }
+  return integrals;
+}
+
+const ElementType &face_type(const ElementType &type, std::size_t corners) {
+  const char *names[2][2] = {{"S3", "S6"}, {"S4", "S8"}};
+  return *element_type(names[corners == 4 ? 1 : 0][type.quadratic() ? 1 : 0]);
+}
+
+std::vector<int> face_nodes(const ElementType &type, const std::vector<int> &corners) {
+  std::vector<int> nodes = corners;
+  if (!type.quadratic()) return nodes;
+  for (std::size_t c = 0; c < corners.size(); ++c) {
+    const int a = corners[c];
+    const int b = corners[(c + 1) % corners.size()];
+    for (std::size_t e = 0; e < type.edges.size(); ++e)
+      if ((type.edges[e][0] == a && type.edges[e][1] == b) || (type.edges[e][0] == b && type.edges[e][1] == a))
+        nodes.push_back(type.corners + static_cast<int>(e));
+  }
+  return nodes;
 }
 
 }  // namespace sbrtranslate

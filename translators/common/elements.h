@@ -66,6 +66,14 @@ ElementMass lump_mass(const ElementType &type, std::span<const Vec3> places, dou
 // The integral over an element of the square of a vector that its shape functions carry from the nodes: over the volume
 // of solids, over the area of shells.
 double integrate_square(const ElementType &type, std::span<const Vec3> places, std::span<const Vec3> values);
+// The integral of each shape function over an element: over its volume, or over the middle surface of a shell.
+std::vector<double> shape_integrals(const ElementType &type, std::span<const Vec3> places);
+// The integral of each shape function of a sheet times its unit normal.
+std::vector<Vec3> normal_integrals(const ElementType &sheet, std::span<const Vec3> places);
+// The sheet (S3, S4, S6 or S8) that a face of an element with so many corners is, and the face's nodes in its order,
+// counted from 0.
+const ElementType &face_type(const ElementType &type, std::size_t corners);
+std::vector<int> face_nodes(const ElementType &type, const std::vector<int> &corners);
 
 }  // namespace sbrtranslate
 

@@ -59,7 +59,8 @@ ImporterOption choice(std::string name, const std::vector<std::pair<std::string,
 // What the command line gives to every importer.
 struct ImportInput {
   std::string path;
-  std::optional<UnitLabels> units;  // nothing: the importer's own rule, as its entry tells
+  std::function<void(const ReductionProgress &)> progress;  // of a reduction; may be empty
+  std::optional<UnitLabels> units;                          // nothing: the importer's own rule, as its entry tells
 };
 
 // An importer with the fields that its options are bound to; it owns them, and serves one run.

@@ -8,7 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "common/deck_card.h"
 #include "common/elements.h"
+#include "common/line_elements.h"
+#include "common/reference_node.h"
 #include "common/text_input.h"
 
 namespace sbrtranslate {
@@ -52,14 +55,21 @@ struct Mesh {
   std::map<std::string, std::vector<int>> element_sets;  // likewise
   std::map<std::string, Material> materials;
   std::vector<Section> sections;
+  std::vector<DeckCard> cards;            // of couplings, steps and loads, in the order of the input
+  std::vector<LineElement> lines;         // ascending IDs
+  std::vector<ReferenceNode> references;  // those that belong to the body
 
   [[nodiscard]] Place place_of(const MeshElement &element) const {
     return {files[static_cast<std::size_t>(element.file)], element.line};
   }
   [[nodiscard]] const int *nodes_of(const MeshElement &element) const { return &connectivity[element.first_node]; }
+  // The members of a node set, ascending. Throws InputError, with the sets that there are, when there is none of this
+  // name.
+  [[nodiscard]] const std::vector<int> &node_set(const std::string &name) const;
   // The position of a node or an element by its ID, or -1.
   [[nodiscard]] int node_position(int id) const;
   [[nodiscard]] int element_position(int id) const;
+  [[nodiscard]] const LineElement *line(int id) const;  // or null
 };
 
 }  // namespace sbrtranslate

@@ -44,6 +44,7 @@ class ModelBuilder {
   void choose_nodes();
   void add_masses();
   void add_element_mass(const MeshElement &element);
+  void add_lines(Pieces &pieces);
   void add_faces();
   void mark_surface();
   void add_interfaces();
@@ -59,14 +60,23 @@ void ModelBuilder::choose_nodes() {
   const Mesh &mesh = model_.mesh;
   std::vector<char> used(mesh.nodes.size(), 0);
   for (const int id : mesh.connectivity) used[static_cast<std::size_t>(mesh.node_position(id))] = 1;
+  const std::vector<char> of_surface = used;
+  for (const LineElement &line : mesh.lines)
+    if (line.carries())
+      for (const int id : line.nodes) used[static_cast<std::size_t>(mesh.node_position(id))] = 1;
+  std::vector<char> references(mesh.nodes.size(), 0);
+  for (const ReferenceNode &reference : mesh.references)
+    references[static_cast<std::size_t>(mesh.node_position(reference.node))] = 1;
   for (std::size_t i = 0; i < mesh.nodes.size(); ++i) {
-    if (used[i] == 0) {
+    if (used[i] == 0 && references[i] == 0) {
       model_.left_out.push_back(mesh.nodes[i].id);
       continue;
     }
     BodyNode node;
     node.id = mesh.nodes[i].id;
     node.place = mesh.nodes[i].place;
+    node.reference = used[i] == 0;
+    node.line = used[i] != 0 && of_surface[i] == 0;
     model_.nodes.push_back(node);
   }
 }
@@ -111,12 +121,53 @@ void ModelBuilder::add_masses() {
     for (int i = 1; i < element.type->nodes; ++i) pieces.join(body_position(ids[0]), body_position(ids[i]));
     model_.has_shells = model_.has_shells || element.type->shell();
   }
+  if (!model_.mesh.elements.empty()) model_.correction = correct_masses(model_);
+  add_lines(pieces);
+  model_.lumped = nodal_moments(model_);
+  for (const ReferenceNode &reference : model_.mesh.references)
+    for (const int member : reference.members) pieces.join(body_position(reference.node), body_position(member));
   for (std::size_t i = 0; i < model_.nodes.size(); ++i)
     if (pieces.root(i) == i) ++model_.pieces;
-  model_.correction = correct_masses(model_);
+}
+
+// What point masses, trusses and beams add, and which nodes they and springs join.
+void ModelBuilder::add_lines(Pieces &pieces) {
+  for (const LineElement &line : model_.mesh.lines) {
+    std::vector<std::size_t> positions;
+    std::vector<Vec3> places;
+    for (const int id : line.nodes) {
+      if (model_.node_position(id) < 0)
+        throw InputError(line.place, "node " + std::to_string(id) + " of element " + std::to_string(line.id) +
+                                         " belongs to nothing else: as a reference node it has to be an interface");
+      positions.push_back(body_position(id));
+      places.push_back(model_.nodes[positions.back()].place);
+    }
+    for (const std::size_t position : positions) pieces.join(positions.front(), position);
+    if (line.kind == LineElement::Kind::mass) {
+      model_.nodes[positions.front()].mass += line.mass;
+      model_.exact.add(line.mass, places.front());
+    }
+    if (!line.carries()) continue;
+    const std::vector<LineShare> shares = line_shares(line, places, model_.exact, model_.volume);
+    for (std::size_t i = 0; i < shares.size(); ++i) {
+      BodyNode &node = model_.nodes[positions[i]];
+      node.mass += shares[i].mass;
+      node.surface = true;
+      if (line.kind != LineElement::Kind::beam) continue;
+      node.has_inertia = true;
+      for (std::size_t k = 0; k < 6; ++k) node.inertia[k] += shares[i].inertia[k];
+    }
+  }
 }
 
 void ModelBuilder::add_faces() {
+  // What has no face of its own is shown by its edges.
+  for (const LineElement &line : model_.mesh.lines)
+    for (std::size_t i = 0; i + 1 < line.nodes.size(); ++i) {
+      model_.faces.insert(model_.faces.end(), {2, line.nodes[i], line.nodes[i + 1]});
+      ++model_.face_count;
+      ++model_.surface_face_count;
+    }
   for (const MeshElement &element : model_.mesh.elements) {
     const int *ids = model_.mesh.nodes_of(element);
     for (const auto &face : element.type->faces) {
@@ -168,17 +219,12 @@ void ModelBuilder::add_interfaces() {
     if (set == model_.mesh.node_sets.end() && model_.mesh.element_sets.count(upper(name)) != 0)
       throw InputError({model_.mesh.files.front(), 0},
                        "'" + name + "' is a set of elements, and interfaces are sets of nodes");
-    if (set == model_.mesh.node_sets.end()) {
-      std::string names;
-      for (const auto &[known, members] : model_.mesh.node_sets) names += (names.empty() ? "" : ", ") + known;
-      throw InputError({model_.mesh.files.front(), 0},
-                       "no node set '" + name + "'" + (names.empty() ? "; the deck has none" : "; there are " + names));
-    }
-    const auto named = model_.mesh.node_set_places.find(set->first);
+    const std::vector<int> &members = model_.mesh.node_set(name);
+    const auto named = model_.mesh.node_set_places.find(upper(name));
     const Place place =
         named != model_.mesh.node_set_places.end() ? named->second : Place{model_.mesh.files.front(), 0};
-    if (set->second.empty()) throw InputError(place, "node set '" + name + "' is empty, and no interface");
-    for (const int id : set->second) {
+    if (members.empty()) throw InputError(place, "node set '" + name + "' is empty, and no interface");
+    for (const int id : members) {
       if (model_.node_position(id) < 0)
         throw InputError(place,
                          "node set '" + name + "' names node " + std::to_string(id) + ", which belongs to no element");

@@ -20,6 +20,8 @@ struct BodyNode {
   bool solid = false;               // belongs to a solid element
   bool shell = false;               // belongs to a shell
   bool surface = false;             // lies on the outside of the body
+  bool line = false;                // belongs to trusses and beams alone
+  bool reference = false;           // stands for the motion of other nodes and belongs to no element
 };
 
 // What a correction did to the lumped masses.

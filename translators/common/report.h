@@ -8,6 +8,7 @@
 
 #include "common/feeder.h"
 #include "common/model.h"
+#include "common/reduction.h"
 
 namespace sbrtranslate {
 
@@ -37,9 +38,13 @@ struct ImportReport {
   std::vector<double> full_model_hz;  // with matrices: the frequencies of the full model, if they are known
   int constraint_modes = 0;
   int normal_modes = 0;
+  ReductionFigures reduction;  // with matrices
   int stress_nodes = 0;
   int strain_nodes = 0;
   bool has_stress = false;
+  int load_cases = 0;
+  bool has_state = false;    // pre-stress of the state that the modes start from
+  bool has_preload = false;  // and its forces
   std::vector<std::string> warnings;
 };
 

@@ -3,6 +3,7 @@
 #define SBRKIT_TRANSLATORS_COMMON_RIGID_FIT_H
 
 #include <array>
+#include <vector>
 
 #include "common/model.h"
 #include "common/report.h"
@@ -13,8 +14,11 @@ namespace sbrtranslate {
 std::array<double, 9> inverse(const std::array<double, 9> &m);
 Vec3 times(const std::array<double, 9> &m, const Vec3 &v);
 
-// Whether the interface nodes hold a free body: three of them must not be in line.
+// Whether the interface nodes hold a free body: one has to be a reference node, or three must not be in line.
 bool interface_holds(const Model &model);
+
+// The values of each matrix row under unit rigid motions about the center of mass.
+std::vector<RigidRow> rigid_rows(const std::vector<Dof> &dofs, const Model &model);
 
 // How much of a shape's mass-weighted square no rigid motion explains: the best rigid motion in the sense of the nodal
 // masses has the shape's momentum and angular momentum.
@@ -23,7 +27,11 @@ class RigidFit {
   explicit RigidFit(const Model &model) : model_(model), centre_(model.lumped.centre()) {
     Moments moments;
     for (const BodyNode &node : model.nodes) moments.add(node.mass, node.place - centre_);
-    inverse_ = inverse(moments.inertia({}));
+    // A body on a line has no inertia about it, and what turns about it does not move its nodes.
+    auto tensor = moments.inertia({});
+    const double little = 1e-9 * (tensor[0] + tensor[4] + tensor[8]);
+    for (std::size_t k = 0; k < 3; ++k) tensor[4 * k] += little;
+    inverse_ = inverse(tensor);
     mass_ = moments.mass;
   }
   // `shape(i)` is the translation of node i.
