@@ -12,7 +12,11 @@ packages=(
   libgtest-dev libgmock-dev liblapacke-dev libopenblas-dev libnanoflann-dev  # tests and benchmarks
   libbenchmark-dev man-db python3 python3-numpy
   doxygen                                             # the reference of the public headers
+  nodejs                                              # the page of sbr view
+  chromium fonts-inter                                # its tests and pictures
 )
+# Node.js from elsewhere brings npm along, and does not go with Debian's.
+command -v npm >/dev/null || packages+=(npm)
 case ${1:-} in
   '') ;;
   --ci) packages+=(clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev git) ;;
