@@ -174,13 +174,9 @@ TEST_F(DeckTest, EveryShellHasItsAreaTimesThicknessAndTheInertiaOfAPlate) {
     EXPECT_NEAR(body.exact.mass, mass, 1e-11) << shell.type;
     EXPECT_NEAR(body.lumped.mass, mass, 1e-11) << shell.type;
     EXPECT_EQ(body.face_count, 1) << shell.type;
-    double thickness_inertia = 0.0;
-    for (const auto &node : body.nodes) {
-      EXPECT_GT(node.mass, 0.0) << shell.type;
-      thickness_inertia += node.inertia[0];
-      EXPECT_NEAR(node.inertia[2], 0.0, 1e-14) << shell.type;
-    }
-    EXPECT_NEAR(thickness_inertia, mass * 0.25 / 12.0, 1e-12) << shell.type;
+    for (const auto &node : body.nodes) EXPECT_GT(node.mass, 0.0) << shell.type;
+    for (std::size_t k = 0; k < 9; ++k)
+      EXPECT_NEAR(body.lumped.inertia({})[k], body.exact.inertia({})[k], 1e-10) << shell.type;
     if (shell.area == 24.0) {
       const auto inertia = body.exact.inertia(body.exact.centre());
       EXPECT_NEAR(inertia[0], mass * (16.0 + 0.25) / 12.0, 1e-10) << shell.type;
@@ -208,7 +204,7 @@ TEST_F(DeckTest, OddFormattingReadsLikeAnyOther) {
       "*Element,type=C3D8,elset=Right\n2,2,9,10,3\n6,11,12,7\n"
       "*ElSet, ElSet=both\nLEFT, right,\n"
       "*NSET,NSET=ends,GENERATE\n1,4\n9,12,\n*nset, nset=more\n5, ENDS\n 6,\n"
-      "*MATERIAL,NAME=Light\n*ELASTIC\n1.,.3\n*DENSITY\n2.0,20.\n2.5,400.\n"
+      "*MATERIAL,NAME=Light\n*ELASTIC\n1.,.3\n*DENSITY\n2.0,20.\n2.0,400.\n"
       "*solid section, material=light, elset=BOTH\n*STEP\n*FREQUENCY\n10\n*END STEP\n",
       {"more"});
   EXPECT_EQ(body.mesh.title, "Two bricks");
@@ -226,7 +222,7 @@ TEST_F(DeckTest, GenerateTakesAStep) {
 
 TEST_F(DeckTest, IncludedFilesAreReadWhereTheyStand) {
   std::filesystem::create_directory(scratch.path() / "parts");
-  write_file(scratch.path() / "parts" / "mesh.inc", kNodes + "*INCLUDE, INPUT='elements.inc'\n");
+  write_file(scratch.path() / "parts" / "mesh.inc", kNodes + "*INCLUDE, INPUT='parts/elements.inc'\n");
   write_file(scratch.path() / "parts" / "elements.inc", kTwoBricks);
   const Model body = model("*Include, input=parts/mesh.inc\n" + kSteel + kSolid);
   EXPECT_NEAR(body.volume, 2.0, 1e-13);
@@ -292,7 +288,7 @@ TEST_F(DeckTest, ComplaintsNameFileAndLine) {
       {kNodes + kTwoBricks + "*NSET, NSET=A, GENERATE\n1,2000000000\n", "job.inp:18: GENERATE gives far more"},
       {"*INCLUDE, INPUT=job.inp\n", "job.inp:1: the file includes itself"},
       {"*INCLUDE, INPUT=nothing.inc\n", "job.inp:1: no such file to include"},
-      {kNodes + "*SYSTEM\n1,0,0\n", "job.inp:14: *SYSTEM is not supported"},
+      {kNodes + "*SYSTEM\n1,0,0\n", "job.inp:14: *SYSTEM is not a known card"},
       {kNodes, "job.inp: the deck has no elements"},
       {std::string("*NODE\n1,0,\0,0\n", 14), "job.inp:2: binary data"},
   };
@@ -303,7 +299,7 @@ TEST_F(DeckTest, AMissingNodeSetNamesThoseThatThereAre) {
   const std::string text = kNodes + kTwoBricks + "*NSET, NSET=EYE\n1,2\n*NSET, NSET=PIN\n3\n" + kSteel + kSolid;
   EXPECT_EQ(complaint(text, {"Eye", "bolt"}), "job.inp: no node set 'bolt'; there are EYE, PIN");
   EXPECT_EQ(complaint(text + "*NODE\n50,0,0,0\n*NSET,NSET=PIN\n50\n", {"pin"}),
-            "job.inp: node set 'pin' names node 50, which belongs to no element");
+            "job.inp:19: node set 'pin' names node 50, which belongs to no element");
 }
 
 TEST_F(DeckTest, AnErrorInAnIncludedFileNamesThatFile) {

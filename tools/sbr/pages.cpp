@@ -106,7 +106,8 @@ const std::vector<Page> &pages() {
         {"sbr view body.sbr -o body.html --no-open", "The page alone, to send or to keep."},
         {"sbr view old.sbr new.sbr", "Two records side by side."}}},
       {"import",
-       "Masses are lumped at the nodes; shapes, stress and strain are taken over from the results.",
+       "Masses are lumped at the nodes and corrected so that mass, center and inertia are those of the mesh; shapes, "
+       "stress and strain are taken over from the results.",
        {{"sbr import ccx rod.inp -o rod.sbr --units mm-t-s-N --interface LEFT,RIGHT",
          "Deck and results of a CalculiX job, with two node sets as interfaces."}}},
       {"db",

@@ -4,54 +4,12 @@
 #include <filesystem>
 #include <optional>
 #include <set>
+#include <tuple>
 
 #include "calculix/beams.h"
 
 namespace sbrtranslate {
 namespace {
-
-// One keyword card: its name and parameters in capitals, with the values as they stand.
-struct Card {
-  std::string keyword;
-  std::map<std::string, std::string> parameters;
-  Place place;
-  [[nodiscard]] bool has(const std::string &name) const { return parameters.count(name) != 0; }
-  // The value of a parameter in capitals, or an empty text.
-  [[nodiscard]] std::string value(const std::string &name) const {
-    const auto found = parameters.find(name);
-    return found == parameters.end() ? std::string() : upper(found->second);
-  }
-};
-
-// Blanks do not count in keywords and names: "*NODE FILE" is "*NODEFILE".
-std::string squeeze(std::string_view text) {
-  std::string result;
-  for (const char c : text)
-    if (c != ' ' && c != '\t') result += c;
-  return upper(result);
-}
-
-std::string_view unquoted(std::string_view text) {
-  text = trim(text);
-  if (text.size() >= 2 && (text.front() == '"' || text.front() == '\'') && text.back() == text.front())
-    text = text.substr(1, text.size() - 2);
-  return text;
-}
-
-Card parse_card(const std::string &text, const Place &place) {
-  Card card;
-  card.place = place;
-  const auto fields = split_fields(text);
-  card.keyword = squeeze(fields.front());
-  for (std::size_t i = 1; i < fields.size(); ++i) {
-    const std::size_t equals = fields[i].find('=');
-    const std::string name = squeeze(fields[i].substr(0, equals));
-    if (name.empty()) continue;
-    card.parameters[name] =
-        equals == std::string_view::npos ? std::string() : std::string(unquoted(fields[i].substr(equals + 1)));
-  }
-  return card;
-}
 
 // Cards that are kept with their data lines, to be worked out when all of the mesh is known.
 bool kept_whole(const Card &card) {
@@ -69,6 +27,7 @@ class DeckReader {
     read_file(path);
     finish_element();
     finish_section();
+    finish_equation();
     sort_deck();
     assign_sections();
     deck_.lines = read_line_elements(deck_);
@@ -76,10 +35,14 @@ class DeckReader {
               [](const LineElement &a, const LineElement &b) { return a.id < b.id; });
     return std::move(deck_);
   }
+  DeckNotes notes;
 
  private:
   void read_file(const std::string &path);
-  void begin_card(const Card &card, const LineReader &reader);
+  void include(const Card &card);
+  [[nodiscard]] std::filesystem::path included_file(const Card &card) const;
+  void begin_card(const Card &card);
+  void note_card(const Card &card, CardRole role);
   void begin_elements(const Card &card);
   void begin_section(const Card &card);
   void begin_material(const Card &card);
@@ -90,6 +53,10 @@ class DeckReader {
   void set_line(std::string_view line, const Place &place);
   void generate_line(const std::vector<std::string_view> &fields, const Place &place);
   void density_line(std::string_view line, const Place &place);
+  void elastic_line(std::string_view line);
+  void boundary_line(std::string_view line, const Place &place);
+  void equation_line(std::string_view line, const Place &place);
+  void finish_equation();
   void thickness_line(std::string_view line, const Place &place);
   void finish_element();
   void finish_section();
@@ -111,6 +78,8 @@ class DeckReader {
   Mesh deck_;
   Card card_;
   std::vector<std::filesystem::path> open_files_;
+  std::set<std::tuple<std::string, std::size_t, int, int>> supports_seen_;
+  int terms_left_ = 0;           // of an equation that runs over lines
   std::set<int> line_elements_;  // numbers of elements without a surface
   std::string material_;         // the material that *DENSITY belongs to
   std::vector<int> element_;     // what has come of an element that runs over lines
@@ -135,31 +104,62 @@ void DeckReader::read_file(const std::string &path) {
     std::string text(line);
     // A card goes on behind a comma at the end of its line.
     while (text.back() == ',' && reader.next(line)) text += std::string(trim(line));
-    begin_card(parse_card(text, place), reader);
+    begin_card(parse_card(text, place));
   }
   open_files_.pop_back();
 }
 
-void DeckReader::begin_card(const Card &card, const LineReader &reader) {
+// The solver takes the name from the folder that it is run in, which is that of the deck.
+std::filesystem::path DeckReader::included_file(const Card &card) const {
+  const auto found = card.parameters.find("INPUT");
+  if (found == card.parameters.end() || found->second.empty()) throw InputError(card.place, "*INCLUDE without INPUT=");
+  const std::filesystem::path name(found->second);
+  if (name.is_absolute()) return name;
+  const std::filesystem::path beside_deck = std::filesystem::path(deck_.files.front()).parent_path() / name;
+  std::error_code code;
+  const bool there = std::filesystem::exists(beside_deck, code);
+  const bool here = std::filesystem::exists(name, code);
+  if (there && here && !std::filesystem::equivalent(beside_deck, name, code))
+    throw InputError(card.place, "two files to include, and the solver took that of the folder that it was run in: " +
+                                     beside_deck.string() + " and " + name.string());
+  return here && !there ? name : beside_deck;
+}
+
+// The lines of the file stand in the place of the card: data lines go on behind it.
+void DeckReader::include(const Card &card) {
+  const std::filesystem::path file = included_file(card);
+  const auto canonical = std::filesystem::weakly_canonical(file);
+  if (std::find(open_files_.begin(), open_files_.end(), canonical) != open_files_.end())
+    throw InputError(card.place, "the file includes itself: " + file.string());
+  if (!std::filesystem::exists(file)) throw InputError(card.place, "no such file to include: " + file.string());
+  read_file(file.string());
+}
+
+// Keeps what the deck says besides its mesh.
+void DeckReader::note_card(const Card &card, CardRole role) {
+  const std::string &word = card.keyword;
+  if (word == "*NODEFILE" || word == "*ELFILE" || word == "*NODEOUTPUT" || word == "*ELEMENTOUTPUT")
+    notes.requests.push_back(card);
+  else if (word == "*TRANSFORM")
+    notes.transforms.push_back(card);
+  else if (card.has("ORIENTATION"))
+    notes.orientations.push_back(card);
+  else if (role == CardRole::results)
+    notes.relations.push_back(card);
+}
+
+void DeckReader::begin_card(const Card &card) {
+  if (card.keyword == "*INCLUDE") {
+    include(card);
+    return;
+  }
   finish_element();
   finish_section();
+  finish_equation();
+  note_card(card, judge_card(card));
   card_ = card;
   if (kept_whole(card)) deck_.cards.push_back({card.keyword, card.parameters, card.place, {}});
-  if (card.keyword == "*INCLUDE") {
-    const auto found = card.parameters.find("INPUT");
-    if (found == card.parameters.end() || found->second.empty())
-      throw InputError(card.place, "*INCLUDE without INPUT=");
-    std::filesystem::path file(found->second);
-    if (file.is_relative()) file = std::filesystem::path(reader.path()).parent_path() / file;
-    const auto canonical = std::filesystem::weakly_canonical(file);
-    if (std::find(open_files_.begin(), open_files_.end(), canonical) != open_files_.end())
-      throw InputError(card.place, "the file includes itself: " + file.string());
-    if (!std::filesystem::exists(file)) throw InputError(card.place, "no such file to include: " + file.string());
-    read_file(file.string());
-    finish_element();
-    finish_section();
-    card_ = Card();
-  } else if (card.keyword == "*ELEMENT") {
+  if (card.keyword == "*ELEMENT") {
     begin_elements(card);
   } else if (card.keyword == "*SOLIDSECTION" || card.keyword == "*SHELLSECTION" || card.keyword == "*MEMBRANESECTION") {
     begin_section(card);
@@ -169,9 +169,7 @@ void DeckReader::begin_card(const Card &card, const LineReader &reader) {
     const std::string name = card.value(card.keyword.substr(1));
     if (name.empty()) throw InputError(card.place, card.keyword + " without a name");
     (card.keyword == "*NSET" ? deck_.node_sets : deck_.element_sets)[name];
-  } else if (card.keyword == "*SYSTEM" || card.keyword == "*PART" || card.keyword == "*INSTANCE" ||
-             card.keyword == "*ASSEMBLY" || card.keyword == "*CYCLICSYMMETRYMODEL") {
-    throw InputError(card.place, card.keyword + " is not supported");
+    if (card.keyword == "*NSET") deck_.node_set_places.emplace(name, card.place);
   }
 }
 
@@ -220,6 +218,7 @@ void DeckReader::data_line(std::string_view line, const Place &place) {
   if (kept_whole(card_)) {
     deck_.cards.back().lines.push_back({place, std::string(line)});
     if (card_.keyword == "*ELEMENT") note_line_element(line, place);
+    if (card_.keyword == "*BOUNDARY") boundary_line(line, place);
     return;
   }
   if (card_.keyword == "*NODE") {
@@ -232,6 +231,10 @@ void DeckReader::data_line(std::string_view line, const Place &place) {
     density_line(line, place);
   } else if (card_.keyword == "*SHELLSECTION" || card_.keyword == "*MEMBRANESECTION") {
     thickness_line(line, place);
+  } else if (card_.keyword == "*ELASTIC") {
+    elastic_line(line);
+  } else if (card_.keyword == "*EQUATION") {
+    equation_line(line, place);
   } else if (card_.keyword == "*HEADING" && !heading_done_) {
     deck_.title = std::string(line);
     heading_done_ = true;
@@ -289,6 +292,7 @@ void DeckReader::finish_element() {
   element.file = static_cast<int>(deck_.files.rend() - file) - 1;
   deck_.connectivity.insert(deck_.connectivity.end(), element_.begin() + 1, element_.end());
   deck_.elements.push_back(element);
+  if (squeeze(card_.value("TYPE")) == "C3D8I") ++notes.incompatible;
   if (card_.has("ELSET")) deck_.element_sets[card_.value("ELSET")].push_back(element.id);
   element_.clear();
 }
@@ -308,6 +312,8 @@ void DeckReader::set_line(std::string_view line, const Place &place) {
       continue;
     }
     const auto other = sets.find(upper(field));
+    if (other == sets.end() && card_.keyword == "*NSET" && deck_.element_sets.count(upper(field)) != 0)
+      throw InputError(place, "'" + std::string(field) + "' holds elements, and a node set is expected");
     if (other == sets.end()) throw InputError(place, "no set '" + std::string(field) + "' so far");
     const std::vector<int> members = other->second;
     auto &set = sets[name];
@@ -332,10 +338,67 @@ void DeckReader::generate_line(const std::vector<std::string_view> &fields, cons
 
 void DeckReader::density_line(std::string_view line, const Place &place) {
   Material &material = deck_.materials[material_];
-  if (material.has_density) return;  // further lines are for other temperatures
-  material.density = real(split_fields(line)[0], place, "a density");
-  if (!(material.density > 0.0)) throw InputError(place, "material " + material_ + " has no density above zero");
+  const double density = real(split_fields(line)[0], place, "a density");
+  if (!(density > 0.0)) throw InputError(place, "material " + material_ + " has no density above zero");
+  // Further lines are for other temperatures.
+  if (material.has_density && density != material.density)
+    throw InputError(place, "material " + material_ + " has densities that change with temperature: give it the one " +
+                                "that the modes belong to");
+  material.density = density;
   material.has_density = true;
+}
+
+// Young's modulus, for what it tells of the units. Other data of a material is the solver's matter.
+void DeckReader::elastic_line(std::string_view line) {
+  const std::string type = squeeze(card_.value("TYPE"));
+  if (material_.empty() || (!type.empty() && type != "ISO" && type != "ISOTROPIC")) return;
+  if (const auto modulus = to_double(split_fields(line)[0])) notes.moduli.emplace(material_, *modulus);
+}
+
+// Node or set, first and last direction. Other forms are the solver's matter.
+void DeckReader::boundary_line(std::string_view line, const Place &place) {
+  const auto fields = split_fields(line);
+  const auto first = fields.size() > 1 ? to_int(fields[1]) : std::nullopt;
+  if (!first) return;
+  const int last = fields.size() > 2 ? to_int(fields[2]).value_or(*first) : *first;
+  std::vector<int> nodes;
+  if (const auto id = to_int(fields[0])) {
+    nodes.push_back(*id);
+  } else {
+    const auto set = deck_.node_sets.find(upper(fields[0]));
+    if (set == deck_.node_sets.end()) throw InputError(place, "no node set '" + std::string(fields[0]) + "' so far");
+    // A list of the same supports again and again costs nothing.
+    if (!supports_seen_.emplace(set->first, set->second.size(), *first, last).second) return;
+    nodes = set->second;
+  }
+  for (const int node : nodes)
+    for (int d = std::max(*first, 1); d <= std::min(last, 6); ++d) notes.supports.push_back({node, d});
+}
+
+// A count of terms, then node, direction and factor of each, also over several lines.
+void DeckReader::equation_line(std::string_view line, const Place &place) {
+  const auto fields = split_fields(line);
+  std::size_t at = 0;
+  if (terms_left_ == 0) {
+    terms_left_ = whole(fields[at++], place, "a count of terms");
+    if (terms_left_ < 1) throw InputError(place, "an equation needs a term");
+    notes.equations.push_back({{}, place});
+  }
+  for (; at < fields.size(); at += 3) {
+    if (fields[at].empty() && at + 1 == fields.size()) return;
+    if (at + 2 >= fields.size()) throw InputError(place, "node, direction and factor of each term expected");
+    if (terms_left_-- == 0) throw InputError(place, "more terms than the equation has");
+    EquationTerm term;
+    term.node = whole(fields[at], place, "a node number");
+    term.direction = whole(fields[at + 1], place, "a direction");
+    term.factor = real(fields[at + 2], place, "a factor");
+    notes.equations.back().terms.push_back(term);
+  }
+}
+
+void DeckReader::finish_equation() {
+  if (terms_left_ == 0) return;
+  throw InputError(notes.equations.back().place, "the equation lacks " + std::to_string(terms_left_) + " of its terms");
 }
 
 void DeckReader::thickness_line(std::string_view line, const Place &place) {
@@ -427,6 +490,11 @@ void DeckReader::assign_sections() {
 
 }  // namespace
 
-Mesh read_deck(const std::string &path) { return DeckReader().read(path); }
+Mesh read_deck(const std::string &path, DeckNotes *notes) {
+  DeckReader reader;
+  Mesh mesh = reader.read(path);
+  if (notes != nullptr) *notes = std::move(reader.notes);
+  return mesh;
+}
 
 }  // namespace sbrtranslate

@@ -34,8 +34,10 @@ std::vector<ImporterOption> CalculixImporter::options() {
   add(option("--interface", &options_.interfaces, "Node sets that become the interface nodes").shown("SET,..."));
   add(choice("--stress", places, options_.stress, "Nodes with modal stress; by default those at the surface"));
   add(choice("--strain", places, options_.strain, "Nodes with modal strain; by default none"));
-  add(choice("--shell-side", sides, options_.shell_side, "Side of shells that stress and strain are taken from")
-          .by_default("top"));
+  add(choice(
+      "--shell-side", sides, options_.shell_side,
+      "Side of shells that stress and strain are taken from; by default the top, and the middle where the results "
+      "have no sides"));
   add(option("--step", &options_.step, "The frequency step whose modes are taken; by default the only one")
           .at_least(1));
   add(option("--no-loads", &options_.no_loads, "Leave the loads of the deck's static steps out"));
@@ -43,6 +45,7 @@ std::vector<ImporterOption> CalculixImporter::options() {
   add(option("--matrices", &matrices_, "Reduce the solver's matrices instead").shown("JOB.mas,JOB.sti,JOB.dof"));
   add(option("--normal", &options_.normal, "With --matrices: add N fixed-interface normal modes"));
   add(option("--max-hz", &options_.max_hz, "With --matrices: add the normal modes up to this frequency").shown("HZ"));
+  add(option("--force", &options_.force, "Take results whose mesh or mass is not that of the deck"));
   add(option("--interface-modes", &options_.interface_modes,
              "With --matrices: N eigenmodes of the condensed interface instead of its constraint modes")
           .at_least(1));
@@ -91,6 +94,9 @@ ImporterEntry calculix_importer() {
       "mm-t-s-N",
       "The deck is read with its results JOB.frd and JOB.dat, plain or packed. With --matrices the solver's own mass "
       "and stiffness matrices are reduced to the interface nodes instead, with fixed-interface normal modes.\n"
+      "\n"
+      "A card that would make the body wrong is refused with file and line, and so are results whose mass is not that "
+      "of the deck.\n"
       "\n"
       "Interfaces are node sets, numbers of nodes or names of couplings. The reference node of a rigid body or a "
       "coupling "

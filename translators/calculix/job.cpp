@@ -7,10 +7,12 @@
 
 #include "calculix/coupled_rows.h"
 #include "calculix/deck.h"
+#include "calculix/dof_table.h"
 #include "calculix/load_cases.h"
 #include "calculix/result_map.h"
 #include "calculix/results.h"
 #include "calculix/rigid_bodies.h"
+#include "common/consistency.h"
 #include "common/reduction.h"
 #include "common/rigid_fit.h"
 
@@ -75,7 +77,15 @@ double turning_mass(const std::array<double, 6> &j, const double *t) {
 class BodyFeeder : public ResultReceiver {
  public:
   BodyFeeder(SBR body, ImportReport &report, const LoadCases &loads, Where stress, Where strain)
-      : body_(body), report_(report), loads_(loads), stress_(stress), strain_(strain), fit_(report.model) {}
+      : body_(body),
+        report_(report),
+        loads_(loads),
+        stress_(stress),
+        strain_(strain),
+        fit_(report.model),
+        check_(report.model) {}
+  // What in the modes does not fit the deck, once they have come.
+  [[nodiscard]] std::optional<std::string> complaint() const { return check_.complaint(); }
 
   bool wants(ResultKind kind) const override { return kind == ResultKind::displacement || where(kind) != Where::none; }
   bool wants_node(ResultKind kind, std::size_t node) const override {
@@ -99,6 +109,7 @@ class BodyFeeder : public ResultReceiver {
     if (set.kind != ResultKind::displacement) return;
     loads_.feed_mode(body_, set.mode, values);
     fit_.judge([&](std::size_t i) { return Vec3{values[6 * i], values[6 * i + 1], values[6 * i + 2]}; }, mode);
+    check_.take(mode, set.generalized_mass, values);
     for (std::size_t i = 0; i < nodes.size(); ++i)
       if (nodes[i].has_inertia) mode.lumped_mass += turning_mass(nodes[i].inertia, &values[6 * i + 3]);
   }
@@ -121,6 +132,7 @@ class BodyFeeder : public ResultReceiver {
   Where stress_;
   Where strain_;
   RigidFit fit_;
+  ConsistencyCheck check_;
 };
 
 // Whether a kind of result is taken, and where: what was asked for must be there.
@@ -131,6 +143,30 @@ Where decide(std::optional<Where> asked, Where otherwise, bool present, const ch
   if (asked) throw InputError({frd, 0}, std::string("the file has no ") + name + " (*EL FILE)");
   warnings.push_back(std::string("the results have no ") + name + "; the record is written without it");
   return Where::none;
+}
+
+// Results in local axes are taken for no others. Where a later step asks again, the first request counts too.
+void refuse_local_axes(const DeckNotes &notes, bool with_stress) {
+  for (const Card &request : notes.requests) {
+    const bool nodes = request.keyword.rfind("*NODE", 0) == 0;
+    const auto &axes = nodes ? notes.transforms : notes.orientations;
+    if (request.value("GLOBAL") != "NO" || axes.empty() || (!nodes && !with_stress)) continue;
+    const Place &place = axes.front().place;
+    throw InputError(request.place, std::string(nodes ? "displacements" : "stress and strain") +
+                                        " are asked for in the local axes of " + place.file + ":" +
+                                        std::to_string(place.line) + "; run the solver with GLOBAL=YES" +
+                                        (nodes ? "" : ", or import with --stress none"));
+  }
+}
+
+// The results of shells in two dimensions are those of the middle.
+void judge_shell_side(const ImportOptions &options, const std::string &frd, std::vector<std::string> &warnings) {
+  if (options.shell_side.value_or(ShellSide::middle) != ShellSide::middle)
+    throw InputError({frd, 0},
+                     "the results hold the shells in two dimensions (OUTPUT=2D): the sides of shells are not "
+                     "there; run the solver with OUTPUT=3D, or take --shell-side middle");
+  if (!options.shell_side)
+    warnings.push_back("the results hold the shells in two dimensions: stress and strain are those of the middle");
 }
 
 // Warnings of a state that the modes start from.
@@ -167,11 +203,11 @@ void check_lines(const ImportReport &report, const Survey &survey) {
   }
 }
 
-BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
+BodyHandle import_results(const ImportOptions &options, const DeckNotes &notes, ImportReport &report) {
   const auto frd = options.frd ? options.frd : beside(options.deck, ".frd");
   if (!frd) throw InputError({options.deck, 0}, "no .frd or .frd.gz file beside the deck; name it with --frd");
   report.results = *frd;
-  ResultMap map(report.model, options.shell_side, options.modes);
+  ResultMap map(report.model, options.shell_side.value_or(ShellSide::top), options.modes, options.force);
   const std::vector<DeckStep> steps = read_steps(report.model.mesh);
   const StepChoice choice = choose_step(report.model.mesh, steps, options.step);
   const LoadCases loads(report.model, options.no_loads ? std::vector<DeckStep>{} : steps, choice);
@@ -189,11 +225,14 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
   const Where stress = decide(options.stress, Where::surface, survey.stress, "stress", *frd, report.warnings);
   const Where strain = decide(options.strain, Where::none, survey.strain, "strain", *frd, report.warnings);
   report.has_stress = stress != Where::none;
+  const bool takes_tensors = stress != Where::none || strain != Where::none;
+  refuse_local_axes(notes, takes_tensors);
+  if (map.flat_shells() && takes_tensors) judge_shell_side(options, *frd, report.warnings);
 
   const std::string name = std::filesystem::path(*frd).filename().string();
   BodyHandle body = create_body(
       report.model, report.units, "CalculiX", count, options.deck,
-      {"Modes of " + name, "Lumped nodal masses from the deck's elements",
+      {"Modes of " + name, "Nodal masses with the inertia of the elements",
        dat.empty() ? "Eigenvalues of " + name : "Eigenvalues of " + std::filesystem::path(dat).filename().string()});
   for (int i = 0; i < count; ++i) {
     const auto at = static_cast<std::size_t>(i);
@@ -210,8 +249,14 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
   BodyFeeder feeder(body.get(), report, loads, stress, strain);
   map.feed(*frd, feeder);
   check_lines(report, survey);
-  if (map.missing_rotations())
-    report.warnings.push_back("the results hold the shells in two dimensions: their rotations are not known and are 0");
+  if (const auto text = feeder.complaint()) {
+    if (!options.force) throw InputError({*frd, 0}, *text + "; --force takes them nevertheless");
+    report.warnings.push_back(*text);
+  }
+  if (map.flat_shells())
+    report.warnings.push_back(
+        "the results hold the shells in two dimensions: their rotations are those of the middle surface around each "
+        "node");
   report.stress_nodes = SBR_ModeNodeCount(body.get(), 1);
   report.strain_nodes = SBR_ModeNodeCount(body.get(), 2);
   return body;
@@ -219,32 +264,15 @@ BodyHandle import_results(const ImportOptions &options, ImportReport &report) {
 
 // ---- Modes from the matrices
 
-// Rows of the interface, after a check that the rows fit the mesh.
-struct HeldRows {
-  std::vector<char> held;      // by row
-  std::ptrdiff_t missing = 0;  // degrees of freedom of nodes that have no row
-};
-HeldRows held_rows(const std::vector<Dof> &dofs, const Model &model, const std::string &file,
-                   std::vector<std::string> &warnings) {
-  std::vector<char> held(dofs.size(), 0);
-  std::vector<char> present(6 * model.nodes.size(), 0);
-  for (std::size_t r = 0; r < dofs.size(); ++r) {
-    const int position = model.node_position(dofs[r].node);
-    const Place place{file, static_cast<long>(r) + 1};
-    if (position < 0)
-      throw InputError(place, "node " + std::to_string(dofs[r].node) + " is not a node of the deck's elements");
-    char &seen = present[6 * static_cast<std::size_t>(position) + static_cast<std::size_t>(dofs[r].direction - 1)];
-    if (seen != 0) throw InputError(place, "the degree of freedom comes a second time");
-    seen = 1;
-    held[r] = std::binary_search(model.interface_nodes.begin(), model.interface_nodes.end(), dofs[r].node) ? 1 : 0;
-  }
-  std::ptrdiff_t missing = 0;
-  for (std::size_t i = 0; i < present.size(); ++i)
-    if (present[i] == 0 && (i % 6 < 3 || model.nodes[i / 6].reference)) ++missing;
-  if (missing != 0)
-    warnings.push_back(std::to_string(missing) +
-                       " degrees of freedom of the mesh have no matrix row (supports?); they stay at rest");
-  return {held, missing};
+// Nodes that the deck does not have are the solver's own, for rotations or for incompatible modes, and no file tells
+// for which.
+void refuse_mixed_rows(const DeckNotes &notes, const Mesh &mesh, const std::string &file) {
+  if (notes.incompatible == 0) return;
+  for (const ReferenceNode &reference : mesh.references)
+    if (!reference.distributing && reference.rotation_node == 0)
+      throw InputError({file, 0},
+                       "rows of the rotations of reference nodes and rows of the incompatible modes of C3D8I "
+                       "cannot be told apart; give the rigid bodies a ROT NODE, or take C3D8");
 }
 
 // What the options ask of a reduction besides the modes.
@@ -267,27 +295,33 @@ void fill_request(ReductionRequest &request, const ImportOptions &options, const
   }
 }
 
-BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
+BodyHandle import_matrices(const ImportOptions &options, const DeckNotes &notes, ImportReport &report) {
   const MatrixFiles &files = *options.matrices;
   if (options.stress.value_or(Where::none) != Where::none || options.strain.value_or(Where::none) != Where::none)
     throw std::invalid_argument("matrices give no stress or strain");
-  if (report.model.has_shells) throw std::invalid_argument("matrices are reduced for solid elements only");
+  if (report.model.has_shells)
+    throw std::invalid_argument(
+        "matrices are reduced for solid elements only: the rows of shells are those of the solids that the solver "
+        "makes "
+        "of them, and the deck does not tell which; import the modes");
   if (report.model.interface_nodes.empty())
     throw std::invalid_argument("matrices need interface nodes; name their node sets");
   std::string dat;
   for (const EigenRow &row : eigenvalues_of(options, dat)) report.full_model_hz.push_back(row.hz);
+  refuse_mixed_rows(notes, report.model.mesh, files.dofs);
   const CoupledRows coupled =
       couple_rows(read_dofs(files.dofs), report.model.mesh, read_references(report.model.mesh), files.dofs);
-  const std::vector<Dof> &dofs = coupled.dofs;
-  const HeldRows interface = held_rows(dofs, report.model, files.dofs, report.warnings);
-  const std::vector<char> &held = interface.held;
-  if (interface.missing == 0 && !interface_holds(report.model))
+  const DofTable dofs(coupled.dofs, report.model, notes, files.dofs);
+  if (dofs.supported() != 0)
+    report.warnings.push_back(std::to_string(dofs.supported()) + " degrees of freedom are held by *BOUNDARY and stay " +
+                              "at rest");
+  if (dofs.supported() == 0 && !interface_holds(report.model))
     throw std::invalid_argument("the interface nodes do not hold the body: three that are not in line are needed");
-  ReductionRequest request{files.mass, files.stiffness, dofs, held, options.normal, options.max_hz};
-  const std::vector<RigidRow> rigid = rigid_rows(dofs, report.model);
+  ReductionRequest request{files.mass, files.stiffness, dofs.rows(), dofs.held(), options.normal, options.max_hz};
+  const std::vector<RigidRow> rigid = rigid_rows(dofs.rows(), report.model);
   request.file_rows = coupled.file_rows;
   request.dependent = coupled.dependent;
-  if (interface.missing == 0) request.rigid = rigid;  // a body with supports has no rigid motions
+  if (dofs.supported() == 0) request.rigid = rigid;  // a body with supports has no rigid motions
   fill_request(request, options, report.model);
   const Reduction reduction = reduce_matrices(request);
   report.reduction = reduction;
@@ -305,7 +339,8 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
            (options.interface_modes ? " interface, " : " constraint, ") + std::to_string(reduction.normal_modes) +
            " normal" +
            (reduction.residual_modes > 0 ? ", " + std::to_string(reduction.residual_modes) + " residual" : ""),
-       "Matrices of " + std::filesystem::path(files.stiffness).filename().string(), "Lumped nodal masses"});
+       "Matrices of " + std::filesystem::path(files.stiffness).filename().string(),
+       "Nodal masses with the inertia of the elements"});
   feed_matrix(body.get(), reduction.mass, reduction.count(), SBR_SetGeneralizedMass);
   feed_matrix(body.get(), reduction.stiffness, reduction.count(), SBR_SetGeneralizedStiffness);
   const std::vector<DeckStep> steps = read_steps(report.model.mesh);
@@ -316,15 +351,18 @@ BodyHandle import_matrices(const ImportOptions &options, ImportReport &report) {
   std::vector<double> values(6 * report.model.nodes.size());
   for (int mode = 0; mode < reduction.count(); ++mode) {
     reduction.shape(mode, rows);
-    std::fill(values.begin(), values.end(), 0.0);
-    for (std::size_t r = 0; r < rows.size(); ++r)
-      values[6 * static_cast<std::size_t>(report.model.node_position(dofs[r].node)) +
-             static_cast<std::size_t>(dofs[r].direction - 1)] = rows[r];
+    dofs.spread(rows, values);
     for (std::size_t i = 0; i < report.model.nodes.size(); ++i)
       require(SBR_SetModeVec(body.get(), mode + 1, report.model.nodes[i].id, 0, &values[6 * i]), "values of a mode");
     loads.feed_mode(body.get(), mode + 1, values);
   }
   return body;
+}
+
+void warn_about_units(SBR body, const DeckNotes &notes, ImportReport &report) {
+  const UnitFactors factors{SBR_Mass2Kilogram(body, 1.0), SBR_Length2Meter(body, 1.0), SBR_Time2Second(body, 1.0)};
+  for (std::string &warning : unit_warnings(report.model, notes.moduli, factors))
+    report.warnings.push_back(std::move(warning));
 }
 
 // Interfaces may also be named by the number of a node or by the name of a coupling. A reference node belongs to the
@@ -357,12 +395,18 @@ void take_references(Mesh &mesh, const ImportOptions &options) {
 BodyHandle import_ccx(const ImportOptions &options, ImportReport &report) {
   report.units = options.units;
   if (options.modes && *options.modes < 1) throw std::invalid_argument("at least one mode has to be taken");
-  Mesh mesh = read_deck(options.deck);
+  DeckNotes notes;
+  Mesh mesh = read_deck(options.deck, &notes);
   take_references(mesh, options);
   report.model = build_model(std::move(mesh), options.interfaces);
   judge_model(report);
-  if (options.matrices) return import_matrices(options, report);
-  BodyHandle body = import_results(options, report);
+  if (options.matrices) {
+    BodyHandle body = import_matrices(options, notes, report);
+    warn_about_units(body.get(), notes, report);
+    return body;
+  }
+  BodyHandle body = import_results(options, notes, report);
+  warn_about_units(body.get(), notes, report);
   judge_modes(report);
   return body;
 }

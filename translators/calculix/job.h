@@ -27,12 +27,13 @@ struct ImportOptions {
   std::optional<std::string> dat;  // likewise; may be missing then
   UnitLabels units;
   std::vector<std::string> interfaces;
-  std::optional<Where> stress;  // default: at the surface, if the results have it
-  std::optional<Where> strain;  // default: none
-  ShellSide shell_side = ShellSide::top;
-  std::optional<int> step;   // the frequency step whose modes are taken; default: the only one
-  bool no_loads = false;     // leaves the loads of static steps out
-  std::optional<int> modes;  // the first so many modes; default: all
+  std::optional<Where> stress;          // default: at the surface, if the results have it
+  std::optional<Where> strain;          // default: none
+  std::optional<ShellSide> shell_side;  // default: top, and the middle where the results have no sides
+  std::optional<int> step;              // the frequency step whose modes are taken; default: the only one
+  bool no_loads = false;                // leaves the loads of static steps out
+  std::optional<int> modes;             // the first so many modes; default: all
+  bool force = false;                   // take results that do not fit the deck
   std::optional<MatrixFiles> matrices;
   std::optional<int> normal;             // fixed-interface normal modes to be added
   std::optional<double> max_hz;          // or all of them up to a frequency

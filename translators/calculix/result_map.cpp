@@ -137,9 +137,9 @@ void ResultMap::check_pair(const Pair &pair, const Place &place) const {
   const FileNode &bottom = file_nodes_[static_cast<std::size_t>(pair.bottom)];
   const FileNode &top = file_nodes_[static_cast<std::size_t>(pair.top)];
   const Vec3 middle = 0.5 * (bottom.place + top.place);
-  if (length(middle - node.place) > 1e-5 * (length(node.place) + model_.extent) + 0.25 * pair.thickness)
-    throw InputError({place.file, bottom.line},
-                     "the mesh is not that of the deck: " + node_text(node.id) + " of a shell lies elsewhere");
+  if (!force_ && length(middle - node.place) > 1e-5 * (length(node.place) + model_.extent) + 0.25 * pair.thickness)
+    throw InputError({place.file, bottom.line}, "the mesh is not that of the deck: " + node_text(node.id) +
+                                                    " of a shell lies elsewhere; --force takes it nevertheless");
 }
 
 void ResultMap::mesh_done(const Place &place) {
@@ -176,9 +176,9 @@ void ResultMap::check_file_nodes(const Place &place) {
     // The expansion gives new nodes numbers of their own.
     const BodyNode &body = model_.nodes[static_cast<std::size_t>(position)];
     if (body.shell && !pairs_.empty() && !body.solid) continue;
-    if (length(node.place - body.place) > 1e-5 * (length(body.place) + 0.1 * model_.extent))
-      throw InputError({place.file, node.line},
-                       "the mesh is not that of the deck: " + node_text(node.id) + " lies elsewhere there");
+    if (!force_ && length(node.place - body.place) > 1e-5 * (length(body.place) + 0.1 * model_.extent))
+      throw InputError({place.file, node.line}, "the mesh is not that of the deck: " + node_text(node.id) +
+                                                    " lies elsewhere there; --force takes it nevertheless");
   }
 }
 
@@ -217,8 +217,31 @@ void ResultMap::map_nodes(const Place &place) {
       direct_[i] = file_position(node.id);
       if (direct_[i] < 0) throw InputError(place, node_text(node.id) + " of the deck is not in the file");
     }
-    if (node.shell && expanded[i] == 0) missing_rotations_ = true;
+    if (node.shell && expanded[i] == 0) flat_shells_ = true;
   }
+  if (model_.has_shells) motion_ = std::make_unique<ShellMotion>(model_, shell_points());
+}
+
+// Both sides of each pair, and what was not expanded as it is. The deck tells places more closely than the six digits
+// of the file; at some joints the solver moves them.
+std::vector<ShellPoint> ResultMap::shell_points() const {
+  std::vector<ShellPoint> points;
+  const auto add = [&](std::size_t body, int position, const Vec3 &expected) {
+    const auto at = static_cast<std::size_t>(position);
+    const Vec3 &place = file_nodes_[at].place;
+    const bool same = length(place - expected) <= 1e-5 * (length(place) + 0.1 * model_.extent);
+    points.push_back({static_cast<std::uint32_t>(body), static_cast<std::uint32_t>(at), same ? expected : place});
+  };
+  for (std::size_t i = 0, pair = 0; i < model_.nodes.size(); ++i) {
+    const BodyNode &node = model_.nodes[i];
+    if (node.shell && direct_[i] >= 0 && !node.solid) add(i, direct_[i], node.place);
+    for (; pair < pairs_.size() && pairs_[pair].body == i; ++pair) {
+      const Vec3 half = (0.5 * pairs_[pair].thickness) * pairs_[pair].normal;
+      add(i, pairs_[pair].bottom, node.place - half);
+      add(i, pairs_[pair].top, node.place + half);
+    }
+  }
+  return points;
 }
 
 // ---- Values
@@ -297,21 +320,12 @@ void ResultMap::check_complete(const Place &place) const {
   beams_.visit([&](std::size_t body, int position) { check(body, position); });
 }
 
-// Adds what a pair tells of its node: the mean of both sides and the turn between them, or the side that is asked for.
+// Adds the stress or strain of the side that is asked for.
 void ResultMap::add_side(const Pair &pair, double *six) const {
   const double *bottom = &raw_[6 * static_cast<std::size_t>(pair.bottom)];
   const double *top = &raw_[6 * static_cast<std::size_t>(pair.top)];
-  if (set_.kind != ResultKind::displacement) {
-    for (std::size_t k = 0; k < 6; ++k)
-      six[k] += side_ == ShellSide::top ? top[k] : side_ == ShellSide::bottom ? bottom[k] : 0.5 * (top[k] + bottom[k]);
-    return;
-  }
-  const Vec3 difference = Vec3{top[0], top[1], top[2]} - Vec3{bottom[0], bottom[1], bottom[2]};
-  const Vec3 turn = (1.0 / pair.thickness) * cross(pair.normal, difference);
-  for (std::size_t k = 0; k < 3; ++k) {
-    six[k] += 0.5 * (top[k] + bottom[k]);
-    six[3 + k] += turn[k];
-  }
+  for (std::size_t k = 0; k < 6; ++k)
+    six[k] += side_ == ShellSide::top ? top[k] : side_ == ShellSide::bottom ? bottom[k] : 0.5 * (top[k] + bottom[k]);
 }
 
 // The solver's results do not have reference nodes: their motion is that of their members. What a kinematic coupling
@@ -335,7 +349,8 @@ void ResultMap::end_set(const Place &place) {
   check_complete(place);
   const bool shape = set_.kind == ResultKind::displacement;
   std::fill(values_.begin(), values_.end(), 0.0);
-  for (std::size_t i = 0; i < pairs_.size();) {
+  if (shape && motion_) motion_->apply(raw_, values_);
+  for (std::size_t i = 0; !shape && i < pairs_.size();) {
     std::size_t end = i;
     double *six = &values_[6 * pairs_[i].body];
     while (end < pairs_.size() && pairs_[end].body == pairs_[i].body) add_side(pairs_[end++], six);

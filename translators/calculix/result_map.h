@@ -3,6 +3,7 @@
 #ifndef SBRKIT_TRANSLATORS_CALCULIX_RESULT_MAP_H
 #define SBRKIT_TRANSLATORS_CALCULIX_RESULT_MAP_H
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "calculix/beam_motion.h"
 #include "calculix/job.h"
 #include "calculix/results.h"
+#include "calculix/shell_motion.h"
 
 namespace sbrtranslate {
 
@@ -40,8 +42,9 @@ class ResultReceiver {
 
 class ResultMap : private ResultHandler {
  public:
-  ResultMap(const Model &model, ShellSide side, std::optional<int> modes)
-      : model_(model), side_(side), most_modes_(modes.value_or(1 << 30)) {}
+  // With `force` nodes may lie elsewhere than in the deck.
+  ResultMap(const Model &model, ShellSide side, std::optional<int> modes, bool force = false)
+      : model_(model), side_(side), most_modes_(modes.value_or(1 << 30)), force_(force) {}
 
   // Reads the mesh, which has to be that of the model, and the heads of all sets.
   Survey survey(const std::string &path);
@@ -53,8 +56,8 @@ class ResultMap : private ResultHandler {
     modal_step_ = modal;
     static_step_ = statics;
   }
-  // Whether shells came without their expansion.
-  [[nodiscard]] bool missing_rotations() const { return missing_rotations_; }
+  // Whether shells came without their expansion: their sides are not there.
+  [[nodiscard]] bool flat_shells() const { return flat_shells_; }
 
  private:
   // The nodes on both sides of a shell that stand for one of its nodes.
@@ -88,15 +91,17 @@ class ResultMap : private ResultHandler {
   void add_beam(const LineElement &line, int type, std::span<const int> nodes, const Place &place);
   void add_references(const Place &place);
   void add_side(const Pair &pair, double *six) const;
+  [[nodiscard]] std::vector<ShellPoint> shell_points() const;
 
   const Model &model_;
   ShellSide side_;
   int most_modes_;
+  bool force_;
   int modal_step_ = 0;
   int static_step_ = 0;
   ResultReceiver *receiver_ = nullptr;  // null during the survey
   Survey survey_;
-  bool missing_rotations_ = false;
+  bool flat_shells_ = false;
 
   struct FileNode {
     int id = 0;
@@ -106,6 +111,7 @@ class ResultMap : private ResultHandler {
   std::vector<FileNode> file_nodes_;
   std::vector<int> direct_;                             // by body node: position in the file, or -1
   std::vector<Pair> pairs_;                             // sorted by body node
+  std::unique_ptr<ShellMotion> motion_;                 // where there are shells
   std::vector<std::vector<double>> reference_factors_;  // by reference node of the model
   BeamMotion beams_;
   std::vector<char> element_seen_;

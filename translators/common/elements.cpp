@@ -329,6 +329,18 @@ ElementMass lump_mass(const ElementType &type, std::span<const Vec3> places, dou
   return result;
 }
 
+double integrate_square(const ElementType &type, std::span<const Vec3> places, std::span<const Vec3> values) {
+  double sum = 0.0;
+  for (const Point &point : points_of(type)) {
+    const Mapped mapped = map_point(point.shapes, places);
+    const Vec3 normal = cross(mapped.columns[0], mapped.columns[1]);
+    Vec3 value{};
+    for (std::size_t i = 0; i < values.size(); ++i) value = value + point.shapes[i].v * values[i];
+    sum += point.weight * (type.shell() ? length(normal) : dot(normal, mapped.columns[2])) * dot(value, value);
+  }
+  return sum;
+}
+
 std::vector<double> shape_integrals(const ElementType &type, std::span<const Vec3> places) {
   std::vector<double> integrals(places.size(), 0.0);
   for (const Point &point : points_of(type)) {

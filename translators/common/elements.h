@@ -63,6 +63,9 @@ struct ElementMass {
 ElementMass lump_mass(const ElementType &type, std::span<const Vec3> places, double density, double thickness,
                       Moments &moments);
 
+// The integral over an element of the square of a vector that its shape functions carry from the nodes: over the volume
+// of solids, over the area of shells.
+double integrate_square(const ElementType &type, std::span<const Vec3> places, std::span<const Vec3> values);
 // The integral of each shape function over an element: over its volume, or over the middle surface of a shell.
 std::vector<double> shape_integrals(const ElementType &type, std::span<const Vec3> places);
 // The integral of each shape function of a sheet times its unit normal.

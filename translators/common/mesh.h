@@ -51,6 +51,7 @@ struct Mesh {
   std::vector<MeshElement> elements;                     // ascending IDs
   std::vector<int> connectivity;                         // node IDs
   std::map<std::string, std::vector<int>> node_sets;     // names in capitals
+  std::map<std::string, Place> node_set_places;          // where a set was named first; not of all sets
   std::map<std::string, std::vector<int>> element_sets;  // likewise
   std::map<std::string, Material> materials;
   std::vector<Section> sections;

@@ -183,8 +183,9 @@ BodyHandle make_modal_body(const ModalSource &source, const ModalOptions &option
                      std::to_string(count) + " modes asked for, the file has " + std::to_string(available));
   const Where stress = stress_places(source, options, report);
   report.has_stress = stress != Where::none;
-  BodyHandle body = create_body(report.model, report.units, source.program, count, source.file,
-                                {source.comment, report.model.has_masses ? "Lumped nodal masses" : "No masses", ""});
+  BodyHandle body = create_body(
+      report.model, report.units, source.program, count, source.file,
+      {source.comment, report.model.has_masses ? "Nodal masses with the inertia of the elements" : "No masses", ""});
   const RigidFit fit(report.model);
   std::vector<double> six(6 * report.model.nodes.size());
   Progress progress;

@@ -7,6 +7,8 @@
 #include <numeric>
 #include <stdexcept>
 
+#include "common/consistent_mass.h"
+
 namespace sbrtranslate {
 namespace {
 
@@ -103,13 +105,13 @@ void ModelBuilder::add_element_mass(const MeshElement &element) {
     node.mass += mass.nodal[i];
     (element.type->shell() ? node.shell : node.solid) = true;
     if (!element.type->shell()) continue;
-    node.has_inertia = true;
     // A plate's thickness resists rotation about the directions in its plane with m t^2 / 12.
     const double inertia = mass.nodal[i] * section.thickness * section.thickness / 12.0;
     const Vec3 &n = mass.normals[i];
     const std::array<double, 6> terms = {1 - n[0] * n[0], 1 - n[1] * n[1], 1 - n[2] * n[2],
                                          -n[0] * n[1],    -n[0] * n[2],    -n[1] * n[2]};
     for (std::size_t k = 0; k < 6; ++k) node.inertia[k] += inertia * terms[k];
+    node.has_inertia = true;
   }
 }
 
@@ -121,18 +123,13 @@ void ModelBuilder::add_masses() {
     for (int i = 1; i < element.type->nodes; ++i) pieces.join(body_position(ids[0]), body_position(ids[i]));
     model_.has_shells = model_.has_shells || element.type->shell();
   }
+  if (!model_.mesh.elements.empty()) model_.correction = correct_masses(model_);
   add_lines(pieces);
+  model_.lumped = nodal_moments(model_);
   for (const ReferenceNode &reference : model_.mesh.references)
     for (const int member : reference.members) pieces.join(body_position(reference.node), body_position(member));
   for (std::size_t i = 0; i < model_.nodes.size(); ++i)
     if (pieces.root(i) == i) ++model_.pieces;
-  for (const BodyNode &node : model_.nodes) {
-    model_.lumped.add(node.mass, node.place);
-    // The second moments whose trace differences are the node's own inertia.
-    const double half = 0.5 * (node.inertia[0] + node.inertia[1] + node.inertia[2]);
-    for (std::size_t k = 0; k < 3; ++k) model_.lumped.second[k] += half - node.inertia[k];
-    for (std::size_t k = 3; k < 6; ++k) model_.lumped.second[k] -= node.inertia[k];
-  }
 }
 
 // What point masses, trusses and beams add, and which nodes they and springs join.
@@ -241,9 +238,18 @@ void ModelBuilder::mark_surface() {
 
 void ModelBuilder::add_interfaces() {
   for (const std::string &name : interfaces_) {
-    for (const int id : model_.mesh.node_set(name)) {
+    const auto set = model_.mesh.node_sets.find(upper(name));
+    if (set == model_.mesh.node_sets.end() && model_.mesh.element_sets.count(upper(name)) != 0)
+      throw InputError({model_.mesh.files.front(), 0},
+                       "'" + name + "' is a set of elements, and interfaces are sets of nodes");
+    const std::vector<int> &members = model_.mesh.node_set(name);
+    const auto named = model_.mesh.node_set_places.find(upper(name));
+    const Place place =
+        named != model_.mesh.node_set_places.end() ? named->second : Place{model_.mesh.files.front(), 0};
+    if (members.empty()) throw InputError(place, "node set '" + name + "' is empty, and no interface");
+    for (const int id : members) {
       if (model_.node_position(id) < 0)
-        throw InputError({model_.mesh.files.front(), 0},
+        throw InputError(place,
                          "node set '" + name + "' names node " + std::to_string(id) + ", which belongs to no element");
       model_.interface_nodes.push_back(id);
     }

@@ -1,4 +1,4 @@
-// What a mesh makes of a flexible body before any result: its nodes with lumped masses, faces, surface and interface.
+// What a mesh makes of a flexible body before any result: its nodes with their masses, faces, surface and interface.
 #ifndef SBRKIT_TRANSLATORS_COMMON_MODEL_H
 #define SBRKIT_TRANSLATORS_COMMON_MODEL_H
 
@@ -14,13 +14,24 @@ struct BodyNode {
   int id = 0;
   Vec3 place{};
   double mass = 0.0;
-  std::array<double, 6> inertia{};  // of a shell's thickness: xx, yy, zz, xy, xz, yz
+  double element_mass = 0.0;        // of it, what the elements gave
+  std::array<double, 6> inertia{};  // of its own: xx, yy, zz, xy, xz, yz
+  bool has_inertia = false;         // counts also where no shell is
   bool solid = false;               // belongs to a solid element
   bool shell = false;               // belongs to a shell
   bool surface = false;             // lies on the outside of the body
   bool line = false;                // belongs to trusses and beams alone
-  bool has_inertia = false;
-  bool reference = false;  // stands for the motion of other nodes and belongs to no element
+  bool reference = false;           // stands for the motion of other nodes and belongs to no element
+};
+
+// What a correction did to the lumped masses.
+struct MassCorrection {
+  double smallest_factor = 1.0;  // of what became of a mass to what it was
+  double largest_factor = 1.0;
+  // The part of the inertia that no masses at the nodes can have: row by row, about any point. It was shared out as
+  // nodal inertia.
+  std::array<double, 9> rest{};
+  double rest_share = 0.0;  // its largest size, as a part of the moment about the same principal axis
 };
 
 struct Model {
@@ -33,8 +44,9 @@ struct Model {
   std::vector<int> left_out;         // IDs of the mesh's nodes that no element has
   int pieces = 0;                    // into which the mesh falls
   double volume = 0.0;
-  Moments exact;        // of the elements themselves
-  Moments lumped;       // of the nodal masses
+  Moments exact;   // of the elements themselves
+  Moments lumped;  // of the nodal masses, once they are corrected
+  MassCorrection correction;
   double extent = 0.0;  // the longest side of the box around the nodes
   bool has_shells = false;
   bool has_masses = true;  // false: the masses are weights of density 1 and stay out of the body

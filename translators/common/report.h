@@ -26,6 +26,8 @@ struct ModeReport {
   double largest_stress = 0.0;  // von Mises
   int stress_node = 0;
   bool rigid = false;  // the shape is a rigid motion
+  Vec3 velocity{};     // the rigid motion that is nearest to it: of the center of mass
+  Vec3 rotation{};
 };
 
 struct ImportReport {

@@ -28,8 +28,9 @@ std::vector<RigidRow> rigid_rows(const std::vector<Dof> &dofs, const Model &mode
   for (std::size_t r = 0; r < dofs.size(); ++r) {
     const int position = model.node_position(dofs[r].node);
     const auto direction = static_cast<std::size_t>(dofs[r].direction - 1);
+    if (position < 0) continue;  // an inner degree of freedom of an element: it is at rest in rigid motions
     rows[r][direction] = 1.0;
-    if (direction >= 3 || position < 0) continue;
+    if (direction >= 3) continue;
     const Vec3 arm = model.nodes[static_cast<std::size_t>(position)].place - centre;
     for (std::size_t j = 0; j < 3; ++j) {
       Vec3 axis{};

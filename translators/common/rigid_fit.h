@@ -59,6 +59,8 @@ class RigidFit {
       const Vec3 d = shape(i) - velocity - cross(rotation, node.place - centre_);
       rest += node.mass * dot(d, d);
     }
+    mode.velocity = velocity;
+    mode.rotation = rotation;
     mode.lumped_mass = all;
     mode.elastic_share = all > 0.0 ? rest / all : 1.0;
     mode.rigid = mode.elastic_share < 1e-3;
