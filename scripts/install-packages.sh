@@ -7,6 +7,8 @@ packages=(
   g++ cmake ninja-build pkg-config binutils ccache
   libtirpc-dev                                        # the library
   libcli11-dev nlohmann-json3-dev libeigen3-dev libspectra-dev zlib1g-dev  # the program and the translators
+  libexodusii-dev libtinygltf-dev                     # Exodus II and glTF files
+  python3-vtk9 nodejs npm                             # tests read exported pictures with VTK and the glTF validator
   libsqlite3-dev                                      # the open store
   libgtest-dev libgmock-dev liblapacke-dev libopenblas-dev libnanoflann-dev  # tests and benchmarks
   libbenchmark-dev man-db python3 python3-numpy
