@@ -98,7 +98,8 @@ Geometry geometry_of(SBR body) {
 // ---- modes ---------------------------------------------------------------------------------------------------------
 
 std::vector<int> nodes_of_kind(SBR body, const Geometry &geometry, int kind) {
-  const int count = SBR_ModeNodeCount(body, kind);
+  const bool pre_vector = kind > 0 && SBR_Exists(body, 29 + kind) != 0;
+  const int count = SBR_ModeExist(body, kind) != 0 || pre_vector ? SBR_ModeNodeCount(body, kind) : 0;
   std::vector<int> places(static_cast<std::size_t>(std::max(count, 0)));
   std::vector<bool> taken(geometry.ids.size());
   for (int i = 0; i < count; ++i) {

@@ -47,7 +47,8 @@ struct Geometry {
 // would be wrong), and a face that names a node that is not there.
 Geometry geometry_of(SBR body);
 
-// Where the values of a kind of mode data belong: the node index of each kind position. Ends the command when two nodes
+// Where the values of a kind of mode data belong: the node index of each kind position; none where the body has neither
+// modes nor a pre-vector of the kind. Ends the command when two nodes
 // have one ID, so that the place of a value cannot be told.
 std::vector<int> nodes_of_kind(SBR body, const Geometry &geometry, int kind);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iostream>
 
 namespace sbrtool {
 namespace {
@@ -77,10 +78,15 @@ class InwardCorners {
   template <class Condition>
   bool any_near(const Flat &low, const Flat &high, Condition condition) {
     for (int x = place(low[0], 0); x <= place(high[0], 0); ++x)
-      for (int y = place(low[1], 1); y <= place(high[1], 1); ++y)
-        if (std::any_of(cell(x, y).begin(), cell(x, y).end(), condition)) return true;
+      for (int y = place(low[1], 1); y <= place(high[1], 1); ++y) {
+        const std::vector<int> &corners = cell(x, y);
+        effort_ += 1 + corners.size();
+        if (std::any_of(corners.begin(), corners.end(), condition)) return true;
+      }
     return false;
   }
+  // How many cells and corners were looked at.
+  [[nodiscard]] std::size_t effort() const { return effort_; }
 
  private:
   [[nodiscard]] int place(double value, std::size_t c) const {
@@ -91,6 +97,7 @@ class InwardCorners {
 
   Flat low_{}, high_{};
   int side_ = 1;
+  std::size_t effort_ = 0;
   std::vector<std::vector<int>> cells_;
 };
 
@@ -105,32 +112,27 @@ class Ring {
     }
   }
 
-  std::vector<std::array<int, 3>> cut() {
-    std::vector<std::array<int, 3>> triangles;
-    // What crosses itself may be left without ears. Such places are cut open as they are; where there are many of them,
-    // the rest is, so that no polygon takes the square of its corners.
-    int patience = 64;
+  PolygonTriangles cut() {
+    PolygonTriangles result;
+    const std::size_t most_effort = 20'000'000 + 500 * points_.size();
     int passed = 0;
     for (int left = count_, corner = 0; left > 2;) {
-      const bool forced = patience == 0 || passed > left;
+      // What crosses itself may be left without ears, and is cut open somewhere.
+      const bool tired = inward_.effort() > most_effort;
+      const bool forced = tired || passed > left;
       const bool wanted = forced ? passed > 2 * left || turn_at(corner) > 0.0 : is_ear(corner);
       if (!wanted) {
         ++passed;
         corner = after(corner);
         continue;
       }
-      if (forced && patience > 0) --patience;
-      triangles.push_back({before(corner), corner, after(corner)});
-      after_[static_cast<std::size_t>(before(corner))] = after(corner);
-      before_[static_cast<std::size_t>(after(corner))] = before(corner);
-      // The next but one: taking turns keeps the triangles small.
-      const int next = after(after(corner));
-      after_[static_cast<std::size_t>(corner)] = -1;
-      corner = next;
+      result.sound = result.sound && (!forced || is_flat(left));
+      result.triangles.push_back({before(corner), corner, after(corner)});
+      corner = remove(corner);
       --left;
       passed = 0;
     }
-    return triangles;
+    return result;
   }
 
  private:
@@ -145,6 +147,18 @@ class Ring {
     for (int i = 0; i < count_; ++i)
       if (turn(point((i + count_ - 1) % count_), point(i), point((i + 1) % count_)) <= 0.0) inward.push_back(i);
     return inward;
+  }
+
+  // The last three corners may stand in a line, and that is no fault.
+  [[nodiscard]] static bool is_flat(int left) { return left == 3; }
+
+  // Takes a corner out and gives the next but one: taking turns keeps the triangles small.
+  int remove(int corner) {
+    after_[static_cast<std::size_t>(before(corner))] = after(corner);
+    before_[static_cast<std::size_t>(after(corner))] = before(corner);
+    const int next = after(after(corner));
+    after_[static_cast<std::size_t>(corner)] = -1;
+    return next;
   }
 
   bool is_ear(int corner) {
@@ -169,19 +183,21 @@ class Ring {
 
 }  // namespace
 
-std::vector<std::array<int, 3>> triangulate(const std::vector<std::array<double, 3>> &corners) {
+PolygonTriangles triangulate(const std::vector<std::array<double, 3>> &corners) {
   const int count = static_cast<int>(corners.size());
   if (count < 3) return {};
-  if (count == 3) return {{0, 1, 2}};
+  if (count == 3) return {{{0, 1, 2}}, true};
   const std::vector<Flat> flat = projected(corners);
   if (!flat.empty()) return Ring(flat).cut();
-  std::vector<std::array<int, 3>> fan;
-  for (int i = 1; i + 1 < count; ++i) fan.push_back({0, i, i + 1});
+  PolygonTriangles fan;
+  for (int i = 1; i + 1 < count; ++i) fan.triangles.push_back({0, i, i + 1});
   return fan;
 }
 
 Triangles triangles_of(const Geometry &geometry) {
   Triangles triangles;
+  std::size_t doubtful = 0;
+  std::size_t first = 0;
   std::vector<std::array<double, 3>> places;
   for (std::size_t f = 0; f < geometry.faces(); ++f) {
     const std::size_t size = geometry.size(f);
@@ -192,9 +208,14 @@ Triangles triangles_of(const Geometry &geometry) {
     }
     places.resize(size);
     for (std::size_t k = 0; k < size; ++k) std::copy_n(geometry.at(corners[k]), 3, places[k].begin());
-    for (const auto &triangle : triangulate(places))
+    const PolygonTriangles cut = triangulate(places);
+    for (const auto &triangle : cut.triangles)
       for (const int corner : triangle) triangles.corners.push_back(corners[corner]);
+    if (!cut.sound && doubtful++ == 0) first = f + 1;
   }
+  if (doubtful > 0)
+    std::cerr << "warning: " << doubtful << " faces cross themselves, the first is face " << first
+              << ": their triangles may overlap\n";
   return triangles;
 }
 

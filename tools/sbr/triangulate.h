@@ -9,17 +9,23 @@
 
 namespace sbrtool {
 
-// A polygon in space, flat or nearly so, as triangles of the same winding: n - 2 of them, three places in `corners`
-// each. Polygons need not be convex, and may touch themselves at corners that stand in them twice. Ears are cut off one
-// by one (Meisters: Polygons have ears, 1975), in the projection along the polygon's area vector; only corners that
-// turn inwards can lie in an ear, and a grid tells which of them are near. One that crosses itself gives n - 2
-// triangles too, whose signed areas in that projection add up to that of the polygon.
-std::vector<std::array<int, 3>> triangulate(const std::vector<std::array<double, 3>> &corners);
+struct PolygonTriangles {
+  std::vector<std::array<int, 3>> triangles;  // places in the list of corners
+  bool sound = true;                          // false where triangles may overlap
+};
+
+// A polygon in space, flat or nearly so, as triangles of the same winding, two fewer than it has corners. Polygons need
+// not be convex, and may touch themselves at corners that stand in them twice. Ears are cut off one by one (Meisters:
+// Polygons have ears, 1975), in the projection along the polygon's area vector; only corners that turn inwards can lie
+// in an ear, and a grid tells which of them are near. A polygon that crosses itself has no such triangles: there, and
+// where the search takes too long, the signed areas still add up to that of the polygon, and the outcome is not sound.
+PolygonTriangles triangulate(const std::vector<std::array<double, 3>> &corners);
 
 struct Triangles {
   std::vector<int> corners;  // node indices, three per triangle
   std::size_t flat = 0;      // faces of fewer than three corners, which give none
 };
+// Warns of faces whose triangles may overlap.
 Triangles triangles_of(const Geometry &geometry);
 
 // A value in single precision.
