@@ -1,53 +1,19 @@
 // sbr mass, faces: mass properties with principal axes, and the surface at a glance.
-#include <Eigen/Dense>
 #include <iostream>
 #include <map>
 
-#include "session.h"
+#include "massproperties.h"
 
 namespace sbrtool {
 namespace {
 
 // ---- mass ----------------------------------------------------------------------------------------------------------
 
-struct MassProperties {
-  double mass = 0.0;
-  Eigen::Vector3d center = Eigen::Vector3d::Zero();
-  Eigen::Matrix3d inertia = Eigen::Matrix3d::Zero();  // about the centre, products with negative sign
-  std::string source;
-};
-
-std::string source_of(SBR body) {
-  if (SBR_Exists(body, 18) != 0 && SBR_Exists(body, 19) != 0 && SBR_Exists(body, 23) != 0)
-    return "inertia invariants stored in the record";
-  if (SBR_Exists(body, 8) != 0) return "nodal masses";
-  if (SBR_Exists(body, 5) != 0) return "global body properties";
-  return "no mass data";
-}
-
-MassProperties mass_properties(SBR body) {
-  MassProperties properties;
-  properties.source = source_of(body);
-  properties.mass = SBR_Invar1(body);
-  const Given<double> second(SBR_Invar2(body));
-  const Given<double> seventh(SBR_Invar7(body));
-  if (!second || !seventh) throw Failure(kFailed, "the invariants cannot be had");
-  if (properties.mass != 0.0) properties.center = Eigen::Map<Eigen::Vector3d>(second.get()) / properties.mass;
-  const Eigen::Vector3d &c = properties.center;
-  const Eigen::Matrix3d origin = Eigen::Map<Eigen::Matrix<double, 3, 3, Eigen::RowMajor>>(seventh.get());
-  // The parallel-axis theorem, from the origin to the centre of mass.
-  properties.inertia = origin - properties.mass * (c.dot(c) * Eigen::Matrix3d::Identity() - c * c.transpose());
-  return properties;
-}
-
 void show_mass(const std::string &file, bool json) {
   const Body body = open_record(file);
   const MassProperties properties = mass_properties(body.get());
   if (!properties.inertia.allFinite()) throw Failure(kFailed, "the mass properties are not finite numbers");
-  const Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> principal(0.5 *
-                                                                 (properties.inertia + properties.inertia.transpose()));
-  const Eigen::Vector3d moments = principal.eigenvalues();
-  const Eigen::Matrix3d axes = principal.eigenvectors().transpose();
+  const auto [moments, axes] = principal_axes(properties);
   if (json) {
     Json axis_list = Json::array();
     for (int i = 0; i < 3; ++i) axis_list.push_back({axes(i, 0), axes(i, 1), axes(i, 2)});

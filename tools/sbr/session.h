@@ -64,6 +64,7 @@ void add_mass_commands(CLI::App &app, int &exit_code);         // mass, faces
 void add_changing_commands(CLI::App &app, int &exit_code);     // report, write, transform, reduce, units
 void add_checking_commands(CLI::App &app, int &exit_code);     // check, diff
 void add_export_commands(CLI::App &app, int &exit_code);       // export
+void add_view_commands(CLI::App &app, int &exit_code);         // view
 void add_import_commands(CLI::App &app, int &exit_code);       // import
 void add_database_commands(CLI::App &app, int &exit_code);     // db put, list, check, get
 

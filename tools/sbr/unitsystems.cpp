@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cctype>
 #include <sstream>
-#include <utility>
-#include <vector>
 
 #include "session.h"
 
@@ -35,6 +33,11 @@ std::string unit_system_names() {
   std::string names;
   for (const auto &[name, system] : kSystems) names += (names.empty() ? "" : ", ") + name;
   return names;
+}
+
+std::vector<std::pair<std::string, UnitSystem>> unit_systems() {
+  // "SI" is a second name.
+  return {kSystems.begin() + 1, kSystems.end()};
 }
 
 UnitSystem unit_system(const std::string &name) {
