@@ -22,8 +22,10 @@ extern "C" {
  *  The options are read once per call; without the variable the record is XDR encoded, in double precision, with
  *  orthonormal modes. The order of the steps is fixed: reference frame to the center of mass, sketch, stripping,
  *  coarsening; then encoding and precision; orthonormalization, frequency range, invariants, discarding, units; then
- *  the blocks. A range that holds no mode, as with a highpass above the lowpass, is told in so many words and fails the
- *  write, unless the option "empty" leaves the modes out. Modes whose generalized mass is exactly 0 end the range.
+ *  the blocks. The range starts at the first mode above the highpass, or at the first of all when none is above it, and
+ *  ends before the first mode above the lowpass or of generalized mass 0. A range that ends before it starts, as with a
+ *  highpass above the lowpass (`"No mode lies in the frequency range [%le,%le]."`), fails the write unless the option
+ *  "empty" leaves the modes out; a range that ends where it starts gives a record without modes.
  *  Loads and damping go to the principal axes, and nodes are discarded, only in a record that gets invariant 3. Reals
  *  of single precision are narrowed by the usual rounding. Monitor points keep all modes, whatever the range.
  *  Deliberate difference: the mode shape transformation (block 15) is written with the row length that the matrix has
