@@ -6,8 +6,7 @@ find_library(ExodusII_NETCDF_LIBRARY NAMES netcdf)
 
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(ExodusII
-  REQUIRED_VARS ExodusII_LIBRARY ExodusII_INCLUDE_DIR ExodusII_NETCDF_LIBRARY ExodusII_NETCDF_INCLUDE_DIR
-  REASON_FAILURE_MESSAGE "Install libexodusii-dev, or configure with -DSBRKIT_WITH_EXODUS=OFF.")
+  REQUIRED_VARS ExodusII_LIBRARY ExodusII_INCLUDE_DIR ExodusII_NETCDF_LIBRARY ExodusII_NETCDF_INCLUDE_DIR)
 mark_as_advanced(ExodusII_INCLUDE_DIR ExodusII_LIBRARY ExodusII_NETCDF_INCLUDE_DIR ExodusII_NETCDF_LIBRARY)
 
 if(ExodusII_FOUND AND NOT TARGET ExodusII::ExodusII)

@@ -4,12 +4,12 @@
 // is made by the format's own library.
 #include "export.h"
 
-#ifndef SBRKIT_WITH_EXODUS
+#ifndef SBR_HAS_EXODUS
 
 namespace sbrtool {
 
 void export_exodus(SBR, const std::filesystem::path &) {
-  throw Failure(kUsage, "this sbr is built without the Exodus library (SBRKIT_WITH_EXODUS)");
+  throw Failure(kUsage, "this sbr is built without the Exodus library (SBRKIT_EXODUS)");
 }
 
 }  // namespace sbrtool

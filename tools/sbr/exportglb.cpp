@@ -6,12 +6,12 @@
 // importers turn it back.
 #include "export.h"
 
-#ifndef SBRKIT_WITH_GLTF
+#ifndef SBR_HAS_GLTF
 
 namespace sbrtool {
 
 void export_glb(SBR, const std::filesystem::path &) {
-  throw Failure(kUsage, "this sbr is built without tinygltf (SBRKIT_WITH_GLTF)");
+  throw Failure(kUsage, "this sbr is built without tinygltf (SBRKIT_GLTF)");
 }
 
 }  // namespace sbrtool

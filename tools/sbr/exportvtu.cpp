@@ -13,24 +13,13 @@
 
 #include "export.h"
 #include "exportbody.h"
+#include "markup.h"
 #include "modefacts.h"
 
 namespace sbrtool {
 namespace {
 
 // ---- bytes as text -------------------------------------------------------------------------------------------------
-
-std::string base64(const unsigned char *bytes, std::size_t count) {
-  constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  text.reserve((count + 2) / 3 * 4);
-  for (std::size_t i = 0; i < count; i += 3) {
-    std::uint32_t three = 0;
-    for (std::size_t k = 0; k < 3; ++k) three = three << 8U | (i + k < count ? bytes[i + k] : 0U);
-    for (std::size_t k = 0; k < 4; ++k) text += i + k > count ? '=' : kDigits[three >> (18 - 6 * k) & 63U];
-  }
-  return text;
-}
 
 // The blocks of some bytes, packed, behind the table of their sizes.
 std::string packed(const unsigned char *bytes, std::size_t count) {
@@ -49,8 +38,7 @@ std::string packed(const unsigned char *bytes, std::size_t count) {
     data.resize(before + room);
     sizes.push_back(room);
   }
-  return base64(reinterpret_cast<const unsigned char *>(sizes.data()), sizes.size() * sizeof sizes[0]) +
-         base64(data.data(), data.size());
+  return base64(sizes.data(), sizes.size() * sizeof sizes[0]) + base64(data.data(), data.size());
 }
 
 // ---- elements of the file ------------------------------------------------------------------------------------------
@@ -72,23 +60,6 @@ constexpr const char *type_name<std::int64_t>() {
 template <>
 constexpr const char *type_name<std::uint8_t>() {
   return "UInt8";
-}
-
-std::string escaped(const std::string &text) {
-  std::string result;
-  for (const char c : text) {
-    if (c == '<')
-      result += "&lt;";
-    else if (c == '>')
-      result += "&gt;";
-    else if (c == '&')
-      result += "&amp;";
-    else if (c == '"')
-      result += "&quot;";
-    else
-      result += c;
-  }
-  return result;
 }
 
 class Grid {
