@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and shows the main job on real input: finite-element results become a checked record,
-# and a record is written anew. Works on a fresh Debian 12. The records stay in build/demo.
+# and a record is written anew and shown. Works on a fresh Debian 12. Records and page stay in build/demo.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -9,7 +9,7 @@ step() { printf '\n== %s\n' "$*"; }
 step "Packages"
 scripts/install-packages.sh
 step "Build (release, the program alone)"
-cmake --preset release -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
+cmake --preset release -DSBRKIT_BUILD_VIEWER=ON -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
 cmake --build --preset release --target sbr
 sbr=$PWD/build/release/tools/sbr/sbr
 out=$PWD/build/demo
@@ -38,4 +38,8 @@ step "Compared with the original"
 step "Its eigenvalues"
 "$sbr" report "$out/beam_new.sbr" 7
 
-step "Done. The records are in build/demo"
+step "A page that shows the connecting rod, moving"
+"$sbr" view "$out/conrod.sbr" -o "$out/conrod.html" --no-open
+
+step "Done. The records and the page are in build/demo"
+echo "Open the page with a double click, or by: xdg-open $out/conrod.html"

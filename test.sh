@@ -12,7 +12,7 @@ warnings=OFF
 step "Packages"
 scripts/install-packages.sh
 step "Build (release)"
-cmake --preset release -DSBRKIT_WARNINGS_AS_ERRORS=$warnings \
+cmake --preset release -DSBRKIT_WARNINGS_AS_ERRORS=$warnings -DSBRKIT_BUILD_VIEWER=ON \
   -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
 cmake --build --preset release
 step "All tests"

@@ -68,6 +68,9 @@ TEST_F(ProgramSheetTest, EffectiveMassesOfAFreeBodyComeToItsMassAndInertia) {
         std::regex("all\\s+([0-9.]+) %\\s+([0-9.]+) %\\s+([0-9.]+) %\\s+([0-9.]+) %\\s+([0-9.]+) %\\s+([0-9.]+) %")))
         << text;
     for (std::size_t c = 1; c <= 6; ++c) EXPECT_EQ(sums[c], "100.0") << name << ' ' << c << text;
+    EXPECT_EQ(text.find("More than all of it"), std::string::npos) << text;
+    EXPECT_NE(section(page(std::string(name) + ".sbr"), "Modal effective mass").find("More than all of it"),
+              std::string::npos);
   }
 }
 

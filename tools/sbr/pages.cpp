@@ -115,6 +115,22 @@ const std::vector<Page> &pages() {
        {{"sbr sheet body.sbr -o body.html", "A page to be filed."},
         {"sbr sheet body.sbr -o body.pdf", "The same on paper."},
         {"sbr sheet --compare old.sbr new.sbr -o change.html", "What has changed from one run to the next."}}},
+      {"view",
+       "Makes one HTML page that needs no other file and no network, and opens it in the browser: that which the "
+       "environment variable BROWSER names, else the one of the desktop. The page shows the outer faces, moving in a "
+       "mode, in several by sliders, or in a time history of modal coordinates from a table; colors by displacement, "
+       "rotation, stress or strain; nodes with their figures. The question mark in the page lists its keys.\n"
+       "\n"
+       "A surface of more nodes than --max-nodes is coarsened for display, and the page says so; so it does when "
+       "values "
+       "are no numbers or modes are left out. The record is not touched.\n"
+       "\n"
+       "With two records, the modes of the second are matched with those of the first by shape, and both move under "
+       "one "
+       "camera.",
+       {{"sbr view body.sbr", "Make body.html and open it."},
+        {"sbr view body.sbr -o body.html --no-open", "The page alone, to send or to keep."},
+        {"sbr view old.sbr new.sbr", "Two records side by side."}}},
       {"import",
        "Masses are lumped at the nodes; shapes, stress and strain are taken over from the results.",
        {{"sbr import ccx rod.inp -o rod.sbr --units mm-t-s-N --interface LEFT,RIGHT",

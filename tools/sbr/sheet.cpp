@@ -1,4 +1,5 @@
 // sbr sheet: one page on a body that an engineer files, or on what two bodies have in common.
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cmath>
@@ -122,6 +123,14 @@ std::string mode_table(SBR body, const std::vector<ModeFacts> &modes) {
          cut_short(modes.size());
 }
 
+// The sums of a sound body come to no more than all of it.
+std::string more_than_all(const std::array<double, 6> &sums) {
+  if (std::none_of(sums.begin(), sums.end(), [](double sum) { return sum > 1.005; })) return "";
+  return "<p class=\"warning\">More than all of it: the generalized masses come from another mass matrix than the "
+         "nodal "
+         "masses. 'sbr write' makes the modes orthonormal under the latter.</p>\n";
+}
+
 std::string effective_table(SBR body) {
   const char *const nothing =
       "<p class=\"note\">Not known: it needs modes, nodal masses or invariants 3 and 4, and a mass."
@@ -144,7 +153,7 @@ std::string effective_table(SBR body) {
   rows.push_back(total);
   return html_table({"Mode", "x", "y", "z", "about x", "about y", "about z"}, rows) +
          "<p class=\"note\">Parts of the mass, and of the inertia about the center of mass.</p>\n" +
-         cut_short(masses.size());
+         more_than_all(sums) + cut_short(masses.size());
 }
 
 std::string mac_of(SBR a, SBR b, std::vector<ModeFacts> rows, std::vector<ModeFacts> columns) {
@@ -171,7 +180,8 @@ std::string findings(SBR body, const std::string &file) {
     }
     if (one.level == Level::note) continue;
     rows.push_back({std::string("<span class=\"") + word_of(one.level) + "\">" + word_of(one.level) + "</span>",
-                    escaped(one.subject) + ", " + escaped(one.what) + ": " + brief(one.figure, 4) +
+                    escaped(one.subject) + ", " + escaped(one.what) + ": " +
+                        (std::isfinite(one.figure) ? brief(one.figure, 4) : "no number") +
                         (one.place.empty() ? "" : " (" + escaped(one.place) + ")") + ". " + escaped(one.meaning)});
   }
   const char *verdict = worst == static_cast<int>(Level::error) ? "<span class=\"error\">not sound</span>"

@@ -6,6 +6,7 @@
 
 #include "encode.h"
 #include "fields.h"
+#include "monitor.h"
 #include "surface.h"
 
 namespace sbrview {
@@ -14,10 +15,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr const char *kKindNames[] = {"shape", "stress", "strain"};
-// Steps on either side of zero. Stress and strain of large bodies are rounded more coarsely: they fill most of a page.
-constexpr int kFine = 32767;
-constexpr int kCoarse = 2047;
-constexpr std::int64_t kFewValues = 1000000;
 
 // JSON has no word for what is not finite.
 Json finite(double value) { return std::isfinite(value) ? Json(value) : Json(nullptr); }
@@ -27,6 +24,20 @@ Json list_of(const Values &values) {
   Json list = Json::array();
   for (const double value : values) list.push_back(finite(value));
   return list;
+}
+
+// The multiplier on SI of the label of mass, length, time or force. The library's tables of labels are not public: a
+// body of its own is asked, in SI but for this label.
+Json multiplier(std::size_t quantity, const std::string &label) {
+  using Ask = double (*)(SBR, double);
+  static constexpr Ask kAsk[] = {SBR_Mass2Kilogram, SBR_Length2Meter, SBR_Time2Second, SBR_Force2Newton};
+  const std::unique_ptr<SbrBody, void (*)(SBR)> body(SBR_Create(1, 1), SBR_DeReference);
+  if (!body) throw std::bad_alloc();
+  std::array<const char *, 4> labels = {"KILOGRAM", "METER", "SECOND", "NEWTON"};
+  if (!label.empty()) labels[quantity] = label.c_str();
+  if (SBR_SetUnits(body.get(), labels[0], labels[1], labels[2], labels[3]) == 0) return nullptr;
+  const double value = kAsk[quantity](body.get(), 1.0);
+  return std::isfinite(value) && value > 0.0 ? Json(value) : Json(nullptr);
 }
 
 class Writer {
@@ -40,7 +51,8 @@ class Writer {
         outcome_(outcome) {}
 
   Json write() {
-    surface_ = surface_of(body_, request_.most_nodes);
+    monitored_ = monitored_nodes(body_);
+    surface_ = surface_of(body_, request_.most_nodes, monitored_);
     outcome_.notes = surface_.notes;
     outcome_.nodes = static_cast<int>(surface_.nodes.size());
     outcome_.faces = surface_.face_count;
@@ -166,6 +178,9 @@ class Writer {
                         {"resultType", SBR_GetMonitorPointResultType(body_, i)},
                         {"component", SBR_GetMonitorPointComponent(body_, i)},
                         {"at", list_of(at)}});
+      const std::int32_t node = monitored_[static_cast<std::size_t>(i)];
+      if (node >= 0 && surface_.place[static_cast<std::size_t>(node)] >= 0)
+        points.back()["node"] = surface_.place[static_cast<std::size_t>(node)];
     }
     all["monitorPoints"] = points;
   }
@@ -180,8 +195,7 @@ class Writer {
     if (shown < count)
       outcome_.notes.push_back("The first " + std::to_string(shown) + " of " + std::to_string(count) +
                                " modes are shown.");
-    const int fine_or_coarse = nodes * outcome_.modes > kFewValues ? kCoarse : kFine;
-    prepare_kinds(fine_or_coarse);
+    prepare_kinds();
     Json list = Json::array();
     for (int m = 0; m < outcome_.modes; ++m) list.push_back(mode(m));
     if (not_numbers_ > 0)
@@ -191,11 +205,27 @@ class Writer {
     return list;
   }
 
-  void prepare_kinds(int most) {
+  // Rotations are zeros in most bodies: the first modes tell.
+  bool has_rotations() {
+    for (int m = 0; m < std::min(outcome_.modes, 8); ++m) {
+      int id = 0;
+      double most = 0.0;
+      if (SBR_GetMaxModeRotation(body_, SBR_ModeNumber(body_, m), &id, &most) != 0 && most != 0.0) return true;
+    }
+    return false;
+  }
+
+  void prepare_kinds() {
+    for (int kind = 0; kind < 3; ++kind)
+      if (SBR_ModeExist(body_, kind) != 0) kind_nodes_[kind] = nodes_of_kind(body_, surface_, kind);
+    const auto rows = [&](int kind) { return static_cast<std::int64_t>(kind_nodes_[kind].places.size()); };
+    const bool shapes = rows(0) > 0;
+    const std::int64_t vectors = 3 * rows(0) * outcome_.modes;
+    const Steps steps =
+        choose_steps(vectors, shapes && has_rotations() ? vectors : 0, 6 * (rows(1) + rows(2)) * outcome_.modes);
+    most_[0] = {steps.translations, steps.others};
+    most_[1] = most_[2] = {steps.others, steps.others};
     for (int kind = 0; kind < 3; ++kind) {
-      if (SBR_ModeExist(body_, kind) == 0) continue;
-      kind_nodes_[kind] = nodes_of_kind(body_, surface_, kind);
-      most_[kind] = kind == 0 ? kFine : most;
       if (kind_nodes_[kind].places.empty()) continue;
       Json &about = kinds_[kKindNames[kind]];
       about = {{"nodes", kind_nodes_[kind].places.size()}, {"steps", most_[kind]}};
@@ -261,9 +291,10 @@ class Writer {
   std::string prefix_;
   const Sink &sink_;
   Shown &outcome_;
+  std::vector<std::int32_t> monitored_;
   Surface surface_;
   KindNodes kind_nodes_[3];
-  int most_[3] = {};
+  std::array<int, 2> most_[3] = {};
   Json kinds_ = Json::object();
   std::int64_t not_numbers_ = 0;
 };
@@ -271,19 +302,13 @@ class Writer {
 }  // namespace
 
 nlohmann::ordered_json describe_units(const std::array<std::string, 4> &labels) {
-  // A body of its own is asked, since the library's tables of labels are not public.
-  const std::unique_ptr<SbrBody, void (*)(SBR)> scale(SBR_Create(1, 1), SBR_DeReference);
-  if (!scale) throw std::bad_alloc();
-  SBR_SetUnits(scale.get(), labels[0].c_str(), labels[1].c_str(), labels[2].c_str(), labels[3].c_str());
-  const auto multiplier = [](double value) {
-    return std::isfinite(value) && value > 0.0 ? Json(value) : Json(nullptr);
-  };
   Json names = Json::array();
-  for (const std::string &label : labels) names.push_back(readable(label));
-  return {{"labels", names},
-          {"multipliers",
-           {multiplier(SBR_Mass2Kilogram(scale.get(), 1.0)), multiplier(SBR_Length2Meter(scale.get(), 1.0)),
-            multiplier(SBR_Time2Second(scale.get(), 1.0)), multiplier(SBR_Force2Newton(scale.get(), 1.0))}}};
+  Json multipliers = Json::array();
+  for (std::size_t i = 0; i < 4; ++i) {
+    names.push_back(readable(labels[i]));
+    multipliers.push_back(multiplier(i, labels[i]));
+  }
+  return {{"labels", names}, {"multipliers", multipliers}};
 }
 
 nlohmann::ordered_json write_body(const ShownBody &shown, const Request &request, const std::string &prefix,

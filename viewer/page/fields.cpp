@@ -58,6 +58,23 @@ std::int16_t rounded(double value, double scale, int most) {
 
 }  // namespace
 
+Steps choose_steps(std::int64_t translations, std::int64_t rotations, std::int64_t tensors) {
+  // Base64 makes four bytes of three, and the program of the page takes its part.
+  constexpr double kBudget = 28.5e6;
+  struct Choice {
+    int bits;
+    int other_bits;
+  };
+  // Of the bits of a value, neighbours of a fine mesh have about four in common.
+  const auto bytes = [](std::int64_t values, int bits) { return static_cast<double>(values) * (bits - 4) / 8.0; };
+  const auto steps = [](int bits) { return (1 << (bits - 1)) - 1; };
+  constexpr Choice kChoices[] = {{16, 16}, {16, 12}, {16, 10}, {16, 8}, {14, 8}, {12, 8}};
+  for (const Choice &choice : kChoices)
+    if (bytes(translations, choice.bits) + bytes(rotations + tensors, choice.other_bits) <= kBudget)
+      return {steps(choice.bits), steps(choice.other_bits)};
+  return {steps(12), steps(8)};
+}
+
 KindNodes nodes_of_kind(SBR body, const Surface &surface, int kind) {
   KindNodes nodes;
   if (kind == 0) {
@@ -84,7 +101,7 @@ KindNodes nodes_of_kind(SBR body, const Surface &surface, int kind) {
   return nodes;
 }
 
-bool read_field(SBR body, int number, int kind, const KindNodes &nodes, int most, Field &field) {
+bool read_field(SBR body, int number, int kind, const KindNodes &nodes, const std::array<int, 2> &most, Field &field) {
   const int count = SBR_ModeNodeCount(body, kind);
   if (count < 1 || nodes.places.empty()) return false;
   std::vector<double> parts[2];
@@ -101,7 +118,7 @@ bool read_field(SBR body, int number, int kind, const KindNodes &nodes, int most
     for (std::size_t c = 0; c < 3; ++c)
       for (const std::int32_t position : nodes.positions)
         field.steps.push_back(
-            rounded(parts[part][3 * static_cast<std::size_t>(position) + c], field.scale[part], most));
+            rounded(parts[part][3 * static_cast<std::size_t>(position) + c], field.scale[part], most[part]));
   }
   return true;
 }

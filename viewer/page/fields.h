@@ -30,10 +30,20 @@ struct KindNodes {
   bool all = false;                     // every shown node
 };
 
+// How finely values are rounded: steps on either side of zero.
+struct Steps {
+  int translations = 0;
+  int others = 0;  // rotations, stress, strain
+};
+
+// The finest steps with which so many values make a page of less than 40 MB. Rotations, stress and strain are rounded
+// before translations are, which make the picture.
+Steps choose_steps(std::int64_t translations, std::int64_t rotations, std::int64_t tensors);
+
 KindNodes nodes_of_kind(SBR body, const Surface &surface, int kind);
 
-// Reads a mode's data of a kind and rounds it to `most` steps on either side of zero. False when there is none.
-bool read_field(SBR body, int number, int kind, const KindNodes &nodes, int most, Field &field);
+// Reads a mode's data of a kind and rounds each part to `most` steps on either side of zero. False when there is none.
+bool read_field(SBR body, int number, int kind, const KindNodes &nodes, const std::array<int, 2> &most, Field &field);
 
 }  // namespace sbrview
 

@@ -52,8 +52,11 @@ std::vector<Shown> write_data(const Request &request, const Sink &sink) {
   std::vector<Shown> outcome(request.bodies.size());
   Json all = {{"format", 1}, {"maker", request.maker}};
   all["bodies"] = Json::array();
-  for (std::size_t i = 0; i < request.bodies.size(); ++i)
-    all["bodies"].push_back(write_body(request.bodies[i], request, "b" + std::to_string(i) + ".", sink, outcome[i]));
+  for (std::size_t i = 0; i < request.bodies.size(); ++i) {
+    std::string prefix("b");
+    prefix.append(std::to_string(i)).append(1, '.');
+    all["bodies"].push_back(write_body(request.bodies[i], request, prefix, sink, outcome[i]));
+  }
   all["match"] = describe_match(request.match);
   all["unitSystems"] = Json::array();
   for (const NamedUnits &units : request.units) {

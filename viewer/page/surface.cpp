@@ -184,7 +184,7 @@ void add_interface_nodes(SBR body, const std::vector<char> &placed, std::vector<
 
 }  // namespace
 
-Surface surface_of(SBR body, int most_nodes) {
+Surface surface_of(SBR body, int most_nodes, const std::vector<std::int32_t> &besides) {
   Surface surface;
   const auto count = static_cast<std::size_t>(std::max(SBR_NodeCount(body), 0));
   std::vector<double> xyz(3 * count, 0.0);
@@ -204,6 +204,9 @@ Surface surface_of(SBR body, int most_nodes) {
   else
     take_points(placed, most_nodes, shown, surface);
   add_interface_nodes(body, placed, shown);
+  for (const std::int32_t node : besides)
+    if (node >= 0 && static_cast<std::size_t>(node) < count)
+      shown[static_cast<std::size_t>(node)] = placed[static_cast<std::size_t>(node)];
 
   for (std::size_t i = 0; i < count; ++i)
     if (shown[i] != 0) surface.nodes.push_back(static_cast<std::int32_t>(i));

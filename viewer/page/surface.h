@@ -28,7 +28,8 @@ struct Surface {
 
 // Takes the surface of a body. Strips inner faces and, where more than `most_nodes` nodes would be shown, coarsens:
 // both change the handle's face list and nothing else, and never the file. The body is not to be written afterwards.
-Surface surface_of(SBR body, int most_nodes);
+// Nodes of `besides` (node indices, or -1) are shown in any case.
+Surface surface_of(SBR body, int most_nodes, const std::vector<std::int32_t> &besides);
 
 }  // namespace sbrview
 

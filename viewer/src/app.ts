@@ -227,7 +227,7 @@ export class App {
       one.range = this.rangeOf(i, quantity);
       const history = this.state.motion === 'history' && this.historyScale[i] !== undefined;
       one.scene.scale = history ? this.state.amplitude * this.historyScale[i] : one.scaleFor(this.state.amplitude);
-      one.scene.color(one.values, quantity ? mapOf(this.state, quantity) : null);
+      one.scene.color(one.values, quantity ? mapOf(this.state, quantity) : null, quantity?.kind ?? null);
       one.scene.show(this.state.show);
     });
     this.dirty = true;
@@ -377,7 +377,7 @@ export class App {
     const parts = this.state.motion === 'history' ? one.colors
       : one.colors.map((part) => ({...part, weight: part.weight * this.factorOf(view, part.mode, part.weight)}));
     one.evaluate(quantity, parts);
-    one.scene.color(one.values, mapOf(this.state, quantity));
+    one.scene.color(one.values, mapOf(this.state, quantity), quantity.kind);
     this.lastColors = performance.now();
     this.colorCost = this.lastColors - now;
   }

@@ -70,7 +70,8 @@ export interface BodyDescription {
   /** how many of the first modes are motions of the rigid body */
   rigidModes: number;
   modes: ModeDescription[];
-  kinds: Partial<Record<KindName, {nodes: number; steps: number; places?: string}>>;
+  /** `steps` on either side of zero, for the first and the second part */
+  kinds: Partial<Record<KindName, {nodes: number; steps: [number, number]; places?: string}>>;
   notes: string[];
 }
 
@@ -98,13 +99,13 @@ export class Field {
   /** where the column of a component begins; -1 for a component of zeros */
   readonly column: number[];
 
-  constructor(readonly steps: Int16Array, readonly rows: number, about: FieldDescription, mostSteps: number) {
+  constructor(readonly steps: Int16Array, readonly rows: number, about: FieldDescription, mostSteps: [number, number]) {
     this.factor = [];
     this.column = [];
     let at = 0;
     for (let c = 0; c < 6; ++c) {
       const part = c < 3 ? 0 : 1;
-      this.factor.push((about.scale[part] ?? 0) / mostSteps);
+      this.factor.push((about.scale[part] ?? 0) / mostSteps[part]);
       this.column.push(about.kept[part] ? at : -1);
       if (about.kept[part]) at += rows;
     }

@@ -27,7 +27,7 @@ function numberOf(cell: string, separator: string): number {
 function modesOf(heads: string[] | null, columns: number, numbers: number[]): number[] {
   if (heads) {
     return heads.map((head) => {
-      const found = head.match(/^[a-z_\s]*(-?\d+)[\s\])]*$/i);
+      const found = head.match(/^[a-z_\s[(]*(-?\d+)[\s\])]*$/i);
       const index = found ? numbers.indexOf(Number(found[1])) : -1;
       if (index < 0) throw new Error(`line 1: the column "${head}" names no mode of this body, such as "${numbers[0] ?? 7}"`);
       return index;

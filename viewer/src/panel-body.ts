@@ -26,6 +26,8 @@ export class BodyPanel {
     rows.push(...row('Units', systemName(about.units)));
     rows.push(...row('Nodes', g.nodes === g.allNodes ? String(g.nodes) : `${g.nodes} of ${g.allNodes} shown`));
     rows.push(...row('Faces', g.innerFaces > 0 ? `${g.faces}, ${g.innerFaces} inner ones left out` : String(g.faces)));
+    const coarse = Math.min(...Object.values(about.kinds).flatMap((kind) => kind.steps));
+    if (coarse < 32767) rows.push(...row('Rounding', `rotations, stress and strain to 1/${coarse} of the largest of a mode`));
     const {mass} = about;
     if (mass) {
       const length = app.factor(view, 'length');

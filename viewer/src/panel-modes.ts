@@ -179,6 +179,9 @@ function product(value: number | null, factor: number): number | null {
 
 /** In hertz, or per time unit of the body where that is unknown. */
 export function frequencyText(mode: ModeDescription, hz: number | null): string {
-  if (hz !== null) return `${brief(hz, 5)} Hz`;
+  if (hz !== null) {
+    const size = Math.abs(hz);
+    return `${size >= 1 && size < 1e5 ? hz.toPrecision(5).replace('-', '\u2212') : brief(hz, 3)} Hz`;
+  }
   return mode.frequency === null ? '\u2013' : `${brief(mode.frequency, 5)} per time unit`;
 }

@@ -11,10 +11,10 @@ const KINDS: [KindName, string, string[], Dimension][] = [
 ];
 
 /** A value that was rounded to steps, with no more digits than it has. */
-export function rounded(value: number, step: number): string {
+export function rounded(value: number, step: number, most = 4): string {
   if (!(step > 0) || Number.isNaN(value) || !Number.isFinite(value)) return brief(value);
   if (Math.abs(value) < step / 2) return '0';
-  const digits = Math.min(Math.max(Math.floor(Math.log10(Math.abs(value) / step)) + 1, 1), 5);
+  const digits = Math.min(Math.max(Math.floor(Math.log10(Math.abs(value) / step)) + 1, 1), most);
   return brief(value, digits);
 }
 
@@ -54,7 +54,11 @@ export class NodePanel {
     const q = app.coordinatesOf(view);
     const rows: HTMLElement[] = [];
     this.texts = [];
-    rows.push(...this.vector('Coordinates', body.coordinates(node).map((value) => value * length), ['x', 'y', 'z'], symbol(units, 'length')));
+    // Places travel as floats relative to the size of the body.
+    const place = body.coordinates(node).map((value) => value * length);
+    this.texts = place.map((value) => rounded(value, body.about.geometry.halfSize * 1.2e-7 * length, 6));
+    rows.push(...this.vector('Coordinates', place, ['x', 'y', 'z'], symbol(units, 'length')));
+    this.texts = [];
     const mass = body.mass(node);
     if (mass !== null) rows.push(h('dt', {}, 'Mass'), h('dd', {}, `${brief(mass * app.factor(view, 'mass'))} ${symbol(units, 'mass')}`));
     rows.push(...(await this.motionRows(view, node, length)));
@@ -89,7 +93,7 @@ export class NodePanel {
     this.texts = move.map((value, c) => rounded(value, six.steps[c] * length));
     const rows = [h('dt', {}, 'Displacement'),
                   h('dd', {}, `${rounded(Math.hypot(...move), six.steps[0] * length)} ${symbol(units, 'length')}`),
-                  ...this.vector('', move, ['x', 'y', 'z'], symbol(units, 'length'))];
+                  ...this.vector('', move, ['x', 'y', 'z'], '')];
     if (six.steps[3] > 0) {
       this.texts = six.values.slice(3).map((value, c) => rounded(value, six.steps[3 + c]));
       rows.push(...this.vector('Rotation', six.values.slice(3), ['x', 'y', 'z'], 'rad'));

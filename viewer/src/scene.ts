@@ -2,7 +2,7 @@
 import * as THREE from 'three';
 import {NO_NUMBER} from './codec';
 import {type ColorMap, table} from './colors';
-import type {Body, Field} from './data';
+import type {Body, Field, KindName} from './data';
 import type {Values} from './fields';
 import {type Drawn, draw} from './geometry';
 import * as shaders from './shaders';
@@ -50,6 +50,9 @@ export class BodyScene {
   private readonly ghostEdges: THREE.LineSegments;
   private readonly points: THREE.Points;
   private readonly interfacePoints: THREE.Points;
+  /** where values are known at a part of the nodes: those nodes as points, since few faces have a color then */
+  private readonly known = new Map<KindName, THREE.Points>();
+  private pixelRatio = 1;
   active: Active[] = [];
   /** what the modal coordinates are multiplied with for the eye */
   scale = 0;
@@ -171,8 +174,20 @@ export class BodyScene {
     set(this.ghost, 'uColor', rgb(colors.ghost));
     set(this.ghostEdges, 'uColor', rgb(colors.ghost));
     set(this.interfacePoints, 'uPlain', rgb(colors.interface));
-    set(this.points, 'uSize', (this.body.nodeCount > 2000 ? 4 : 7) * pixelRatio);
+    this.pixelRatio = pixelRatio;
+    set(this.points, 'uSize', (this.body.nodeCount > 2000 ? 4 : this.body.nodeCount > 20 ? 8 : 12) * pixelRatio);
     set(this.interfacePoints, 'uSize', 5.5 * pixelRatio);
+  }
+
+  private showKnown(kind: KindName | null) {
+    const rows = kind ? this.body.rows[kind] : null;
+    if (kind && rows && !this.known.has(kind)) {
+      const nodes = Array.from(rows.keys()).filter((node) => rows[node] >= 0);
+      const points = this.makePoints(Uint32Array.from(nodes), 6 * this.pixelRatio, this.coloring, 0.0012);
+      this.known.set(kind, points);
+      this.group.add(points);
+    }
+    for (const [one, points] of this.known) points.visible = one === kind;
   }
 
   show(what: {edges: boolean; mesh: boolean; ghost: boolean; interface: boolean}) {
@@ -279,8 +294,9 @@ export class BodyScene {
 
   // ---- color
 
-  color(values: Values | null, map: ColorMap | null) {
+  color(values: Values | null, map: ColorMap | null, kind: KindName | null) {
     this.coloring.uColored.value = values !== null && map !== null;
+    this.showKnown(values ? kind : null);
     if (!values || !map) return;
     (this.colors.image.data as unknown as Uint8Array).set(table(map));
     this.colors.needsUpdate = true;

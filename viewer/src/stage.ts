@@ -31,7 +31,7 @@ export interface StageColors {
 
 const FIELD_OF_VIEW = 26;
 /** in pixels */
-const LEGEND_WIDTH = 90;
+const LEGEND_WIDTH = 100;
 
 export class Stage {
   readonly canvas: HTMLCanvasElement;
@@ -75,8 +75,7 @@ export class Stage {
       uniforms: {top: {value: new THREE.Vector3()}, bottom: {value: new THREE.Vector3()}}, depthTest: false, depthWrite: false,
       vertexShader: 'varying vec2 at; void main() { at = position.xy; gl_Position = vec4(position.xy, 0.0, 1.0); }',
       fragmentShader: `uniform vec3 top; uniform vec3 bottom; varying vec2 at;
-        float grain(vec2 p) { return fract(sin(dot(p, vec2(12.9898, 78.233))) * 43758.5453) / 255.0; }
-        void main() { gl_FragColor = vec4(mix(bottom, top, smoothstep(-1.1, 1.0, at.y)) + grain(gl_FragCoord.xy) - 0.5 / 255.0, 1.0); }`,
+        void main() { gl_FragColor = vec4(mix(bottom, top, smoothstep(-1.1, 1.0, at.y)), 1.0); }`,
     });
     const quad = new THREE.Mesh(new THREE.PlaneGeometry(2, 2), this.backdropMaterial);
     quad.frustumCulled = false;

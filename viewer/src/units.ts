@@ -73,8 +73,9 @@ export function brief(value: number | null | undefined, digits = 4): string {
   if (!Number.isFinite(value)) return value > 0 ? '\u221e' : '\u2212\u221e';
   if (value === 0) return '0';
   const size = Math.abs(value);
-  const text = size >= 1e6 || size < 1e-3 ? value.toExponential(digits - 1) : value.toPrecision(digits);
-  const plain = text.includes('e') ? powerOfTen(text) : text.includes('.') ? text.replace(/\.?0+$/, '') : text;
+  const wide = size >= 1e6 || size < 1e-3;
+  const text = wide ? value.toExponential(digits - 1) : value.toPrecision(digits);
+  const plain = wide ? powerOfTen(text) : text.includes('e') ? String(Number(text)) : text.includes('.') ? text.replace(/\.?0+$/, '') : text;
   return plain.replace(/^-/, '\u2212');
 }
 

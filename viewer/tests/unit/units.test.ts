@@ -45,4 +45,6 @@ test('numbers are short and say when there is none', () => {
   assert.equal(brief(Infinity), '\u221e');
   assert.equal(brief(0), '0');
   assert.equal(brief(100), '100');
+  assert.equal(brief(12.3, 1), '10', 'few digits are no reason for a power of ten');
+  assert.equal(brief(61500, 3), '61500');
 });
