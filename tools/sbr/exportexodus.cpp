@@ -4,7 +4,7 @@
 // is made by the format's own library.
 #include "export.h"
 
-#ifndef SBR_HAS_EXODUS
+#ifndef SBRKIT_HAVE_EXODUS
 
 namespace sbrtool {
 

@@ -5,8 +5,10 @@
 #include <filesystem>
 #include <iostream>
 
-#include "calculix/job.h"
 #include "commandline.h"
+#include "common/report.h"
+#include "common/text_input.h"
+#include "registry/importers.h"
 #include "session.h"
 #include "unitsystems.h"
 #include "writing.h"
@@ -14,14 +16,9 @@
 namespace sbrtool {
 namespace {
 
-using sbrtranslate::ImportOptions;
+using sbrtranslate::ImporterEntry;
+using sbrtranslate::ImporterOption;
 using sbrtranslate::ImportReport;
-using sbrtranslate::ShellSide;
-using sbrtranslate::Where;
-
-const std::map<std::string, Where> kPlaces = {{"none", Where::none}, {"surface", Where::surface}, {"all", Where::all}};
-const std::map<std::string, ShellSide> kSides = {
-    {"top", ShellSide::top}, {"middle", ShellSide::middle}, {"bottom", ShellSide::bottom}};
 
 std::string vector_text(const sbrtranslate::Vec3 &v) { return brief(v[0]) + ", " + brief(v[1]) + ", " + brief(v[2]); }
 
@@ -39,6 +36,7 @@ void print_masses(const ImportReport &report) {
                    std::to_string(model.surface_face_count) + " of " + std::to_string(model.face_count) +
                    " faces on the surface");
   line("Volume", brief(model.volume, 9));
+  if (!model.has_masses) return line("Mass", "not known");
   line("Mass", brief(model.exact.mass, 9) + "  (sum of the nodal masses " + brief(model.lumped.mass, 9) + ")");
   line("Center of mass", vector_text(model.exact.centre()));
   line("Inertia", brief(mesh[0]) + ", " + brief(mesh[4]) + ", " + brief(mesh[8]) +
@@ -167,6 +165,7 @@ Json summary_of(const ImportReport &report, const Written &written, const std::s
   const auto centre = model.exact.centre();
   const auto inertia = model.exact.inertia(centre);
   const auto lumped = model.lumped.inertia(model.lumped.centre());
+  const auto known = [&](const Json &value) { return model.has_masses ? value : Json(nullptr); };
   Json modes = Json::array();
   for (const WrittenMode &mode : written.modes)
     modes.push_back({{"number", mode.number},
@@ -187,11 +186,11 @@ Json summary_of(const ImportReport &report, const Written &written, const std::s
           {"faces", model.face_count},
           {"surface_faces", model.surface_face_count},
           {"volume", finite(model.volume)},
-          {"mass", finite(model.exact.mass)},
-          {"nodal_mass", finite(model.lumped.mass)},
-          {"center_of_mass", finite(centre.data(), 3)},
-          {"inertia", finite(inertia.data(), 9)},
-          {"nodal_inertia", finite(lumped.data(), 9)},
+          {"mass", known(finite(model.exact.mass))},
+          {"nodal_mass", known(finite(model.lumped.mass))},
+          {"center_of_mass", known(finite(centre.data(), 3))},
+          {"inertia", known(finite(inertia.data(), 9))},
+          {"nodal_inertia", known(finite(lumped.data(), 9))},
           {"constraint_modes", report.constraint_modes},
           {"normal_modes", report.normal_modes},
           {"modes", modes},
@@ -200,27 +199,14 @@ Json summary_of(const ImportReport &report, const Written &written, const std::s
 }
 
 struct Request {
-  ImportOptions import;
+  std::unique_ptr<sbrtranslate::Importer> importer;
+  std::string input;
   std::string output;
   WriteOptions write;
-  std::string units = "mm-t-s-N";
+  std::string units;
   bool all_faces = false;
-  std::vector<std::string> matrices;
   bool json = false;
 };
-
-void take_matrices(Request &request) {
-  const bool limits = request.import.normal || request.import.max_hz;
-  if (request.matrices.empty()) {
-    if (limits) throw Failure(kUsage, "--normal and --max-hz belong to --matrices");
-    return;
-  }
-  if (!limits) throw Failure(kUsage, "--matrices needs --normal or --max-hz");
-  if (request.matrices.size() != 3)
-    throw Failure(kUsage, "--matrices: three files are needed, JOB.mas,JOB.sti,JOB.dof, not " +
-                              std::to_string(request.matrices.size()));
-  request.import.matrices = sbrtranslate::MatrixFiles{request.matrices[0], request.matrices[1], request.matrices[2]};
-}
 
 // The modes of a reduction are known when the library has made them orthogonal. Where nodes were dropped by then, the
 // figures that need all of them are not.
@@ -236,24 +222,30 @@ void judge_reduction(SBR body, ImportReport &report) {
   sbrtranslate::judge_modes(report);
 }
 
-void import_job(Request request) {
-  take_matrices(request);
-  if (std::filesystem::is_directory(request.output)) throw Failure(kUsage, request.output + ": is a directory");
+sbrtranslate::ImportInput input_of(const Request &request) {
+  sbrtranslate::ImportInput input;
+  input.path = request.input;
+  if (request.units.empty()) return input;
   const UnitSystem units = unit_system(request.units);
-  request.import.units = {units.mass, units.length, units.time, units.force};
+  input.units = sbrtranslate::UnitLabels{units.mass, units.length, units.time, units.force};
+  return input;
+}
+
+void import_body(Request &request) {
+  if (std::filesystem::is_directory(request.output)) throw Failure(kUsage, request.output + ": is a directory");
   // The faces between elements are of no use to a solver, unless they are asked for.
   request.write.strip_faces = !request.all_faces;
   ImportReport report;
   sbrtranslate::BodyHandle body;
   try {
-    body = sbrtranslate::import_ccx(request.import, report);
+    body = request.importer->run(input_of(request), report);
   } catch (const sbrtranslate::InputError &problem) {
     throw Failure(kUnreadable, problem.what());
   } catch (const std::invalid_argument &problem) {
     throw Failure(kUsage, problem.what());
   }
   write_record(body.get(), "", request.output, request.write, Errors::fail);
-  if (request.import.matrices) judge_reduction(body.get(), report);
+  if (report.constraint_modes + report.normal_modes > 0) judge_reduction(body.get(), report);
   // The writer numbers the modes that it exports from 1, and the body keeps the numbers.
   const int first = SBR_ModeIndex(body.get(), 1);
   const Written written = read_back(request.output, report, static_cast<std::size_t>(std::max(first, 0)));
@@ -271,49 +263,68 @@ void import_job(Request request) {
 
 namespace {
 
-void add_ccx_options(CLI::App &ccx, Request &request) {
-  ImportOptions &options = request.import;
-  ccx.add_option("JOB.inp", options.deck, "The deck")->required();
-  ccx.add_option("-o,--output", request.output, "The record to be written")->type_name("OUT.sbr")->required();
-  ccx.add_option("--frd", options.frd, "The results; by default JOB.frd or JOB.frd.gz beside the deck")
-      ->type_name("FILE");
-  ccx.add_option("--dat", options.dat, "The eigenvalue table; by default JOB.dat or JOB.dat.gz, if there is one")
-      ->type_name("FILE");
-  ccx.add_option("--units", request.units, "Units of the deck: " + unit_system_names() + ", or MASS,LENGTH,TIME,FORCE")
+// Binds one option of an importer to the command line.
+struct AddOption {
+  CLI::App &command;
+  const ImporterOption &option;
+
+  CLI::Option *operator()(std::string *target) const { return text(*target); }
+  CLI::Option *operator()(std::optional<std::string> *target) const { return text(*target); }
+  CLI::Option *operator()(std::vector<std::string> *target) const {
+    return as_list(command.add_option(option.name, *target, option.description))->type_name(option.value);
+  }
+  CLI::Option *operator()(std::optional<int> *target) const {
+    CLI::Option *added = command.add_option(option.name, *target, option.description);
+    return option.least > 0 ? above_zero(added) : added->check(CLI::NonNegativeNumber);
+  }
+  CLI::Option *operator()(std::optional<double> *target) const {
+    CLI::Option *added = command.add_option(option.name, *target, option.description);
+    if (option.above_zero) above_zero(added);
+    return option.value.empty() ? added : added->type_name(option.value);
+  }
+  CLI::Option *operator()(bool *target) const { return command.add_flag(option.name, *target, option.description); }
+  CLI::Option *operator()(const ImporterOption::Choice &choice) const {
+    return command.add_option_function<std::string>(option.name, choice.set, option.description)
+        ->check(CLI::IsMember(choice.words));
+  }
+
+ private:
+  template <class Text>
+  CLI::Option *text(Text &target) const {
+    return command.add_option(option.name, target, option.description)->type_name(option.value);
+  }
+};
+
+void add_importer(CLI::App &import, const ImporterEntry &entry) {
+  const auto request = std::make_shared<Request>();
+  request->importer = entry.make();
+  CLI::App *command = import.add_subcommand(entry.name, entry.summary);
+  command->add_option(entry.input, request->input, entry.input_text)->required();
+  command->add_option("-o,--output", request->output, "The record to be written")->type_name("OUT.sbr")->required();
+  for (const ImporterOption &option : request->importer->options()) {
+    CLI::Option *added = std::visit(AddOption{*command, option}, option.target);
+    if (!option.standard.empty()) added->default_str(option.standard);
+    if (option.is_required) added->required();
+  }
+  command
+      ->add_option("--units", request->units,
+                   "Units of the input: " + unit_system_names() + ", or MASS,LENGTH,TIME,FORCE")
       ->type_name("SYSTEM")
-      ->capture_default_str();
-  as_list(ccx.add_option("--interface", options.interfaces, "Node sets that become the interface nodes"))
-      ->type_name("SET,...");
-  ccx.add_option("--stress", options.stress, "Nodes with modal stress; by default those at the surface")
-      ->transform(CLI::CheckedTransformer(kPlaces));
-  ccx.add_option("--strain", options.strain, "Nodes with modal strain; by default none")
-      ->transform(CLI::CheckedTransformer(kPlaces));
-  ccx.add_option("--shell-side", options.shell_side, "Side of shells that stress and strain are taken from")
-      ->transform(CLI::CheckedTransformer(kSides))
-      ->default_str("top");
-  above_zero(ccx.add_option("--modes", options.modes, "Take the first N modes only"));
-  as_list(ccx.add_option("--matrices", request.matrices, "Reduce the solver's matrices instead"))
-      ->type_name("JOB.mas,JOB.sti,JOB.dof");
-  ccx.add_option("--normal", options.normal, "With --matrices: add N fixed-interface normal modes")
-      ->check(CLI::NonNegativeNumber);
-  above_zero(ccx.add_option("--max-hz", options.max_hz, "With --matrices: add the normal modes up to this frequency"))
-      ->type_name("HZ");
-  ccx.add_flag("--all-faces", request.all_faces, "Keep the faces that two elements share");
-  ccx.add_flag("--json", request.json, "Print the summary as JSON");
-  add_write_options(ccx, request.write);
-  ccx.remove_option(ccx.get_option("--strip-faces"));  // the rule here
+      ->default_str(entry.units);
+  command->add_flag("--all-faces", request->all_faces, "Keep the faces that two elements share");
+  command->add_flag("--json", request->json, "Print the summary as JSON");
+  add_write_options(*command, request->write);
+  command->remove_option(command->get_option("--strip-faces"));  // the rule here
+  command->callback([request] { import_body(*request); });
 }
 
 }  // namespace
 
 void add_import_commands(CLI::App &app, int &exit_code) {
   (void)exit_code;
-  const auto request = std::make_shared<Request>();
   CLI::App *import = app.add_subcommand("import", "Make a record from the results of a finite-element run");
   import->require_subcommand(1);
-  CLI::App *ccx = import->add_subcommand("ccx", "From a CalculiX job: deck, .frd and .dat, or deck and matrices");
-  add_ccx_options(*ccx, *request);
-  ccx->callback([request] { import_job(*request); });
+  for (const ImporterEntry &entry : sbrtranslate::importers()) add_importer(*import, entry);
 }
 
 }  // namespace sbrtool

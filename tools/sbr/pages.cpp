@@ -1,6 +1,7 @@
 // What the commands' definitions do not say: explanations, and lines to try.
 #include "blocknames.h"
 #include "commandtext.h"
+#include "registry/importers.h"
 
 namespace sbrtool {
 namespace {
@@ -135,13 +136,6 @@ const std::vector<Page> &pages() {
        "Masses are lumped at the nodes; shapes, stress and strain are taken over from the results.",
        {{"sbr import ccx rod.inp -o rod.sbr --units mm-t-s-N --interface LEFT,RIGHT",
          "Deck and results of a CalculiX job, with two node sets as interfaces."}}},
-      {"import ccx",
-       "The deck is read with its results JOB.frd and JOB.dat, plain or packed. With --matrices the solver's own mass "
-       "and stiffness matrices are reduced to the interface nodes instead, with fixed-interface normal modes.",
-       {{"sbr import ccx rod.inp --frd rod.frd.gz -o rod.sbr --interface LEFT,RIGHT --stress all",
-         "Results that stand elsewhere, stress at all nodes."},
-        {"sbr import ccx rod.inp --matrices rod.mas,rod.sti,rod.dof --normal 10 --interface LEFT -o rod.sbr",
-         "A reduction with 10 normal modes."}}},
       {"db",
        "The database library Qsrv_22_2 is looked for in KTX_USER_PLUGIN_DIR; without that variable the store that "
        "comes "
@@ -167,6 +161,8 @@ const std::vector<Page> &pages() {
 }  // namespace
 
 Page page_of(const std::string &command) {
+  for (const auto &importer : sbrtranslate::importers())
+    if (command == "import " + importer.name) return {command, importer.details, importer.examples};
   for (const Page &page : pages())
     if (page.command == command) return page;
   return {command, "", {}};

@@ -13,7 +13,6 @@
 
 namespace sbrtranslate {
 
-enum class Where { none, surface, all };
 // Which side of a shell's expanded results its stress and strain are taken from.
 enum class ShellSide { top, middle, bottom };
 

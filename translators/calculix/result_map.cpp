@@ -222,10 +222,11 @@ void ResultMap::begin_mode(const ResultSet &set, const Place &place) {
 
 bool ResultMap::begin_set(const ResultSet &set, const Place &place) {
   if (set.mode > most_modes_) return false;
-  if (receiver_ == nullptr)
+  if (receiver_ == nullptr) {
     begin_mode(set, place);
-  else if (!receiver_->wants(set.kind))
     return false;
+  }
+  if (!receiver_->wants(set.kind)) return false;
   set_ = set;
   ++set_count_;
   return true;
@@ -285,7 +286,6 @@ void ResultMap::add_side(const Pair &pair, double *six) const {
 
 void ResultMap::end_set(const Place &place) {
   check_complete(place);
-  if (receiver_ == nullptr) return;
   const bool shape = set_.kind == ResultKind::displacement;
   std::fill(values_.begin(), values_.end(), 0.0);
   for (std::size_t i = 0; i < pairs_.size();) {

@@ -19,7 +19,7 @@ struct SurveyedMode {
   long line = 0;  // of the head of its displacement
 };
 
-// What the results hold, after all of the file has been read and checked once.
+// What the results hold, by the heads of their sets.
 struct Survey {
   std::vector<SurveyedMode> modes;
   bool stress = false;  // of each mode
@@ -41,9 +41,9 @@ class ResultMap : private ResultHandler {
   ResultMap(const Model &model, ShellSide side, std::optional<int> modes)
       : model_(model), side_(side), most_modes_(modes.value_or(1 << 30)) {}
 
-  // Reads the file once: the mesh has to be that of the model, every mode complete.
+  // Reads the mesh, which has to be that of the model, and the heads of all sets.
   Survey survey(const std::string &path);
-  // Reads it again and hands out set after set. One set is held at a time.
+  // Reads the values and hands out set after set, each complete. One set is held at a time.
   void feed(const std::string &path, ResultReceiver &receiver);
   // Whether shells came without their expansion.
   [[nodiscard]] bool missing_rotations() const { return missing_rotations_; }
@@ -58,6 +58,7 @@ class ResultMap : private ResultHandler {
     double thickness = 0.0;
   };
 
+  [[nodiscard]] bool wants_mesh() const override { return receiver_ == nullptr; }
   void node(int id, const Vec3 &xyz, const Place &place) override;
   void element(int id, int type, std::span<const int> nodes, const Place &place) override;
   void mesh_done(const Place &place) override;

@@ -1,6 +1,13 @@
 #include "calculix/results.h"
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <cmath>
+
+#include "calculix/value_block.h"
+#include "common/fixed_real.h"
+#include "common/progress.h"
 
 namespace sbrtranslate {
 namespace {
@@ -28,15 +35,21 @@ class FrdReader {
   int components();
   bool is_record(const char *key) const { return line_.substr(0, 3) == key; }
   std::size_t take_reals(std::string_view text, std::size_t most, double *values) const;
-  void read_values(int stored, bool wanted);
-  void skip_values();
+  void read_values(std::size_t stored);
+  void skip_values(std::size_t stored);
+  void skip_block(const char *where);
+  std::optional<ValueBlock> block_ahead(std::size_t count);
+  void take_block(const ValueBlock &block);
+  bool take_fixed(std::size_t stored, int &id, double *values) const;
 
   LineReader reader_;
   ResultHandler &handler_;
+  Progress progress_;
   std::string_view line_;
   std::size_t id_width_ = 10;
   bool mesh_done_ = false;
   ResultSet set_;
+  long nodes_ = 0;  // of the present set, as its head says
   bool modal_ = false;
 };
 
@@ -90,6 +103,7 @@ void FrdReader::read_nodes() {
   const long count = whole(columns(line_, 24, 12), "a node count");
   const auto words = split_words(line_);
   take_format(words.size() > 2 ? words.back() : std::string_view());
+  if (!handler_.wants_mesh()) return skip_block("the nodes");
   long read = 0;
   for (expect_line("the nodes"); !is_record(" -3"); expect_line("the nodes")) {
     if (!is_record(" -1")) reader_.fail("a node (-1) or the end of the nodes (-3) expected");
@@ -108,6 +122,7 @@ void FrdReader::read_elements() {
   static constexpr int kNodes[13] = {0, 8, 6, 4, 20, 15, 10, 3, 6, 4, 8, 2, 3};
   const auto words = split_words(line_);
   take_format(words.size() > 2 ? words.back() : std::string_view());
+  if (!handler_.wants_mesh()) return skip_block("the elements");
   std::vector<int> nodes;
   expect_line("the elements");
   while (!is_record(" -3")) {
@@ -159,20 +174,82 @@ int FrdReader::components() {
   return stored;
 }
 
-void FrdReader::skip_values() {
-  for (expect_line("a result"); !is_record(" -3"); expect_line("a result"))
+// The lines of one length that follow, as many as the head says, when the block ends right behind them.
+std::optional<ValueBlock> FrdReader::block_ahead(std::size_t count) {
+  if (reader_.descriptor() < 0 || nodes_ < 1) return std::nullopt;
+  ValueBlock block;
+  block.descriptor = reader_.descriptor();
+  block.begin = reader_.position();
+  block.lines = nodes_;
+  block.id_width = id_width_;
+  block.count = count;
+  const std::size_t length = 3 + id_width_ + 12 * count;
+  char text[128];
+  const auto at = [&](std::uint64_t from, std::size_t bytes) {
+    return pread(block.descriptor, text, bytes, static_cast<off_t>(from)) == static_cast<ssize_t>(bytes);
+  };
+  if (!at(block.begin, length + 2)) return std::nullopt;
+  if (text[length] == '\n')
+    block.stride = length + 1;
+  else if (text[length] == '\r' && text[length + 1] == '\n')
+    block.stride = length + 2;
+  else
+    return std::nullopt;
+  if (static_cast<std::uint64_t>(block.lines) > reader_.size() / block.stride) return std::nullopt;
+  const std::uint64_t end = block.begin + static_cast<std::uint64_t>(block.lines) * block.stride;
+  if (!at(end - 1, 4) || std::string_view(text, 4) != "\n -3") return std::nullopt;
+  return block;
+}
+
+void FrdReader::skip_block(const char *where) {
+  for (expect_line(where); !is_record(" -3"); expect_line(where))
     if (!is_record(" -1") && !is_record(" -2")) reader_.fail("a value (-1) or the end of the result (-3) expected");
 }
 
-void FrdReader::read_values(int stored, bool wanted) {
+void FrdReader::skip_values(std::size_t stored) {
+  if (const auto block = block_ahead(stored))
+    reader_.go_to(block->begin + static_cast<std::uint64_t>(block->lines) * block->stride,
+                  reader_.line() + block->lines);
+  skip_block("a result");
+}
+
+// Hands out the lines of fixed form; the reader goes on behind them.
+void FrdReader::take_block(const ValueBlock &block) {
+  const long first = reader_.line();
+  Place place = reader_.place();
+  const long given = read_value_block(block, [&](long line, int node, std::span<const double> values) {
+    place.line = first + line + 1;
+    if ((line & 0x3FFF) == 0) progress_.at(block.begin + static_cast<std::uint64_t>(line) * block.stride);
+    handler_.value(node, values, place);
+  });
+  reader_.go_to(block.begin + static_cast<std::uint64_t>(given) * block.stride, first + given);
+}
+
+bool FrdReader::take_fixed(std::size_t stored, int &id, double *values) const {
+  const std::size_t start = 3 + id_width_;
+  if (line_.size() != start + 12 * stored || !read_whole(line_.data() + 3, id_width_, id)) return false;
+  for (std::size_t i = 0; i < stored; ++i)
+    if (!read_e12_5(line_.data() + start + 12 * i, values[i])) return false;
+  return true;
+}
+
+void FrdReader::read_values(std::size_t stored) {
+  progress_.begin(reader_.position(), reader_.size());
+  if (const auto block = block_ahead(stored)) take_block(*block);
   double values[6];
+  Place place = reader_.place();
   for (expect_line("a result"); !is_record(" -3"); expect_line("a result")) {
     if (!is_record(" -1")) reader_.fail("a value (-1) or the end of the result (-3) expected");
-    const int id = whole(columns(line_, 3, id_width_), "a node number");
-    const std::string_view rest = line_.size() > 3 + id_width_ ? line_.substr(3 + id_width_) : std::string_view();
-    if (take_reals(rest, static_cast<std::size_t>(stored), values) != static_cast<std::size_t>(stored))
-      reader_.fail("node " + std::to_string(id) + ": " + std::to_string(stored) + " values expected");
-    if (wanted) handler_.value(id, std::span<const double>(values, static_cast<std::size_t>(stored)), reader_.place());
+    place.line = reader_.line();
+    if ((place.line & 0x3FFF) == 0) progress_.at(reader_.position());
+    int id = 0;
+    if (!take_fixed(stored, id, values)) {
+      id = whole(columns(line_, 3, id_width_), "a node number");
+      const std::string_view rest = line_.size() > 3 + id_width_ ? line_.substr(3 + id_width_) : std::string_view();
+      if (take_reals(rest, stored, values) != stored)
+        reader_.fail("node " + std::to_string(id) + ": " + std::to_string(stored) + " values expected");
+    }
+    handler_.value(id, std::span<const double>(values, stored), place);
   }
 }
 
@@ -183,6 +260,7 @@ void FrdReader::read_result() {
   }
   const Place head = reader_.place();
   if (const auto hz = to_double(columns(line_, 12, 12))) set_.hz = *hz;
+  nodes_ = to_int(columns(line_, 24, 12)).value_or(0);
   const auto words = split_words(line_);
   take_format(words.back());
   expect_line("the head of a result");
@@ -190,17 +268,17 @@ void FrdReader::read_result() {
   const std::string name(columns(line_, 5, 8));
   const bool known = name == "DISP" || name == "STRESS" || name == "TOSTRAIN";
   if (!modal_ || !known) {
-    components();
-    skip_values();
+    skip_values(static_cast<std::size_t>(std::clamp(components(), 0, 6)));
     return;
   }
   set_.kind = name == "DISP" ? ResultKind::displacement : name == "STRESS" ? ResultKind::stress : ResultKind::strain;
   const int stored = components();
   if (stored != (set_.kind == ResultKind::displacement ? 3 : 6))
     reader_.fail(name + " with " + std::to_string(stored) + " components");
-  const bool wanted = handler_.begin_set(set_, head);
-  read_values(stored, wanted);
-  if (wanted) handler_.end_set(reader_.place());
+  const auto count = static_cast<std::size_t>(stored);
+  if (!handler_.begin_set(set_, head)) return skip_values(count);
+  read_values(count);
+  handler_.end_set(reader_.place());
 }
 
 void FrdReader::read() {

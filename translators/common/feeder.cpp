@@ -31,6 +31,7 @@ void feed_model(SBR body, const Model &model, const UnitLabels &units, const std
       "the header texts");
   for (const BodyNode &node : model.nodes) {
     require(SBR_SetNodeCoordinates(body, node.id, node.place[0], node.place[1], node.place[2]), "a node");
+    if (!model.has_masses) continue;
     require(SBR_SetNodalMass(body, node.id, node.mass), "a nodal mass");
     const auto &i = node.inertia;
     if (node.shell) require(SBR_SetNodalInertia(body, node.id, i[0], i[1], i[2], i[3], i[4], i[5]), "a nodal inertia");

@@ -34,6 +34,7 @@ struct Model {
   Moments lumped;       // of the nodal masses
   double extent = 0.0;  // the longest side of the box around the nodes
   bool has_shells = false;
+  bool has_masses = true;  // false: the masses are weights of density 1 and stay out of the body
 
   [[nodiscard]] int node_position(int id) const;
 };

@@ -15,6 +15,7 @@ void judge_model(ImportReport &report) {
                               std::to_string(model.left_out.front()));
   if (model.pieces > 1)
     report.warnings.push_back("the mesh falls into " + std::to_string(model.pieces) + " pieces that share no node");
+  if (!model.has_masses) return;
   const auto exact = model.exact.inertia(model.exact.centre());
   const auto lumped = model.lumped.inertia(model.lumped.centre());
   for (std::size_t k = 0; k < 3; ++k)

@@ -11,6 +11,9 @@
 
 namespace sbrtranslate {
 
+// At which nodes a kind of result is taken.
+enum class Where { none, surface, all };
+
 struct ModeReport {
   int number = 0;
   double eigenvalue = 0.0;

@@ -1,5 +1,8 @@
 #include "common/text_input.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <zlib.h>
 
 #include <cerrno>
@@ -27,13 +30,63 @@ InputError::InputError(const Place &place, const std::string &text) : std::runti
 LineReader::LineReader(std::string path) : path_(std::move(path)), buffer_(kChunk) {
   if (std::filesystem::is_directory(path_)) fail("is a directory, not a text file");
   errno = 0;
-  file_ = gzopen(path_.c_str(), "rb");
-  if (file_ == nullptr) fail(errno != 0 ? std::strerror(errno) : "cannot be opened");
+  const int descriptor = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) fail(errno != 0 ? std::strerror(errno) : "cannot be opened");
+  struct stat facts = {};
+  unsigned char magic[2] = {};
+  if (fstat(descriptor, &facts) == 0 && S_ISREG(facts.st_mode)) {
+    size_ = static_cast<std::uint64_t>(facts.st_size);
+    const bool packed = pread(descriptor, magic, 2, 0) == 2 && magic[0] == 0x1f && magic[1] == 0x8b;
+    if (!packed) {
+      plain_ = descriptor;
+      return;
+    }
+  }
+  file_ = gzdopen(descriptor, "rb");
+  if (file_ == nullptr) {
+    close(descriptor);
+    fail("cannot be opened");
+  }
   gzbuffer(static_cast<gzFile>(file_), static_cast<unsigned>(kChunk));
 }
 
 LineReader::~LineReader() {
   if (file_ != nullptr) gzclose(static_cast<gzFile>(file_));
+  if (plain_ >= 0) close(plain_);
+}
+
+std::uint64_t LineReader::position() const {
+  if (plain_ >= 0) return read_ - (end_ - begin_);
+  const auto offset = gzoffset(static_cast<gzFile>(file_));
+  return offset > 0 ? static_cast<std::uint64_t>(offset) : 0;
+}
+
+void LineReader::go_to(std::uint64_t position, long line) {
+  read_ = position;
+  begin_ = end_ = 0;
+  line_ = line;
+}
+
+std::size_t LineReader::read_plain(char *to, std::size_t most) {
+  ssize_t count = -1;
+  do {
+    count = pread(plain_, to, most, static_cast<off_t>(read_));
+  } while (count < 0 && errno == EINTR);
+  if (count < 0) fail(std::strerror(errno));
+  read_ += static_cast<std::uint64_t>(count);
+  return static_cast<std::size_t>(count);
+}
+
+std::size_t LineReader::read_packed(char *to, std::size_t most) {
+  auto *file = static_cast<gzFile>(file_);
+  const int count = gzread(file, to, static_cast<unsigned>(most));
+  int code = Z_OK;
+  const char *text = gzerror(file, &code);
+  if (count < 0 || (code != Z_OK && code != Z_STREAM_END)) {
+    if (code == Z_BUF_ERROR) fail("the packed file ends too early");
+    fail(code == Z_ERRNO ? std::strerror(errno) : std::string("the packed file is damaged: ") + text);
+  }
+  return static_cast<std::size_t>(count);
 }
 
 // Brings more bytes behind those that are still to be read; false at the end of the file.
@@ -45,15 +98,9 @@ bool LineReader::fill() {
   }
   if (end_ > kLongestLine) fail("a line of more than a million characters: not a text file");
   if (buffer_.size() - end_ < kChunk) buffer_.resize(end_ + kChunk);
-  auto *file = static_cast<gzFile>(file_);
-  const int count = gzread(file, buffer_.data() + end_, static_cast<unsigned>(kChunk));
-  int code = Z_OK;
-  const char *text = gzerror(file, &code);
-  if (count < 0 || (code != Z_OK && code != Z_STREAM_END)) {
-    if (code == Z_BUF_ERROR) fail("the packed file ends too early");
-    fail(code == Z_ERRNO ? std::strerror(errno) : std::string("the packed file is damaged: ") + text);
-  }
-  end_ += static_cast<std::size_t>(count);
+  const std::size_t count =
+      plain_ >= 0 ? read_plain(buffer_.data() + end_, kChunk) : read_packed(buffer_.data() + end_, kChunk);
+  end_ += count;
   return count > 0;
 }
 

@@ -3,6 +3,7 @@
 #ifndef SBRKIT_TRANSLATORS_COMMON_TEXT_INPUT_H
 #define SBRKIT_TRANSLATORS_COMMON_TEXT_INPUT_H
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -39,15 +40,27 @@ class LineReader {
   [[nodiscard]] Place place() const { return {path_, line_}; }
   [[nodiscard]] const std::string &path() const { return path_; }
   [[nodiscard]] long line() const { return line_; }
+  // Plain files are open under this descriptor, for reading by place; packed ones and pipes have -1.
+  [[nodiscard]] int descriptor() const { return plain_; }
+  // The size of the file on disk, and how many of these bytes have been read.
+  [[nodiscard]] std::uint64_t size() const { return size_; }
+  [[nodiscard]] std::uint64_t position() const;
+  // Goes on at another place of a plain file, the start of the line behind line `line`.
+  void go_to(std::uint64_t position, long line);
   // Ends the reading with an input error at the present line.
   [[noreturn]] void fail(const std::string &text) const { throw InputError(place(), text); }
 
  private:
   bool fill();
+  std::size_t read_plain(char *to, std::size_t most);
+  std::size_t read_packed(char *to, std::size_t most);
 
   std::string path_;
   long line_ = 0;
-  void *file_ = nullptr;
+  void *file_ = nullptr;  // of zlib; null for a plain file
+  int plain_ = -1;
+  std::uint64_t size_ = 0;
+  std::uint64_t read_ = 0;  // of a plain file: bytes that are in the buffer or have been
   std::vector<char> buffer_;
   std::size_t begin_ = 0;
   std::size_t end_ = 0;
