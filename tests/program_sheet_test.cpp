@@ -56,21 +56,22 @@ TEST_F(ProgramSheetTest, ASheetHasTheFiguresOfTheRecord) {
   EXPECT_NE(section(html, "Findings of sbr check").find("sound"), std::string::npos);
 }
 
-// A free body has all of its mass and inertia in its rigid-body modes.
-TEST_F(ProgramSheetTest, EffectiveMassesOfAFreeBodyComeToItsMassAndInertia) {
-  for (const char *name : {"beam_13c", "conrod_13c"}) {
-    // Writing makes the modes orthonormal under the nodal masses; the finite-element run had another mass matrix.
-    ASSERT_EQ(sbr("write " + sample(name) + " written.sbr").code, 0);
-    const std::string text = section(page("written.sbr"), "Modal effective mass");
-    std::smatch sums;
-    ASSERT_TRUE(std::regex_search(
-        text, sums,
-        std::regex("all\\s+([0-9.]+) %\\s+([0-9.]+) %\\s+([0-9.]+) %\\s+([0-9.]+) %\\s+([0-9.]+) %\\s+([0-9.]+) %")))
+// A free body has all of its mass and inertia in its rigid-body modes, as far as their generalized masses are those of
+// the nodal masses. These records have them from a consistent mass matrix: the sums over the nodes of m r x phi,
+// squared, come to more than the inertia (worked out from the tables by NumPy: 1.30645, 1.00104, 1.00089
+// and 1.00979, 1.00087, 1.00086).
+TEST_F(ProgramSheetTest, EffectiveMassesOfAFreeBodyComeToItsMass) {
+  const std::map<std::string, std::vector<std::string>> sums = {
+      {"beam_13c", {"100.0", "100.0", "100.0", "130.6", "100.1", "100.1"}},
+      {"conrod_13c", {"100.0", "100.0", "100.0", "101.0", "100.1", "100.1"}}};
+  for (const auto &[name, wanted] : sums) {
+    const std::string text = section(page(sample(name)), "Modal effective mass");
+    std::smatch found;
+    const std::string cell = "([0-9.]+) %\\s+";
+    ASSERT_TRUE(std::regex_search(text, found, std::regex("all\\s+" + cell + cell + cell + cell + cell + cell)))
         << text;
-    for (std::size_t c = 1; c <= 6; ++c) EXPECT_EQ(sums[c], "100.0") << name << ' ' << c << text;
-    EXPECT_EQ(text.find("More than all of it"), std::string::npos) << text;
-    EXPECT_NE(section(page(std::string(name) + ".sbr"), "Modal effective mass").find("More than all of it"),
-              std::string::npos);
+    for (std::size_t c = 0; c < 6; ++c) EXPECT_EQ(found[c + 1], wanted[c]) << name << ' ' << c;
+    EXPECT_NE(text.find("More than all of it"), std::string::npos) << text;
   }
 }
 

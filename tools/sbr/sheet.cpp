@@ -128,7 +128,7 @@ std::string more_than_all(const std::array<double, 6> &sums) {
   if (std::none_of(sums.begin(), sums.end(), [](double sum) { return sum > 1.005; })) return "";
   return "<p class=\"warning\">More than all of it: the generalized masses come from another mass matrix than the "
          "nodal "
-         "masses. 'sbr write' makes the modes orthonormal under the latter.</p>\n";
+         "masses.</p>\n";
 }
 
 std::string effective_table(SBR body) {
