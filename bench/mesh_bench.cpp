@@ -105,12 +105,17 @@ void BM_Coarsen(benchmark::State &state) {
   report(state, quads.faces.size());
 }
 
+std::vector<int> random_numbers(int nodes) {
+  std::vector<int> number(static_cast<std::size_t>(nodes));
+  std::iota(number.begin(), number.end(), 0);
+  std::shuffle(number.begin(), number.end(), std::mt19937(5));
+  return number;
+}
+
 // The grid with its nodes numbered at random, at the largest resolution: polygons grow in many places and meet.
 void BM_CoarsenScattered(benchmark::State &state) {
   const Quads ordered = grid_of(state.range(0));
-  std::vector<int> number(static_cast<std::size_t>(ordered.nodes));
-  std::iota(number.begin(), number.end(), 0);
-  std::shuffle(number.begin(), number.end(), std::mt19937(5));
+  const std::vector<int> number = random_numbers(ordered.nodes);
   const auto number_of = [&](int node) { return number[static_cast<std::size_t>(node)]; };
   Quads quads = ordered;
   for (auto &face : quads.faces)
@@ -128,6 +133,32 @@ void BM_CoarsenScattered(benchmark::State &state) {
   }
   state.counters["faces_left"] = body->faces.face_count;
   SBR_Destroy(body);
+  report(state, quads.faces.size());
+}
+
+// The measure for it: in the order of those numbers each node adds up what stands around it, from tables in the order
+// of the faces. That is the least that coarsening has to look at before it changes anything.
+void BM_VisitScattered(benchmark::State &state) {
+  const Quads quads = grid_of(state.range(0));
+  const std::vector<int> order = random_numbers(quads.nodes);
+  const auto nodes = static_cast<std::size_t>(quads.nodes);
+  std::vector<std::array<double, 3>> points(nodes, {1.0, 2.0, 3.0});
+  std::vector<std::array<int, 4>> faces_of(nodes, {-1, -1, -1, -1});
+  for (std::size_t f = 0; f < quads.faces.size(); ++f)
+    for (const int node : quads.faces[f]) {
+      auto &list = faces_of[static_cast<std::size_t>(node)];
+      *std::find(list.begin(), list.end() - 1, -1) = static_cast<int>(f);
+    }
+  for (auto _ : state) {
+    double sum = 0.0;
+    for (const int node : order)
+      for (const int face : faces_of[static_cast<std::size_t>(node)]) {
+        if (face < 0) continue;
+        for (const int vertex : quads.faces[static_cast<std::size_t>(face)])
+          sum += points[static_cast<std::size_t>(vertex)][0] + points[static_cast<std::size_t>(vertex)][2];
+      }
+    benchmark::DoNotOptimize(sum);
+  }
   report(state, quads.faces.size());
 }
 
@@ -234,7 +265,8 @@ void sizes(benchmark::internal::Benchmark *benchmark) {
 }
 
 BENCHMARK(BM_Coarsen)->Apply(sizes);
-BENCHMARK(BM_CoarsenScattered)->Apply(sizes);
+BENCHMARK(BM_CoarsenScattered)->Arg(62500)->Apply(sizes);
+BENCHMARK(BM_VisitScattered)->Arg(62500)->Apply(sizes);
 BENCHMARK(BM_CoarsenHub)->Arg(16000)->Arg(64000)->Arg(256000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Strip<grid_of>)->Apply(sizes);
 BENCHMARK(BM_SortRecords<grid_of>)->Apply(sizes);

@@ -5,7 +5,7 @@
 #
 #   scripts/fresh-machine.sh [--folder FOLDER] [--revision REVISION] [--renew] [--keep] [root|user]...
 #
-#   --folder    where the systems lie (default: /var/tmp/sbrkit-fresh-machine); about 3 GB while it runs
+#   --folder    where the systems lie (default: /var/tmp/sbrkit-fresh-machine); about 4 GB while it runs
 #   --revision  what is checked out (default: HEAD)
 #   --renew     make the base system anew; otherwise one is kept as a packed file for the next time
 #   --keep      leave the last system standing, to look around in it with chroot
@@ -72,6 +72,8 @@ carry_over() {
   mkdir -p "$1/etc/ssl/certs" "$1/usr/share/keyrings"
   cp -aL /usr/share/keyrings/. "$1/usr/share/keyrings/"
   [ ! -e /etc/ssl/certs/ca-certificates.crt ] || cp -L /etc/ssl/certs/ca-certificates.crt "$1/etc/ssl/certs/"
+  # The packages of the viewer come by npm, which this machine may have told of certificates of its own.
+  [ -z "${NODE_EXTRA_CA_CERTS:-}" ] || cp -L "$NODE_EXTRA_CA_CERTS" "$1/etc/ssl/extra-certificates.pem"
   for file in resolv.conf hosts; do
     rm -f "$1/etc/$file"
     cp -L "/etc/$file" "$1/etc/$file"
@@ -159,6 +161,7 @@ inside() {
   for name in http_proxy https_proxy ftp_proxy no_proxy HTTP_PROXY HTTPS_PROXY NO_PROXY; do
     [ -z "${!name:-}" ] || settings+=("$name=${!name}")
   done
+  [ -z "${NODE_EXTRA_CA_CERTS:-}" ] || settings+=(NODE_EXTRA_CA_CERTS=/etc/ssl/extra-certificates.pem)
   chroot "$system" /usr/bin/env -i "${settings[@]}" HOME="$home" USER="$account" LOGNAME="$account" \
     PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
     /usr/bin/setpriv --reuid "$account" --regid "$account" --init-groups \

@@ -8,8 +8,8 @@
 #include <map>
 #include <set>
 
-#include "body/body.h"
 #include "plugins/standin.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/record_builder.h"
@@ -226,7 +226,7 @@ TEST_F(StoredBodyTest, TheVersionWordFollowsTheOptions) {
   EXPECT_EQ(word_of(small_body(), "no_ortho 81_comp"), 0x100AU);
   EXPECT_EQ(word_of(small_body(), "no_ortho 82_comp 81_comp"), 0x100AU);
   SBR coarse = small_body();
-  coarse->geometry.is_coarsened = 1;
+  state::is_coarsened(coarse) = 1;
   EXPECT_EQ(word_of(coarse, "no_ortho"), 0x143CU);
 }
 
@@ -321,7 +321,7 @@ TEST_P(SameContentTest, TheRecordsHoldTheBytesOfTheFilesBlocks) {
     const int index = number - 1;
     if (index < sbr::kContentSummary) continue;  // the words differ, and the headers in their dates
     ASSERT_TRUE(index == sbr::kContentSummary || SBR_Exists(file, index) != 0) << index;
-    const auto start = static_cast<std::size_t>(file->layout.block_offset[index]);
+    const auto start = static_cast<std::size_t>(state::block_offset(file, index));
     // The sizing of monitor points counts one operator per point, so that the last block is taken to the file's end.
     const std::size_t size = index == sbr::kContentSummary  ? 100
                              : index == sbr::kMonitorPoints ? bytes.size() - start

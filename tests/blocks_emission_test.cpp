@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/messages.h"
@@ -55,9 +55,9 @@ TEST_F(WriteBlocksTest, LabelsAndTagsThatFillTheirFieldsAreWrittenWhole) {
   SBR body = rewritten(SBR_CreateFromSBR(source.c_str()), "no_ortho no_xdr");
   ASSERT_NE(body, nullptr);
   const std::string bytes = read_file(path);
-  const auto label = static_cast<std::size_t>(body->layout.block_offset[27]) + 8;
+  const auto label = static_cast<std::size_t>(state::block_offset(body, 27)) + 8;
   EXPECT_EQ(bytes.substr(label, 256), std::string(256, 'l'));
-  const auto operators = static_cast<std::size_t>(body->layout.block_offset[33]);
+  const auto operators = static_cast<std::size_t>(state::block_offset(body, 33));
   EXPECT_EQ(bytes.substr(operators, record.block(33).size()), record.block(33).bytes());
 }
 
@@ -149,9 +149,9 @@ TEST_F(WriteBlocksTest, AFaceOfFourteenNodesDoesNotFitTheOldTopology) {
 
 TEST_F(WriteBlocksTest, AFaceListThatRunsPastItsEndDoesNotFitTheOldTopology) {
   SBR body = build_bracket();
-  body->faces.list[4] = 7;
+  state::face_list(body)[4] = 7;
   EXPECT_EQ(failure(body, "no_ortho 81_comp"), std::vector<Message>{error("Problem writing element topology map.")});
-  body->faces.list[4] = -2;
+  state::face_list(body)[4] = -2;
   EXPECT_EQ(failure(body, "no_ortho 81_comp"), std::vector<Message>{error("Problem writing element topology map.")});
 }
 
@@ -216,7 +216,7 @@ TEST_F(WriteBlocksTest, EveryModeIsWrittenByItsPlaceWhateverItsNumber) {
     ASSERT_NE(copy, nullptr);
     const std::string bytes = read_file(path);
     for (const int block : {7, 17, 28}) {
-      const auto at = static_cast<std::size_t>(copy->layout.block_offset[block]);
+      const auto at = static_cast<std::size_t>(state::block_offset(copy, block));
       EXPECT_EQ(bytes.substr(at, record.block(block).size()), record.block(block).bytes()) << block;
     }
     SBR_Terminate();
@@ -240,7 +240,7 @@ TEST_F(WriteBlocksTest, ANumberThatAFrequencyRangeMakesZeroIsNoPreStress) {
   ASSERT_NE(copy, nullptr);
   ASSERT_EQ(SBR_ModeNumber(copy, 1), 0);
   const std::string bytes = read_file(path);
-  const auto second = static_cast<std::size_t>(copy->layout.block_offset[17]) + 8 + 8 + (4 + 96) + 4;
+  const auto second = static_cast<std::size_t>(state::block_offset(copy, 17)) + 8 + 8 + (4 + 96) + 4;
   double value = 0.0;
   std::memcpy(&value, bytes.data() + second, sizeof value);
   EXPECT_EQ(value, 6.0);
@@ -310,14 +310,14 @@ TEST_F(WriteBlocksTest, AllZeroModesAreWarnedOfAndHaveNoNodeInTheStatistics) {
             (std::vector<Message>{warning("The mode shape for mode 1 has only zero entries\n"),
                                   warning("The modal stresses for mode 1 have only zero entries\n"),
                                   warning("The modal strains for mode 1 have only zero entries\n")}));
-  ASSERT_EQ(body->statistics.count(), 2);
+  ASSERT_EQ(state::statistics(body).count(), 2);
   for (int slot = 0; slot < 4; ++slot) {
-    EXPECT_EQ(body->statistics[0].node_ids[slot], 0);
-    EXPECT_EQ(body->statistics[0].values[slot], 0);
+    EXPECT_EQ(state::statistics(body)[0].node_ids[slot], 0);
+    EXPECT_EQ(state::statistics(body)[0].values[slot], 0);
   }
-  EXPECT_EQ(body->statistics[1].node_ids[0], 0);
-  EXPECT_EQ(body->statistics[1].node_ids[1], 5);
-  EXPECT_EQ(body->statistics[1].values[2], std::sqrt(3.0));
+  EXPECT_EQ(state::statistics(body)[1].node_ids[0], 0);
+  EXPECT_EQ(state::statistics(body)[1].node_ids[1], 5);
+  EXPECT_EQ(state::statistics(body)[1].values[2], std::sqrt(3.0));
 }
 
 TEST_F(WriteBlocksTest, TheFirstOfEqualNodesStandsInTheStatistics) {
@@ -328,11 +328,11 @@ TEST_F(WriteBlocksTest, TheFirstOfEqualNodesStandsInTheStatistics) {
     SBR_SetMode(body, 1, id, 1, 0, 0, -3, 0, 0, 0);
   }
   ASSERT_EQ(write(body, "no_ortho"), 1);
-  EXPECT_EQ(body->statistics[0].node_ids[0], 9);
-  EXPECT_EQ(body->statistics[0].values[0], 2);
-  EXPECT_EQ(body->statistics[0].node_ids[1], 9);
-  EXPECT_EQ(body->statistics[0].node_ids[2], 9);
-  EXPECT_EQ(body->statistics[0].values[2], 3);
+  EXPECT_EQ(state::statistics(body)[0].node_ids[0], 9);
+  EXPECT_EQ(state::statistics(body)[0].values[0], 2);
+  EXPECT_EQ(state::statistics(body)[0].node_ids[1], 9);
+  EXPECT_EQ(state::statistics(body)[0].node_ids[2], 9);
+  EXPECT_EQ(state::statistics(body)[0].values[2], 3);
 }
 
 TEST_F(WriteBlocksTest, NotANumberIsWrittenAsItIs) {
@@ -394,38 +394,40 @@ struct RuleCase {
 
 // A body that counts as orthonormalized, with no eigenvalue table and a stiffness that is not diagonal.
 void spoil_eigenvalues(SBR body) {
-  body->matrices.stiffness.clear();
+  state::stiffness_list(body).clear();
   SBR_SetGeneralizedStiffness(body, 1, 2, 1);
-  body->matrices.modes_not_orthogonal = 0;
-  ASSERT_TRUE(body->access.transformation.allocate(4));
+  state::modes_not_orthogonal(body) = 0;
+  ASSERT_TRUE(state::transformation(body).allocate(4));
 }
 
 TEST_F(WriteBlocksTest, WhatCannotBeToldFailsItsBlock) {
   const RuleCase cases[] = {
       {"nodes",
        [](SBR body) {
-         body->nodes.nodes.clear();
-         body->faces.list.clear();
-         body->faces.face_count = 0;
-         body->interface_nodes.nodes.clear();
-         body->loads.nodal.release();
+         state::nodes(body).clear();
+         state::face_list(body).clear();
+         state::face_number(body) = 0;
+         state::interface_nodes(body).clear();
+         state::nodal_loads(body).release();
        },
        "no_ortho", "Problem writing Mode Shapes.", true},
       {"eigenvalues", spoil_eigenvalues, "", "Problem writing eigenvalues.", false},
-      {"damping", [](SBR body) { body->matrices.damping.release(); }, "no_ortho",
+      {"damping", [](SBR body) { state::damping_list(body).release(); }, "no_ortho",
        "Problem writing Generalized Damping info.", true},
-      {"stress nodes", [](SBR body) { body->nodes.kinds[sbr::Kind::stress].count = 0; }, "no_ortho",
+      {"stress nodes", [](SBR body) { state::kind_node_count(body, sbr::Kind::stress) = 0; }, "no_ortho",
        "Problem writing Modal Stress.\n", true},
-      {"strain nodes", [](SBR body) { body->nodes.kinds[sbr::Kind::strain].count = 0; }, "no_ortho",
+      {"strain nodes", [](SBR body) { state::kind_node_count(body, sbr::Kind::strain) = 0; }, "no_ortho",
        "Problem writing Modal Strain.", true},
-      {"preload", [](SBR body) { body->loads.preload.release(); }, "no_ortho", "Problem writing Preload.\n", false},
-      {"pre-stress", [](SBR body) { body->pre.stress.release(); }, "no_ortho", "Problem writing Pre-Stress.\n", false},
-      {"pre-strain", [](SBR body) { body->pre.strain.release(); }, "no_ortho", "Problem writing Pre-Strain.\n", false},
-      {"labels", [](SBR body) { body->matrix_operators[0]->row_labels.release(); }, "no_ortho",
+      {"preload", [](SBR body) { state::preload(body).release(); }, "no_ortho", "Problem writing Preload.\n", false},
+      {"pre-stress", [](SBR body) { state::pre_stress(body).release(); }, "no_ortho", "Problem writing Pre-Stress.\n",
+       false},
+      {"pre-strain", [](SBR body) { state::pre_strain(body).release(); }, "no_ortho", "Problem writing Pre-Strain.\n",
+       false},
+      {"labels", [](SBR body) { state::matrix_operator(body, 0).row_labels.release(); }, "no_ortho",
        "Problem writing Matrix Operator Data.\n", false},
-      {"sub-operator", [](SBR body) { body->matrix_operators[0]->sub_operators[0]->column_count = 99; }, "no_ortho",
-       "Problem writing Matrix Operator Data.\n", false},
-      {"monitor point", [](SBR body) { body->monitor_points[0]->operators[3].release(); }, "no_ortho",
+      {"sub-operator", [](SBR body) { state::matrix_operator(body, 0).sub_operators[0]->column_count = 99; },
+       "no_ortho", "Problem writing Matrix Operator Data.\n", false},
+      {"monitor point", [](SBR body) { state::monitor_point(body, 0).operators[3].release(); }, "no_ortho",
        "Problem writing Monitor Point Data.\n", false},
   };
   for (const RuleCase &rule : cases) {
@@ -445,7 +447,7 @@ TEST_F(WriteBlocksTest, WhatCannotBeToldFailsItsBlock) {
 
 TEST_F(WriteBlocksTest, ATransformationSmallerThanTheModesFailsItsBlock) {
   SBR body = build_bracket();
-  ASSERT_TRUE(body->access.transformation.allocate(3));
+  ASSERT_TRUE(state::transformation(body).allocate(3));
   EXPECT_EQ(failure(body, nullptr).back(), error("Problem writing Mode Shape Transformation."));
 }
 

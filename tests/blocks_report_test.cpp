@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/messages.h"
@@ -193,7 +193,7 @@ TEST_F(ContentsTest, GlobalPropertiesInertiasUnitsAndFaces) {
 
 TEST_F(ContentsTest, AFaceListThatRunsPastItsEndIsCutThere) {
   SBR body = build_bracket();
-  body->faces.list[4] = 9;
+  state::face_list(body)[4] = 9;
   EXPECT_EQ(contents(body, 14), banner(14, "Element Faces:") +
                                     "number of faces 2\n\n"
                                     "        1             10       20       35\n"
@@ -352,7 +352,7 @@ TEST_F(ContentsTest, GeneralizedMatricesNameModesAndDampingPositions) {
                                     "\tprincipal coordinates.  Rows and columns correspond to rigid body\n"
                                     "\tand flexible modes.\n\n"
                                     "    1       2       2.5000000000e-01\n\n");
-  body->matrices.damping_on_principal_axes = 1;
+  state::damping_on_principal_axes(body) = 1;
   EXPECT_EQ(contents(body, 15), banner(15, "Generalized Damping:") +
                                     "Note:\tThe generalized damping matrix has been projected onto principal\n"
                                     "\tcoordinates.  The first 6 rows and columns correspond VENTA\n"
@@ -411,7 +411,7 @@ TEST_F(ContentsTest, AFilledCellIsInformationAlsoWhenItsSourceIsGone) {
   SBR_FullComputeInvars(body);
   std::vector<std::string> before;
   for (int number = 19; number <= 26; ++number) before.push_back(contents(body, number));
-  sbr::set_block(*body, sbr::kNodalMasses, false);
+  state::set_block(body, sbr::kNodalMasses, false);
   for (int number = 19; number <= 26; ++number) {
     EXPECT_EQ(contents(body, number), before[static_cast<std::size_t>(number - 19)]) << number;
     EXPECT_EQ(before[static_cast<std::size_t>(number - 19)].find("information"), std::string::npos) << number;
@@ -478,13 +478,13 @@ TEST_F(ContentsTest, LoadsAreListedCaseByCase) {
                                     "1      1.0000000000\n2      2.0000000000\n"
                                     "\nCase: Load Case 2     (already projected on principal axes)\n"
                                     "1      3.0000000000\n2      4.0000000000\n");
-  body->loads.modal[1]->label[0] = '\0';
+  state::modal_loads(body)[1]->label[0] = '\0';
   EXPECT_NE(contents(body, 28).find("\nCase: 2     (already"), std::string::npos);
 }
 
 TEST_F(ContentsTest, ACaseWithoutValuesSaysSo) {
   SBR body = build_bracket();
-  body->mode_table.mode_count = 0;
+  state::mode_count(body) = 0;
   EXPECT_EQ(contents(body, 28), banner(28, "Modal Loads:") +
                                     "\tNo Modal load information for load case FIRST.\n\n"
                                     "\tNo Modal load information for load case Load Case 2.\n\n");
@@ -543,8 +543,8 @@ TEST_F(ContentsTest, MatrixOperatorsNodalLoadsAndMonitorPoints) {
 
 TEST_F(ContentsTest, TypesOutsideTheTablesHaveNoName) {
   SBR body = build_bracket();
-  body->monitor_points[0]->type = 5;
-  body->monitor_points[0]->result_type = -1;
+  state::monitor_point(body, 0).type = 5;
+  state::monitor_point(body, 0).result_type = -1;
   EXPECT_NE(contents(body, 36).find("Type:         \n Result Type:         \n "), std::string::npos);
 }
 
@@ -577,7 +577,7 @@ TEST_F(ContentsTest, AnOperatorOlderThanAModeHasZerosBehindItsEnd) {
 
 TEST_F(ContentsTest, AnOperatorOfNoSizeEndsTheReportUnflushed) {
   SBR body = build_bracket();
-  body->monitor_points[0]->load_operators = 0;
+  state::monitor_point(body, 0).load_operators = 0;
   log.clear();
   const std::string text = contents(body, 36);
   EXPECT_EQ(text.find("Modal Load Operator"), std::string::npos);

@@ -2,8 +2,8 @@
 // memory; the body stays whole, and the same call succeeds when there is memory again.
 #include <functional>
 
-#include "body/body.h"
 #include "support/allocations.h"
+#include "support/body_state.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -142,8 +142,8 @@ TEST_F(ConstructionMemoryTest, ModesAreEnteredWithoutMemoryForWaitingValues) {
     EXPECT_EQ(SBR_SetMode(body, 1, 1, 0, 1, 1, 1, 1, 1, 1), 1);
     double three[3] = {};
     SBR_ModeByNodeWithoutCache(body, 1, 0, 1, three, 0);
-    body->store.pending[sbr::Kind::shape].runs.release();
-    body->store.pending[sbr::Kind::shape].values.release();
+    state::pending_modes(body, sbr::Kind::shape).runs.release();
+    state::pending_modes(body, sbr::Kind::shape).values.release();
     {
       const FailingAllocation failing(n);
       EXPECT_EQ(SBR_SetMode(body, 2, 1, 0, 7, 8, 9, 1, 1, 1), 1);

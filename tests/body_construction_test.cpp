@@ -7,7 +7,8 @@
 #include <random>
 #include <regex>
 
-#include "body/body.h"
+#include "support/body_state.h"
+#include "support/body_view.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -18,7 +19,7 @@ using ConstructionTest = LibraryTest;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 const Message kNoBody = error("The database has not been initialized.");
 
-bool flag(SBR body, int block) { return sbr::has_block(*body, block); }
+bool flag(SBR body, int block) { return SBR_Exists(body, block); }
 
 std::vector<int> faces_of(SBR body) {
   int faces = -1;
@@ -83,7 +84,7 @@ TEST_F(ConstructionTest, HeaderDateIsTheClockWithABlankForItsLineFeed) {
 
 TEST_F(ConstructionTest, HeaderDropsALineFeedAtTheEndOfAStoredDate) {
   SBR body = SBR_Create(1, 1);
-  std::strcpy(body->header.date, "yesterday\n");
+  std::strcpy(state::header(body).date, "yesterday\n");
   EXPECT_STREQ(HeaderOut(body).date, "yesterday");
 }
 
@@ -95,7 +96,7 @@ TEST_F(ConstructionTest, TheInputFileTypeIsGivenAsItsSixteenCharacters) {
   std::memset(type, 'x', sizeof type);
   SBR_Header(body, nullptr, nullptr, nullptr, type, nullptr, nullptr, nullptr);
   EXPECT_EQ(std::string(type, 17), "FEM" + std::string(13, '\0') + "x");
-  std::memcpy(body->header.input_file_type, "sixteen letters!", 16);
+  std::memcpy(state::header(body).input_file_type, "sixteen letters!", 16);
   SBR_Header(body, nullptr, nullptr, nullptr, type, nullptr, nullptr, nullptr);
   EXPECT_EQ(std::string(type, 17), "sixteen letters!x");
 }
@@ -156,7 +157,8 @@ TEST_F(ConstructionTest, AShorterTitleLeavesNothingOfALongerOne) {
   HeaderStrings shorter{"short", "", "", "", "", ""};
   longer.set(body);
   shorter.set(body);
-  EXPECT_TRUE(std::all_of(body->header.title + 5, body->header.title + 128, [](char c) { return c == '\0'; }));
+  EXPECT_TRUE(
+      std::all_of(state::header(body).title + 5, state::header(body).title + 128, [](char c) { return c == '\0'; }));
 }
 
 TEST_F(ConstructionTest, NullHeaderTextsCountAsEmptyAndNullOutputsAreSkipped) {
@@ -413,9 +415,9 @@ TEST_F(ConstructionTest, AnInterfaceListRewrittenElsewhereIsLookedUpAnew) {
   for (const int id : {1, 2, 3}) SBR_SetNodeCoordinates(body, id, 0, 0, 0);
   SBR_SetInterfaceNode(body, 1);
   SBR_SetInterfaceNode(body, 2);
-  body->interface_nodes.nodes[0] = 2;
-  body->interface_nodes.nodes[1] = 0;
-  sbr::forget_interface_places(*body);
+  state::interface_nodes(body)[0] = 2;
+  state::interface_nodes(body)[1] = 0;
+  state::forget_interface_places(body);
   EXPECT_EQ(SBR_SetInterfaceNode(body, 1), 1);
   EXPECT_EQ(SBR_SetInterfaceNode(body, 2), 1);
   EXPECT_EQ(interface_ids(body), (std::vector<int>{3, 1, 2}));
@@ -435,19 +437,12 @@ TEST_F(ConstructionTest, AnInterfaceIndexOutsideTheNodeTableHasTheId0) {
   SBR body = SBR_Create(1, 1);
   SBR_SetNodeCoordinates(body, 8, 0, 0, 0);
   SBR_SetInterfaceNode(body, 8);
-  ASSERT_TRUE(body->interface_nodes.nodes.push_back(77));
-  ASSERT_TRUE(body->interface_nodes.nodes.push_back(-1));
+  ASSERT_TRUE(state::interface_nodes(body).push_back(77));
+  ASSERT_TRUE(state::interface_nodes(body).push_back(-1));
   EXPECT_EQ(interface_ids(body), (std::vector<int>{8, 0, 0}));
 }
 
 // ---- generalized matrices -------------------------------------------------------------------------------
-
-using Entries = std::vector<std::array<double, 3>>;
-Entries entries_of(const sbr::Array<sbr::SparseEntry> &list) {
-  Entries out;
-  for (const sbr::SparseEntry &entry : list) out.push_back({1.0 * entry.row, 1.0 * entry.column, entry.value});
-  return out;
-}
 
 TEST_F(ConstructionTest, MatrixEntriesAddTheirModesAndKeepTheirOrder) {
   SBR body = SBR_Create(1, 3);
@@ -456,9 +451,9 @@ TEST_F(ConstructionTest, MatrixEntriesAddTheirModesAndKeepTheirOrder) {
   EXPECT_EQ(SBR_SetGeneralizedStiffness(body, 7, 7, 71.0), 1);
   EXPECT_EQ(SBR_SetGeneralizedMass(body, 9, 9, 1.0), 1);
   EXPECT_EQ(SBR_SetGeneralizedDamping(body, 8, 7, 0.5), 1);
-  EXPECT_EQ(entries_of(body->matrices.stiffness), (Entries{{0, 0, 70}, {1, 1, 90}, {0, 0, 71}}));
-  EXPECT_EQ(entries_of(body->matrices.mass), (Entries{{1, 1, 1}}));
-  EXPECT_EQ(entries_of(body->matrices.damping), (Entries{{2, 0, 0.5}}));
+  EXPECT_EQ(stiffness_of(body), (MatrixEntries{{0, 0, 70}, {1, 1, 90}, {0, 0, 71}}));
+  EXPECT_EQ(mass_of(body), (MatrixEntries{{1, 1, 1}}));
+  EXPECT_EQ(damping_of(body), (MatrixEntries{{2, 0, 0.5}}));
   EXPECT_TRUE(flag(body, 11) && flag(body, 12) && flag(body, 14));
   EXPECT_EQ(SBR_ModeCount(body), 3);
 }
@@ -466,14 +461,14 @@ TEST_F(ConstructionTest, MatrixEntriesAddTheirModesAndKeepTheirOrder) {
 TEST_F(ConstructionTest, OffDiagonalStiffnessAndMassMarkTheModesAsNotOrthogonal) {
   SBR stiff = SBR_Create(1, 3);
   SBR_SetGeneralizedStiffness(stiff, 1, 2, 0.0);
-  EXPECT_EQ(stiff->matrices.modes_not_orthogonal, 1);
+  EXPECT_EQ(state::modes_not_orthogonal(stiff), 1);
   SBR heavy = SBR_Create(1, 3);
   SBR_SetGeneralizedMass(heavy, 1, 2, 5.0);
-  EXPECT_EQ(heavy->matrices.modes_not_orthogonal, 1);
-  EXPECT_EQ(heavy->matrices.modes_not_normalized, 0);
+  EXPECT_EQ(state::modes_not_orthogonal(heavy), 1);
+  EXPECT_EQ(state::modes_not_normalized(heavy), 0);
   SBR damped = SBR_Create(1, 3);
   SBR_SetGeneralizedDamping(damped, 1, 2, 5.0);
-  EXPECT_EQ(damped->matrices.modes_not_orthogonal, 0);
+  EXPECT_EQ(state::modes_not_orthogonal(damped), 0);
 }
 
 TEST_F(ConstructionTest, ADiagonalMassOtherThanOneMarksTheModesAsNotNormalized) {
@@ -481,17 +476,17 @@ TEST_F(ConstructionTest, ADiagonalMassOtherThanOneMarksTheModesAsNotNormalized) 
        {std::pair{2.0, 1}, {1.000000001, 0}, {1.00000002, 1}, {0.99999998, 1}, {1.0, 0}}) {
     SBR body = SBR_Create(1, 3);
     EXPECT_EQ(SBR_SetGeneralizedMass(body, 1, 1, value), 1);
-    EXPECT_EQ(body->matrices.modes_not_normalized, marked) << value;
-    EXPECT_EQ(body->matrices.modes_not_orthogonal, 0);
+    EXPECT_EQ(state::modes_not_normalized(body), marked) << value;
+    EXPECT_EQ(state::modes_not_orthogonal(body), 0);
   }
 }
 
 TEST_F(ConstructionTest, AnUndefinedMassIsStoredAndMarksNothing) {
   SBR body = SBR_Create(1, 3);
   EXPECT_EQ(SBR_SetGeneralizedMass(body, 1, 1, std::nan("")), 1);
-  EXPECT_EQ(body->matrices.modes_not_normalized, 0);
+  EXPECT_EQ(state::modes_not_normalized(body), 0);
   EXPECT_EQ(SBR_SetGeneralizedMass(body, 1, 1, kInfinity), 1);
-  EXPECT_EQ(body->matrices.modes_not_normalized, 1);
+  EXPECT_EQ(state::modes_not_normalized(body), 1);
 }
 
 TEST_F(ConstructionTest, AModeWithoutRoomIsStoredAsIndexMinusOne) {
@@ -500,11 +495,11 @@ TEST_F(ConstructionTest, AModeWithoutRoomIsStoredAsIndexMinusOne) {
   EXPECT_EQ(SBR_SetGeneralizedStiffness(body, 1, 2, 3.0), 1);
   EXPECT_EQ(SBR_SetGeneralizedMass(body, 2, 2, 4.0), 1);
   EXPECT_EQ(SBR_SetGeneralizedDamping(body, 3, 1, 5.0), 1);
-  EXPECT_EQ(entries_of(body->matrices.stiffness), (Entries{{0, 0, 1}, {0, -1, 3}}));
-  EXPECT_EQ(entries_of(body->matrices.mass), (Entries{{-1, -1, 4}}));
-  EXPECT_EQ(entries_of(body->matrices.damping), (Entries{{-1, 0, 5}}));
-  EXPECT_EQ(body->matrices.modes_not_orthogonal, 1);
-  EXPECT_EQ(body->matrices.modes_not_normalized, 1);
+  EXPECT_EQ(stiffness_of(body), (MatrixEntries{{0, 0, 1}, {0, -1, 3}}));
+  EXPECT_EQ(mass_of(body), (MatrixEntries{{-1, -1, 4}}));
+  EXPECT_EQ(damping_of(body), (MatrixEntries{{-1, 0, 5}}));
+  EXPECT_EQ(state::modes_not_orthogonal(body), 1);
+  EXPECT_EQ(state::modes_not_normalized(body), 1);
   const std::vector<Message> complaints = log.take_complaints();
   ASSERT_EQ(complaints.size(), 4U);
   EXPECT_EQ(complaints[0], error("Insufficient room for mode 2 in temporary mode shape file.  \n"
@@ -513,19 +508,19 @@ TEST_F(ConstructionTest, AModeWithoutRoomIsStoredAsIndexMinusOne) {
 
 TEST_F(ConstructionTest, ANewDampingListIsNotOnPrincipalAxes) {
   SBR body = SBR_Create(1, 2);
-  body->matrices.damping_on_principal_axes = 1;
+  state::damping_on_principal_axes(body) = 1;
   SBR_SetGeneralizedDamping(body, 1, 1, 1.0);
-  EXPECT_EQ(body->matrices.damping_on_principal_axes, 0);
-  body->matrices.damping_on_principal_axes = 1;
+  EXPECT_EQ(state::damping_on_principal_axes(body), 0);
+  state::damping_on_principal_axes(body) = 1;
   SBR_SetGeneralizedDamping(body, 2, 2, 1.0);
-  EXPECT_EQ(body->matrices.damping_on_principal_axes, 1);
+  EXPECT_EQ(state::damping_on_principal_axes(body), 1);
 }
 
 TEST_F(ConstructionTest, MatrixListsGrowPastTheirSteps) {
   SBR body = SBR_Create(1, 2);
   for (int i = 0; i < 1050; ++i) ASSERT_EQ(SBR_SetGeneralizedMass(body, 1, 2, i), 1);
-  EXPECT_EQ(body->matrices.mass.count(), 1050);
-  EXPECT_EQ(body->matrices.mass[1049].value, 1049.0);
+  EXPECT_EQ(SBR_NumberOfGenMass(body), 1050);
+  EXPECT_EQ(mass_of(body)[1049].value, 1049.0);
 }
 
 // ---- null handles ---------------------------------------------------------------------------------------

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <limits>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -14,7 +14,7 @@ using LoadsTest = LibraryTest;
 constexpr int kFarIndex = std::numeric_limits<int>::max();
 const Message kNoBody = error("The database has not been initialized.");
 
-bool flag(SBR body, int block) { return sbr::has_block(*body, block); }
+bool flag(SBR body, int block) { return SBR_Exists(body, block); }
 
 std::string label_of(SBR body, int load_case) {
   char label[256] = "";
@@ -160,7 +160,7 @@ TEST_F(LoadsTest, TheLabelFillsAllOf256Characters) {
 TEST_F(LoadsTest, ALabelThatFillsItsFieldIsGivenWhole) {
   SBR body = SBR_Create(1, 1);
   SBR_SetModalLoad(body, 0, 1, 1);
-  std::memset(body->loads.modal[0]->label, 'l', 256);
+  std::memset(state::modal_loads(body)[0]->label, 'l', 256);
   char label[257];
   std::memset(label, 'x', sizeof label);
   EXPECT_NE(SBR_GetModalLoadCaseLabel(body, 0, label), 0);
@@ -266,10 +266,10 @@ TEST_F(LoadsTest, ThePreloadExistsFromItsFirstValueOn) {
 
 TEST_F(LoadsTest, ThePreloadIsNotProcessedBeforeItIsSet) {
   SBR body = SBR_Create(1, 2);
-  body->loads.preload_on_principal_axes = 1;
+  state::preload_on_principal_axes(body) = 1;
   EXPECT_EQ(SBR_ModalPreloadProcessed(body), 0);
   SBR_SetModalPreloadProcessed(body, 4);
-  EXPECT_EQ(body->loads.preload_on_principal_axes, 1);
+  EXPECT_EQ(state::preload_on_principal_axes(body), 1);
   SBR_SetModalPreload(body, 1, 1.0);
   EXPECT_EQ(SBR_ModalPreloadProcessed(body), 0);
   SBR_SetModalPreloadProcessed(body, 4);

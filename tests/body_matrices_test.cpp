@@ -4,15 +4,14 @@
 #include <cmath>
 #include <vector>
 
-#include "body/body.h"
+#include "support/body_state.h"
+#include "support/body_view.h"
 #include "support/messages.h"
 
 namespace sbrtest {
 namespace {
 
 constexpr double kTwoPi = 6.28318530718;
-
-using Entries = std::vector<sbr::SparseEntry>;
 
 struct Eigen {
   int result = -1;
@@ -29,13 +28,14 @@ class MatricesTest : public LibraryTest {
     for (int i = 0; i < modes; ++i) EXPECT_EQ(SBR_AddMode(body, 11 + i), i);
     return body;
   }
-  static void set(sbr::Array<sbr::SparseEntry> &list, const Entries &entries) {
+  // A list that exists, with any entries, also such as no setter takes.
+  static void set(sbr::Array<sbr::SparseEntry> &list, const MatrixEntries &entries) {
     ASSERT_TRUE(list.reserve(1));
-    for (const sbr::SparseEntry &entry : entries) ASSERT_TRUE(list.push_back(entry));
+    for (const MatrixEntry &entry : entries) ASSERT_TRUE(list.push_back({entry.row, entry.column, entry.value}));
   }
   static void set_table(SBR body, const std::vector<sbr::EigenRecord> &records) {
-    for (const sbr::EigenRecord &record : records) ASSERT_TRUE(body->matrices.eigenvalues.push_back(record));
-    body->matrices.eigenvalue_count = static_cast<int>(records.size());
+    for (const sbr::EigenRecord &record : records) ASSERT_TRUE(state::eigen_table(body).push_back(record));
+    state::eigenvalue_count(body) = static_cast<int>(records.size());
   }
   static Eigen eigen(SBR body, int number) {
     Eigen e;
@@ -49,7 +49,7 @@ class MatricesTest : public LibraryTest {
 TEST_F(MatricesTest, EigenvaluesComeFromTheTableWhenThereIsOne) {
   SBR body = make(2);
   set_table(body, {{11, 1.0, 2.0, 3.0, 4.0, 5.0}, {12, 6.0, 7.0, 8.0, 9.0, 10.0}});
-  set(body->matrices.stiffness, {{0, 0, 100.0}, {1, 1, 100.0}});
+  enter_stiffness(body, {{0, 0, 100.0}, {1, 1, 100.0}});
   const Eigen e = eigen(body, 12);
   EXPECT_EQ(e.result, 1);
   EXPECT_EQ(e.eigenvalue, 6.0);
@@ -61,8 +61,8 @@ TEST_F(MatricesTest, EigenvaluesComeFromTheTableWhenThereIsOne) {
 
 TEST_F(MatricesTest, EigenvaluesFollowFromDiagonalLists) {
   SBR body = make(2);
-  set(body->matrices.stiffness, {{0, 0, 0.0}, {1, 1, 4.0}});
-  set(body->matrices.mass, {{0, 0, 1.0}, {1, 1, 1.0}});
+  enter_stiffness(body, {{0, 0, 0.0}, {1, 1, 4.0}});
+  enter_mass(body, {{0, 0, 1.0}, {1, 1, 1.0}});
   const Eigen e = eigen(body, 12);
   EXPECT_EQ(e.result, 1);
   EXPECT_EQ(e.eigenvalue, 4.0);
@@ -76,8 +76,8 @@ TEST_F(MatricesTest, EigenvaluesFollowFromDiagonalLists) {
 TEST_F(MatricesTest, FrequenciesTakeTheUnitsOfTheBodyIntoAccount) {
   SBR body = make(1);
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "MILLIMETER", "SECOND", "NEWTON"), 1);
-  set(body->matrices.stiffness, {{0, 0, 4.0}});
-  set(body->matrices.mass, {{0, 0, 1.0}});
+  enter_stiffness(body, {{0, 0, 4.0}});
+  enter_mass(body, {{0, 0, 1.0}});
   const Eigen e = eigen(body, 11);
   EXPECT_EQ(e.eigenvalue, 4.0);
   EXPECT_EQ(e.rad, std::sqrt(4000.0));
@@ -86,8 +86,8 @@ TEST_F(MatricesTest, FrequenciesTakeTheUnitsOfTheBodyIntoAccount) {
 
 TEST_F(MatricesTest, ANegativeStiffnessShowsAsANegativeFrequency) {
   SBR body = make(1);
-  set(body->matrices.stiffness, {{0, 0, -4.0}});
-  set(body->matrices.mass, {{0, 0, 1.0}});
+  enter_stiffness(body, {{0, 0, -4.0}});
+  enter_mass(body, {{0, 0, 1.0}});
   const Eigen e = eigen(body, 11);
   EXPECT_EQ(e.result, 1);
   EXPECT_EQ(e.eigenvalue, -4.0);
@@ -97,7 +97,7 @@ TEST_F(MatricesTest, ANegativeStiffnessShowsAsANegativeFrequency) {
 
 TEST_F(MatricesTest, AModeWithoutMassGetsAHugeFiniteFrequency) {
   SBR body = make(1);
-  set(body->matrices.stiffness, {{0, 0, 2.0}});
+  enter_stiffness(body, {{0, 0, 2.0}});
   const Eigen e = eigen(body, 11);
   EXPECT_EQ(e.result, 1);
   EXPECT_EQ(e.mass, 2e-16);
@@ -107,7 +107,7 @@ TEST_F(MatricesTest, AModeWithoutMassGetsAHugeFiniteFrequency) {
 
 TEST_F(MatricesTest, AModeWithoutMassAndStiffnessHasNoFrequency) {
   SBR body = make(1);
-  set(body->matrices.stiffness, {{0, 0, 0.0}});
+  enter_stiffness(body, {{0, 0, 0.0}});
   const Eigen e = eigen(body, 11);
   EXPECT_EQ(e.result, 1);
   EXPECT_EQ(e.mass, 1e-16);
@@ -127,8 +127,8 @@ TEST_F(MatricesTest, AModeWithoutAnyEntryCountsAsWithoutStiffness) {
 
 TEST_F(MatricesTest, AMassOfZeroLeavesTheEigenvalueUnwritten) {
   SBR body = make(1);
-  set(body->matrices.stiffness, {{0, 0, 3.0}});
-  set(body->matrices.mass, {{0, 0, 0.0}});
+  enter_stiffness(body, {{0, 0, 3.0}});
+  enter_mass(body, {{0, 0, 0.0}});
   const Eigen e = eigen(body, 11);
   EXPECT_EQ(e.result, 1);
   EXPECT_EQ(e.eigenvalue, -99.0);
@@ -139,8 +139,8 @@ TEST_F(MatricesTest, AMassOfZeroLeavesTheEigenvalueUnwritten) {
 
 TEST_F(MatricesTest, AnEntryOffTheDiagonalBeforeTheModeEndsTheSearch) {
   SBR body = make(2);
-  set(body->matrices.stiffness, {{0, 0, 1.0}, {0, 1, 5.0}, {1, 1, 4.0}});
-  set(body->matrices.mass, {{0, 0, 1.0}, {1, 1, 1.0}});
+  enter_stiffness(body, {{0, 0, 1.0}, {0, 1, 5.0}, {1, 1, 4.0}});
+  enter_mass(body, {{0, 0, 1.0}, {1, 1, 1.0}});
   const Eigen e = eigen(body, 12);
   EXPECT_EQ(e.result, 0);
   for (const double zero : {e.eigenvalue, e.hz, e.rad, e.mass, e.stiffness}) EXPECT_EQ(zero, 0.0);
@@ -148,8 +148,8 @@ TEST_F(MatricesTest, AnEntryOffTheDiagonalBeforeTheModeEndsTheSearch) {
 
 TEST_F(MatricesTest, AnEntryOffTheDiagonalBehindTheModeDoesNotMatter) {
   SBR body = make(2);
-  set(body->matrices.stiffness, {{0, 0, 1.0}, {1, 1, 4.0}, {0, 1, 5.0}});
-  set(body->matrices.mass, {{0, 0, 1.0}, {1, 1, 1.0}, {1, 0, 3.0}});
+  enter_stiffness(body, {{0, 0, 1.0}, {1, 1, 4.0}, {0, 1, 5.0}});
+  enter_mass(body, {{0, 0, 1.0}, {1, 1, 1.0}, {1, 0, 3.0}});
   const Eigen e = eigen(body, 12);
   EXPECT_EQ(e.result, 1);
   EXPECT_EQ(e.eigenvalue, 4.0);
@@ -157,8 +157,8 @@ TEST_F(MatricesTest, AnEntryOffTheDiagonalBehindTheModeDoesNotMatter) {
 
 TEST_F(MatricesTest, AMassOffTheDiagonalBeforeTheModeEndsTheSearchToo) {
   SBR body = make(2);
-  set(body->matrices.stiffness, {{0, 0, 1.0}, {1, 1, 4.0}});
-  set(body->matrices.mass, {{0, 1, 1.0}, {0, 0, 1.0}, {1, 1, 1.0}});
+  enter_stiffness(body, {{0, 0, 1.0}, {1, 1, 4.0}});
+  enter_mass(body, {{0, 1, 1.0}, {0, 0, 1.0}, {1, 1, 1.0}});
   const Eigen e = eigen(body, 11);
   EXPECT_EQ(e.result, 0);
   EXPECT_EQ(e.stiffness, 0.0);
@@ -166,8 +166,8 @@ TEST_F(MatricesTest, AMassOffTheDiagonalBeforeTheModeEndsTheSearchToo) {
 
 TEST_F(MatricesTest, TheFirstOfTwoEntriesCountsForAnEigenvalue) {
   SBR body = make(1);
-  set(body->matrices.stiffness, {{0, 0, 9.0}, {0, 0, 4.0}});
-  set(body->matrices.mass, {{0, 0, 1.0}, {0, 0, 2.0}});
+  enter_stiffness(body, {{0, 0, 9.0}, {0, 0, 4.0}});
+  enter_mass(body, {{0, 0, 1.0}, {0, 0, 2.0}});
   EXPECT_EQ(eigen(body, 11).eigenvalue, 9.0);
 }
 
@@ -180,7 +180,7 @@ TEST_F(MatricesTest, AnUnknownModeLeavesTheOutputsAsTheyWere) {
 
 TEST_F(MatricesTest, EveryOutputOfAnEigenvalueMayBeNull) {
   SBR body = make(2);
-  set(body->matrices.stiffness, {{0, 0, 1.0}, {0, 1, 5.0}});
+  enter_stiffness(body, {{0, 0, 1.0}, {0, 1, 5.0}});
   EXPECT_EQ(SBR_Eigenvalue(body, 11, nullptr, nullptr, nullptr, nullptr, nullptr), 1);
   EXPECT_EQ(SBR_Eigenvalue(body, 12, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
   set_table(body, {{11, 1.0, 2.0, 3.0, 4.0, 5.0}});
@@ -192,8 +192,8 @@ TEST_F(MatricesTest, EveryOutputOfAnEigenvalueMayBeNull) {
 TEST_F(MatricesTest, AModeBehindTheTableIsDerivedFromTheLists) {
   SBR body = make(3);
   set_table(body, {{11, 1.0, 2.0, 3.0, 4.0, 5.0}});
-  set(body->matrices.stiffness, {{0, 0, 16.0}, {1, 1, 9.0}, {2, 2, 4.0}});
-  set(body->matrices.mass, {{0, 0, 1.0}, {1, 1, 1.0}, {2, 2, 1.0}});
+  enter_stiffness(body, {{0, 0, 16.0}, {1, 1, 9.0}, {2, 2, 4.0}});
+  enter_mass(body, {{0, 0, 1.0}, {1, 1, 1.0}, {2, 2, 1.0}});
   EXPECT_EQ(eigen(body, 11).eigenvalue, 1.0);
   EXPECT_EQ(eigen(body, 12).eigenvalue, 9.0);
   EXPECT_EQ(eigen(body, 13).eigenvalue, 4.0);
@@ -211,9 +211,9 @@ TEST_F(MatricesTest, CountsWithoutListsAreTheModeCountExceptForDamping) {
 
 TEST_F(MatricesTest, CountsWithListsAreTheirEntries) {
   SBR body = make(3);
-  set(body->matrices.stiffness, {{0, 0, 1.0}});
-  set(body->matrices.mass, {{0, 0, 1.0}, {0, 0, 1.0}});
-  set(body->matrices.damping, {{0, 0, 1.0}, {1, 0, 1.0}, {2, 2, 1.0}, {2, 2, 1.0}});
+  enter_stiffness(body, {{0, 0, 1.0}});
+  enter_mass(body, {{0, 0, 1.0}, {0, 0, 1.0}});
+  enter_damping(body, {{0, 0, 1.0}, {1, 0, 1.0}, {2, 2, 1.0}, {2, 2, 1.0}});
   EXPECT_EQ(SBR_NumberOfGenStiff(body), 1);
   EXPECT_EQ(SBR_NumberOfGenMass(body), 2);
   EXPECT_EQ(SBR_NumberOfGenDamp(body), 4);
@@ -222,8 +222,8 @@ TEST_F(MatricesTest, CountsWithListsAreTheirEntries) {
 
 TEST_F(MatricesTest, AListWithoutEntriesExistsAllTheSame) {
   SBR body = make(3);
-  set(body->matrices.stiffness, {});
-  set(body->matrices.damping, {});
+  set(state::stiffness_list(body), {});
+  set(state::damping_list(body), {});
   EXPECT_EQ(SBR_NumberOfGenStiff(body), 0);
   EXPECT_EQ(SBR_GenDampExist(body), 0);
   EXPECT_EQ(SBR_GenDampSparse(body, nullptr, nullptr, nullptr), 1);
@@ -234,10 +234,10 @@ TEST_F(MatricesTest, AListWithoutEntriesExistsAllTheSame) {
 
 TEST_F(MatricesTest, SparseFormsCopyTheListInItsOrder) {
   SBR body = make(3);
-  const Entries entries = {{2, 1, 5.0}, {0, 0, 1.0}, {2, 1, 6.0}};
-  set(body->matrices.stiffness, entries);
-  set(body->matrices.mass, entries);
-  set(body->matrices.damping, entries);
+  const MatrixEntries entries = {{2, 1, 5.0}, {0, 0, 1.0}, {2, 1, 6.0}};
+  enter_stiffness(body, entries);
+  enter_mass(body, entries);
+  enter_damping(body, entries);
   for (const auto sparse : {SBR_GenStiffSparse, SBR_GenMassSparse, SBR_GenDampSparse}) {
     double values[3];
     int rows[3], columns[3];
@@ -289,7 +289,7 @@ std::vector<double> masses_one_by_one(SBR body) {
 }
 
 TEST_F(MatricesTest, DerivedMassesAgreeWithTheEigenvaluesOneByOne) {
-  const std::vector<Entries> cases = {
+  const std::vector<MatrixEntries> cases = {
       {},
       {{0, 0, 3.0}, {1, 1, 0.5}, {2, 2, -7.0}, {3, 3, 1e6}},
       {{3, 3, 1e6}, {0, 0, 3.0}},
@@ -298,9 +298,9 @@ TEST_F(MatricesTest, DerivedMassesAgreeWithTheEigenvaluesOneByOne) {
       {{0, 1, 1.0}, {0, 0, 3.0}},
       {{0, 0, 3.0}, {7, 7, 3.0}, {-1, -1, 4.0}, {3, 2, 1.0}},
   };
-  for (const Entries &entries : cases) {
+  for (const MatrixEntries &entries : cases) {
     SBR body = make(4);
-    set(body->matrices.stiffness, entries);
+    set(state::stiffness_list(body), entries);
     std::vector<double> masses(4, -1.0);
     ASSERT_EQ(SBR_GenMassSparse(body, masses.data(), nullptr, nullptr), 1);
     EXPECT_EQ(masses, masses_one_by_one(body));
@@ -310,7 +310,7 @@ TEST_F(MatricesTest, DerivedMassesAgreeWithTheEigenvaluesOneByOne) {
 TEST_F(MatricesTest, DerivedMassesOfAHundredThousandModesTakeOnePass) {
   constexpr int kModes = 100000;
   SBR body = make(kModes);
-  for (int i = kModes - 1; i >= 0; --i) ASSERT_TRUE(body->matrices.stiffness.push_back({i, i, 2.0 + i}));
+  for (int i = kModes - 1; i >= 0; --i) enter_stiffness(body, {{i, i, 2.0 + i}});
   std::vector<double> masses(kModes);
   ASSERT_EQ(SBR_GenMassSparse(body, masses.data(), nullptr, nullptr), 1);
   EXPECT_EQ(masses[0], 2.0 * 1e-16);
@@ -321,10 +321,10 @@ TEST_F(MatricesTest, DerivedMassesOfAHundredThousandModesTakeOnePass) {
 
 TEST_F(MatricesTest, FullFormsAreSymmetricAndTheLastEntryWins) {
   SBR body = make(2);
-  const Entries entries = {{0, 1, 5.0}, {0, 0, 1.0}, {1, 0, 6.0}};
-  set(body->matrices.stiffness, entries);
-  set(body->matrices.mass, entries);
-  set(body->matrices.damping, entries);
+  const MatrixEntries entries = {{0, 1, 5.0}, {0, 0, 1.0}, {1, 0, 6.0}};
+  enter_stiffness(body, entries);
+  enter_mass(body, entries);
+  enter_damping(body, entries);
   for (const auto full : {SBR_GenStiffFull, SBR_GenMassFull, SBR_GenDampFull}) {
     double matrix[4] = {9.0, 9.0, 9.0, 9.0};
     ASSERT_EQ(full(body, matrix, 2), 1);
@@ -344,10 +344,11 @@ TEST_F(MatricesTest, FullFormsMayBeWiderThanTheModes) {
 
 TEST_F(MatricesTest, FullFormsPassOverEntriesOutsideTheMatrix) {
   SBR body = make(3);
-  const Entries entries = {{0, 0, 1.0}, {0, 1, 2.0}, {2, 2, 3.0}, {-1, 0, 4.0}, {0, -1, 5.0}, {1 << 30, 1 << 30, 6.0}};
-  set(body->matrices.stiffness, entries);
-  set(body->matrices.mass, entries);
-  set(body->matrices.damping, entries);
+  const MatrixEntries entries = {{0, 0, 1.0},  {0, 1, 2.0},  {2, 2, 3.0},
+                                 {-1, 0, 4.0}, {0, -1, 5.0}, {1 << 30, 1 << 30, 6.0}};
+  set(state::stiffness_list(body), entries);
+  set(state::mass_list(body), entries);
+  set(state::damping_list(body), entries);
   for (const auto full : {SBR_GenStiffFull, SBR_GenMassFull, SBR_GenDampFull}) {
     double matrix[4];
     ASSERT_EQ(full(body, matrix, 2), 1);
@@ -373,9 +374,9 @@ TEST_F(MatricesTest, FullDampingWithoutAListIsZeroAndFails) {
 
 TEST_F(MatricesTest, SelectedFormsDropTheModesLeftOut) {
   SBR body = make(3);
-  const Entries entries = {{0, 0, 1.0}, {0, 1, 2.0}, {1, 1, 3.0}, {2, 0, 4.0}, {2, 2, 5.0}};
-  set(body->matrices.stiffness, entries);
-  set(body->matrices.mass, entries);
+  const MatrixEntries entries = {{0, 0, 1.0}, {0, 1, 2.0}, {1, 1, 3.0}, {2, 0, 4.0}, {2, 2, 5.0}};
+  enter_stiffness(body, entries);
+  enter_mass(body, entries);
   const int selected[] = {11, 13};
   for (const auto form : {SBR_GenStiffSelected, SBR_GenMassSelected}) {
     double first[2] = {9.0, 9.0};
@@ -404,7 +405,7 @@ TEST_F(MatricesTest, SelectedFormsOrderByModeNumber) {
 
 TEST_F(MatricesTest, SelectedFormsPassOverEntriesOfNoMode) {
   SBR body = make(2);
-  set(body->matrices.stiffness, {{0, 0, 1.0}, {2, 2, 7.0}, {-1, 0, 8.0}, {0, 5, 9.0}});
+  set(state::stiffness_list(body), {{0, 0, 1.0}, {2, 2, 7.0}, {-1, 0, 8.0}, {0, 5, 9.0}});
   const int selected[] = {11, 12};
   double data[2][2];
   double *rows[] = {data[0], data[1]};
@@ -417,11 +418,11 @@ TEST_F(MatricesTest, SelectedFormsPassOverEntriesOfNoMode) {
 
 TEST_F(MatricesTest, TheNormalizationFlagIsStored) {
   SBR body = make(1);
-  EXPECT_EQ(body->matrices.modes_not_normalized, 0);
+  EXPECT_EQ(state::modes_not_normalized(body), 0);
   SBR_SetShouldMassNormalizeModes(body, 1);
-  EXPECT_EQ(body->matrices.modes_not_normalized, 1);
+  EXPECT_EQ(state::modes_not_normalized(body), 1);
   SBR_SetShouldMassNormalizeModes(body, 0);
-  EXPECT_EQ(body->matrices.modes_not_normalized, 0);
+  EXPECT_EQ(state::modes_not_normalized(body), 0);
 }
 
 TEST_F(MatricesTest, ANullBodyGivesZeroWithoutAReport) {
@@ -456,7 +457,7 @@ TEST_F(MatricesTest, ANullBodyZeroesTheMatrixExceptForFullMass) {
 
 TEST_F(MatricesTest, NullOutputsAreRefused) {
   SBR body = make(1);
-  set(body->matrices.damping, {{0, 0, 1.0}});
+  enter_damping(body, {{0, 0, 1.0}});
   for (const auto full : {SBR_GenStiffFull, SBR_GenMassFull, SBR_GenDampFull}) EXPECT_EQ(full(body, nullptr, 1), 0);
   EXPECT_EQ(SBR_GenStiffSelected(body, nullptr, 1, nullptr), 0);
   double *rows[] = {nullptr};

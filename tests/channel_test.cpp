@@ -1,11 +1,12 @@
 // Encodings and precisions. The block decoding of long XDR runs is compared with the element calls of the XDR library.
+#include "record/channel.h"
+
 #include <rpc/rpc.h>
 
 #include <cstring>
 #include <functional>
 #include <random>
 
-#include "record/channel.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/record_builder.h"
@@ -40,7 +41,7 @@ std::string random_bytes(std::size_t count, unsigned seed) {
 
 // ---- texts and integers --------------------------------------------------------------------------------------------
 
-TEST(StreamCodec, ANativeTextTakesOneByteACharacterAndAnXdrTextFour) {
+TEST(Channel, ANativeTextTakesOneByteACharacterAndAnXdrTextFour) {
   char text[10];
   OpenChannel native(FieldBytes(false, false).text("ten charac", 10).integer(7).bytes(), false, false);
   EXPECT_TRUE(sbr::read_chars(native.channel, text, 10));
@@ -51,7 +52,7 @@ TEST(StreamCodec, ANativeTextTakesOneByteACharacterAndAnXdrTextFour) {
   EXPECT_EQ(FileTell_Win32(xdr.channel.stream), 40);
 }
 
-TEST(StreamCodec, AByteAbove127IsSignExtendedInXdrAndComesBack) {
+TEST(Channel, AByteAbove127IsSignExtendedInXdrAndComesBack) {
   ScratchDirectory scratch;
   const std::string path = scratch.file("chars");
   sbr::StreamChannel out;
@@ -67,14 +68,14 @@ TEST(StreamCodec, AByteAbove127IsSignExtendedInXdrAndComesBack) {
   EXPECT_EQ(back, '\x80');
 }
 
-TEST(StreamCodec, OfAnXdrCharacterOnlyTheLowByteIsKept) {
+TEST(Channel, OfAnXdrCharacterOnlyTheLowByteIsKept) {
   OpenChannel in(std::string("\x12\x34\x56\x41", 4), true, false);
   char text = 0;
   EXPECT_TRUE(sbr::read_chars(in.channel, &text, 1));
   EXPECT_EQ(text, 'A');
 }
 
-TEST(StreamCodec, ANegativeCountReadsAndWritesNothing) {
+TEST(Channel, ANegativeCountReadsAndWritesNothing) {
   OpenChannel in(random_bytes(64, 1), false, false);
   double real = 1.0;
   char text = 'x';
@@ -85,7 +86,7 @@ TEST(StreamCodec, ANegativeCountReadsAndWritesNothing) {
   EXPECT_EQ(FileTell_Win32(in.channel.stream), 0);
 }
 
-TEST(StreamCodec, AClosedChannelRefuses) {
+TEST(Channel, AClosedChannelRefuses) {
   sbr::StreamChannel closed;
   std::int32_t word = 0;
   double real = 0;
@@ -96,7 +97,7 @@ TEST(StreamCodec, AClosedChannelRefuses) {
   EXPECT_EQ(sbr::bytes_left(closed), 0);
 }
 
-TEST(StreamCodec, ASinglePrecisionFileGivesDoubles) {
+TEST(Channel, ASinglePrecisionFileGivesDoubles) {
   for (const bool xdr : {false, true}) {
     OpenChannel in(FieldBytes(xdr, true).reals({0.5, -3.25, 1e30}).bytes(), xdr, true);
     double values[3];
@@ -160,7 +161,7 @@ std::vector<ElementCase> element_cases() {
            element_calls(reinterpret_cast<xdrproc_t>(xdr_int), 4)}};
 }
 
-TEST(StreamCodec, BlockDecodingEqualsTheElementCallsOnRandomData) {
+TEST(Channel, BlockDecodingEqualsTheElementCallsOnRandomData) {
   for (const ElementCase &element : element_cases()) {
     for (const std::int64_t count : {0, 1, 2, 3, 1000, 4095, 4096, 4097, 8191, 8192, 8193, 20000}) {
       const std::string bytes = random_bytes(static_cast<std::size_t>(count) * element.size + 37, 42);
@@ -174,7 +175,7 @@ TEST(StreamCodec, BlockDecodingEqualsTheElementCallsOnRandomData) {
   }
 }
 
-TEST(StreamCodec, BlockDecodingEqualsTheElementCallsOnTruncatedFiles) {
+TEST(Channel, BlockDecodingEqualsTheElementCallsOnTruncatedFiles) {
   for (const ElementCase &element : element_cases()) {
     // Every length of a short file, and those around the block that long runs are decoded in.
     std::vector<std::size_t> lengths;
@@ -190,7 +191,7 @@ TEST(StreamCodec, BlockDecodingEqualsTheElementCallsOnTruncatedFiles) {
   }
 }
 
-TEST(StreamCodec, AFailedSinglePrecisionReadLeavesTheFloatsUnwidened) {
+TEST(Channel, AFailedSinglePrecisionReadLeavesTheFloatsUnwidened) {
   for (const std::size_t count : {12U, 5000U, 40000U}) {
     const std::string bytes = random_bytes(4 * (count - 2) + 2, 3);
     OpenChannel ours(bytes, true, true);
@@ -207,7 +208,7 @@ TEST(StreamCodec, AFailedSinglePrecisionReadLeavesTheFloatsUnwidened) {
   }
 }
 
-TEST(StreamCodec, LongSinglePrecisionRunsGiveEveryValueWidened) {
+TEST(Channel, LongSinglePrecisionRunsGiveEveryValueWidened) {
   for (const bool xdr : {false, true}) {
     for (const int count : {1, 15, 16, 17, 2047, 2048, 16384, 16385, 50001}) {
       FieldBytes bytes(xdr, true);
@@ -226,7 +227,7 @@ TEST(StreamCodec, LongSinglePrecisionRunsGiveEveryValueWidened) {
 }
 
 // Serves what it has and then fails, although its size promises more.
-TEST(StreamCodec, ADeviceThatFailsInALongRunLeavesTheFloatsThatCame) {
+TEST(Channel, ADeviceThatFailsInALongRunLeavesTheFloatsThatCame) {
   static std::size_t at;
   at = 0;
   const cookie_io_functions_t functions{[](void *, char *buffer, std::size_t size) -> ssize_t {
@@ -258,7 +259,7 @@ TEST(StreamCodec, ADeviceThatFailsInALongRunLeavesTheFloatsThatCame) {
   channel.close();
 }
 
-TEST(StreamCodec, ScalarReadsGoOnWhereABlockReadStopped) {
+TEST(Channel, ScalarReadsGoOnWhereABlockReadStopped) {
   FieldBytes bytes(true, false);
   for (int i = 0; i < 5000; ++i) bytes.real(i);
   bytes.integer(77).text("xy", 2);
@@ -289,7 +290,7 @@ std::string written(bool single, const std::function<bool(sbr::StreamChannel &)>
   return read_file(scratch.file("out"));
 }
 
-TEST(StreamCodec, BlockEncodingEqualsTheElementCalls) {
+TEST(Channel, BlockEncodingEqualsTheElementCalls) {
   for (const std::int64_t count : {0, 1, 3, 4096, 4097, 9000}) {
     const std::string values = random_bytes(static_cast<std::size_t>(count) * 8, 11);
     auto *start = const_cast<char *>(values.data());
@@ -307,13 +308,13 @@ TEST(StreamCodec, BlockEncodingEqualsTheElementCalls) {
   }
 }
 
-TEST(StreamCodec, SinglePrecisionWritingRoundsEveryValue) {
+TEST(Channel, SinglePrecisionWritingRoundsEveryValue) {
   const std::vector<double> values = {0.1, 1e300, -2.5, 1e-300};
   const std::string bytes = written(true, [&](auto &out) { return sbr::write_reals(out, values.data(), 4); });
   EXPECT_EQ(bytes, FieldBytes(true, true).reals(values).bytes());
 }
 
-TEST(StreamCodec, AFullDeviceFailsTheBlockWriteAsItDoesTheElementCalls) {
+TEST(Channel, AFullDeviceFailsTheBlockWriteAsItDoesTheElementCalls) {
   const std::vector<double> values(20000, 1.5);
   for (const bool ours : {true, false}) {
     sbr::StreamChannel out;
@@ -330,7 +331,7 @@ TEST(StreamCodec, AFullDeviceFailsTheBlockWriteAsItDoesTheElementCalls) {
 
 // ---- rows ----------------------------------------------------------------------------------------------------------
 
-TEST(StreamCodec, RowsComeFieldByFieldInEveryEncodingAndStopBehindTheRun) {
+TEST(Channel, RowsComeFieldByFieldInEveryEncodingAndStopBehindTheRun) {
   constexpr int kRows = 3000;
   for (const bool xdr : {false, true}) {
     for (const bool single : {false, true}) {
@@ -358,7 +359,7 @@ TEST(StreamCodec, RowsComeFieldByFieldInEveryEncodingAndStopBehindTheRun) {
   }
 }
 
-TEST(StreamCodec, ATruncatedRunGivesTheFieldsThatAreWholeAndRefusesAllBehind) {
+TEST(Channel, ATruncatedRunGivesTheFieldsThatAreWholeAndRefusesAllBehind) {
   FieldBytes bytes(true, false);
   bytes.integer(1).real(1.5).integer(2).raw("abc");
   OpenChannel in(bytes.bytes(), true, false);
@@ -372,7 +373,7 @@ TEST(StreamCodec, ATruncatedRunGivesTheFieldsThatAreWholeAndRefusesAllBehind) {
   EXPECT_FALSE(rows.chars(&letter, 1));
 }
 
-TEST(StreamCodec, ARunOfNoRowsOrOfACorruptSizeHasNoFields) {
+TEST(Channel, ARunOfNoRowsOrOfACorruptSizeHasNoFields) {
   OpenChannel in(random_bytes(64, 5), false, false);
   std::int32_t id = 0;
   sbr::RowReader none(in.channel, 12, 0);
@@ -386,7 +387,7 @@ TEST(StreamCodec, ARunOfNoRowsOrOfACorruptSizeHasNoFields) {
 
 // ---- public conversions --------------------------------------------------------------------------------------------
 
-TEST(StreamCodec, FloatsWidenInPlaceInOrder) {
+TEST(Channel, FloatsWidenInPlaceInOrder) {
   double buffer[5];
   const float floats[5] = {1.5F, -2.0F, 0.1F, 1e-40F, 3e38F};
   std::memcpy(buffer, floats, sizeof floats);
@@ -394,7 +395,7 @@ TEST(StreamCodec, FloatsWidenInPlaceInOrder) {
   for (std::size_t i = 0; i < 5; ++i) EXPECT_EQ(buffer[i], static_cast<double>(floats[i]));
 }
 
-TEST(StreamCodec, DoublesNarrowInPlaceInOrder) {
+TEST(Channel, DoublesNarrowInPlaceInOrder) {
   double buffer[3] = {1.5, 0.1, -1e300};
   auto *floats = reinterpret_cast<float *>(buffer);
   EXPECT_EQ(double2float(floats, buffer, 3), floats);
@@ -405,7 +406,7 @@ TEST(StreamCodec, DoublesNarrowInPlaceInOrder) {
   EXPECT_EQ(narrow[2], -std::numeric_limits<float>::infinity());
 }
 
-TEST(StreamCodec, ConversionsOfNothingTouchNothing) {
+TEST(Channel, ConversionsOfNothingTouchNothing) {
   float single = 3.0F;
   double real = 4.0;
   EXPECT_EQ(double2float(&single, &real, 0), &single);
@@ -418,26 +419,26 @@ TEST(StreamCodec, ConversionsOfNothingTouchNothing) {
 
 // ---- fixed-width texts ---------------------------------------------------------------------------------------------
 
-TEST(StreamCodec, TerminatingStripsTrailingBlanksOnly) {
+TEST(Channel, TerminatingStripsTrailingBlanksOnly) {
   char text[8] = {' ', 'a', ' ', 'b', ' ', ' ', ' ', ' '};
   terminate_string(text, 8);
   EXPECT_STREQ(text, " a b");
   EXPECT_EQ(text[7], '\0');
 }
 
-TEST(StreamCodec, TerminatingAnAllBlankFieldEmptiesIt) {
+TEST(Channel, TerminatingAnAllBlankFieldEmptiesIt) {
   char text[4] = {' ', ' ', ' ', ' '};
   terminate_string(text, 4);
   EXPECT_EQ(std::string(text, 4), std::string(4, '\0'));
 }
 
-TEST(StreamCodec, TerminatingAFullFieldCostsItsLastCharacter) {
+TEST(Channel, TerminatingAFullFieldCostsItsLastCharacter) {
   char text[4] = {'a', 'b', 'c', 'd'};
   terminate_string(text, 4);
   EXPECT_STREQ(text, "abc");
 }
 
-TEST(StreamCodec, TerminatingAFieldOfOneOrNoCharacterIsSafe) {
+TEST(Channel, TerminatingAFieldOfOneOrNoCharacterIsSafe) {
   char text[2] = {'a', ' '};
   terminate_string(text, 1);
   EXPECT_EQ(text[0], '\0');
@@ -498,7 +499,7 @@ TEST_F(PositionTest, BytesLeftCountsToTheEndAndLeavesThePosition) {
   EXPECT_EQ(sbr::bytes_left(in.channel), 0);
 }
 
-TEST(StreamCodec, BytesLeftKnowsAPieceOfMemory) {
+TEST(Channel, BytesLeftKnowsAPieceOfMemory) {
   char memory[30] = {};
   sbr::StreamChannel channel;
   channel.own(fmemopen(memory, sizeof memory, "rb"));

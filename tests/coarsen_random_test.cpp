@@ -7,7 +7,6 @@
 #include <random>
 #include <sstream>
 
-#include "body/body.h"
 #include "support/coarsen_reference.h"
 #include "support/messages.h"
 #include "surface/coarsen_mesh.h"
@@ -287,18 +286,23 @@ TEST_F(CoarseningRandomTest, PruningGivesWhatAllPairsGive) {
     const int nodes = 2 + below(random, 30);
     std::vector<int> polygon(static_cast<std::size_t>(1 + below(random, 60)));
     for (int &v : polygon) v = below(random, nodes);
-    std::vector<bool> in_play;
+    // The last vertices may be no nodes of the table.
+    const int listed = std::max(1, nodes - below(random, 4));
+    std::vector<bool> in_play(static_cast<std::size_t>(nodes), false);
     sbr::coarse::Mesh mesh;
-    ASSERT_TRUE(mesh.nodes.allocate(nodes) && mesh.seen.allocate(nodes));
-    for (int i = 0; i < nodes; ++i) {
-      in_play.push_back(below(random, 4) != 0);
-      mesh.node(i).in_play = in_play.back();
+    ASSERT_TRUE(mesh.marks.allocate(listed) && mesh.group_of.allocate(listed));
+    for (int i = 0; i < listed; ++i) {
+      in_play[static_cast<std::size_t>(i)] = below(random, 4) != 0;
+      mesh.marks[i] = in_play[static_cast<std::size_t>(i)] ? sbr::coarse::kInPlay : 0;
     }
     for (const int v : polygon) ASSERT_TRUE(mesh.polygon.push_back(v));
     sbr::coarse::prune_polygon_loops(mesh);
     const std::vector<int> result(mesh.polygon.begin(), mesh.polygon.end());
     ASSERT_EQ(result, prune_by_the_book(polygon, in_play)) << "round " << round;
     if (result.size() < polygon.size()) pruned += 1;
+    // What was marked on the way is forgotten.
+    for (int i = 0; i < listed; ++i) ASSERT_EQ(mesh.marks[i] != 0, in_play[static_cast<std::size_t>(i)]);
+    for (const unsigned char marks : mesh.marks) ASSERT_LE(marks, sbr::coarse::kInPlay);
   }
   EXPECT_GT(pruned, 5000);
 }
@@ -307,8 +311,8 @@ TEST_F(CoarseningRandomTest, PruningAPolygonOfOneNodeRepeatedIsNotSlow) {
   constexpr int kVertices = 1000000;
   for (const bool in_play : {false, true}) {
     sbr::coarse::Mesh mesh;
-    ASSERT_TRUE(mesh.nodes.allocate(1) && mesh.seen.allocate(1) && mesh.polygon.allocate(kVertices));
-    mesh.node(0).in_play = in_play;
+    ASSERT_TRUE(mesh.marks.allocate(1) && mesh.group_of.allocate(1) && mesh.polygon.allocate(kVertices));
+    mesh.marks[0] = in_play ? sbr::coarse::kInPlay : 0;
     sbr::coarse::prune_polygon_loops(mesh);
     if (in_play)
       EXPECT_LT(mesh.polygon.count(), 10);

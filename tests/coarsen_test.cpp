@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/coarsen_reference.h"
 #include "support/meshes.h"
 #include "support/messages.h"
@@ -214,8 +214,7 @@ TEST_F(CoarseningTest, AnIdIsPreservedOnce) {
 
 TEST_F(CoarseningTest, AnIdBeyond32BitsIsUnknown) {
   SBR body = make_body(flat_grid(2, 2));
-  body->nodes.nodes[0].id = std::numeric_limits<int>::max();
-  body->nodes.keys.clear();
+  state::set_node_id(body, 0, std::numeric_limits<int>::max());
   log.clear();
   SBR_TrimGeometry(body, "0.5,10,0,99999999999999999999,20");
   EXPECT_THAT(log.take(), ElementsAre(testing::_, info("Preserving nodes: "), info("20 "), testing::_));

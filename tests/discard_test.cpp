@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/meshes.h"
@@ -104,8 +104,7 @@ TEST_F(DiscardingTest, LoadNodesGoWhenTheyAreOptimizedAway) {
 
 TEST_F(DiscardingTest, AnInterfaceNodeWithoutAPositiveIdKeepsTheFirstNode) {
   SBR_SetInterfaceNode(body, 70);
-  body->nodes.nodes[6].id = -70;
-  body->nodes.keys.clear();
+  state::set_node_id(body, 6, -70);
   EXPECT_EQ(keep(), (std::vector<int>{0, 1, 2, 4, 5}));
 }
 
@@ -204,8 +203,8 @@ TEST_F(DiscardingTest, EachKindIsAnnouncedWithItsFile) {
   ASSERT_EQ(messages.size(), 3U);
   const char *const names[] = {"Shape", "Stress", "Strain"};
   for (int kind = 0; kind < 3; ++kind)
-    EXPECT_EQ(messages[static_cast<std::size_t>(kind)], info(std::string(" Shortened ") + names[kind] + " mode file: " +
-                                                             body->modes[sbr::kKinds[kind]].path.data() + "\n"));
+    EXPECT_EQ(messages[static_cast<std::size_t>(kind)],
+              info(std::string(" Shortened ") + names[kind] + " mode file: " + state::mode_file(body, kind) + "\n"));
 }
 
 TEST_F(DiscardingTest, StressAndStrainKeepTheirKeptNodes) {
@@ -261,7 +260,7 @@ TEST_F(DiscardingTest, PreStressRowsMoveToTheirPlaceInTheKeepList) {
   }
   EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 1);
   std::vector<double> rows;
-  for (const auto &row : body->pre.stress) rows.push_back(row[0]);
+  for (const auto &row : state::pre_stress(body)) rows.push_back(row[0]);
   rows.resize(4);
   EXPECT_EQ(rows, (std::vector<double>{0, 2, 4, 5}));
 }
@@ -274,7 +273,9 @@ TEST_F(DiscardingTest, PreStrainRowsLineUpWhenAllKeptNodesHaveStrain) {
     SBR_SetPreStrainVec(body, mesh_id(node), six);
   }
   EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 1);
-  for (std::size_t p = 0; p < 4; ++p) EXPECT_EQ(body->pre.strain[p][0], (std::vector<int>{1, 2, 4, 5})[p]);
+  std::vector<double> rows;
+  for (const auto &row : pre_vectors_of(body, 2)) rows.push_back(row[0]);
+  EXPECT_EQ(rows, (std::vector<double>{1, 2, 4, 5}));
 }
 
 TEST_F(DiscardingTest, NodalLoadsFollowTheirNodes) {
@@ -419,7 +420,7 @@ TEST_F(DiscardingTest, ABodyWithAPreStressAloneIsWrittenWithInvariants) {
 TEST_F(DiscardingTest, AFailureOfALaterKindLeavesTheBodyAsItWas) {
   give_shapes();
   give(1, {1});
-  body->nodes.kinds[sbr::Kind::stress].count = 0;  // a stress block without nodes cannot be fetched
+  state::kind_node_count(body, sbr::Kind::stress) = 0;  // a stress block without nodes cannot be fetched
   log.clear();
   EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 0);
   const std::vector<Message> complaints = log.take_complaints();
@@ -438,10 +439,10 @@ TEST_F(DiscardingTest, ShorteningReplacesTheTemporaryFile) {
   const ScratchDirectory directory;
   const ScopedEnvironment tmp("TMP", directory.path().string());
   give_shapes();
-  const std::string old_path = body->modes[sbr::Kind::shape].path.data();
+  const std::string old_path = state::mode_file(body, sbr::Kind::shape);
   const int kept[] = {1, 2};
   EXPECT_EQ(SBR_ShortenModeFile(body, kept, 2, 0), 1);
-  const std::string new_path = body->modes[sbr::Kind::shape].path.data();
+  const std::string new_path = state::mode_file(body, sbr::Kind::shape);
   EXPECT_NE(new_path, old_path);
   EXPECT_FALSE(std::filesystem::exists(old_path));
   EXPECT_EQ(std::filesystem::path(new_path).parent_path(), directory.path());
@@ -450,11 +451,11 @@ TEST_F(DiscardingTest, ShorteningReplacesTheTemporaryFile) {
 
 TEST_F(DiscardingTest, ShorteningWritesTheKeptRowsOfEachModeInTheUnitsOfTheFile) {
   give_shapes();
-  body->units.unit.length = 1000.0;
+  state::all_changes(body).length = 1000.0;
   const int kept[] = {2, 0};
   ASSERT_EQ(SBR_ShortenModeFile(body, kept, 2, 0), 1);
-  ASSERT_EQ(std::fflush(body->modes[sbr::Kind::shape].stream), 0);
-  const std::string bytes = read_file(body->modes[sbr::Kind::shape].path.data());
+  ASSERT_EQ(std::fflush(state::mode_stream(body, sbr::Kind::shape)), 0);
+  const std::string bytes = read_file(state::mode_file(body, sbr::Kind::shape));
   ASSERT_EQ(bytes.size(), 2U * 2 * 6 * 8);
   std::vector<double> values(24);
   std::memcpy(values.data(), bytes.data(), bytes.size());
@@ -462,18 +463,18 @@ TEST_F(DiscardingTest, ShorteningWritesTheKeptRowsOfEachModeInTheUnitsOfTheFile)
   for (int mode = 1; mode <= 2; ++mode)
     for (const int id : {30, 10})
       for (int c = 0; c < 6; ++c) EXPECT_NEAR(values[at++], value(0, mode, id, c), 1e-9);
-  EXPECT_EQ(body->store.offsets[sbr::Kind::shape][1], 96);
+  EXPECT_EQ(state::mode_offsets(body, sbr::Kind::shape)[1], 96);
 }
 
 TEST_F(DiscardingTest, ShorteningStressTakesForceAndLengthOutOfAllSixValues) {
   give_shapes();
   give(1, {1, 2});
-  body->units.unit.length = 10.0;
-  body->units.unit.force = 4.0;
+  state::all_changes(body).length = 10.0;
+  state::all_changes(body).force = 4.0;
   const int kept[] = {0, 2};
   ASSERT_EQ(SBR_ShortenModeFile(body, kept, 2, 1), 1);
-  ASSERT_EQ(std::fflush(body->modes[sbr::Kind::stress].stream), 0);
-  const std::string bytes = read_file(body->modes[sbr::Kind::stress].path.data());
+  ASSERT_EQ(std::fflush(state::mode_stream(body, sbr::Kind::stress)), 0);
+  const std::string bytes = read_file(state::mode_file(body, sbr::Kind::stress));
   ASSERT_EQ(bytes.size(), 2U * 6 * 8);  // node 0 has no stress
   std::vector<double> values(12);
   std::memcpy(values.data(), bytes.data(), bytes.size());
@@ -483,12 +484,12 @@ TEST_F(DiscardingTest, ShorteningStressTakesForceAndLengthOutOfAllSixValues) {
 TEST_F(DiscardingTest, ShorteningWithoutAKeepListDoesNothing) {
   give_shapes();
   SBR_SetModalLoadNodal(body, 0, 30, 1, 1.5);
-  const std::string path = body->modes[sbr::Kind::shape].path.data();
+  const std::string path = state::mode_file(body, sbr::Kind::shape);
   log.clear();
   EXPECT_EQ(SBR_ShortenModeFile(body, nullptr, 3, 0), 1);
   EXPECT_EQ(SBR_CompactModalLoadNodal(body, nullptr, 3), 1);
   EXPECT_TRUE(log.take().empty());
-  EXPECT_EQ(body->modes[sbr::Kind::shape].path.data(), path);
+  EXPECT_EQ(state::mode_file(body, sbr::Kind::shape), path);
   expect_values(0, {0, 1, 2, 3, 4, 5, 6});
   EXPECT_EQ(copied(SBR_GetModalLoadNodalNode(body, 0), 1), (std::vector<int>{2}));
 }
@@ -501,7 +502,7 @@ TEST_F(DiscardingTest, ShorteningRefusesKindsThatDoNotExist) {
 
 TEST_F(DiscardingTest, ShorteningNamesTheFileThatCannotBeMade) {
   give_shapes();
-  const std::string old_path = body->modes[sbr::Kind::shape].path.data();
+  const std::string old_path = state::mode_file(body, sbr::Kind::shape);
   const ScopedEnvironment tmp("TMP", "/no/such/directory");
   log.clear();
   const int kept[] = {1, 2};
@@ -511,7 +512,7 @@ TEST_F(DiscardingTest, ShorteningNamesTheFileThatCannotBeMade) {
   EXPECT_THAT(messages[0].text, ::testing::StartsWith("Unable to open /no/such/directory/sbr_"));
   EXPECT_THAT(messages[0].text, ::testing::EndsWith(" for write.  Specify different temporary file directory by\n"
                                                     "setting the TMP environment variable"));
-  EXPECT_EQ(body->modes[sbr::Kind::shape].path.data(), old_path);
+  EXPECT_EQ(state::mode_file(body, sbr::Kind::shape), old_path);
   expect_values(0, {0, 1, 2, 3, 4, 5, 6});
 }
 
@@ -530,7 +531,7 @@ TEST_F(DiscardingTest, RemovingInternalGeometryStripsAndDiscards) {
   const double six[6] = {};
   for (int i = 0; i < 27; ++i) SBR_SetModeVec(block, 1, mesh_id(i), 0, six);
   EXPECT_EQ(SBR_RemoveInternalGeometry(block), 1);
-  EXPECT_EQ(block->faces.face_count, 24);
+  EXPECT_EQ(face_count(block), 24);
   EXPECT_EQ(SBR_NodeCount(block), 26);  // the middle node is inside
   EXPECT_EQ(SBR_NodeIndex(block, mesh_id(13)), -1);
   log.clear();

@@ -1,10 +1,11 @@
+#include "sbrkit/dynamic_library.hpp"
+
 #include <gmock/gmock.h>
 #include <unistd.h>
 
 #include <filesystem>
 
 #include "database/library_names.h"
-#include "sbrkit/dynamic_library.hpp"
 #include "support/files.h"
 
 namespace sbrtest {

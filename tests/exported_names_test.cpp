@@ -1,4 +1,5 @@
-// The shared library shows exactly the names of its list. That the public headers declare them is told by public_headers_test.
+// The shared library shows exactly the names of its list. That the public headers declare them is told by
+// public_headers_test.
 #include <gtest/gtest.h>
 
 #include <array>

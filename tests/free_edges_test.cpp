@@ -1,9 +1,9 @@
 // Free edges: the public classes, the flat search behind the C operations, and that both give the same chains.
+#include "sbrkit/free_edges.hpp"
+
 #include <algorithm>
 #include <random>
 
-#include "body/body.h"
-#include "sbrkit/free_edges.hpp"
 #include "support/meshes.h"
 #include "support/messages.h"
 #include "surface/free_edges.h"
@@ -238,7 +238,7 @@ TEST_F(FreeEdgesTest, InternalFacesAreRemovedFirst) {
   ASSERT_GE(messages.size(), 2U);
   EXPECT_EQ(messages[0], info("\n Remove internal geometry of SBR\n"));
   EXPECT_EQ(messages[1], info(" Stripping interior faces\n"));
-  EXPECT_EQ(body->faces.face_count, 9);
+  EXPECT_EQ(face_count(body), 9);
   EXPECT_EQ(SBR_NodeCount(body), 12);
   EXPECT_EQ(chain(body, 0), (std::vector<int>{30, 60, 120, 90, 30}));
 }

@@ -7,7 +7,7 @@
 namespace sbrtest {
 namespace {
 
-using InterfaceTest = LibraryTest;
+using FunctionTableTest = LibraryTest;
 
 template <class Operation>
 bool holds(const interface_table &table, int slot, Operation *operation) {
@@ -16,7 +16,7 @@ bool holds(const interface_table &table, int slot, Operation *operation) {
 
 void host_function() {}
 
-TEST_F(InterfaceTest, SlotsHoldTheirOperations) {
+TEST_F(FunctionTableTest, SlotsHoldTheirOperations) {
   interface_table table{};
   EXPECT_EQ(PopulateInterface(&table), 1);
   EXPECT_TRUE(holds(table, 0, SBR_Create));
@@ -185,7 +185,7 @@ TEST_F(InterfaceTest, SlotsHoldTheirOperations) {
   EXPECT_TRUE(holds(table, 172, SBR_GetMatrixOperatorSubData));
 }
 
-TEST_F(InterfaceTest, EmptySlotsStayAsTheHostSetThem) {
+TEST_F(FunctionTableTest, EmptySlotsStayAsTheHostSetThem) {
   interface_table table;
   for (auto &slot : table.slot) slot = host_function;
   PopulateInterface(&table);
@@ -195,16 +195,16 @@ TEST_F(InterfaceTest, EmptySlotsStayAsTheHostSetThem) {
   EXPECT_EQ(untouched, (std::set<int>{44, 108, 109, 110, 126, 135, 136, 137, 138}));
 }
 
-TEST_F(InterfaceTest, ANullTableIsHarmless) { EXPECT_EQ(PopulateInterface(nullptr), 1); }
+TEST_F(FunctionTableTest, ANullTableIsHarmless) { EXPECT_EQ(PopulateInterface(nullptr), 1); }
 
-TEST_F(InterfaceTest, AHandlerSeesTheTextAsFormatted) {
+TEST_F(FunctionTableTest, AHandlerSeesTheTextAsFormatted) {
   SBR_Error("%d of %s", 3, "four");
   SBR_Warning("line\n");
   SBR_Info("plain");
   EXPECT_EQ(log.take(), (std::vector<Message>{error("3 of four"), warning("line\n"), info("plain")}));
 }
 
-TEST_F(InterfaceTest, AReportGivesTheHandlersResult) {
+TEST_F(FunctionTableTest, AReportGivesTheHandlersResult) {
   const message_handlers handlers{[](const char *) { return 7; }, [](const char *) { return 8; },
                                   [](const char *) { return 9; }};
   EXPECT_EQ(SetMessageHandlers(&handlers), 1);
@@ -213,7 +213,7 @@ TEST_F(InterfaceTest, AReportGivesTheHandlersResult) {
   EXPECT_EQ(SBR_Info("x"), 9);
 }
 
-TEST_F(InterfaceTest, WithoutHandlersReportsAreDropped) {
+TEST_F(FunctionTableTest, WithoutHandlersReportsAreDropped) {
   const message_handlers none{nullptr, nullptr, nullptr};
   EXPECT_EQ(SetMessageHandlers(&none), 1);
   EXPECT_EQ(SBR_Error("nobody hears %d", 1), 0);
@@ -221,7 +221,7 @@ TEST_F(InterfaceTest, WithoutHandlersReportsAreDropped) {
   EXPECT_EQ(SBR_Info("nobody hears"), 0);
 }
 
-TEST_F(InterfaceTest, AnOverlongReportIsCutAndNotOverrun) {
+TEST_F(FunctionTableTest, AnOverlongReportIsCutAndNotOverrun) {
   const std::string long_name(5000, 'x');
   SBR_Error("%s", long_name.c_str());
   ASSERT_EQ(log.all().size(), 1U);

@@ -1,7 +1,7 @@
 // Where the blocks of a record lie: existence, sizes, offsets, versions.
 #include "record/layout.h"
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/record_test.h"
 
 namespace sbrtest {
@@ -26,7 +26,7 @@ TEST_F(LayoutTest, BlocksOutsideTheListDoNotExist) {
 
 TEST_F(LayoutTest, ExistenceIsTheContentByteAsItStands) {
   SBR body = SBR_Create(0, 0);
-  body->layout.content[0] = 7;
+  state::content(body)[0] = 7;
   EXPECT_EQ(SBR_Exists(body, 3), 7);
 }
 
@@ -54,19 +54,19 @@ TEST_F(LayoutTest, ABodyWithoutAFileHasNoBlockToGoTo) {
 
 TEST_F(LayoutTest, OfABodyWithNodesOnlyAllLaterBlocksShareOneOffset) {
   SBR body = expect_opened(two_nodes());
-  EXPECT_EQ(body->layout.block_offset[3], 648);
-  for (int block = 4; block < 36; ++block) EXPECT_EQ(body->layout.block_offset[block], 648 + 8 + 2 * 28);
+  EXPECT_EQ(state::block_offset(body, 3), 648);
+  for (int block = 4; block < 36; ++block) EXPECT_EQ(state::block_offset(body, block), 648 + 8 + 2 * 28);
 }
 
 TEST_F(LayoutTest, TheFixedOffsetsFollowTheEncoding) {
   SBR native = expect_opened(two_nodes(60));
-  EXPECT_EQ(native->layout.block_offset[1], 4);
-  EXPECT_EQ(native->layout.block_offset[2], 548);
-  EXPECT_EQ(native->layout.block_offset[3], 648);
+  EXPECT_EQ(state::block_offset(native, 1), 4);
+  EXPECT_EQ(state::block_offset(native, 2), 548);
+  EXPECT_EQ(state::block_offset(native, 3), 648);
   SBR xdr = expect_opened(two_nodes(0x13C));
-  EXPECT_EQ(xdr->layout.block_offset[1], 4);
-  EXPECT_EQ(xdr->layout.block_offset[2], 2180);
-  EXPECT_EQ(xdr->layout.block_offset[3], 2580);
+  EXPECT_EQ(state::block_offset(xdr, 1), 4);
+  EXPECT_EQ(state::block_offset(xdr, 2), 2180);
+  EXPECT_EQ(state::block_offset(xdr, 3), 2580);
 }
 
 TEST_F(LayoutTest, EveryBlockHasItsSizeAndOffsetInEveryVersion) {
@@ -75,7 +75,7 @@ TEST_F(LayoutTest, EveryBlockHasItsSizeAndOffsetInEveryVersion) {
     SBR body = expect_opened(record);
     for (int block = 3; block < 36; ++block) {
       SCOPED_TRACE(testing::Message() << "word " << word << " block " << block);
-      EXPECT_EQ(body->layout.block_offset[block] - (block > 17 && (word == 30 || word == 31) ? 8 : 0),
+      EXPECT_EQ(state::block_offset(body, block) - (block > 17 && (word == 30 || word == 31) ? 8 : 0),
                 static_cast<std::int64_t>(record.offset(block)));
       if (SBR_Exists(body, block) == 0 || block == 35) continue;
       // The stress block of these versions is counted with a word per mode that it does not have.
@@ -87,15 +87,15 @@ TEST_F(LayoutTest, EveryBlockHasItsSizeAndOffsetInEveryVersion) {
 
 TEST_F(LayoutTest, SizingAndGoingToABlockLeaveNothingElseBehind) {
   SBR body = expect_opened(full_record(0x13C));
-  FileSeek_Win32(body->record.stream, 1234, 0);
+  FileSeek_Win32(state::record_stream(body), 1234, 0);
   for (int block = 0; block < 36; ++block) {
     SBR_size_of_block(body, block);
-    EXPECT_EQ(FileTell_Win32(body->record.stream), 1234);
+    EXPECT_EQ(FileTell_Win32(state::record_stream(body)), 1234);
   }
   EXPECT_EQ(SBR_goto_block(body, 5), 1);
-  EXPECT_EQ(FileTell_Win32(body->record.stream), body->layout.block_offset[5]);
+  EXPECT_EQ(FileTell_Win32(state::record_stream(body)), state::block_offset(body, 5));
   EXPECT_EQ(SBR_goto_block(body, 4), 0);
-  EXPECT_EQ(FileTell_Win32(body->record.stream), body->layout.block_offset[5]);
+  EXPECT_EQ(FileTell_Win32(state::record_stream(body)), state::block_offset(body, 5));
 }
 
 TEST_F(LayoutTest, TheSizeOfFacesIsTheirFirstWord) {
@@ -126,7 +126,7 @@ TEST_F(LayoutTest, TheModesOfAMonitorPointAreThoseSizedLast) {
   record.monitor_points({{1, 1, 1, "A", "a", 1, 1, 0, {}}});
   SBR body = expect_opened(record);
   EXPECT_EQ(SBR_size_of_block(body, 35), 92 + 2 * 8);
-  body->mode_table.mode_count = 7;
+  state::mode_count(body) = 7;
   EXPECT_EQ(SBR_size_of_block(body, 35), 92 + 2 * 8);
 }
 
@@ -135,13 +135,13 @@ TEST_F(LayoutTest, OldMonitorPointsMoveTheBlocksBehindThem) {
   record.remove(35);
   record.monitor_points({{1, 1, 1, "A", "a", 1, 1, 8, {{5, 6}}}}, 32);
   SBR body = expect_opened(record);
-  EXPECT_EQ(body->layout.block_offset[33], static_cast<std::int64_t>(record.offset(33)));
+  EXPECT_EQ(state::block_offset(body, 33), static_cast<std::int64_t>(record.offset(33)));
   // Without load operators the rule misses the displacement array, and the block behind is looked for too early.
   record.remove(33);
   record.remove(34);
   record.monitor_points({{1, 1, 1, "A", "a", 1, 0, 1, {{5, 6}}}}, 32);
   body = expect_opened(record);
-  EXPECT_EQ(body->layout.block_offset[33], static_cast<std::int64_t>(record.offset(33)) - 2 * 8);
+  EXPECT_EQ(state::block_offset(body, 33), static_cast<std::int64_t>(record.offset(33)) - 2 * 8);
 }
 
 // ---- blocks that cannot be sized -----------------------------------------------------------------------------------
@@ -258,7 +258,7 @@ TEST_F(LayoutTest, CorruptCountsGiveSizesWithoutOverflow) {
       SBR body = read_bytes(record.bytes());
       EXPECT_GE(SBR_size_of_block(body, block), 0) << block;
       for (int other = 1; other < 36; ++other)
-        EXPECT_GE(body->layout.block_offset[other], body->layout.block_offset[other - 1]);
+        EXPECT_GE(state::block_offset(body, other), state::block_offset(body, other - 1));
       SBR_UnLink(body);
     }
   }
@@ -276,7 +276,7 @@ TEST_F(LayoutTest, AWalkDoesNotGoBackwardOverNegativeCounts) {
 TEST_F(LayoutTest, TheVersionIsTheLowByteOfTheWord) {
   SBR body = expect_opened(two_nodes(0x13C));
   EXPECT_EQ(SBR_Version(body), 60);
-  EXPECT_EQ(body->layout.version, 0x13CU);
+  EXPECT_EQ(state::version_word(body), 0x13CU);
 }
 
 TEST_F(LayoutTest, ANewBodyHasVersion31) { EXPECT_EQ(SBR_Version(SBR_Create(0, 0)), 31); }
@@ -284,24 +284,24 @@ TEST_F(LayoutTest, ANewBodyHasVersion31) { EXPECT_EQ(SBR_Version(SBR_Create(0, 0
 TEST_F(LayoutTest, SettingTheVersionKeepsTheFlags) {
   SBR body = expect_opened(two_nodes(0x13C));
   SBR_SetVersion(body, 61);
-  EXPECT_EQ(body->layout.version, 0x13DU);
+  EXPECT_EQ(state::version_word(body), 0x13DU);
   SBR_SetVersion(body, 0x23E);
-  EXPECT_EQ(body->layout.version, 0x13EU);
+  EXPECT_EQ(state::version_word(body), 0x13EU);
 }
 
 TEST_F(LayoutTest, SettingAnOldVersionClearsTheFlags) {
   for (const std::uint32_t old : {10, 20, 30, 31, 40, 41, 50, 51}) {
     SBR body = SBR_Create(0, 0);
     SBR_SetVersion(body, 60);
-    body->layout.version |= 0x700U;
+    state::version_word(body) |= 0x700U;
     SBR_SetVersion(body, old);
-    EXPECT_EQ(body->layout.version, old);
+    EXPECT_EQ(state::version_word(body), old);
   }
   // The whole value has to be an old one.
   SBR body = SBR_Create(0, 0);
-  body->layout.version = 0x73C;
+  state::version_word(body) = 0x73C;
   SBR_SetVersion(body, 0x100 + 40);
-  EXPECT_EQ(body->layout.version, 0x700U + 40);
+  EXPECT_EQ(state::version_word(body), 0x700U + 40);
 }
 
 TEST_F(LayoutTest, ShortVersionsKnowNoLaterBlockWhateverTheirContentBytesSay) {

@@ -9,7 +9,7 @@
 namespace sbrtest {
 namespace {
 
-class LupTest : public LibraryTest {};
+class LuTest : public LibraryTest {};
 
 struct Matrix {
   explicit Matrix(std::vector<std::vector<double>> values) : rows(std::move(values)) {
@@ -20,7 +20,7 @@ struct Matrix {
   std::vector<double *> pointers;
 };
 
-TEST_F(LupTest, AZeroMatrixIsSingularAtTheFirstPivot) {
+TEST_F(LuTest, AZeroMatrixIsSingularAtTheFirstPivot) {
   Matrix zero({{0, 0}, {0, 0}});
   int permutation[2] = {-1, -1};
   EXPECT_EQ(SBR_LUPDecomposition(zero.pointers.data(), 2, permutation), 0);
@@ -28,7 +28,7 @@ TEST_F(LupTest, AZeroMatrixIsSingularAtTheFirstPivot) {
   EXPECT_EQ(permutation[1], 1);
 }
 
-TEST_F(LupTest, AnExchangeMatrixIsItsOwnInverse) {
+TEST_F(LuTest, AnExchangeMatrixIsItsOwnInverse) {
   Matrix swap({{0, 1}, {1, 0}});
   int permutation[2];
   ASSERT_EQ(SBR_LUPDecomposition(swap.pointers.data(), 2, permutation), 1);
@@ -39,7 +39,7 @@ TEST_F(LupTest, AnExchangeMatrixIsItsOwnInverse) {
   EXPECT_EQ(swap.rows, (std::vector<std::vector<double>>{{0, 1}, {1, 0}}));
 }
 
-TEST_F(LupTest, TheFirstOfEqualPivotsWins) {
+TEST_F(LuTest, TheFirstOfEqualPivotsWins) {
   Matrix matrix({{1, 2}, {-1, 3}});
   int permutation[2];
   ASSERT_EQ(SBR_LUPDecomposition(matrix.pointers.data(), 2, permutation), 1);
@@ -47,7 +47,7 @@ TEST_F(LupTest, TheFirstOfEqualPivotsWins) {
   EXPECT_EQ(matrix.rows, (std::vector<std::vector<double>>{{1, 2}, {-1, 5}}));
 }
 
-TEST_F(LupTest, LowerAndUpperFactorsStandInPlace) {
+TEST_F(LuTest, LowerAndUpperFactorsStandInPlace) {
   Matrix matrix({{2, 4, 2}, {4, 4, 8}, {1, 3, 9}});
   int permutation[3];
   ASSERT_EQ(SBR_LUPDecomposition(matrix.pointers.data(), 3, permutation), 1);
@@ -56,14 +56,14 @@ TEST_F(LupTest, LowerAndUpperFactorsStandInPlace) {
   EXPECT_EQ(matrix.rows, (std::vector<std::vector<double>>{{4, 4, 8}, {0.5, 2, -2}, {0.25, 1, 9}}));
 }
 
-TEST_F(LupTest, OrderOneIsAcceptedWhateverItsValue) {
+TEST_F(LuTest, OrderOneIsAcceptedWhateverItsValue) {
   Matrix zero(std::vector<std::vector<double>>{{0.0}});
   int permutation[1] = {-1};
   EXPECT_EQ(SBR_LUPDecomposition(zero.pointers.data(), 1, permutation), 1);
   EXPECT_EQ(permutation[0], 0);
 }
 
-TEST_F(LupTest, ALastPivotOfZeroPassesAndShowsInTheSolution) {
+TEST_F(LuTest, ALastPivotOfZeroPassesAndShowsInTheSolution) {
   Matrix singular({{1, 2}, {2, 4}});
   int permutation[2];
   EXPECT_EQ(SBR_LUPDecomposition(singular.pointers.data(), 2, permutation), 1);
@@ -72,7 +72,7 @@ TEST_F(LupTest, ALastPivotOfZeroPassesAndShowsInTheSolution) {
   EXPECT_FALSE(std::isfinite(b[1]));
 }
 
-TEST_F(LupTest, SolutionSatisfiesTheEquations) {
+TEST_F(LuTest, SolutionSatisfiesTheEquations) {
   const std::vector<std::vector<double>> values{{0, 2, 1}, {1, -2, -3}, {-1, 1, 2}};
   Matrix matrix(values);
   int permutation[3];
@@ -86,7 +86,7 @@ TEST_F(LupTest, SolutionSatisfiesTheEquations) {
   for (int i = 0; i < 3; ++i) EXPECT_EQ(permutation[i], before[i]);
 }
 
-TEST_F(LupTest, InverseTimesTheMatrixIsTheUnitMatrixAtOrderSix) {
+TEST_F(LuTest, InverseTimesTheMatrixIsTheUnitMatrixAtOrderSix) {
   std::mt19937 generator(1);
   std::uniform_real_distribution<double> uniform(-1.0, 1.0);
   for (int trial = 0; trial < 50; ++trial) {
@@ -107,7 +107,7 @@ TEST_F(LupTest, InverseTimesTheMatrixIsTheUnitMatrixAtOrderSix) {
   }
 }
 
-TEST_F(LupTest, AnOrderOfZeroFailsForWantOfMemory) {
+TEST_F(LuTest, AnOrderOfZeroFailsForWantOfMemory) {
   int permutation[1] = {0};
   double b[1] = {};
   EXPECT_EQ(SBR_LUPSolve(nullptr, 0, permutation, b), 0);
@@ -118,7 +118,7 @@ TEST_F(LupTest, AnOrderOfZeroFailsForWantOfMemory) {
   for (const Message &message : messages) EXPECT_TRUE(is_no_memory(message, "sbrtools")) << message.text;
 }
 
-TEST_F(LupTest, MissingRowsAndForeignPermutationsAreRefused) {
+TEST_F(LuTest, MissingRowsAndForeignPermutationsAreRefused) {
   Matrix unit({{1, 0}, {0, 1}});
   int permutation[2] = {0, 2};
   double b[2] = {1, 1};

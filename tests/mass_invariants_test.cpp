@@ -2,7 +2,7 @@
 #include <cmath>
 #include <random>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/mass_body.h"
 #include "support/messages.h"
 
@@ -169,7 +169,7 @@ TEST_F(InvariantsTest, GlobalPropertiesServeWhenThereIsNoNodalMass) {
   SBR body = SBR_Create(1, 2);
   SBR_AddMode(body, 1);
   SBR_AddMode(body, 2);
-  body->global = {2.0, {1.0, 2.0, 3.0}, {10.0, 1.0, 2.0, 1.0, 20.0, 3.0, 2.0, 3.0, 30.0}};
+  state::global(body) = {2.0, {1.0, 2.0, 3.0}, {10.0, 1.0, 2.0, 1.0, 20.0, 3.0, 2.0, 3.0, 30.0}};
   EXPECT_EQ(SBR_Invar1(body), 2.0);
   EXPECT_EQ(copied(own(SBR_Invar2(body)), 3), (std::vector<double>{2.0, 4.0, 6.0}));
   EXPECT_EQ(copied(own(SBR_Invar7(body)), 9),
@@ -183,7 +183,7 @@ TEST_F(InvariantsTest, NodalMassesComeBeforeGlobalProperties) {
   SBR body = SBR_Create(1, 1);
   SBR_SetNodeCoordinates(body, 1, 1.0, 0.0, 0.0);
   SBR_SetNodalMass(body, 1, 3.0);
-  body->global = {2.0, {1.0, 2.0, 3.0}, {10.0, 1.0, 2.0, 1.0, 20.0, 3.0, 2.0, 3.0, 30.0}};
+  state::global(body) = {2.0, {1.0, 2.0, 3.0}, {10.0, 1.0, 2.0, 1.0, 20.0, 3.0, 2.0, 3.0, 30.0}};
   EXPECT_EQ(SBR_Invar1(body), 3.0);
   EXPECT_EQ(own(SBR_Invar2(body))[0], 3.0);
   EXPECT_EQ(own(SBR_Invar7(body))[4], 3.0);
@@ -205,7 +205,7 @@ TEST_F(InvariantsTest, WithoutAnyDataTheValuesAreZero) {
 TEST_F(InvariantsTest, PairInvariantsAreZeroWithoutNodalMasses) {
   MassBody mass = random_mass_body(1, 4, 3);
   SBR body = mass.build();
-  sbr::set_block(*body, sbr::kNodalMasses, false);
+  state::set_block(body, sbr::kNodalMasses, false);
   EXPECT_EQ(copied(own(SBR_Invar5(body, 1)), 9), std::vector<double>(9, 0.0));
   EXPECT_EQ(copied(own(SBR_Invar9(body, 1, 2)), 9), std::vector<double>(9, 0.0));
 }
@@ -213,7 +213,7 @@ TEST_F(InvariantsTest, PairInvariantsAreZeroWithoutNodalMasses) {
 TEST_F(InvariantsTest, InvariantEightSumsTheNodesWithoutAskingForNodalMasses) {
   MassBody mass = random_mass_body(2, 6, 2);
   SBR body = mass.build();
-  sbr::set_block(*body, sbr::kNodalMasses, false);
+  state::set_block(body, sbr::kNodalMasses, false);
   expect_matrix(own(SBR_Invar8(body, 1)).get(), mass.invariant8(1));
 }
 
@@ -283,7 +283,7 @@ TEST_F(InvariantsTest, ModeIndicesOutOfRangeGiveNull) {
 TEST_F(InvariantsTest, WithoutNodesTheNodalSumsFailForWantOfABuffer) {
   SBR body = SBR_Create(1, 1);
   SBR_AddMode(body, 1);
-  sbr::set_block(*body, sbr::kNodalMasses);
+  state::set_block(body, sbr::kNodalMasses);
   EXPECT_EQ(SBR_Invar3(body), nullptr);
   EXPECT_EQ(SBR_Invar4(body), nullptr);
   EXPECT_EQ(SBR_Invar8(body, 0), nullptr);
@@ -295,7 +295,7 @@ TEST_F(InvariantsTest, WithoutNodesTheNodalSumsFailForWantOfABuffer) {
 TEST_F(InvariantsTest, WithoutNodesThePairInvariantsFailSilently) {
   SBR body = SBR_Create(1, 1);
   SBR_AddMode(body, 1);
-  sbr::set_block(*body, sbr::kNodalMasses);
+  state::set_block(body, sbr::kNodalMasses);
   EXPECT_EQ(SBR_Invar5(body, 0), nullptr);
   EXPECT_EQ(SBR_Invar9(body, 0, 0), nullptr);
   EXPECT_TRUE(log.take().empty());
@@ -340,7 +340,7 @@ TEST_F(InvariantsTest, FewerModesThanACellWasMadeForStayWithinIt) {
   const OwnedDoubles pair = own(SBR_Invar9(body, 1, 0));
   const OwnedDoubles tensor = own(SBR_Invar8(body, 1));
   SBR_FullComputeInvars(body);
-  body->mode_table.mode_count = 2;
+  state::mode_count(body) = 2;
   EXPECT_EQ(copied(own(SBR_Invar9(body, 1, 0)), 9), copied(pair, 9));
   EXPECT_EQ(copied(own(SBR_Invar8(body, 1)), 9), copied(tensor, 9));
   EXPECT_NE(own(SBR_Invar5(body, 1)), nullptr);
@@ -350,7 +350,7 @@ TEST_F(InvariantsTest, FewerModesThanACellWasMadeForStayWithinIt) {
 // ---- drivers -------------------------------------------------------------------------------------------------------
 
 bool filled(const SBR body, int invariant) {
-  const sbr::Invariants &in = body->invariants;
+  const sbr::Invariants &in = state::invariants(body);
   const sbr::Array<double> *cells[] = {nullptr,    &in.invar1, &in.invar2, &in.invar3, &in.invar4,
                                        &in.invar5, nullptr,    &in.invar7, &in.invar8, &in.invar9};
   return static_cast<bool>(*cells[invariant]);
@@ -424,20 +424,20 @@ TEST_F(InvariantsTest, NodalMassesWithoutModesSufficeForTheRigidSetOnly) {
 TEST_F(InvariantsTest, FilledCellsAreSufficient) {
   SBR body = random_mass_body(5, 4, 2).build();
   SBR_FullComputeInvars(body);
-  sbr::set_block(*body, sbr::kNodalMasses, false);
+  state::set_block(body, sbr::kNodalMasses, false);
   log.clear();
   SBR_FastComputeInvars(body);
   SBR_FullComputeInvars(body);
   SBR_RigidComputeInvars(body);
   EXPECT_TRUE(log.take_complaints().empty());
-  body->invariants.invar8.release();
+  state::invariants(body).invar8.release();
   SBR_FastComputeInvars(body);
   EXPECT_EQ(log.take_complaints(), std::vector<Message>{kNoPartialSet});
 }
 
 TEST_F(InvariantsTest, ExistingBlocksAreSufficient) {
   SBR body = SBR_Create(1, 1);
-  for (const int block : {18, 19, 20, 21, 23, 24}) sbr::set_block(*body, block);
+  for (const int block : {18, 19, 20, 21, 23, 24}) state::set_block(body, block);
   SBR_FastComputeInvars(body);
   SBR_RigidComputeInvars(body);
   EXPECT_TRUE(log.take_complaints().empty());

@@ -5,10 +5,10 @@
 #include <limits>
 #include <random>
 
-#include "body/body.h"
 #include "mass/invariants.h"
 #include "mass/pair_sums.h"
 #include "modes/store.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/mass_body.h"
 #include "support/messages.h"
@@ -87,9 +87,9 @@ TEST_P(PairBits, AreThoseOfThePlainLoopWithoutTheCache) {
 }
 
 TEST_P(PairBits, AreThoseOfThePlainLoopWhenTheCacheTakesFewModes) {
-  body->store.memory_limit = 3;  // slots; the rest streams through buffers
+  state::cache_limit(body) = 3;  // slots; the rest streams through buffers
   SBR_FreeMemory(SBR_Invar5(body, 0));
-  EXPECT_EQ(body->store.memory_used, std::min(3, mass.mode_count()));
+  EXPECT_EQ(state::cached_parts(body), std::min(3, mass.mode_count()));
   EXPECT_EQ(wrong_bits(mass, body), 0);
 }
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/mass_body.h"
 #include "support/messages.h"
@@ -238,8 +238,8 @@ TEST_F(InvariantBlocks, BlocksOfASampleAgreeWithItsNodes) {
   };
   for (int block = 22; block <= 25; ++block) ASSERT_EQ(SBR_Exists(body, block), 1);
   const std::vector<double> stored = gather();
-  body->invariants = sbr::Invariants{};
-  for (int block = 22; block <= 25; ++block) sbr::set_block(*body, block, false);
+  state::invariants(body) = sbr::Invariants{};
+  for (int block = 22; block <= 25; ++block) state::set_block(body, block, false);
   const std::vector<double> summed = gather();
   double largest = 0.0;
   for (const double value : stored) largest = std::max(largest, std::fabs(value));

@@ -4,7 +4,6 @@
 #include <limits>
 #include <numeric>
 
-#include "body/body.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -31,7 +30,7 @@ TEST_F(MatrixOperatorTest, NameLabelsAndRowsComeBack) {
   const char *labels[] = {"lift", "drag", "moment"};
   EXPECT_EQ(SBR_SetMatrixOperatorInfo(body, "AERO", labels, 3), 0);
   EXPECT_EQ(SBR_SetMatrixOperatorInfo(body, "OTHER", labels, 1), 1);
-  EXPECT_TRUE(sbr::has_block(*body, 33));
+  EXPECT_TRUE(SBR_Exists(body, 33) != 0);
   EXPECT_EQ(SBR_GetMatrixOperatorCount(body), 2);
   EXPECT_EQ(SBR_GetMatrixOperatorNumRows(body, 0), 3);
   EXPECT_EQ(SBR_GetMatrixOperatorNumSubOperator(body, 0), 0);
@@ -137,7 +136,7 @@ TEST_F(MatrixOperatorTest, ANegativeRowCountIsAFailedAllocationAndNoRowsAreFine)
   ASSERT_EQ(log.all().size(), 1U);
   EXPECT_TRUE(is_no_memory(log.all()[0], "sbrmtxop"));
   EXPECT_EQ(SBR_GetMatrixOperatorCount(body), 0);
-  EXPECT_FALSE(sbr::has_block(*body, 33));
+  EXPECT_FALSE(SBR_Exists(body, 33) != 0);
   EXPECT_EQ(SBR_SetMatrixOperatorInfo(body, "A", nullptr, 0), 0);
   EXPECT_EQ(SBR_GetMatrixOperatorNumRows(body, 0), 0);
 }

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/record_builder.h"
@@ -118,7 +118,7 @@ TEST_F(ModeRoutesTest, ABadPartLoadsTheRecordAndFails) {
   std::vector<double> out(3 * kNodes, 9.0);
   EXPECT_EQ(SBR_Mode(body, 8, 0, out.data(), 2), 0);
   EXPECT_EQ(out[0], 9.0);
-  EXPECT_EQ(body->access.current_mode[sbr::Kind::shape], 1);
+  EXPECT_EQ(state::current_modes(body)[sbr::Kind::shape], 1);
   double *reference = nullptr;
   EXPECT_EQ(SBR_ModeByRef(body, 8, 0, &reference, -1), 0);
   double three[3] = {9, 9, 9};
@@ -174,7 +174,7 @@ TEST_F(ModeRoutesTest, PreStressIsModeNumberZeroOfKindOneAndStaysOutOfTheCache) 
   EXPECT_EQ(mode(body, 0, 1, 0), (std::vector<double>{1, 2, 3}));
   EXPECT_EQ(mode(body, 0, 1, 1), (std::vector<double>{4, 5, 6}));
   EXPECT_EQ(at_node(body, 0, 1, 77, 1), (std::vector<double>{4, 5, 6}));
-  EXPECT_EQ(body->store.memory_used, 0);
+  EXPECT_EQ(state::cached_parts(body), 0);
   double wide[6];
   float narrow[6];
   EXPECT_EQ(SBR_Read_Mode_Double(body, 0, 1, wide), 1);
@@ -225,12 +225,12 @@ TEST_F(ModeRoutesTest, ACurrentModeIsNotReadAgain) {
   SBR body = open(0x3C);
   SBR_SetKeepModesInMemory(body, 0);
   mode(body, 8, 0, 0);
-  const auto place = FileTell_Win32(body->record.stream);
-  ASSERT_EQ(FileSeek_Win32(body->record.stream, 0, 0), 0);
+  const auto place = FileTell_Win32(state::record_stream(body));
+  ASSERT_EQ(FileSeek_Win32(state::record_stream(body), 0, 0), 0);
   EXPECT_EQ(mode(body, 8, 0, 1), part_of(8, kNodes, 1));
-  EXPECT_EQ(FileTell_Win32(body->record.stream), 0) << "the stream has not moved";
+  EXPECT_EQ(FileTell_Win32(state::record_stream(body)), 0) << "the stream has not moved";
   EXPECT_EQ(mode(body, 7, 0, 1), part_of(7, kNodes, 1));
-  EXPECT_NE(FileTell_Win32(body->record.stream), place);
+  EXPECT_NE(FileTell_Win32(state::record_stream(body)), place);
 }
 
 TEST_F(ModeRoutesTest, OneNodeCachesItsPartForAllNodes) {
@@ -254,30 +254,30 @@ TEST_F(ModeRoutesTest, OneNodeCachesItsPartForAllNodes) {
 
 TEST_F(ModeRoutesTest, TheCacheLimitFollowsTheBudgetTheNodesAndTheModes) {
   SBR body = SBR_Create(1, 1);
-  body->nodes.kinds[sbr::Kind::shape].count = 1000;
-  body->mode_table.mode_count = 100;
+  state::kind_node_count(body, sbr::Kind::shape) = 1000;
+  state::mode_count(body) = 100;
   const auto limit = [&](std::optional<std::string> megabytes) {
     const ScopedEnvironment variable("SBR_MAX_MODE_MEMORY", std::move(megabytes));
-    body->store.memory_limit = 0;
+    state::cache_limit(body) = 0;
     SBR_InitializeModeMemory(body);
-    return body->store.memory_limit;
+    return state::cache_limit(body);
   };
   EXPECT_EQ(limit(std::nullopt), 600);
-  body->mode_table.mode_count = 100000;
+  state::mode_count(body) = 100000;
   EXPECT_EQ(limit(std::nullopt), 8738);
   EXPECT_EQ(limit("1"), 1048576 / 1000 / 3 / 8);
   for (const char *useless : {"0", "-5", "many", ""}) EXPECT_EQ(limit(useless), 8738) << useless;
-  body->nodes.kinds[sbr::Kind::shape].count = 0;
+  state::kind_node_count(body, sbr::Kind::shape) = 0;
   EXPECT_EQ(limit(std::nullopt), 0) << "without nodes there is nothing to work out";
 }
 
 TEST_F(ModeRoutesTest, AFullCacheRefusesAndTheDataStaysRight) {
   SBR body = open(0x13C);
-  body->store.memory_limit = 2;
+  state::cache_limit(body) = 2;
   for (int round = 0; round < 2; ++round)
     for (const int number : {7, 8, 11})
       for (int part = 0; part < 2; ++part) EXPECT_EQ(mode(body, number, 0, part), part_of(number, kNodes, part));
-  EXPECT_EQ(body->store.memory_used, 2);
+  EXPECT_EQ(state::cached_parts(body), 2);
   const auto data = part_of(7, kNodes, 0);
   EXPECT_EQ(SBR_ModetoMemory(body, 11, 0, data.data(), 0), 0);
 }
@@ -288,13 +288,13 @@ TEST_F(ModeRoutesTest, SwitchingTheCacheOffFreesItAndOnStartsEmpty) {
   SBR_GetKeepModesInMemory(body, &keep);
   EXPECT_EQ(keep, 1);
   mode(body, 7, 0, 0);
-  EXPECT_EQ(body->store.memory_used, 1);
+  EXPECT_EQ(state::cached_parts(body), 1);
   SBR_SetKeepModesInMemory(body, 0);
   std::vector<double> out(3 * kNodes);
   EXPECT_EQ(SBR_ModeFromMemory(body, 7, 0, out.data(), 0), 0);
   SBR_SetKeepModesInMemory(body, 1);
-  EXPECT_EQ(body->store.memory_used, 0);
-  EXPECT_EQ(body->store.memory_limit, 0);
+  EXPECT_EQ(state::cached_parts(body), 0);
+  EXPECT_EQ(state::cache_limit(body), 0);
   SBR_GetKeepModesInMemory(body, &keep);
   EXPECT_EQ(keep, 1);
 }
@@ -313,9 +313,9 @@ TEST_F(ModeRoutesTest, AHeldPartOutlivesOneThatTakesItsPlace) {
   double *fresh = nullptr;
   ASSERT_EQ(SBR_ModeFromMemoryByRef(body, 7, 0, &fresh, 0), 1);
   EXPECT_EQ(std::vector<double>(fresh, fresh + 3 * kNodes), other);
-  EXPECT_EQ(body->store.memory_used, 2);
+  EXPECT_EQ(state::cached_parts(body), 2);
   SBR_CleanModesInMemory(body);
-  EXPECT_EQ(body->store.memory_used, 0);
+  EXPECT_EQ(state::cached_parts(body), 0);
 }
 
 TEST_F(ModeRoutesTest, AHeldPartOutlivesAListOfNodesThatGrew) {
@@ -327,7 +327,7 @@ TEST_F(ModeRoutesTest, AHeldPartOutlivesAListOfNodesThatGrew) {
   SBR_SetNodeCoordinates(body, 20, 0, 0, 0);
   EXPECT_EQ(mode(body, 1, 0, 0), (std::vector<double>{1, 2, 3, 0, 0, 0})) << "stored anew, in the same slot";
   EXPECT_EQ(std::vector<double>(held, held + 3), (std::vector<double>{1, 2, 3}));
-  EXPECT_EQ(body->store.memory_used, 2);
+  EXPECT_EQ(state::cached_parts(body), 2);
 }
 
 TEST_F(ModeRoutesTest, EveryStoreCountsAgainstTheLimit) {
@@ -346,16 +346,16 @@ TEST_F(ModeRoutesTest, AModeCountBeyondTheTableTakesNoMemory) {
   const double unit[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
   ASSERT_EQ(SBR_PermuteSBR(body, origin, 300000000, 1.0, nullptr, unit), 1);
   EXPECT_EQ(mode(body, 2, 0, 0), (std::vector<double>{2, 2, 3}));
-  EXPECT_LE(body->store.slots[sbr::Kind::shape][0].count(), 2);
+  EXPECT_LE(state::cache_slots(body, sbr::Kind::shape, 0).count(), 2);
   double largest = 0.0;
   EXPECT_EQ(SBR_GetMaxModeDisplacement(body, 2, nullptr, &largest), 1);
   EXPECT_EQ(largest, std::sqrt(17.0));
-  EXPECT_LE(body->statistics.count(), 2);
+  EXPECT_LE(state::statistics(body).count(), 2);
   log.clear();
   const double axis[3] = {0, 0, 1};
   EXPECT_EQ(SBR_Mirror_Origin(body, axis), 1);
   ASSERT_EQ(log.take_complaints().size(), 1U) << "modes that are not there cannot be rewritten";
-  EXPECT_LE(body->store.offsets[sbr::Kind::shape].count(), 2);
+  EXPECT_LE(state::mode_offsets(body, sbr::Kind::shape).count(), 2);
 }
 
 // ---- reads that break off

@@ -9,9 +9,9 @@
 #include <random>
 #include <tuple>
 
-#include "body/body.h"
 #include "body/node_table.h"
 #include "modes/pending.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/messages.h"
 
@@ -20,7 +20,7 @@ namespace {
 
 using ModeEntryTest = LibraryTest;
 
-bool flag(SBR body, int block) { return sbr::has_block(*body, block); }
+bool flag(SBR body, int block) { return SBR_Exists(body, block); }
 
 // The six values of a node in a mode, through the accessors.
 std::vector<double> six_of(SBR body, int number, int kind, int id) {
@@ -176,9 +176,9 @@ TEST_F(ModeEntryTest, TheModesOfARecordFileAreNotWritten) {
   SBR_SetNodeCoordinates(body, 1, 0, 0, 0);
   SBR_AddMode(body, 1);
   // As a body read from a file stands: the kind's channel is the record's.
-  body->record.own(std::fopen(scratch.file("record").c_str(), "r+b"));
-  body->modes[sbr::Kind::shape].view(body->record);
-  ASSERT_TRUE(body->store.offsets[sbr::Kind::shape].allocate(2));
+  state::record(body).own(std::fopen(scratch.file("record").c_str(), "r+b"));
+  state::mode_channel(body, sbr::Kind::shape).view(state::record(body));
+  ASSERT_TRUE(state::mode_offsets(body, sbr::Kind::shape).allocate(2));
   EXPECT_EQ(SBR_SetMode(body, 1, 1, 0, 1, 1, 1, 1, 1, 1), 0);
   EXPECT_EQ(SBR_SetModeEntry(body, 1, 1, 0, 3, 1), 0);
   EXPECT_TRUE(log.take_complaints().empty());
@@ -192,11 +192,11 @@ TEST_F(ModeEntryTest, SinglePrecisionRecordsKeepTheEightByteStride) {
   const ScratchDirectory scratch;
   const ScopedEnvironment where("KTX_TMP_MOD", scratch.file("modes"));
   SBR body = SBR_Create(4, 1);
-  body->record.double_precision = false;
+  state::record(body).double_precision = false;
   EXPECT_EQ(SBR_SetMode(body, 1, 10, 0, 1, 2, 3, 4, 5, 6), 1);
   EXPECT_EQ(SBR_SetMode(body, 1, 20, 0, 7, 8, 9, 10, 11, 12), 1);
   EXPECT_EQ(SBR_SetModeEntry(body, 1, 10, 0, 4, 0.5), 1);
-  std::fflush(body->modes[sbr::Kind::shape].stream);
+  std::fflush(state::mode_stream(body, sbr::Kind::shape));
   const std::string bytes = read_file(scratch.file("modes"));
   ASSERT_EQ(bytes.size(), 4U * 6U * 4U);
   std::vector<float> floats(24);
@@ -276,7 +276,7 @@ INSTANTIATE_TEST_SUITE_P(AllOrders, ModeOrderTest,
 // ---- failures of the file -------------------------------------------------------------------------------
 
 // A file that cannot be reached any more: its descriptor leads nowhere.
-void cut_off(SBR body, int kind) { close(fileno(body->modes[sbr::kKinds[kind]].stream)); }
+void cut_off(SBR body, int kind) { close(fileno(state::mode_stream(body, kind))); }
 
 TEST_F(ModeEntryTest, AFailedSeekNamesModeAndNode) {
   SBR body = SBR_Create(3, 1);
@@ -309,7 +309,7 @@ TEST_F(ModeEntryTest, AFailedWriteIsSilentAndGivesZero) {
   const ScratchDirectory scratch;
   write_file(scratch.file("read_only"), std::string(1000, 'x'));
   const int read_only = open(scratch.file("read_only").c_str(), O_RDONLY);
-  ASSERT_GE(dup2(read_only, fileno(body->modes[sbr::Kind::shape].stream)), 0);
+  ASSERT_GE(dup2(read_only, fileno(state::mode_stream(body, sbr::Kind::shape))), 0);
   close(read_only);
   log.clear();
   EXPECT_EQ(SBR_SetMode(body, 1, 2, 0, 2, 2, 2, 2, 2, 2), 1);  // waits
@@ -380,10 +380,10 @@ TEST_F(ModeEntryTest, PreVectorsGrowByAThousandRecordsOfZeros) {
   SBR body = SBR_Create(0, 0);
   const double six[6] = {1, 2, 3, 4, 5, 6};
   for (int id = 1; id <= 1000; ++id) ASSERT_EQ(SBR_SetPreStrainVec(body, id, six), 1);
-  EXPECT_EQ(body->pre.strain.count(), 1000);
+  EXPECT_EQ(state::pre_strain(body).count(), 1000);
   SBR_SetPreStrainVec(body, 1001, six);
-  EXPECT_EQ(body->pre.strain.count(), 2000);
-  EXPECT_EQ(body->pre.strain[1999][5], 0.0);
+  EXPECT_EQ(state::pre_strain(body).count(), 2000);
+  EXPECT_EQ(state::pre_strain(body)[1999][5], 0.0);
   EXPECT_EQ(six_of(body, 0, 2, 1001), (std::vector<double>{1, 2, 3, 4, 5, 6}));
 }
 
@@ -392,7 +392,7 @@ TEST_F(ModeEntryTest, PreStressBehindALongStressListHasRoom) {
   const double six[6] = {1, 2, 3, 4, 5, 6};
   for (int id = 1; id <= 5000; ++id) ASSERT_EQ(SBR_SetModeVec(body, 1, id, 1, six), 1);
   EXPECT_EQ(SBR_SetPreStressVec(body, 5000, six), 1);
-  EXPECT_EQ(body->pre.stress.count(), 5000);
+  EXPECT_EQ(state::pre_stress(body).count(), 5000);
   EXPECT_EQ(six_of(body, 0, 1, 5000), (std::vector<double>{1, 2, 3, 4, 5, 6}));
   EXPECT_EQ(six_of(body, 0, 1, 1), std::vector<double>(6, 0.0));
 }

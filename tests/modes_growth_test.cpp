@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <random>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/messages.h"
 
@@ -110,7 +110,7 @@ TEST_F(ModeGrowthTest, ANodeKnownBeyondTheRecordReadsAsZeros) {
 TEST_F(ModeGrowthTest, ABodyOfOneModeAnswersAsIfItsFileBecameLonger) {
   for (const bool precision : {true, false}) {
     SBR body = SBR_Create(1, 1);
-    body->record.double_precision = precision;
+    state::record(body).double_precision = precision;
     Values model;
     for (const int node : {0, 1, 5, 3, 12, 4}) {
       for (int id = SBR_NodeCount(body) + 1; id <= node + 1; ++id) SBR_SetNodeCoordinates(body, id, 0, 0, 0);
@@ -225,7 +225,7 @@ TEST_F(ModeGrowthTest, AnOutgrownFileStaysInItsDirectory) {
   SBR body = SBR_Create(1, 2);
   ASSERT_EQ(enter(body, 1, 1, 0), 1);
   ASSERT_EQ(enter(body, 1, 2, 0), 1);
-  const std::filesystem::path path = body->modes[sbr::Kind::shape].path.data();
+  const std::filesystem::path path = state::mode_file(body, sbr::Kind::shape);
   EXPECT_EQ(path.parent_path(), scratch.path() / "chosen");
   EXPECT_EQ(path.filename().string().rfind("sbr_", 0), 0U);
   EXPECT_FALSE(std::filesystem::exists(scratch.file("chosen/modes")));

@@ -1,8 +1,8 @@
 // Mode data when memory is short, and what does not ask for memory at all.
 #include <vector>
 
-#include "body/body.h"
 #include "support/allocations.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/messages.h"
 
@@ -35,8 +35,8 @@ TEST_F(ModeMemoryTest, ACacheWithoutASlotCostsNoCopyOfThePart) {
     EXPECT_EQ(three[0], id);
     EXPECT_FALSE(any.happened());
   }
-  EXPECT_EQ(body->store.memory_limit, 0);
-  EXPECT_EQ(body->store.memory_used, 0);
+  EXPECT_EQ(state::cache_limit(body), 0);
+  EXPECT_EQ(state::cached_parts(body), 0);
 }
 
 TEST_F(ModeMemoryTest, GrowthThatFindsNoMemoryLeavesTheStore) {

@@ -4,9 +4,9 @@
 #include <filesystem>
 #include <functional>
 
-#include "body/body.h"
 #include "modes/access.h"
 #include "modes/shorten.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/modal_body.h"
@@ -37,7 +37,7 @@ const Way kScale{"a diagonal matrix", [](SBR body, int kind) {
                    return SBR_TransformModes(body, kind, SBR_ModeCount(body), diagonal(SBR_ModeCount(body), 2).data());
                  }};
 const Way kCombine{"a full matrix", [](SBR body, int kind) {
-                     body->matrices.modes_not_orthogonal = 1;
+                     state::modes_not_orthogonal(body) = 1;
                      return kScale.run(body, kind);
                    }};
 const Way kShorten{"a shortening", [](SBR body, int kind) {
@@ -99,7 +99,7 @@ TEST_P(EveryRewriting, LeavesAHeldAddressOfThePartThatItVoids) {
   ASSERT_EQ(SBR_ModeFromMemoryByRef(body, 1, 0, &held, 0), 1);
   ASSERT_EQ(GetParam().run(body, 0), 1);
   EXPECT_EQ(Values(held, held + 12), old);
-  EXPECT_EQ(body->store.memory_used, 1) << "it still takes its place in the budget";
+  EXPECT_EQ(state::cached_parts(body), 1) << "it still takes its place in the budget";
 }
 
 TEST_P(EveryRewriting, KeepsRoomForTheModesThatAreStillToCome) {
@@ -154,8 +154,8 @@ SBR body_of_unnumbered_modes() {
     for (const int kind : {0, 1}) SBR_SetMode(body, mode, 10, kind, mode, 2 * mode, 3 * mode, 0, 0, 0);
   const double pre[6] = {50, 60, 70, 0, 0, 0};
   SBR_SetPreStressVec(body, 10, pre);
-  body->mode_table.mode_numbers[0] = 0;
-  body->mode_table.mode_numbers[1] = 0;
+  state::mode_number(body, 0) = 0;
+  state::mode_number(body, 1) = 0;
   return body;
 }
 
@@ -176,7 +176,7 @@ TEST_F(ModeRewriteTest, ARotationTurnsModesOfNumberZeroAndThePreStressEachByItse
 
 TEST_F(ModeRewriteTest, AMatrixCombinesModesOfNumberZeroByTheirPlaces) {
   SBR body = body_of_unnumbered_modes();
-  body->matrices.modes_not_orthogonal = 1;
+  state::modes_not_orthogonal(body) = 1;
   const double T[4] = {1, 0, 0, 10};
   for (const int kind : {0, 1}) ASSERT_EQ(SBR_TransformModes(body, kind, 2, T), 1);
   for (const sbr::Kind kind : {sbr::Kind::shape, sbr::Kind::stress}) {
@@ -214,7 +214,7 @@ TEST_F(ModeRewriteTest, InvariantsOfModesOfNumberZeroTurnEachByItself) {
   }
   const double pair[3] = {1, 2, 3};
   SBR_SetInvar5(body, 1, 2, pair);
-  body->mode_table.mode_numbers[0] = body->mode_table.mode_numbers[1] = 0;
+  state::mode_number(body, 0) = state::mode_number(body, 1) = 0;
   ASSERT_EQ(SBR_Mirror_Origin(body, kAxis), 1);
   const auto values = [](double *given, int count) {
     Values taken(given, given + count);
@@ -265,7 +265,7 @@ TEST_F(ModeRewriteTest, ThePreVectorOfAKindWithoutModesMovesToTheShorterList) {
     EXPECT_EQ(shortening.map()[1], -1);
     EXPECT_EQ(shortening.map()[2], 0);
     shortening.install();
-    const auto &rows = kind == sbr::Kind::stress ? body->pre.stress : body->pre.strain;
+    const auto &rows = kind == sbr::Kind::stress ? state::pre_stress(body) : state::pre_strain(body);
     EXPECT_EQ(rows[0], (sbr::SixVector{1, 0, 0, 0, 0, 10}));
     EXPECT_EQ(rows[1], (sbr::SixVector{4, 0, 0, 0, 0, 40}));
     EXPECT_EQ(rows[2], sbr::SixVector{});

@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-#include "body/body.h"
 #include "body/node_table.h"
+#include "support/body_state.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -170,8 +170,8 @@ TEST_F(StatisticsTest, AFigureIsComputedAndKeptEvenWhenNobodyTakesIt) {
   SBR body = make({4});
   put(body, 1, 0, 0, {3.0, 4.0, 0.0});
   EXPECT_EQ(SBR_GetMaxModeDisplacement(body, 1, nullptr, nullptr), 1);
-  EXPECT_EQ(body->statistics[0].node_ids[0], 4);
-  EXPECT_EQ(body->statistics[0].values[0], 5.0);
+  EXPECT_EQ(state::statistics(body)[0].node_ids[0], 4);
+  EXPECT_EQ(state::statistics(body)[0].values[0], 5.0);
 }
 
 TEST_F(StatisticsTest, AKnownFigureStaysWhenTheModeChanges) {
@@ -240,9 +240,9 @@ TEST_F(StatisticsTest, ABodyWithoutStressReportsAnAllocationOfNothing) {
 
 TEST_F(StatisticsTest, AFailedFetchFailsTheRequest) {
   SBR body = make({4});
-  body->access.current_mode[sbr::Kind::shape] = -1;
+  state::current_modes(body)[sbr::Kind::shape] = -1;
   SBR_SetKeepModesInMemory(body, 0);
-  body->mode_table.mode_numbers[0] = 0;  // number 0 of kind 1 stands for a pre-stress vector, which is not there
+  state::mode_number(body, 0) = 0;  // number 0 of kind 1 stands for a pre-stress vector, which is not there
   const Answer answer = ask(SBR_GetMaxVonMisesStress, body, 0);
   EXPECT_EQ(answer.result, 0);
   EXPECT_EQ(answer.id, 0);
@@ -295,13 +295,13 @@ class StatisticsBlockTest : public StatisticsTest, public ::testing::WithParamIn
     ASSERT_NE(stream, nullptr);
     std::fwrite("whatever", 1, 8, stream);
     std::fwrite(bytes.data(), 1, bytes.size(), stream);
-    body->record.own(stream);
-    body->record.double_precision = !GetParam().single;
+    state::record(body).own(stream);
+    state::record(body).double_precision = !GetParam().single;
     if (GetParam().xdr) {
-      ASSERT_TRUE(body->record.bind_xdr(XDR_DECODE));
+      ASSERT_TRUE(state::record(body).bind_xdr(XDR_DECODE));
     }
-    sbr::set_block(*body, sbr::kModalStatistics);
-    body->layout.block_offset[sbr::kModalStatistics] = 8;
+    state::set_block(body, sbr::kModalStatistics);
+    state::block_offset(body, sbr::kModalStatistics) = 8;
   }
 };
 
@@ -313,15 +313,15 @@ TEST_P(StatisticsBlockTest, TheFirstRequestReadsTheBlock) {
   EXPECT_EQ(answer.id, 102);
   EXPECT_EQ(answer.value, 1.0 + 1.0 / 16.0);
   EXPECT_EQ(ask(SBR_GetMaxVonMisesStrain, body, 1).id, 4);
-  EXPECT_EQ(body->statistics[1].node_ids[12], 113);
-  EXPECT_EQ(body->statistics[1].values[12], 1.75);
+  EXPECT_EQ(state::statistics(body)[1].node_ids[12], 113);
+  EXPECT_EQ(state::statistics(body)[1].values[12], 1.75);
 }
 
 TEST_P(StatisticsBlockTest, TranslationsAndStressesComeInTheUnitsOfTheBody) {
   SBR body = make({4});
   attach(body, block(2));
-  body->units.unit.length = 1000.0;
-  body->units.unit.force = 2.0;
+  state::all_changes(body).length = 1000.0;
+  state::all_changes(body).force = 2.0;
   EXPECT_EQ(ask(SBR_GetMaxModeDisplacement, body, 2).value, 1000.0);
   EXPECT_EQ(ask(SBR_GetMaxModeRotation, body, 2).value, 1.0625);
   EXPECT_DOUBLE_EQ(ask(SBR_GetMaxVonMisesStress, body, 2).value, 1.125 * 2.0 / 1000.0 / 1000.0);
@@ -364,7 +364,7 @@ TEST_P(StatisticsBlockTest, AnAbsurdCountTakesNoMemory) {
     put_int(bytes, count);
     attach(body, bytes);
     EXPECT_EQ(ask(SBR_GetMaxModeRotation, body, 1).result, 0);
-    EXPECT_EQ(body->statistics.size(), 2U);
+    EXPECT_EQ(state::statistics(body).size(), 2U);
     SBR_UnLink(body);
   }
 }

@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <vector>
 
-#include "body/body.h"
 #include "modes/store.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/messages.h"
 
@@ -34,14 +34,14 @@ class ModeStoreTest : public LibraryTest {
 TEST_F(ModeStoreTest, TheFirstEntryReservesAllRecordsInAPrivateFile) {
   SBR body = SBR_Create(100, 7);
   ASSERT_TRUE(enter(body, 0));
-  const std::string path = body->modes[sbr::Kind::shape].path.data();
+  const std::string path = state::mode_file(body, sbr::Kind::shape);
   EXPECT_EQ(std::filesystem::path(path).parent_path(), scratch.path());
   EXPECT_EQ(std::filesystem::path(path).filename().string().substr(0, 4), "sbr_");
   struct stat status {};
   ASSERT_EQ(stat(path.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
   EXPECT_EQ(status.st_size, 7 * 100 * 6 * 8);
-  EXPECT_EQ(body->store.offsets[sbr::Kind::shape][3], 3 * 100 * 6 * 8);
+  EXPECT_EQ(state::mode_offsets(body, sbr::Kind::shape)[3], 3 * 100 * 6 * 8);
   EXPECT_EQ(log.take(), std::vector<Message>{info("Temp modeshape file: " + path)});
   SBR_DeReference(body);
   EXPECT_EQ(files(), 0);
@@ -51,7 +51,7 @@ TEST_F(ModeStoreTest, EachKindHasItsOwnFileAndInformation) {
   SBR body = SBR_Create(10, 2);
   for (int kind = 0; kind < 3; ++kind) ASSERT_TRUE(enter(body, kind));
   EXPECT_EQ(files(), 3);
-  const auto path = [&](int kind) { return std::string(body->modes[sbr::kKinds[kind]].path.data()); };
+  const auto path = [&](int kind) { return state::mode_file(body, kind); };
   EXPECT_EQ(log.take(),
             (std::vector<Message>{info("Temp modeshape file: " + path(0)), info("Temp modal stress file: " + path(1)),
                                   info("Temp modal strain file: " + path(2))}));
@@ -129,7 +129,7 @@ TEST_F(ModeStoreTest, APartIsCachedOnlyForAModeInTheTable) {
   EXPECT_EQ(SBR_ModetoMemory(body, 1, 0, three, 0), 1);
   EXPECT_EQ(SBR_ModetoMemory(body, 2, 0, three, 0), 0);
   EXPECT_EQ(SBR_ModetoMemory(body, 1, 0, three, 2), 0);
-  EXPECT_EQ(body->store.memory_used, 1);
+  EXPECT_EQ(state::cached_parts(body), 1);
   log.clear();
   EXPECT_EQ(SBR_ModetoMemory(body, 1, 1, three, 0), 0) << "no nodes of this kind";
   EXPECT_TRUE(is_no_memory(log.take().at(0), "sbrdata"));

@@ -11,6 +11,7 @@
 
 #include "modes/combine.h"
 #include "modes/store.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/modal_body.h"
@@ -139,7 +140,7 @@ TEST_F(TransformModesTest, AFullMatrixCombinesModesInOrder) {
   for (const int nodes : {1, 5, 6, 341, 1500}) {
     for (const int modes : {1, 3, 4, 9}) {
       SBR body = make_modal_body(nodes, modes, {0, 1});
-      body->matrices.modes_not_orthogonal = 1;
+      state::modes_not_orthogonal(body) = 1;
       const Values T = random_values(static_cast<std::size_t>(modes * modes), 5);
       for (int kind = 0; kind <= 1; ++kind) {
         const std::vector<Values> before = modes_of(body, kind);
@@ -154,7 +155,7 @@ TEST_F(TransformModesTest, AFullMatrixCombinesModesInOrder) {
 
 TEST_F(TransformModesTest, WeightsOfZeroAreLeftOutEvenForNan) {
   SBR body = make_modal_body(7, 5);
-  body->matrices.modes_not_orthogonal = 1;
+  state::modes_not_orthogonal(body) = 1;
   SBR_SetModeEntry(body, 2, 3, 0, 1, kNan);
   SBR_SetModeEntry(body, 4, 1, 0, 6, std::numeric_limits<double>::infinity());
   Values T = random_values(25, 6);
@@ -173,7 +174,7 @@ TEST_F(TransformModesTest, WeightsOfZeroAreLeftOutEvenForNan) {
 
 TEST_F(TransformModesTest, FewerModesComeFromTheFirstColumns) {
   SBR body = make_modal_body(3, 4);
-  body->matrices.modes_not_orthogonal = 1;
+  state::modes_not_orthogonal(body) = 1;
   const Values T = random_values(16, 7);
   const std::vector<Values> before = modes_of(body, 0);
   ASSERT_EQ(SBR_TransformModes(body, 0, 2, T.data()), 1);
@@ -187,10 +188,10 @@ TEST_F(TransformModesTest, FewerModesComeFromTheFirstColumns) {
 
 TEST_F(TransformModesTest, NoModesLeaveAnEmptyFile) {
   SBR body = make_modal_body(3, 2);
-  body->matrices.modes_not_orthogonal = 1;
+  state::modes_not_orthogonal(body) = 1;
   const Values T = random_values(4, 7);
   EXPECT_EQ(SBR_TransformModes(body, 0, 0, T.data()), 1);
-  EXPECT_EQ(std::filesystem::file_size(body->modes[sbr::Kind::shape].path.data()), 0u);
+  EXPECT_EQ(std::filesystem::file_size(state::mode_file(body, sbr::Kind::shape)), 0u);
 }
 
 TEST_F(TransformModesTest, ADiagonalMatrixScalesAndAZeroKeepsTheBuffer) {
@@ -215,39 +216,39 @@ TEST_F(TransformModesTest, ADiagonalMatrixScalesAndAZeroKeepsTheBuffer) {
 
 TEST_F(TransformModesTest, TheNewFileTakesThePlaceOfTheOld) {
   SBR body = make_modal_body(2, 2);
-  const std::string old_path = body->modes[sbr::Kind::shape].path.data();
+  const std::string old_path = state::mode_file(body, sbr::Kind::shape);
   const Values T{2, 0, 0, 2};
   log.clear();
   ASSERT_EQ(SBR_TransformModes(body, 0, 2, T.data()), 1);
-  const std::string path = body->modes[sbr::Kind::shape].path.data();
+  const std::string path = state::mode_file(body, sbr::Kind::shape);
   EXPECT_EQ(log.take(), std::vector<Message>{info("Orthogonal mode file: " + path)});
   EXPECT_NE(path, old_path);
   EXPECT_FALSE(std::filesystem::exists(old_path));
   EXPECT_EQ(std::filesystem::path(path).filename().string().substr(0, 4), "sbr_");
   EXPECT_EQ(std::filesystem::file_size(path), 2u * 12u * 8u);
   EXPECT_EQ(temporary_files(), 1u);
-  EXPECT_EQ(body->modes[sbr::Kind::shape].is_temporary(), true);
-  EXPECT_EQ(body->modes[sbr::Kind::shape].xdr_encoded, false);
+  EXPECT_EQ(state::mode_channel(body, sbr::Kind::shape).is_temporary(), true);
+  EXPECT_EQ(state::mode_channel(body, sbr::Kind::shape).xdr_encoded, false);
   SBR_DeReference(body);
   EXPECT_EQ(temporary_files(), 0u);
 }
 
 TEST_F(TransformModesTest, SinglePrecisionStaysSingle) {
   SBR body = SBR_Create(3, 2);
-  body->record.double_precision = false;
+  state::record(body).double_precision = false;
   for (int m = 0; m < 2; ++m)
     for (int n = 0; n < 3; ++n) {
       double six[6];
       for (int c = 0; c < 6; ++c) six[c] = mode_value(m, n, c);
       SBR_SetModeVec(body, m + 1, n + 1, 0, six);
     }
-  ASSERT_EQ(body->modes[sbr::Kind::shape].double_precision, false);
-  body->matrices.modes_not_orthogonal = 1;
+  ASSERT_EQ(state::mode_channel(body, sbr::Kind::shape).double_precision, false);
+  state::modes_not_orthogonal(body) = 1;
   const std::vector<Values> before = modes_of(body, 0);
   const Values T = random_values(4, 8);
   ASSERT_EQ(SBR_TransformModes(body, 0, 2, T.data()), 1);
-  EXPECT_EQ(body->modes[sbr::Kind::shape].double_precision, false);
-  EXPECT_EQ(std::filesystem::file_size(body->modes[sbr::Kind::shape].path.data()), 2u * 18u * 4u);
+  EXPECT_EQ(state::mode_channel(body, sbr::Kind::shape).double_precision, false);
+  EXPECT_EQ(std::filesystem::file_size(state::mode_file(body, sbr::Kind::shape)), 2u * 18u * 4u);
   for (int j = 0; j < 2; ++j) {
     Values expected = combined(before, T, j);
     for (double &v : expected) v = static_cast<float>(v);
@@ -258,7 +259,7 @@ TEST_F(TransformModesTest, SinglePrecisionStaysSingle) {
 TEST_F(TransformModesTest, TheFileKeepsItsUnits) {
   SBR body = make_modal_body(3, 2, {0, 1, 2});
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "MILLIMETER", "SECOND", "KNEWTON"), 1);
-  body->matrices.modes_not_orthogonal = 1;
+  state::modes_not_orthogonal(body) = 1;
   const Values T = random_values(4, 9);
   for (int kind = 0; kind < 3; ++kind) {
     const std::vector<Values> before = modes_of(body, kind);
@@ -276,7 +277,7 @@ TEST_F(TransformModesTest, TheFileKeepsItsUnits) {
 
 TEST_F(TransformModesTest, TheMonitorCountsOneTickPerModeAndPass) {
   SBR body = make_modal_body(50, 6);
-  body->matrices.modes_not_orthogonal = 1;
+  state::modes_not_orthogonal(body) = 1;
   const Values T = random_values(36, 10);
   log.clear();
   ASSERT_EQ(SBR_TransformModes(body, 0, 6, T.data()), 1);
@@ -291,7 +292,7 @@ TEST_F(TransformModesTest, ABlockOfNewModesFillsAHundredMillionBytes) {
   for (int n = 1; n <= 1100000; ++n) SBR_SetNodalMass(body, n, 1.0);
   const double six[6] = {1, 2, 3, 4, 5, 6};
   for (int m = 1; m <= 3; ++m) SBR_SetModeVec(body, m, 7, 0, six);
-  body->matrices.modes_not_orthogonal = 1;
+  state::modes_not_orthogonal(body) = 1;
   const Values T{1, 1, 1, 1, 1, 1, 1, 1, 1};
   ASSERT_EQ(SBR_TransformModes(body, 0, 3, T.data()), 1);
   EXPECT_EQ(monitor_total, 9);
@@ -304,7 +305,7 @@ TEST_F(TransformModesTest, ABlockOfNewModesFillsAHundredMillionBytes) {
 TEST_F(TransformModesTest, TheVariableSilencesTheMonitor) {
   const ScopedEnvironment silent("KTX_NO_TIME_MONITOR_STAMP", "");
   SBR body = make_modal_body(5, 2);
-  body->matrices.modes_not_orthogonal = 1;
+  state::modes_not_orthogonal(body) = 1;
   const Values T = random_values(4, 11);
   monitor_total = -1;
   monitor_stamps = 0;
@@ -320,7 +321,7 @@ TEST_F(TransformModesTest, TheVariableSilencesTheMonitor) {
 TEST_F(TransformModesTest, ADirectoryThatCannotBeWrittenIsNamed) {
   for (const int full : {0, 1}) {
     SBR body = make_modal_body(2, 2);
-    body->matrices.modes_not_orthogonal = full;
+    state::modes_not_orthogonal(body) = full;
     const std::vector<Values> before = modes_of(body, 0);
     const Values T{2, 1, 1, 2};
     const ScopedEnvironment nowhere("TMP", scratch.file("missing"));
@@ -342,9 +343,9 @@ TEST_F(TransformModesTest, ADirectoryThatCannotBeWrittenIsNamed) {
 TEST_F(TransformModesTest, AFullDiskKeepsTheOldFileAndRemovesTheNew) {
   for (const int full : {0, 1}) {
     SBR body = make_modal_body(3000, 4);
-    body->matrices.modes_not_orthogonal = full;
+    state::modes_not_orthogonal(body) = full;
     const std::vector<Values> before = modes_of(body, 0);
-    const std::string old_path = body->modes[sbr::Kind::shape].path.data();
+    const std::string old_path = state::mode_file(body, sbr::Kind::shape);
     const Values T = random_values(16, 12);
     log.clear();
     {
@@ -358,7 +359,7 @@ TEST_F(TransformModesTest, AFullDiskKeepsTheOldFileAndRemovesTheNew) {
               error("Insufficient disk space for file " + path +
                     ".  Specify different temporary\nfile directory by setting the TMP environment variable"));
     EXPECT_FALSE(std::filesystem::exists(path));
-    EXPECT_EQ(body->modes[sbr::Kind::shape].path.data(), old_path);
+    EXPECT_EQ(state::mode_file(body, sbr::Kind::shape), old_path);
     EXPECT_EQ(temporary_files(), 1u);
     EXPECT_EQ(keeps(body), 1);
     EXPECT_EQ(modes_of(body, 0), before);
@@ -368,7 +369,7 @@ TEST_F(TransformModesTest, AFullDiskKeepsTheOldFileAndRemovesTheNew) {
 
 TEST_F(TransformModesTest, AnyShortageOfDiskIsReportedAndHarmless) {
   SBR body = make_modal_body(100, 3);
-  body->matrices.modes_not_orthogonal = 1;
+  state::modes_not_orthogonal(body) = 1;
   const std::vector<Values> before = modes_of(body, 0);
   const Values T = random_values(9, 13);
   const rlim_t whole = 3 * 600 * 8;
@@ -386,7 +387,7 @@ TEST_F(TransformModesTest, ModesThatAreNotThereFail) {
     SBR body = SBR_Create(2, 2);
     SBR_AddMode(body, 1);
     SBR_AddMode(body, 2);
-    body->matrices.modes_not_orthogonal = full;
+    state::modes_not_orthogonal(body) = full;
     const Values T{1, 0, 0, 1};
     log.clear();
     EXPECT_EQ(SBR_TransformModes(body, 0, 2, T.data()), 0);
@@ -399,9 +400,9 @@ TEST_F(TransformModesTest, ModesThatAreNotThereFail) {
 TEST_F(TransformModesTest, AMissingRecordIsReportedOnceAndCountsAsZeros) {
   for (const int full : {0, 1}) {
     SBR body = make_modal_body(400, 3);
-    body->matrices.modes_not_orthogonal = full;
+    state::modes_not_orthogonal(body) = full;
     const std::vector<Values> before = modes_of(body, 0);
-    std::filesystem::resize_file(body->modes[sbr::Kind::shape].path.data(), 2 * 2400 * 8);
+    std::filesystem::resize_file(state::mode_file(body, sbr::Kind::shape), 2 * 2400 * 8);
     const Values T{1, 1, 1, 1, 2, 1, 1, 1, 3};
     log.clear();
     EXPECT_EQ(SBR_TransformModes(body, 0, 3, T.data()), 1);
@@ -416,9 +417,9 @@ TEST_F(TransformModesTest, AMissingRecordIsReportedOnceAndCountsAsZeros) {
 TEST_F(TransformModesTest, WhatCameOfABrokenRecordIsTransformed) {
   for (const int full : {0, 1}) {
     SBR body = make_modal_body(400, 3);
-    body->matrices.modes_not_orthogonal = full;
+    state::modes_not_orthogonal(body) = full;
     const std::vector<Values> before = modes_of(body, 0);
-    std::filesystem::resize_file(body->modes[sbr::Kind::shape].path.data(), 3 * 2400 * 8 - 8);
+    std::filesystem::resize_file(state::mode_file(body, sbr::Kind::shape), 3 * 2400 * 8 - 8);
     const Values T{2, 0, 0, 0, 2, 0, 0, 0, 3};
     log.clear();
     EXPECT_EQ(SBR_TransformModes(body, 0, 3, T.data()), 1);
@@ -432,13 +433,13 @@ TEST_F(TransformModesTest, WhatCameOfABrokenRecordIsTransformed) {
 
 TEST_F(TransformModesTest, ModesBeyondTheirTablesFail) {
   SBR body = make_modal_body(2, 2);
-  body->mode_table.mode_count = 5;
-  body->matrices.modes_not_orthogonal = 1;
+  state::mode_count(body) = 5;
+  state::modes_not_orthogonal(body) = 1;
   const Values T(25, 1.0);
   log.clear();
   EXPECT_EQ(SBR_TransformModes(body, 0, 5, T.data()), 0);
   EXPECT_EQ(log.take_complaints(), std::vector<Message>{error("Failed to extract mode information for SBR.\n")});
-  body->mode_table.mode_count = 2;
+  state::mode_count(body) = 2;
 }
 
 TEST_F(TransformModesTest, TheCacheSettingIsRestored) {

@@ -4,7 +4,7 @@
 #include <limits>
 #include <numeric>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -37,7 +37,7 @@ TEST_F(MonitorPointTest, FieldsComeBackAsSet) {
   const double location[3] = {1.5, -2.5, 3.5};
   EXPECT_EQ(SBR_SetMonitorPointInfo(body, 4, 2, 135, 3, location, "TIPDISP", "tip displacement"), 0);
   EXPECT_EQ(SBR_SetMonitorPointInfo(body, 1, 5, 2, 0, kOrigin, "B", "second"), 1);
-  EXPECT_TRUE(sbr::has_block(*body, 35));
+  EXPECT_TRUE(SBR_Exists(body, 35));
   EXPECT_EQ(SBR_GetMonitorPointCount(body), 2);
   EXPECT_EQ(SBR_GetMonitorPointType(body, 0), 4);
   EXPECT_EQ(SBR_GetMonitorPointResultType(body, 0), 2);
@@ -115,7 +115,7 @@ TEST_F(MonitorPointTest, EachOperatorTypeHasItsBitAndItsSize) {
     EXPECT_EQ(out, data);
   }
   EXPECT_EQ(SBR_MonitorPointHasOperator(body, point, 4), 8);
-  EXPECT_EQ(body->monitor_points[0]->flags, 15);
+  EXPECT_EQ(state::monitor_point(body, 0).flags, 15);
 }
 
 TEST_F(MonitorPointTest, SettingAnOperatorTwiceReplacesIt) {

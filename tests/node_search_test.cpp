@@ -4,7 +4,6 @@
 #include <random>
 #include <vector>
 
-#include "body/body.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -12,14 +11,7 @@ namespace {
 
 class NodeSearchTest : public LibraryTest {
  protected:
-  void add(double x, double y, double z) {
-    const int index = SBR_AddNode(body, next_id++);
-    sbr::NodeRecord &node = body->nodes.nodes[static_cast<std::size_t>(index)];
-    node.x = x;
-    node.y = y;
-    node.z = z;
-    body->search.drop();
-  }
+  void add(double x, double y, double z) { ASSERT_EQ(SBR_SetNodeCoordinates(body, next_id++, x, y, z), 1); }
   std::vector<int> closest(std::vector<double> point, int how_many, int interface_only = 0) {
     int count = -1;
     int *found = SBR_ClosestNodes(body, point.data(), how_many, interface_only, &count);
@@ -86,7 +78,7 @@ TEST_F(NodeSearchTest, InterfaceNodesAreSearchedInTheirOwnOrder) {
   add(5, 0, 0);
   add(1, 0, 0);
   add(-1, 0, 0);
-  for (const int node : {2, 1}) ASSERT_TRUE(body->interface_nodes.nodes.push_back(node));
+  for (const int node : {2, 1}) ASSERT_EQ(SBR_SetInterfaceNode(body, SBR_NodeID(body, node)), 1);
   const double origin[3] = {0, 0, 0};
   EXPECT_EQ(SBR_ClosestNode(body, origin, 1), 2);
   EXPECT_EQ(closest({0, 0, 0}, 5, 1), (std::vector<int>{2, 1}));

@@ -1,20 +1,22 @@
 // Node and mode tables: positions, growth, lookups.
+#include "body/node_table.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
 #include <vector>
 
-#include "body/body.h"
-#include "body/node_table.h"
+#include "support/body_state.h"
+#include "support/body_view.h"
 #include "support/messages.h"
 
 namespace sbrtest {
 namespace {
 
-using TablesTest = LibraryTest;
+using NodeTableTest = LibraryTest;
 
-TEST_F(TablesTest, NodesKeepTheirOrderOfAppearance) {
+TEST_F(NodeTableTest, NodesKeepTheirOrderOfAppearance) {
   SBR body = SBR_Create(10, 2);
   EXPECT_EQ(SBR_AddNode(body, 5), 0);
   EXPECT_EQ(SBR_AddNode(body, 3), 1);
@@ -26,7 +28,7 @@ TEST_F(TablesTest, NodesKeepTheirOrderOfAppearance) {
   EXPECT_EQ(SBR_ModeNodeID(body, 0, 2), 9);
 }
 
-TEST_F(TablesTest, ANegativeIdSortsBeforeAllPositiveOnes) {
+TEST_F(NodeTableTest, ANegativeIdSortsBeforeAllPositiveOnes) {
   SBR body = SBR_Create(10, 2);
   for (const int id : {7, -4, 1}) SBR_AddNode(body, id);
   const auto keys = sbr::sorted_keys(*body, sbr::Kind::shape);
@@ -37,7 +39,7 @@ TEST_F(TablesTest, ANegativeIdSortsBeforeAllPositiveOnes) {
   EXPECT_EQ(SBR_NodeIndex(body, -4), 1);
 }
 
-TEST_F(TablesTest, LookupsFindEveryNodeOfALargeTableInAnyOrderOfArrival) {
+TEST_F(NodeTableTest, LookupsFindEveryNodeOfALargeTableInAnyOrderOfArrival) {
   SBR body = SBR_Create(10, 2);
   std::vector<int> ids(20000);
   for (std::size_t i = 0; i < ids.size(); ++i) ids[i] = static_cast<int>(3 * i) - 5000;
@@ -51,7 +53,7 @@ TEST_F(TablesTest, LookupsFindEveryNodeOfALargeTableInAnyOrderOfArrival) {
   EXPECT_EQ(SBR_NodeCount(body), 20000);
 }
 
-TEST_F(TablesTest, StressAndStrainListsPointAtTheirNodesAfterTheTableHasGrown) {
+TEST_F(NodeTableTest, StressAndStrainListsPointAtTheirNodesAfterTheTableHasGrown) {
   SBR body = SBR_Create(10, 2);
   for (int id = 1; id <= 1000; ++id) SBR_AddNode(body, id);
   ASSERT_EQ(sbr::kind_position_or_add(*body, sbr::Kind::stress, 700, SBR_NodeIndex(body, 700)), 0);
@@ -65,7 +67,7 @@ TEST_F(TablesTest, StressAndStrainListsPointAtTheirNodesAfterTheTableHasGrown) {
   EXPECT_EQ(SBR_ModeNodeIndex(body, 2, 20), -1);
 }
 
-TEST_F(TablesTest, ADuplicateIdGetsAPlaceOfItsOwn) {
+TEST_F(NodeTableTest, ADuplicateIdGetsAPlaceOfItsOwn) {
   SBR body = SBR_Create(10, 2);
   SBR_AddNode(body, 4);
   EXPECT_EQ(SBR_AddNode(body, 4), 1);
@@ -75,7 +77,7 @@ TEST_F(TablesTest, ADuplicateIdGetsAPlaceOfItsOwn) {
   EXPECT_EQ(keys[1].position, 1);
 }
 
-TEST_F(TablesTest, TheModeTableRefusesMoreThanItsCapacity) {
+TEST_F(NodeTableTest, TheModeTableRefusesMoreThanItsCapacity) {
   SBR body = SBR_Create(10, 2);
   EXPECT_EQ(SBR_AddMode(body, 11), 0);
   EXPECT_EQ(SBR_LookupOrAddMode(body, 12), 1);
@@ -91,17 +93,17 @@ TEST_F(TablesTest, TheModeTableRefusesMoreThanItsCapacity) {
   EXPECT_EQ(SBR_ModeIndex(body, 99), -1);
 }
 
-TEST_F(TablesTest, AnEmptyKindListHasNoPositions) {
+TEST_F(NodeTableTest, AnEmptyKindListHasNoPositions) {
   SBR body = SBR_Create(10, 2);
   SBR_AddNode(body, 1);
   EXPECT_EQ(SBR_ModeNodeIndex(body, 1, 1), -1);
-  EXPECT_FALSE(body->nodes.kinds[sbr::Kind::stress].keys.present());
+  EXPECT_FALSE(state::has_kind_keys(body, sbr::Kind::stress));
   EXPECT_EQ(SBR_ModeNodeID(body, 1, 0), 0);
   EXPECT_EQ(SBR_ModeNodeCount(body, 3), 0);
   EXPECT_EQ(SBR_ModeNodeIndex(body, -1, 1), -1);
 }
 
-TEST_F(TablesTest, ABadIndexGivesZeroCoordinatesAndAZeroId) {
+TEST_F(NodeTableTest, ABadIndexGivesZeroCoordinatesAndAZeroId) {
   SBR body = SBR_Create(10, 2);
   double xyz[3] = {1, 2, 3};
   EXPECT_EQ(SBR_NodeCoordinates(body, 0, xyz), 0);
@@ -119,7 +121,7 @@ TEST_F(TablesTest, ABadIndexGivesZeroCoordinatesAndAZeroId) {
   }
 }
 
-TEST_F(TablesTest, NodalInertiaExpandsToASymmetricMatrix) {
+TEST_F(NodeTableTest, NodalInertiaExpandsToASymmetricMatrix) {
   SBR body = SBR_Create(10, 2);
   SBR_AddNode(body, 8);
   double nine[9];
@@ -130,7 +132,7 @@ TEST_F(TablesTest, NodalInertiaExpandsToASymmetricMatrix) {
   EXPECT_EQ(std::vector<double>(nine, nine + 9), (std::vector<double>{1, 4, 5, 4, 2, 6, 5, 6, 3}));
 }
 
-TEST_F(TablesTest, TheCoordinateListHoldsAllNodesInTableOrder) {
+TEST_F(NodeTableTest, TheCoordinateListHoldsAllNodesInTableOrder) {
   SBR body = SBR_Create(10, 2);
   int count = -5;
   double xyz[6];
@@ -138,9 +140,9 @@ TEST_F(TablesTest, TheCoordinateListHoldsAllNodesInTableOrder) {
   EXPECT_EQ(count, -5);
   SBR_AddNode(body, 8);
   SBR_AddNode(body, 2);
-  body->nodes.nodes[0].x = 1.5;
-  body->nodes.nodes[1].z = 2.5;
-  body->nodes.nodes[1].mass = 4.0;
+  SBR_SetNodeCoordinates(body, 8, 1.5, 0, 0);
+  SBR_SetNodeCoordinates(body, 2, 0, 0, 2.5);
+  SBR_SetNodalMass(body, 2, 4.0);
   EXPECT_EQ(SBR_NodeCoordinateList(body, xyz, &count), 1);
   EXPECT_EQ(count, 2);
   EXPECT_EQ(std::vector<double>(xyz, xyz + 6), (std::vector<double>{1.5, 0, 0, 0, 0, 2.5}));
@@ -153,22 +155,22 @@ TEST_F(TablesTest, TheCoordinateListHoldsAllNodesInTableOrder) {
   EXPECT_EQ(mass, 0.0);
 }
 
-TEST_F(TablesTest, ASwapExchangesRecordsButNotWhatTheIdsFind) {
+TEST_F(NodeTableTest, ASwapExchangesRecordsButNotWhatTheIdsFind) {
   SBR body = SBR_Create(10, 2);
   SBR_AddNode(body, 10);
   SBR_AddNode(body, 20);
-  body->nodes.nodes[0].x = 1.0;
+  SBR_SetNodeCoordinates(body, 10, 1, 0, 0);
   SBR_SwapNodesByID(body, 10, 20);
   EXPECT_EQ(SBR_NodeID(body, 0), 20);
   EXPECT_EQ(SBR_NodeID(body, 1), 10);
-  EXPECT_EQ(body->nodes.nodes[1].x, 1.0);
+  EXPECT_EQ(coordinates_of(body, 1)[0], 1.0);
   EXPECT_EQ(SBR_NodeIndex(body, 10), 0) << "the key of 10 still names the place that 20 has taken";
   SBR_SwapNodesByID(body, 10, 999);
   EXPECT_EQ(SBR_NodeID(body, 0), 20);
   EXPECT_TRUE(log.take().empty());
 }
 
-TEST_F(TablesTest, SelectedModesAreFoundByBinarySearch) {
+TEST_F(NodeTableTest, SelectedModesAreFoundByBinarySearch) {
   const int numbers[] = {-3, 1, 4, 9};
   EXPECT_EQ(SelectedModeIndex(4, numbers, 4), 2);
   EXPECT_EQ(SelectedModeIndex(-3, numbers, 4), 0);
@@ -177,7 +179,7 @@ TEST_F(TablesTest, SelectedModesAreFoundByBinarySearch) {
   EXPECT_EQ(SelectedModeIndex(5, nullptr, 4), -1);
 }
 
-TEST_F(TablesTest, KeysCompareAsSignedIntegers) {
+TEST_F(NodeTableTest, KeysCompareAsSignedIntegers) {
   const int low = -1;
   const int high = 1;
   EXPECT_EQ(By_Id(&low, &high), -1);
@@ -185,35 +187,34 @@ TEST_F(TablesTest, KeysCompareAsSignedIntegers) {
   EXPECT_EQ(By_Id(&low, &low), 0);
 }
 
-TEST_F(TablesTest, TheBodySizeIsTheDiagonalOfTheFaceNodes) {
+TEST_F(NodeTableTest, TheBodySizeIsTheDiagonalOfTheFaceNodes) {
   SBR body = SBR_Create(10, 2);
-  for (int id = 1; id <= 4; ++id) SBR_AddNode(body, id);
-  body->nodes.nodes[1].x = 3.0;
-  body->nodes.nodes[2].y = 4.0;
-  body->nodes.nodes[3].z = 100.0;
+  SBR_SetNodeCoordinates(body, 1, 0, 0, 0);
+  SBR_SetNodeCoordinates(body, 2, 3, 0, 0);
+  SBR_SetNodeCoordinates(body, 3, 0, 4, 0);
+  SBR_SetNodeCoordinates(body, 4, 0, 0, 100);
   EXPECT_EQ(SBR_BodySize(body), 0.0) << "without faces only the first node counts";
-  for (const int word : {3, 0, 1, 2}) ASSERT_TRUE(body->faces.list.push_back(word));
-  body->faces.face_count = 1;
+  const int corners[] = {1, 2, 3};
+  ASSERT_EQ(SBR_SetFaceList(body, 3, corners), 1);
   EXPECT_EQ(SBR_BodySize(body), 5.0);
-  body->nodes.nodes[1].x = 30.0;
+  SBR_SetNodeCoordinates(body, 2, 30, 0, 0);
   EXPECT_EQ(SBR_BodySize(body), 5.0) << "kept once it is known";
 }
 
-TEST_F(TablesTest, AFaceIndexOutsideTheTableCountsAsTheOrigin) {
+TEST_F(NodeTableTest, AFaceIndexOutsideTheTableCountsAsTheOrigin) {
   SBR body = SBR_Create(10, 2);
-  SBR_AddNode(body, 1);
-  body->nodes.nodes[0].x = 2.0;
-  for (const int word : {2, 0, 77}) ASSERT_TRUE(body->faces.list.push_back(word));
+  SBR_SetNodeCoordinates(body, 1, 2, 0, 0);
+  for (const int word : {2, 0, 77}) ASSERT_TRUE(state::face_list(body).push_back(word));
   EXPECT_EQ(SBR_BodySize(body), 2.0);
 }
 
-TEST_F(TablesTest, ANotANumberBodySizeIsKept) {
+TEST_F(NodeTableTest, ANotANumberBodySizeIsKept) {
   SBR body = SBR_Create(10, 2);
-  body->geometry.body_size = std::numeric_limits<double>::quiet_NaN();
+  state::body_size(body) = std::numeric_limits<double>::quiet_NaN();
   EXPECT_TRUE(std::isnan(SBR_BodySize(body)));
 }
 
-TEST_F(TablesTest, NullHandlesGetTheFailureResults) {
+TEST_F(NodeTableTest, NullHandlesGetTheFailureResults) {
   const Message complaint = error("The database has not been initialized.");
   EXPECT_EQ(SBR_NodeIndex(nullptr, 1), -1);
   EXPECT_EQ(SBR_AddNode(nullptr, 1), -1);
@@ -233,7 +234,7 @@ TEST_F(TablesTest, NullHandlesGetTheFailureResults) {
   EXPECT_TRUE(log.take().empty());
 }
 
-TEST_F(TablesTest, AKeyTableAnswersAfterAnyMixtureOfRenames) {
+TEST_F(NodeTableTest, AKeyTableAnswersAfterAnyMixtureOfRenames) {
   sbr::KeyTable table;
   std::vector<int> id_of(300);
   std::mt19937 random(11);
@@ -274,7 +275,7 @@ int found_by_bisection(const std::vector<int> &ids, int id) {
   return found == nullptr ? -1 : found->position;
 }
 
-TEST_F(TablesTest, AKeyTableWithRepeatedIdsAnswersAsTheSortedArrayWould) {
+TEST_F(NodeTableTest, AKeyTableWithRepeatedIdsAnswersAsTheSortedArrayWould) {
   std::mt19937 random(5);
   for (int round = 0; round < 20; ++round) {
     sbr::KeyTable table;
@@ -292,7 +293,7 @@ TEST_F(TablesTest, AKeyTableWithRepeatedIdsAnswersAsTheSortedArrayWould) {
   }
 }
 
-TEST_F(TablesTest, RenamesAmongRepeatedIdsFindANodeOfThatId) {
+TEST_F(NodeTableTest, RenamesAmongRepeatedIdsFindANodeOfThatId) {
   std::mt19937 random(6);
   sbr::KeyTable table;
   std::vector<int> ids;
@@ -322,7 +323,7 @@ TEST_F(TablesTest, RenamesAmongRepeatedIdsFindANodeOfThatId) {
   }
 }
 
-TEST_F(TablesTest, ASwapReportsANullHandleOnce) {
+TEST_F(NodeTableTest, ASwapReportsANullHandleOnce) {
   SBR_SwapNodesByID(nullptr, 1, 2);
   EXPECT_EQ(log.take(), std::vector<Message>{error("The database has not been initialized.")});
 }

@@ -4,7 +4,6 @@
 #include <random>
 #include <vector>
 
-#include "body/body.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/modal_body.h"

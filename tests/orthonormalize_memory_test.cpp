@@ -2,8 +2,9 @@
 #include <filesystem>
 #include <vector>
 
-#include "body/body.h"
 #include "support/allocations.h"
+#include "support/body_state.h"
+#include "support/body_view.h"
 #include "support/files.h"
 #include "support/messages.h"
 #include "support/modal_body.h"
@@ -39,12 +40,12 @@ void expect_untouched(SBR body, bool full, int n) {
     EXPECT_EQ(whole_mode_of(body, m, 0), whole_mode_of(fresh, m, 0)) << n;
     EXPECT_EQ(whole_mode_of(body, m, 1), whole_mode_of(fresh, m, 1)) << n;
   }
-  EXPECT_FALSE(body->matrices.eigenvalues) << n;
-  EXPECT_FALSE(body->access.transformation) << n;
-  EXPECT_EQ(body->matrices.mass.count(), fresh->matrices.mass.count()) << n;
-  EXPECT_EQ(body->matrices.stiffness.count(), fresh->matrices.stiffness.count()) << n;
-  EXPECT_EQ(body->loads.modal[0]->values[2], 3.0) << n;
-  EXPECT_EQ(body->loads.preload[1], 2.0) << n;
+  EXPECT_FALSE(state::eigen_table(body)) << n;
+  EXPECT_TRUE(transformation_of(body).empty()) << n;
+  EXPECT_EQ(SBR_NumberOfGenMass(body), SBR_NumberOfGenMass(fresh)) << n;
+  EXPECT_EQ(SBR_NumberOfGenStiff(body), SBR_NumberOfGenStiff(fresh)) << n;
+  EXPECT_EQ(modal_load_of(body, 0)[2], 3.0) << n;
+  EXPECT_EQ(modal_preload_of(body)[1], 2.0) << n;
   double row[3] = {};
   EXPECT_EQ(SBR_GetMonitorPointOperator(body, 0, 1, row), 0) << n;
   EXPECT_EQ(row[1], 2.0) << n;
@@ -99,7 +100,7 @@ TEST_F(OrthonormalizationMemoryTest, TheEigenproblemNeedsItsMemoryBeforeItChange
     const auto complaints = log.take_complaints();
     ASSERT_EQ(complaints.size(), 1u);
     EXPECT_TRUE(is_no_memory(complaints[0], "sbrwrite"));
-    EXPECT_FALSE(body->access.transformation);
+    EXPECT_TRUE(transformation_of(body).empty());
     EXPECT_EQ(SBR_NumberOfGenMass(body), 6);
     EXPECT_EQ(SBR_NumberOfGenStiff(body), 6);
     EXPECT_EQ(whole_mode_of(body, 2, 0), before);

@@ -1,18 +1,13 @@
 // The program's database commands from the outside: bodies go into a database and come out the same.
 #include <gmock/gmock.h>
-#include <sys/wait.h>
 
-#include <array>
-#include <chrono>
 #include <csignal>
-#include <cstdio>
-#include <nlohmann/json.hpp>
-#include <set>
+#include <cstdlib>
 #include <string>
 
-#include "support/files.h"
-#include "support/messages.h"
+#include "support/program.h"
 #include "support/record_builder.h"
+#include "support/stepped_process.h"
 
 #ifdef SBRKIT_STORE_DIRECTORY
 
@@ -20,44 +15,11 @@ namespace sbrtest {
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::json;
 using ::testing::HasSubstr;
 
-struct Outcome {
-  int code;
-  std::string out;
-};
-
-class DatabaseProgramTest : public LibraryTest {
+class DatabaseProgramTest : public ProgramTest {
  protected:
-  // Runs the program; standard error comes with the output when asked for.
-  Outcome sbr(const std::string &arguments, bool with_errors = false, const std::string &program = SBR_PROGRAM) const {
-    const std::string command = "cd '" + scratch.path().string() + "' && " + program + " " + arguments +
-                                (with_errors ? " 2>&1" : " 2>/dev/null");
-    Outcome run{-1, ""};
-    std::FILE *pipe = popen(command.c_str(), "r");
-    std::array<char, 4096> piece{};
-    std::size_t got = 0;
-    while ((got = std::fread(piece.data(), 1, piece.size(), pipe)) > 0) run.out.append(piece.data(), got);
-    const int status = pclose(pipe);
-    run.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return run;
-  }
-  std::string sample(const std::string &name) const {
-    write_file(scratch.file(name + ".sbr"), read_gzip(SBRKIT_TEST_DATA "/samples/" + name + ".sbr.gz"));
-    return name + ".sbr";
-  }
-  Json list() const {
-    const Outcome run = sbr("db list --json wing.MASTER");
-    EXPECT_EQ(run.code, 0);
-    return Json::parse(run.out);
-  }
-  [[nodiscard]] std::set<std::string> files() const {
-    std::set<std::string> names;
-    for (const auto &entry : fs::directory_iterator(scratch.path())) names.insert(entry.path().filename());
-    return names;
-  }
-  [[nodiscard]] bool exists(const std::string &name) const { return fs::exists(scratch.path() / name); }
+  Json list() const { return json("db list --json wing.MASTER"); }
   // Stores what `fill` writes as a body of its own.
   template <class Fill>
   void store(Fill fill) {
@@ -70,11 +32,6 @@ class DatabaseProgramTest : public LibraryTest {
     DB_CloseDatablk(block.unit);
     ASSERT_EQ(DB_TermWrite(), 1);
   }
-
-  ScratchDirectory scratch;
-  ScopedEnvironment plugins{"KTX_USER_PLUGIN_DIR", std::nullopt};
-  ScopedEnvironment home{"KTX_QSRVHOME_DIR", std::nullopt};
-  ScopedEnvironment options{"KTX_SBRWRITE_OPTIONS", std::nullopt};
 };
 
 // ---- there and back ------------------------------------------------------------------------------------------------
@@ -92,7 +49,7 @@ TEST_P(SampleThereAndBack, TheBodyIsThatOfARecordWrittenFromTheSameInput) {
   EXPECT_EQ(get.out, "");
   const Outcome diff = sbr("diff written.sbr taken.sbr --rtol 1e-15", true);
   EXPECT_EQ(diff.code, 0) << diff.out;
-  const Json info = Json::parse(sbr("info --json taken.sbr").out);
+  const Json info = json("info --json taken.sbr");
   EXPECT_EQ(info["encoding"], "native");
   EXPECT_EQ(info["precision"], "double");
   EXPECT_EQ(info["version"], 6.0);
@@ -129,7 +86,7 @@ TEST_F(DatabaseProgramTest, OldLayoutsAndSinglePrecisionComeBackInTheCurrentLayo
   for (const char *flags : {"--layout 81", "--layout 82", "--full-stress", "--single"}) {
     ASSERT_EQ(sbr("db put " + file + " wing.MASTER " + flags).code, 0) << flags;
     ASSERT_EQ(sbr("db get wing.MASTER 1 taken.sbr").code, 0) << flags;
-    EXPECT_EQ(Json::parse(sbr("info --json taken.sbr").out)["version"], 6.0) << flags;
+    EXPECT_EQ(json("info --json taken.sbr")["version"], 6.0) << flags;
     const Outcome diff = sbr("diff written.sbr taken.sbr --rtol 1e-15", true);
     EXPECT_EQ(diff.code, 0) << flags << diff.out;
   }
@@ -138,7 +95,7 @@ TEST_F(DatabaseProgramTest, OldLayoutsAndSinglePrecisionComeBackInTheCurrentLayo
 TEST_F(DatabaseProgramTest, ACoarsenedBodyStaysMarked) {
   ASSERT_EQ(sbr("db put " + sample("beam_13c") + " wing.MASTER --coarsen 0.05,15").code, 0);
   ASSERT_EQ(sbr("db get wing.MASTER 1 taken.sbr").code, 0);
-  EXPECT_EQ(Json::parse(sbr("info --json taken.sbr").out)["coarsened"], true);
+  EXPECT_EQ(json("info --json taken.sbr")["coarsened"], true);
 }
 
 // ---- several bodies ------------------------------------------------------------------------------------------------
@@ -159,8 +116,7 @@ TEST_F(DatabaseProgramTest, SeveralBodiesAreListedByTheirQualifiers) {
   EXPECT_EQ(bodies[1]["stepcur"], "0");
   ASSERT_EQ(sbr("db get wing.MASTER 2 taken.sbr").code, 0);
   ASSERT_EQ(sbr("write " + two + " written.sbr").code, 0);
-  EXPECT_EQ(Json::parse(sbr("info --json taken.sbr").out)["counts"]["nodes"],
-            Json::parse(sbr("info --json written.sbr").out)["counts"]["nodes"]);
+  EXPECT_EQ(json("info --json taken.sbr")["counts"]["nodes"], json("info --json written.sbr")["counts"]["nodes"]);
   const Outcome table = sbr("db list wing.MASTER");
   EXPECT_THAT(table.out, HasSubstr("index  selabel"));
   EXPECT_THAT(table.out, HasSubstr("    1  wing, left; (old)  1"));
@@ -210,7 +166,7 @@ TEST_F(DatabaseProgramTest, AFailedPutLeavesNoNewDatabase) {
   full_record(0x13C).write(scratch.file("one.sbr"));
   EXPECT_EQ(sbr("db put one.sbr wing.MASTER --layout 81 --single").code, 4);
   EXPECT_EQ(sbr("db put one.sbr wing.MASTER --qualifiers color=red").code, 4);
-  EXPECT_EQ(files(), std::set<std::string>{"one.sbr"});
+  EXPECT_EQ(files(), Names{"one.sbr"});
 }
 
 TEST_F(DatabaseProgramTest, NothingIsLeftWhereTheProgramRuns) {
@@ -220,7 +176,7 @@ TEST_F(DatabaseProgramTest, NothingIsLeftWhereTheProgramRuns) {
   ASSERT_EQ(sbr("db put one.sbr wing.MASTER").code, 0);
   ASSERT_EQ(sbr("db list wing.MASTER").code, 0);
   ASSERT_EQ(sbr("db get wing.MASTER 1 taken.sbr").code, 0);
-  EXPECT_EQ(files(), (std::set<std::string>{"one.sbr", "taken.sbr", "temporary", "wing.DBALL", "wing.MASTER"}));
+  EXPECT_EQ(files(), (Names{"one.sbr", "taken.sbr", "temporary", "wing.DBALL", "wing.MASTER"}));
   EXPECT_TRUE(fs::is_empty(scratch.path() / "temporary"));
 }
 
@@ -230,8 +186,7 @@ TEST_F(DatabaseProgramTest, CheckTellsGoodAndBadFilesApart) {
   full_record(0x13C).write(scratch.file("one.sbr"));
   ASSERT_EQ(sbr("db put one.sbr wing.MASTER").code, 0);
   EXPECT_EQ(sbr("db check wing.MASTER", true).out, "wing.MASTER: usable\n");
-  EXPECT_EQ(Json::parse(sbr("db check --json wing.MASTER").out),
-            Json({{"file", "wing.MASTER"}, {"usable", true}, {"code", 0}}));
+  EXPECT_EQ(json("db check --json wing.MASTER"), Json({{"file", "wing.MASTER"}, {"usable", true}, {"code", 0}}));
 
   std::string header = read_file(scratch.file("wing.MASTER"));
   write_file(scratch.file("short.MASTER"), header.substr(0, 1023));
@@ -308,7 +263,7 @@ TEST_F(DatabaseProgramTest, AHalfWrittenRecordIsRemoved) {
   ASSERT_EQ(sbr("db put " + file + " wing.MASTER").code, 0);
   // A file may hold 200 blocks, of 512 or 1024 bytes; the signal of the limit is ignored so that the write fails
   // instead.
-  const Outcome run = sbr("db get wing.MASTER 1 taken.sbr", true, "trap '' XFSZ; ulimit -f 200; " SBR_PROGRAM);
+  const Outcome run = sbr("db get wing.MASTER 1 taken.sbr", true, "trap '' XFSZ; ulimit -f 200");
   EXPECT_EQ(run.code, 4) << run.out;
   EXPECT_FALSE(exists("taken.sbr"));
 }
@@ -356,7 +311,7 @@ TEST_F(DatabaseListTest, FewDescriptorsAreEnoughForManyBodies) {
   std::vector<std::string> labels;
   for (int i = 1; i <= 2000; ++i) labels.push_back("body " + std::to_string(i));
   store_labels(labels);
-  const Outcome run = sbr("db list --json wing.MASTER", true, "ulimit -n 32; " SBR_PROGRAM);
+  const Outcome run = sbr("db list --json wing.MASTER", true, "ulimit -n 32");
   ASSERT_EQ(run.code, 0) << run.out;
   const Json bodies = Json::parse(run.out);
   ASSERT_EQ(bodies.size(), labels.size());
@@ -399,8 +354,7 @@ TEST_F(DatabaseListTest, AListThatLacksADescriptionIsAFailure) {
     EXPECT_THAT(run.out, HasSubstr("sbr: wing.MASTER: " + message)) << text;
   }
   const ScopedEnvironment shown("QSRV_LIST", head + "'wing'   3      \n");
-  EXPECT_EQ(Json::parse(sbr("db list --json wing.MASTER").out),
-            Json::parse(R"([{"index": 1, "selabel": "wing", "projno": "3"}])"));
+  EXPECT_EQ(json("db list --json wing.MASTER"), Json::parse(R"([{"index": 1, "selabel": "wing", "projno": "3"}])"));
 }
 
 // ---- repair --------------------------------------------------------------------------------------------------------
@@ -455,7 +409,7 @@ TEST_F(DatabaseRepairTest, WhatCannotBeRepairedStaysAsItIs) {
     EXPECT_THAT(repair.out, HasSubstr("wing.DBALL: is damaged, or no data of this store; it was left as it is"));
     EXPECT_EQ(read_file(scratch.file("wing.DBALL")), bytes);
     EXPECT_EQ(read_file(scratch.file("wing.MASTER")), "short");
-    EXPECT_EQ(files(), (std::set<std::string>{"one.sbr", "wing.DBALL", "wing.MASTER"}));
+    EXPECT_EQ(files(), (Names{"one.sbr", "wing.DBALL", "wing.MASTER"}));
   }
   const ScopedEnvironment library("KTX_USER_PLUGIN_DIR", SBRKIT_TEST_PLUGINS "/partial");
   EXPECT_EQ(sbr("db repair wing.MASTER").code, 4);
@@ -481,10 +435,10 @@ TEST_F(DatabaseProgramTest, AFailedGetLeavesTheFileThatWasThere) {
   const std::string file = sample("beam_13c");
   ASSERT_EQ(sbr("db put " + file + " wing.MASTER").code, 0);
   write_file(scratch.file("taken.sbr"), "precious");
-  EXPECT_EQ(sbr("db get wing.MASTER 1 taken.sbr", true, "trap '' XFSZ; ulimit -f 200; " SBR_PROGRAM).code, 4);
+  EXPECT_EQ(sbr("db get wing.MASTER 1 taken.sbr", true, "trap '' XFSZ; ulimit -f 200").code, 4);
   EXPECT_EQ(sbr("db get wing.MASTER 2 taken.sbr").code, 2);
   EXPECT_EQ(read_file(scratch.file("taken.sbr")), "precious");
-  EXPECT_EQ(files(), (std::set<std::string>{file, "taken.sbr", "wing.DBALL", "wing.MASTER"}));
+  EXPECT_EQ(files(), (Names{file, "taken.sbr", "wing.DBALL", "wing.MASTER"}));
   fs::permissions(scratch.file("taken.sbr"), fs::perms::owner_read | fs::perms::owner_write);
   fs::create_symlink("taken.sbr", scratch.file("link.sbr"));
   EXPECT_EQ(sbr("db get wing.MASTER 1 link.sbr").code, 0);
@@ -496,24 +450,26 @@ TEST_F(DatabaseProgramTest, AFailedGetLeavesTheFileThatWasThere) {
 class DatabaseSignalTest : public DatabaseProgramTest {
  protected:
   DatabaseSignalTest() { fs::create_directory(scratch.path() / "temporary"); }
-  // Runs the program for some microseconds and then sends the signal. True when it ended by it.
-  bool interrupt(const std::vector<std::string> &arguments, int signal, int microseconds) const {
-    const pid_t child = fork();
-    if (child == 0) {
-      fs::current_path(scratch.path());
-      setenv("TMP", "temporary", 1);
-      if (std::freopen("/dev/null", "w", stdout) == nullptr || std::freopen("/dev/null", "w", stderr) == nullptr)
-        _exit(9);
-      std::vector<char *> texts{const_cast<char *>(SBR_PROGRAM)};
-      for (const std::string &argument : arguments) texts.push_back(const_cast<char *>(argument.c_str()));
-      texts.push_back(nullptr);
-      execv(SBR_PROGRAM, texts.data());
-      _exit(9);
-    }
-    usleep(static_cast<useconds_t>(microseconds));
-    kill(child, signal);
-    int status = 0;
-    waitpid(child, &status, 0);
+  // The program in the directory, without a word.
+  int run_quietly(const std::vector<std::string> &arguments) const {
+    fs::current_path(scratch.path());
+    setenv("TMP", "temporary", 1);
+    // The search for leaks cannot look into a process that is watched already.
+    const char *sanitizer = std::getenv("ASAN_OPTIONS");
+    setenv("ASAN_OPTIONS", ((sanitizer != nullptr ? sanitizer : "") + std::string(":detect_leaks=0")).c_str(), 1);
+    if (std::freopen("/dev/null", "w", stdout) == nullptr || std::freopen("/dev/null", "w", stderr) == nullptr)
+      return 9;
+    std::vector<char *> texts{const_cast<char *>(SBR_PROGRAM)};
+    for (const std::string &argument : arguments) texts.push_back(const_cast<char *>(argument.c_str()));
+    texts.push_back(nullptr);
+    execv(SBR_PROGRAM, texts.data());
+    return 9;
+  }
+  // Runs the program for some system calls and then sends the signal. True when it ended by it.
+  bool interrupt(const std::vector<std::string> &arguments, int signal, int calls) const {
+    SteppedProcess child([&] { return run_quietly(arguments); });
+    child.pass(calls);
+    const int status = child.end_by(signal);
     EXPECT_TRUE((WIFSIGNALED(status) && WTERMSIG(status) == signal) || (WIFEXITED(status) && WEXITSTATUS(status) == 0))
         << status;
     return WIFSIGNALED(status);
@@ -530,12 +486,11 @@ class DatabaseSignalTest : public DatabaseProgramTest {
     }
     EXPECT_GT(interrupted, kRounds / 10);
   }
-  // How long the command takes.
-  void measure(const std::string &arguments) {
-    const auto start = std::chrono::steady_clock::now();
-    ASSERT_EQ(sbr(arguments).code, 0);
-    const auto whole = std::chrono::steady_clock::now() - start;
-    span_ = static_cast<int>(std::chrono::duration_cast<std::chrono::microseconds>(whole).count());
+  // How many system calls the command makes.
+  void measure(const std::vector<std::string> &arguments) {
+    SteppedProcess child([&] { return run_quietly(arguments); });
+    span_ = child.count_to_the_end();
+    ASSERT_EQ(child.finish(), 0);
   }
   static constexpr int kRounds = 40;
   int span_ = 0;
@@ -543,13 +498,12 @@ class DatabaseSignalTest : public DatabaseProgramTest {
 
 TEST_F(DatabaseSignalTest, AnInterruptedPutLeavesNoFile) {
   const std::string file = sample("conrod_13c");
-  measure("db put " + file + " wing.MASTER");
-  const std::set<std::string> all{file, "temporary", "wing.DBALL", "wing.MASTER"};
+  measure({"db", "put", file, "wing.MASTER"});
+  const Names all{file, "temporary", "wing.DBALL", "wing.MASTER"};
   interrupt_often({"db", "put", file, "new.MASTER"}, [&](int round) {
-    const std::set<std::string> present = files();
-    if (present.count("new.MASTER") != 0) {
+    if (exists("new.MASTER")) {
       EXPECT_EQ(sbr("db get new.MASTER 1 /dev/null").code, 0) << "round " << round;
-      EXPECT_EQ(present.count("new.DBALL"), 1U);
+      EXPECT_TRUE(exists("new.DBALL"));
     }
     fs::remove(scratch.file("new.MASTER"));
     fs::remove(scratch.file("new.DBALL"));
@@ -564,22 +518,20 @@ TEST_F(DatabaseSignalTest, AnInterruptedPutLeavesNoFile) {
 TEST_F(DatabaseSignalTest, AnInterruptedReadingLeavesNoFile) {
   const std::string file = sample("conrod_13c");
   ASSERT_EQ(sbr("db put " + file + " wing.MASTER").code, 0);
-  const std::set<std::string> before = files();
   write_file(scratch.file("taken.sbr"), "before");
-  measure("db get wing.MASTER 1 other.sbr");
+  const Names all = files();
+  measure({"db", "get", "wing.MASTER", "1", "other.sbr"});
   const std::string whole = read_file(scratch.file("other.sbr"));
   fs::remove(scratch.file("other.sbr"));
-  std::set<std::string> all = before;
-  all.insert("taken.sbr");
   interrupt_often({"db", "get", "wing.MASTER", "1", "taken.sbr"}, [&](int round) {
     EXPECT_EQ(files(), all) << "round " << round;
     const std::string taken = read_file(scratch.file("taken.sbr"));
     EXPECT_TRUE(taken == "before" || taken == whole) << "round " << round;
     write_file(scratch.file("taken.sbr"), "before");
   });
-  measure("db list wing.MASTER");
+  measure({"db", "list", "wing.MASTER"});
   interrupt_often({"db", "list", "wing.MASTER"}, [&](int round) { EXPECT_EQ(files(), all) << "round " << round; });
-  measure("db repair wing.MASTER");
+  measure({"db", "repair", "wing.MASTER"});
   interrupt_often({"db", "repair", "wing.MASTER"}, [&](int round) { EXPECT_EQ(files(), all) << "round " << round; });
 }
 

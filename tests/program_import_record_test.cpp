@@ -1,43 +1,31 @@
 // The import from the outside: the summary, the record, and that a failed import leaves nothing behind.
-#include <sys/wait.h>
-
-#include <nlohmann/json.hpp>
-
-#include "support/files.h"
-#include "support/messages.h"
+#include "support/program.h"
 
 namespace sbrtest {
 namespace {
 
-using nlohmann::json;
-
-class ImportProgramTest : public LibraryTest {
+class ProgramImportRecordTest : public ProgramTest {
  protected:
-  ImportProgramTest() {
-    const std::string from = SBRKIT_TEST_DATA "/fe/plates/plate_S8R";
-    for (const char *suffix : {".inp", ".dat", ".frd.gz"})
-      std::filesystem::copy_file(from + suffix, scratch.file(std::string("plate") + suffix));
+  ProgramImportRecordTest() { add_plate_job(); }
+  // Runs `sbr import ccx`: its exit code, and standard error in a file of its own.
+  int import(const std::string &arguments) {
+    const Outcome run = shell(SBR_PROGRAM " import ccx " + arguments + " 2> '" + aside.file("err.txt") + "'");
+    out = run.out;
+    return run.code;
   }
-  // Runs `sbr import ccx` in the scratch directory: its exit code, and both outputs in files.
-  int import(const std::string &arguments) const {
-    const std::string command =
-        "cd '" + scratch.path().string() + "' && " SBR_PROGRAM " import ccx " + arguments + " > out.txt 2> err.txt";
-    const int status = std::system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128;
-  }
-  [[nodiscard]] std::string errors() const { return read_file(scratch.file("err.txt")); }
-  [[nodiscard]] std::vector<std::string> records() const {
-    std::vector<std::string> names;
-    for (const auto &entry : std::filesystem::directory_iterator(scratch.path()))
-      if (entry.path().string().find(".sbr") != std::string::npos) names.push_back(entry.path().filename());
+  [[nodiscard]] std::string errors() const { return read_file(aside.file("err.txt")); }
+  [[nodiscard]] Names records() const {
+    Names names = files();
+    std::erase_if(names, [](const std::string &name) { return name.find(".sbr") == std::string::npos; });
     return names;
   }
-  ScratchDirectory scratch;
+  ScratchDirectory aside;
+  std::string out;
 };
 
-TEST_F(ImportProgramTest, ARecordAndASummaryComeOut) {
+TEST_F(ProgramImportRecordTest, ARecordAndASummaryComeOut) {
   ASSERT_EQ(import("plate.inp --interface edge --stress all -o plate.sbr --json"), 0) << errors();
-  const json summary = json::parse(read_file(scratch.file("out.txt")));
+  const Json summary = Json::parse(out);
   EXPECT_NEAR(summary["mass"].get<double>(), 1.1304e-4, 1e-15);
   EXPECT_EQ(summary["nodes"], 73);
   EXPECT_EQ(summary["interface_nodes"], 7);
@@ -50,10 +38,10 @@ TEST_F(ImportProgramTest, ARecordAndASummaryComeOut) {
   ASSERT_NE(body, nullptr);
   EXPECT_EQ(SBR_ModeCount(body), 9);
   EXPECT_EQ(SBR_ModeNodeCount(body, 1), 73);
-  EXPECT_EQ(records(), std::vector<std::string>{"plate.sbr"});
+  EXPECT_EQ(records(), Names{"plate.sbr"});
 }
 
-TEST_F(ImportProgramTest, WriteOptionsArePassedOn) {
+TEST_F(ProgramImportRecordTest, WriteOptionsArePassedOn) {
   ASSERT_EQ(import("plate.inp -o plate.sbr --single --no-xdr --lowpass 800 --invariants full --stress none"), 0)
       << errors();
   const SBR body = SBR_CreateFromSBR(scratch.file("plate.sbr").c_str());
@@ -64,7 +52,7 @@ TEST_F(ImportProgramTest, WriteOptionsArePassedOn) {
   EXPECT_EQ(SBR_Exists(body, 17), 0);
 }
 
-TEST_F(ImportProgramTest, AFailedImportTellsThePlaceAndLeavesNoRecord) {
+TEST_F(ProgramImportRecordTest, AFailedImportTellsThePlaceAndLeavesNoRecord) {
   std::string deck = read_file(scratch.file("plate.inp"));
   deck.replace(deck.find("TYPE=S8R"), 8, "TYPE=S9Q");
   write_file(scratch.file("bad.inp"), deck);
@@ -76,16 +64,16 @@ TEST_F(ImportProgramTest, AFailedImportTellsThePlaceAndLeavesNoRecord) {
   EXPECT_NE(errors().find("cut.frd.gz:"), std::string::npos) << errors();
   EXPECT_EQ(import("plate.inp --interface nowhere -o plate.sbr"), 3);
   EXPECT_EQ(import("none.inp -o plate.sbr"), 3);
-  EXPECT_EQ(records(), std::vector<std::string>{});
+  EXPECT_EQ(records(), Names{});
 }
 
-TEST_F(ImportProgramTest, AnExistingRecordOutlivesAFailedImport) {
+TEST_F(ProgramImportRecordTest, AnExistingRecordOutlivesAFailedImport) {
   write_file(scratch.file("plate.sbr"), "precious");
   EXPECT_EQ(import("plate.inp --modes 99 -o plate.sbr"), 3);
   EXPECT_EQ(read_file(scratch.file("plate.sbr")), "precious");
 }
 
-TEST_F(ImportProgramTest, WrongUsageHasItsExitCode) {
+TEST_F(ProgramImportRecordTest, WrongUsageHasItsExitCode) {
   EXPECT_EQ(import("plate.inp -o plate.sbr --units furlong-stone"), 2);
   EXPECT_EQ(import("plate.inp -o plate.sbr --units mm-kg-s-N"), 2);
   EXPECT_NE(errors().find("not consistent"), std::string::npos) << errors();
@@ -93,7 +81,7 @@ TEST_F(ImportProgramTest, WrongUsageHasItsExitCode) {
   EXPECT_EQ(import("plate.inp -o plate.sbr --matrices a,b,c"), 2);
   EXPECT_EQ(import("plate.inp -o ."), 2);
   EXPECT_EQ(import("plate.inp -o none/plate.sbr"), 4);
-  EXPECT_EQ(records(), std::vector<std::string>{});
+  EXPECT_EQ(records(), Names{});
 }
 
 }  // namespace

@@ -6,11 +6,7 @@ namespace {
 
 class ProgramImportTest : public ProgramTest {
  protected:
-  ProgramImportTest() {
-    const std::string from = SBRKIT_TEST_DATA "/fe/plates/plate_S8R";
-    for (const char *suffix : {".inp", ".dat", ".frd.gz"})
-      std::filesystem::copy_file(from + suffix, scratch.file(std::string("plate") + suffix));
-  }
+  ProgramImportTest() { add_plate_job(); }
   Json imported(const std::string &arguments) const {
     const Outcome run = sbr("import ccx " + arguments + " --json");
     EXPECT_EQ(run.code, 0) << arguments;

@@ -199,7 +199,12 @@ TEST(Qz, NotANumberPassesThroughAllStages) {
         std::any_of(in_stiffness.alfr.begin(), in_stiffness.alfr.end(), [](double v) { return std::isnan(v); }));
     b[static_cast<std::size_t>(place)] = std::nan("");
     const Eigenpairs in_mass(5, a, b);
+    const auto is_nan = [](double v) { return std::isnan(v); };
+    EXPECT_TRUE(std::any_of(in_mass.alfr.begin(), in_mass.alfr.end(), is_nan) ||
+                std::any_of(in_mass.beta.begin(), in_mass.beta.end(), is_nan))
+        << place;
     EXPECT_GE(in_mass.ierr, 0);
+    EXPECT_LE(in_mass.ierr, 5);
   }
 }
 

@@ -1,7 +1,8 @@
 // Reading modal preload, modal loads, nodal loads, matrix operators and monitor points; fields that cannot be read.
 #include <cstring>
 
-#include "body/body.h"
+#include "support/body_state.h"
+#include "support/body_view.h"
 #include "support/record_test.h"
 
 namespace sbrtest {
@@ -30,9 +31,9 @@ TEST_F(LoadReaderTest, ThePreloadHasAValuePerMode) {
     RecordBuilder record = two_modes(word);
     record.preload(1, {0.5, -2});
     SBR body = expect_opened(record);
-    ASSERT_EQ(body->loads.preload.count(), 2);
-    EXPECT_EQ(body->loads.preload[1], -2.0);
-    EXPECT_EQ(body->loads.preload_on_principal_axes, 1);
+    ASSERT_EQ(modal_preload_of(body).size(), 2U);
+    EXPECT_EQ(modal_preload_of(body)[1], -2.0);
+    EXPECT_EQ(SBR_ModalPreloadProcessed(body), 1);
   }
 }
 
@@ -59,12 +60,12 @@ TEST_F(LoadReaderTest, ModalLoadsHaveALabelAFlagAndAValuePerMode) {
     RecordBuilder record = two_modes(word);
     record.loads(2, {{"FIRST", 1, {1, 2}}, {std::string(256, 'x'), 0, {3, 4}}});
     SBR body = expect_opened(record);
-    ASSERT_EQ(body->loads.modal.count(), 2);
-    EXPECT_STREQ(body->loads.modal[0]->label, "FIRST");
-    EXPECT_EQ(body->loads.modal[0]->processed, 1);
-    EXPECT_EQ(std::string(body->loads.modal[1]->label, 256), std::string(256, 'x'));
-    EXPECT_EQ(body->loads.modal[1]->processed, 0);
-    EXPECT_EQ(body->loads.modal[1]->values[1], 4.0);
+    ASSERT_EQ(SBR_GetModalLoadCaseCount(body), 2);
+    EXPECT_EQ(modal_load_label_of(body, 0), "FIRST");
+    EXPECT_EQ(SBR_ModalLoadProcessed(body, 0), 1);
+    EXPECT_EQ(modal_load_label_of(body, 1), std::string(256, 'x'));
+    EXPECT_EQ(SBR_ModalLoadProcessed(body, 1), 0);
+    EXPECT_EQ(modal_load_of(body, 1)[1], 4.0);
   }
 }
 
@@ -73,9 +74,9 @@ TEST_F(LoadReaderTest, LoadsOfABodyWithoutModesHaveLabelsOnly) {
   record.loads(0, {{"EMPTY", 1, {}}});
   EXPECT_EQ(record.block(27).size(), 8U + 256 + 4);
   SBR body = expect_opened(record);
-  ASSERT_EQ(body->loads.modal.count(), 1);
-  EXPECT_STREQ(body->loads.modal[0]->label, "EMPTY");
-  EXPECT_EQ(body->loads.modal[0]->values.count(), 0);
+  ASSERT_EQ(SBR_GetModalLoadCaseCount(body), 1);
+  EXPECT_EQ(modal_load_label_of(body, 0), "EMPTY");
+  EXPECT_EQ(modal_load_of(body, 0).size(), 0U);
 }
 
 TEST_F(LoadReaderTest, BrokenModalLoadsAreRefused) {
@@ -104,10 +105,8 @@ TEST_F(LoadReaderTest, NodalLoadsComeByCase) {
     EXPECT_EQ(SBR_GetModalLoadNodalCount(body, 0), 2);
     EXPECT_EQ(SBR_GetModalLoadNodalCount(body, 1), 0);
     EXPECT_EQ(SBR_GetModalLoadNodalCount(body, 2), 1);
-    const sbr::NodalLoadCase &first = *body->loads.nodal[0];
-    EXPECT_EQ(first.nodes[1], 0);
-    EXPECT_EQ(first.coordinates[1], 6);
-    EXPECT_EQ(first.loads[0], -5.0);
+    EXPECT_EQ(nodal_loads_of(body, 0), (std::vector<NodalLoad>{{1, 3, -5.0}, {0, 6, 2.0}}));
+    EXPECT_EQ(nodal_loads_of(body, 2), (std::vector<NodalLoad>{{0, 1, 7.0}}));
   }
 }
 
@@ -141,16 +140,22 @@ TEST_F(LoadReaderTest, ANegativeEntryCountIsAnEmptyCase) {
 TEST_F(LoadReaderTest, MatrixOperatorsHaveRowsAndSubOperators) {
   for (const std::uint32_t word : {40, 51, 0x13C}) {
     SBR body = expect_opened(full_record(word));
-    ASSERT_EQ(body->matrix_operators.count(), 1);
-    const sbr::MatrixOperator &op = *body->matrix_operators[0];
-    EXPECT_STREQ(op.name, "OPER");
-    EXPECT_EQ(op.row_count, 2);
-    EXPECT_STREQ(op.row_labels[1].data(), "row two");
-    ASSERT_EQ(op.sub_operators.count(), 2);
-    EXPECT_EQ(std::string(op.sub_operators[0]->tag, 4), "SUBA");
-    EXPECT_EQ(op.sub_operators[0]->column_count, 3);
-    EXPECT_EQ(op.sub_operators[0]->data[5], 6.0);
-    EXPECT_EQ(op.sub_operators[1]->data[1], 8.0);
+    ASSERT_EQ(SBR_GetMatrixOperatorCount(body), 1);
+    char name[81] = {};
+    EXPECT_EQ(SBR_GetMatrixOperatorName(body, 0, name), 0);
+    EXPECT_STREQ(name, "OPER");
+    ASSERT_EQ(SBR_GetMatrixOperatorNumRows(body, 0), 2);
+    char labels[2][81] = {};
+    char *places[] = {labels[0], labels[1]};
+    EXPECT_EQ(SBR_GetMatrixOperatorLabels(body, 0, places), 0);
+    EXPECT_STREQ(labels[1], "row two");
+    ASSERT_EQ(SBR_GetMatrixOperatorNumSubOperator(body, 0), 2);
+    char tag[9] = {};
+    EXPECT_EQ(SBR_GetMatrixOperatorSubTag(body, 0, 0, tag), 0);
+    EXPECT_EQ(std::string(tag, 4), "SUBA");
+    EXPECT_EQ(SBR_GetMatrixOperatorSubNumCols(body, 0, 0), 3);
+    EXPECT_EQ(sub_operator_of(body, 0, 0).at(5), 6.0);
+    EXPECT_EQ(sub_operator_of(body, 0, 1).at(1), 8.0);
   }
 }
 
@@ -158,9 +163,9 @@ TEST_F(LoadReaderTest, AnOperatorWithoutRowsOrSubOperatorsIsAccepted) {
   RecordBuilder record = two_nodes();
   record.operators({{"A", {}, {{3, "S", {}}}}, {"B", {"row"}, {}}});
   SBR body = expect_opened(record);
-  ASSERT_EQ(body->matrix_operators.count(), 2);
-  EXPECT_EQ(body->matrix_operators[0]->sub_operators[0]->column_count, 3);
-  EXPECT_EQ(body->matrix_operators[1]->sub_operators.count(), 0);
+  ASSERT_EQ(SBR_GetMatrixOperatorCount(body), 2);
+  EXPECT_EQ(SBR_GetMatrixOperatorSubNumCols(body, 0, 0), 3);
+  EXPECT_EQ(SBR_GetMatrixOperatorNumSubOperator(body, 1), 0);
 }
 
 TEST_F(LoadReaderTest, NoMatrixOperatorsEndTheReadWithMinusOneAndTheBodyIsKept) {
@@ -246,20 +251,22 @@ TEST_F(LoadReaderTest, MonitorPointsHaveTheOperatorsOfTheirFlags) {
     record.monitor_points({{4, 5, 123, "POINT 1", "of the tip", 1, 2, 15, {{1, 2}, {3, 4}, {5, 6}, {7, 8, 9, 10}}},
                            {1, 2, 3, "POINT 2", "nothing", 3, 0, 0, {}}});
     SBR body = expect_opened(record);
-    ASSERT_EQ(body->monitor_points.count(), 2);
-    const sbr::MonitorPoint &first = *body->monitor_points[0];
-    EXPECT_EQ(first.type, 4);
-    EXPECT_EQ(first.result_type, 5);
-    EXPECT_EQ(first.component, 123);
-    EXPECT_STREQ(first.name, "POINT 1");
-    EXPECT_STREQ(first.label, "of the tip");
-    EXPECT_EQ(first.operator_rows, 1);
-    EXPECT_EQ(first.load_operators, 2);
-    EXPECT_EQ(first.location[0], 0.0);
-    EXPECT_EQ(first.operators[1][1], 4.0);
-    ASSERT_EQ(first.operators[3].count(), 4);
-    EXPECT_EQ(first.operators[3][3], 10.0);
-    for (const auto &values : body->monitor_points[1]->operators) EXPECT_FALSE(values);
+    ASSERT_EQ(SBR_GetMonitorPointCount(body), 2);
+    EXPECT_EQ(SBR_GetMonitorPointType(body, 0), 4);
+    EXPECT_EQ(SBR_GetMonitorPointResultType(body, 0), 5);
+    EXPECT_EQ(SBR_GetMonitorPointComponent(body, 0), 123);
+    EXPECT_EQ(monitor_name_of(body, 0), "POINT 1");
+    EXPECT_EQ(monitor_label_of(body, 0), "of the tip");
+    EXPECT_EQ(SBR_GetMonitorPointNumLoadOperator(body, 0), 2);
+    double location[3] = {9.0, 9.0, 9.0};
+    EXPECT_EQ(SBR_GetMonitorPointLocation(body, 0, location), 0);
+    EXPECT_EQ(location[0], 0.0);
+    EXPECT_EQ(monitor_operator_of(body, 0, 2).at(1), 4.0);
+    EXPECT_EQ(monitor_operator_of(body, 0, 4).at(3), 10.0);
+    // The record says one row, the component has three digits: the file counts.
+    EXPECT_EQ(state::monitor_point(body, 0).operator_rows, 1);
+    EXPECT_EQ(state::monitor_point(body, 0).operators[3].count(), 4);
+    for (int type = 1; type <= 4; ++type) EXPECT_EQ(SBR_MonitorPointHasOperator(body, 1, type), 0) << type;
   }
 }
 
@@ -267,8 +274,8 @@ TEST_F(LoadReaderTest, OldMonitorPointsMoveToTheCurrentBlock) {
   RecordBuilder record = two_modes(0x13C);
   record.monitor_points({{1, 1, 1, "OLD", "", 1, 1, 1, {{3, 4}}}}, 32);
   SBR body = expect_opened(record);
-  ASSERT_EQ(body->monitor_points.count(), 1);
-  EXPECT_STREQ(body->monitor_points[0]->name, "OLD");
+  ASSERT_EQ(SBR_GetMonitorPointCount(body), 1);
+  EXPECT_EQ(monitor_name_of(body, 0), "OLD");
   EXPECT_EQ(SBR_Exists(body, 32), 0);
   EXPECT_NE(SBR_Exists(body, 35), 0);
 }
@@ -278,7 +285,7 @@ TEST_F(LoadReaderTest, TheCurrentMonitorPointsAreTakenBeforeTheOldOnes) {
   record.monitor_points({{1, 1, 1, "OLD", "", 1, 1, 1, {{3, 4}}}}, 32);
   record.monitor_points({{1, 1, 1, "NEW", "", 1, 1, 1, {{3, 4}}}}, 35);
   SBR body = expect_opened(record);
-  EXPECT_STREQ(body->monitor_points[0]->name, "NEW");
+  EXPECT_EQ(monitor_name_of(body, 0), "NEW");
   EXPECT_EQ(SBR_Exists(body, 32), 0);
 }
 

@@ -1,7 +1,8 @@
 // Reading eigenvalues, mode lists and positions, generalized matrices, transformation, statistics, pre-vectors.
 #include <cmath>
 
-#include "body/body.h"
+#include "support/body_state.h"
+#include "support/body_view.h"
 #include "support/record_test.h"
 
 namespace sbrtest {
@@ -35,15 +36,15 @@ TEST_F(ModeReaderTest, EigenvaluesAreReadInEveryEncoding) {
     RecordBuilder record = two_nodes(word);
     record.eigenvalues({{7, 100, 1.5, 10, 2, 200}, {9, 400, 3, 20, 1, 400}});
     SBR body = expect_opened(record);
-    EXPECT_EQ(body->matrices.eigenvalue_count, 2);
-    const sbr::EigenRecord &first = body->matrices.eigenvalues[0];
+    EXPECT_EQ(state::eigenvalue_count(body), 2);
+    const sbr::EigenRecord &first = state::eigen_table(body)[0];
     EXPECT_EQ(first.mode, 7);
     EXPECT_EQ(first.eigenvalue, 100.0);
     EXPECT_EQ(first.frequency_hz, 1.5);
     EXPECT_EQ(first.frequency_rad, 10.0);
     EXPECT_EQ(first.generalized_mass, 2.0);
     EXPECT_EQ(first.generalized_stiffness, 200.0);
-    EXPECT_EQ(body->matrices.eigenvalues[1].mode, 9);
+    EXPECT_EQ(state::eigen_table(body)[1].mode, 9);
   }
 }
 
@@ -51,19 +52,19 @@ TEST_F(ModeReaderTest, Version10DerivesFourColumnsFromTheEigenvalue) {
   RecordBuilder record = two_nodes(10);
   record.eigenvalues({{1, 625, 99, 99, 99, 99}, {2, -4, 99, 99, 99, 99}});
   SBR body = expect_opened(record);
-  const sbr::EigenRecord &first = body->matrices.eigenvalues[0];
+  const sbr::EigenRecord &first = state::eigen_table(body)[0];
   EXPECT_EQ(first.frequency_rad, 25.0);
   EXPECT_EQ(first.frequency_hz, 25.0 / 6.28318530718);
   EXPECT_EQ(first.generalized_mass, 1.0);
   EXPECT_EQ(first.generalized_stiffness, 625.0);
-  EXPECT_TRUE(std::isnan(body->matrices.eigenvalues[1].frequency_rad));
+  EXPECT_TRUE(std::isnan(state::eigen_table(body)[1].frequency_rad));
 }
 
 TEST_F(ModeReaderTest, NoEigenvaluesAreAccepted) {
   RecordBuilder record = two_nodes();
   record.eigenvalues({});
   SBR body = expect_opened(record);
-  EXPECT_FALSE(body->matrices.eigenvalues);
+  EXPECT_FALSE(state::eigen_table(body));
 }
 
 TEST_F(ModeReaderTest, ANegativeEigenvalueCountIsRefused) {
@@ -88,8 +89,8 @@ TEST_F(ModeReaderTest, ModeShapesStayOnDiskAndAreFoundByTheirNumbers) {
     record.modes(7, {10, 20}, {{5, ramp(12, 1)}, {3, ramp(12, 101)}});
     SBR body = expect_opened(record);
     EXPECT_EQ(numbers_of(body), (std::vector<int>{5, 3}));
-    EXPECT_EQ(body->store.offsets[sbr::Kind::shape][0], static_cast<std::int64_t>(record.offset(7)) + 8 + 8 + 4);
-    EXPECT_EQ(body->store.offsets[sbr::Kind::shape][1] - body->store.offsets[sbr::Kind::shape][0],
+    EXPECT_EQ(state::mode_offsets(body, sbr::Kind::shape)[0], static_cast<std::int64_t>(record.offset(7)) + 8 + 8 + 4);
+    EXPECT_EQ(state::mode_offsets(body, sbr::Kind::shape)[1] - state::mode_offsets(body, sbr::Kind::shape)[0],
               12 * record.real_size() + 4);
     EXPECT_EQ(part_of(body, 3, 0), (std::vector<double>{101, 102, 103, 107, 108, 109}));
   }
@@ -366,7 +367,7 @@ TEST_F(ModeReaderTest, StrainModesBehindTheEndOfTheFileCannotBeRead) {
     EXPECT_EQ(std::vector<double>(three, three + 3), ramp(3, 1));
     EXPECT_TRUE(log.take().empty());
     for (int mode = 1; mode < 3; ++mode) {
-      EXPECT_GE(body->store.offsets[sbr::Kind::strain][mode],
+      EXPECT_GE(state::mode_offsets(body, sbr::Kind::strain)[mode],
                 static_cast<std::int64_t>(record.offset(28) + 12 + 52 + 2));
       // The numbers of modes that were not reached are not known.
       EXPECT_EQ(SBR_ModeNumber(body, mode), 0);
@@ -435,8 +436,8 @@ constexpr MatrixCase kMatrices[] = {
     {14, "Problem in generalized damping block", "Out of memory while reading Generalized Damping Block",
      "Problem reading Generalized Damping information"}};
 
-const sbr::Array<sbr::SparseEntry> &entries_of(SBR body, int block) {
-  return block == 11 ? body->matrices.stiffness : block == 12 ? body->matrices.mass : body->matrices.damping;
+MatrixEntries entries_of(SBR body, int block) {
+  return block == 11 ? stiffness_of(body) : block == 12 ? mass_of(body) : damping_of(body);
 }
 
 TEST_F(ModeReaderTest, MatrixEntriesCountFromZeroInMemory) {
@@ -445,14 +446,14 @@ TEST_F(ModeReaderTest, MatrixEntriesCountFromZeroInMemory) {
       RecordBuilder record = two_nodes(word);
       record.matrix(c.block, 1, {{1, 2, 0.5}, {3, 1, -7}});
       SBR body = expect_opened(record);
-      const auto &entries = entries_of(body, c.block);
-      ASSERT_EQ(entries.count(), 2);
+      const MatrixEntries entries = entries_of(body, c.block);
+      ASSERT_EQ(entries.size(), 2U);
       EXPECT_EQ(entries[0].row, 0);
       EXPECT_EQ(entries[0].column, 1);
       EXPECT_EQ(entries[0].value, 0.5);
       EXPECT_EQ(entries[1].row, 2);
       EXPECT_EQ(entries[1].value, -7.0);
-      EXPECT_EQ(body->matrices.damping_on_principal_axes, c.block == 14 ? 1 : 0);
+      EXPECT_EQ(state::damping_on_principal_axes(body), c.block == 14 ? 1 : 0);
     }
   }
 }
@@ -481,23 +482,23 @@ TEST_F(ModeReaderTest, TheLowestRowDoesNotOverflow) {
   RecordBuilder record = two_nodes();
   record.matrix(11, 0, {{std::numeric_limits<int>::min(), 0, 1}});
   SBR body = expect_opened(record);
-  EXPECT_EQ(body->matrices.stiffness[0].row, std::numeric_limits<int>::max());
-  EXPECT_EQ(body->matrices.stiffness[0].column, -1);
+  EXPECT_EQ(stiffness_of(body)[0].row, std::numeric_limits<int>::max());
+  EXPECT_EQ(stiffness_of(body)[0].column, -1);
 }
 
 TEST_F(ModeReaderTest, MatricesCanBeReadAgainWithoutMovingTheStream) {
   SBR body = expect_opened(full_record(0x13C));
-  body->matrices.stiffness[1].value = 0;
-  body->matrices.mass[1].value = 0;
-  body->matrices.damping[1].value = 0;
-  FileSeek_Win32(body->record.stream, 99, 0);
+  stiffness_of(body)[1].value = 0;
+  mass_of(body)[1].value = 0;
+  damping_of(body)[1].value = 0;
+  FileSeek_Win32(state::record_stream(body), 99, 0);
   EXPECT_EQ(SBR_ReadGeneralizedStiffness(body), 1);
   EXPECT_EQ(SBR_ReadGeneralizedMass(body), 1);
   EXPECT_EQ(SBR_ReadGeneralizedDamping(body), 1);
-  EXPECT_EQ(FileTell_Win32(body->record.stream), 99);
-  EXPECT_EQ(body->matrices.stiffness[1].value, 400.0);
-  EXPECT_EQ(body->matrices.mass[1].value, 1.0);
-  EXPECT_EQ(body->matrices.damping[1].value, 0.25);
+  EXPECT_EQ(FileTell_Win32(state::record_stream(body)), 99);
+  EXPECT_EQ(stiffness_of(body)[1].value, 400.0);
+  EXPECT_EQ(mass_of(body)[1].value, 1.0);
+  EXPECT_EQ(damping_of(body)[1].value, 0.25);
 }
 
 TEST_F(ModeReaderTest, ReadingAnAbsentMatrixSucceeds) {
@@ -516,16 +517,17 @@ TEST_F(ModeReaderTest, TheTransformationHasItsModesAndItsRows) {
   RecordBuilder record = two_nodes(0x33C);
   record.transformation({4, 7}, {1, 2, 3, 4});
   SBR body = expect_opened(record);
-  EXPECT_EQ(std::vector<int>(body->access.transformation_modes.begin(), body->access.transformation_modes.end()),
+  EXPECT_EQ(std::vector<int>(state::transformation_modes(body).begin(), state::transformation_modes(body).end()),
             (std::vector<int>{4, 7}));
-  EXPECT_EQ(std::vector<double>(body->access.transformation.begin(), body->access.transformation.end()),
+  EXPECT_EQ(std::vector<double>(state::transformation(body).begin(), state::transformation(body).end()),
             (std::vector<double>{1, 2, 3, 4}));
 }
 
 TEST_F(ModeReaderTest, AnEmptyTransformationIsNoTransformation) {
   RecordBuilder record = two_nodes();
   record.transformation({}, {});
-  EXPECT_FALSE(expect_opened(record)->access.transformation);
+  SBR body = expect_opened(record);
+  EXPECT_FALSE(state::transformation(body));
 }
 
 TEST_F(ModeReaderTest, ABrokenTransformationIsRefused) {
@@ -544,10 +546,10 @@ TEST_F(ModeReaderTest, ABrokenTransformationIsRefused) {
 TEST_F(ModeReaderTest, StatisticsHaveThirteenNodesAndValuesPerMode) {
   for (const std::uint32_t word : {40, 51, 0x13C}) {
     SBR body = expect_opened(full_record(word));
-    ASSERT_EQ(body->statistics.count(), 2);
-    EXPECT_EQ(body->statistics[1].node_ids[0], 35);
-    EXPECT_EQ(body->statistics[1].node_ids[12], 0);
-    EXPECT_EQ(body->statistics[1].values[2], 12.0);
+    ASSERT_EQ(state::statistics(body).count(), 2);
+    EXPECT_EQ(state::statistics(body)[1].node_ids[0], 35);
+    EXPECT_EQ(state::statistics(body)[1].node_ids[12], 0);
+    EXPECT_EQ(state::statistics(body)[1].values[2], 12.0);
   }
 }
 
@@ -580,9 +582,9 @@ constexpr PreCase kPre[] = {
 
 TEST_F(ModeReaderTest, PreVectorsBelongToTheNodesOfTheirKind) {
   SBR body = expect_opened(full_record(0x33C));
-  ASSERT_EQ(body->pre.stress.count(), 2);
-  EXPECT_EQ(body->pre.stress[1][0], 7.0);
-  EXPECT_EQ(body->pre.strain[1][5], 12.0);
+  ASSERT_EQ(pre_vectors_of(body, 1).size(), 2U);
+  EXPECT_EQ(pre_vectors_of(body, 1)[1][0], 7.0);
+  EXPECT_EQ(pre_vectors_of(body, 2)[1][5], 12.0);
 }
 
 TEST_F(ModeReaderTest, APreVectorCountUnlikeTheListIsReportedAndReadingGoesOn) {
@@ -592,7 +594,7 @@ TEST_F(ModeReaderTest, APreVectorCountUnlikeTheListIsReportedAndReadingGoesOn) {
     record.modes(c.vectors, {20}, {{1, ramp(6, 1)}});
     record.pre_vectors(c.block, ramp(12, 1));
     SBR body = expect_opened(record, {error(c.differs)});
-    EXPECT_EQ((c.block == 30 ? body->pre.stress : body->pre.strain).count(), 2);
+    EXPECT_EQ((c.block == 30 ? state::pre_stress(body) : state::pre_strain(body)).count(), 2);
   }
 }
 

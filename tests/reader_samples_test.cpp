@@ -1,14 +1,13 @@
 // Records of a real beam and a real connecting rod in every version, encoding and precision, against the figures of
 // the finite-element results that they were made from.
-#include "support/samples.h"
-
 #include <cmath>
 #include <cstring>
 #include <nlohmann/json.hpp>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/messages.h"
+#include "support/samples.h"
 
 namespace sbrtest {
 namespace {
@@ -72,11 +71,11 @@ TEST_P(SampleTest, BlocksLieWhereTheFileHasThem) {
     // The size rule counts mode words that the stress block of these versions does not have.
     const int absent_words = block == 17 && (code == 30 || code == 31) ? 4 * modes() : 0;
     // The size rule counts load operators only, and the point has one displacement operator of three rows instead.
-    const int uncounted_operator = block == 35 ? 3 * modes() * sbr::real_size(body->record) : 0;
+    const int uncounted_operator = block == 35 ? 3 * modes() * sbr::real_size(state::record(body)) : 0;
     EXPECT_EQ(SBR_size_of_block(body, block), wanted.at("size").get<std::int64_t>() + absent_words - uncounted_operator)
         << block;
     EXPECT_EQ(SBR_goto_block(body, block), 1) << block;
-    EXPECT_EQ(FileTell_Win32(body->record.stream), wanted.at("offset").get<std::int64_t>()) << block;
+    EXPECT_EQ(FileTell_Win32(state::record_stream(body)), wanted.at("offset").get<std::int64_t>()) << block;
   }
 }
 

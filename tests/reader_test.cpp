@@ -4,8 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "body/body.h"
 #include "body/registry.h"
+#include "support/body_state.h"
+#include "support/body_view.h"
 #include "support/record_test.h"
 
 namespace sbrtest {
@@ -17,7 +18,7 @@ const Message kNotValid = error("Not a valid SBR format.");
 
 int registry_size() {
   int size = 0;
-  for (const SbrBody *body = sbr::registry_head(); body != nullptr; body = body->next) ++size;
+  for (SBR body = sbr::registry_head(); body != nullptr; body = state::next(body)) ++size;
   return size;
 }
 
@@ -26,7 +27,7 @@ int registry_size() {
 TEST_F(ReaderTest, OneNameGivesOneHandleThatIsReleasedByTheSecondDereference) {
   SBR body = open(two_nodes());
   EXPECT_EQ(SBR_CreateFromSBR(path.c_str()), body);
-  EXPECT_EQ(body->reference_count, 2);
+  EXPECT_EQ(state::references(body), 2);
   SBR_DeReference(body);
   EXPECT_EQ(SBR_IsValid(body), 1);
   SBR_DeReference(body);
@@ -49,12 +50,12 @@ TEST_F(ReaderTest, AnotherFormOfThePathGivesASecondHandle) {
 
 TEST_F(ReaderTest, ASurfaceMeshBodyIsNotSharedAsAPlainOne) {
   SBR body = open(two_nodes());
-  body->geometry.is_surface_mesh = 1;
+  state::is_surface_mesh(body) = 1;
   SBR plain = SBR_CreateFromSBR(path.c_str());
   EXPECT_NE(plain, body);
   EXPECT_EQ(sbr::share_body(path.c_str(), 1), body);
   EXPECT_EQ(sbr::share_body(path.c_str(), 0), plain);
-  EXPECT_EQ(body->reference_count, 2);
+  EXPECT_EQ(state::references(body), 2);
 }
 
 TEST_F(ReaderTest, ABodyUnderConstructionIsNeverShared) {
@@ -65,9 +66,9 @@ TEST_F(ReaderTest, ABodyUnderConstructionIsNeverShared) {
 
 TEST_F(ReaderTest, ABodyFromAFileHasNoRoomOfItsOwn) {
   SBR body = open(full_record(0x13C));
-  EXPECT_EQ(body->nodes.node_capacity, 0);
-  EXPECT_EQ(body->mode_table.mode_capacity, 0);
-  EXPECT_EQ(body->reference_count, 1);
+  EXPECT_EQ(state::node_capacity(body), 0);
+  EXPECT_EQ(state::mode_capacity(body), 0);
+  EXPECT_EQ(state::references(body), 1);
 }
 
 // ---- files that are no records -------------------------------------------------------------------------------------
@@ -127,27 +128,28 @@ TEST_F(ReaderTest, EveryVersionAndEncodingIsRecognized) {
     const RecordBuilder record = full_record(word);
     SBR body = expect_opened(record);
     EXPECT_EQ(SBR_Version(body), record.code());
-    EXPECT_EQ(body->layout.version, word);
-    for (const sbr::StreamChannel *channel : {&body->record, &body->modes[sbr::Kind::shape],
-                                              &body->modes[sbr::Kind::stress], &body->modes[sbr::Kind::strain]}) {
+    EXPECT_EQ(state::version_word(body), word);
+    for (const sbr::StreamChannel *channel :
+         {&state::record(body), &state::mode_channel(body, sbr::Kind::shape),
+          &state::mode_channel(body, sbr::Kind::stress), &state::mode_channel(body, sbr::Kind::strain)}) {
       EXPECT_EQ(channel->xdr_encoded, record.xdr());
       EXPECT_EQ(channel->double_precision, !record.single());
       EXPECT_EQ(channel->is_temporary(), false);
-      EXPECT_EQ(channel->stream, body->record.stream);
-      EXPECT_EQ(channel->xdr, body->record.xdr);
+      EXPECT_EQ(channel->stream, state::record_stream(body));
+      EXPECT_EQ(channel->xdr, state::record(body).xdr);
     }
-    EXPECT_EQ(body->geometry.is_coarsened, word == 0x73C ? 1 : 0);
+    EXPECT_EQ(SBR_IsCoarsened(body), word == 0x73C ? 1 : 0);
   }
 }
 
 TEST_F(ReaderTest, OfAnOldWordOnlyTheCodeIsKept) {
   SBR body = expect_opened(RecordBuilder(0xABCDEF28, false, false).nodes({{1, {0, 0, 0}}}));
-  EXPECT_EQ(body->layout.version, 40U);
+  EXPECT_EQ(state::version_word(body), 40U);
 }
 
 TEST_F(ReaderTest, OfACurrentWordAllBitsAreKept) {
   SBR body = expect_opened(RecordBuilder(0xABCDE03D, false, false).nodes({{1, {0, 0, 0}}}));
-  EXPECT_EQ(body->layout.version, 0xABCDE03DU);
+  EXPECT_EQ(state::version_word(body), 0xABCDE03DU);
 }
 
 TEST_F(ReaderTest, ANativeFileWithTheXdrFlagIsNoRecord) {
@@ -178,10 +180,10 @@ TEST_F(ReaderTest, ARecordWithoutBlocksIsAnEmptyBodyInSiUnits) {
     SBR body = expect_opened(RecordBuilder(word));
     EXPECT_EQ(SBR_NodeCount(body), 0);
     EXPECT_EQ(SBR_ModeCount(body), 0);
-    EXPECT_STREQ(body->units.mass_units, "KILOGRAM");
-    EXPECT_STREQ(body->units.length_units, "METER");
-    EXPECT_STREQ(body->units.time_units, "SECOND");
-    EXPECT_STREQ(body->units.force_units, "NEWTON");
+    EXPECT_EQ(units_of(body).mass, "KILOGRAM");
+    EXPECT_EQ(units_of(body).length, "METER");
+    EXPECT_EQ(units_of(body).time, "SECOND");
+    EXPECT_EQ(units_of(body).force, "NEWTON");
   }
 }
 
@@ -206,7 +208,7 @@ TEST_F(ReaderTest, AStreamWithoutANameIsReadAllTheSameWithAWarning) {
   write_file(scratch.file("direct"), two_nodes().bytes());
   SBR body = SBR_Create(0, 0);
   EXPECT_EQ(SBR_ReadSBR(body, std::fopen(scratch.file("direct").c_str(), "rb"), nullptr), 1);
-  EXPECT_FALSE(body->record.path);
+  EXPECT_FALSE(state::record(body).path);
   const std::vector<Message> messages = log.take();
   ASSERT_EQ(messages.size(), 1U);
   EXPECT_EQ(messages[0].severity, Severity::warning);
@@ -229,13 +231,13 @@ TEST_F(ReaderTest, HeaderTextsLoseTheirTrailingBlanks) {
     RecordBuilder record(0x13C);
     record.header("A title", "2024-01-02", "part.inp", "solid", "one", "two", "three", fill);
     SBR body = expect_opened(record);
-    EXPECT_STREQ(body->header.title, "A title");
-    EXPECT_STREQ(body->header.date, "2024-01-02");
-    EXPECT_STREQ(body->header.input_file_name, "part.inp");
-    EXPECT_STREQ(body->header.comment1, "one");
-    EXPECT_STREQ(body->header.comment2, "two");
-    EXPECT_STREQ(body->header.comment3, "three");
-    EXPECT_EQ(std::string(body->header.input_file_type, 16), std::string("solid").append(11, fill));
+    EXPECT_EQ(header_of(body).title, "A title");
+    EXPECT_EQ(header_of(body).date, "2024-01-02");
+    EXPECT_EQ(header_of(body).input_file_name, "part.inp");
+    EXPECT_EQ(header_of(body).comment1, "one");
+    EXPECT_EQ(header_of(body).comment2, "two");
+    EXPECT_EQ(header_of(body).comment3, "three");
+    EXPECT_EQ(header_of(body).input_file_type, std::string("solid").append(11, fill));
   }
 }
 
@@ -244,48 +246,49 @@ TEST_F(ReaderTest, AFullHeaderTextLosesItsLastCharacterExceptTheInputFileType) {
   record.header(std::string(128, 't'), std::string(32, 'd'), std::string(128, 'n'), std::string(16, 'y'),
                 std::string(80, '1'), std::string(80, '2'), std::string(80, '3'));
   SBR body = expect_opened(record);
-  EXPECT_EQ(std::string(body->header.title), std::string(127, 't'));
-  EXPECT_EQ(std::string(body->header.date), std::string(31, 'd'));
-  EXPECT_EQ(std::string(body->header.input_file_name), std::string(127, 'n'));
-  EXPECT_EQ(std::string(body->header.input_file_type, 16), std::string(16, 'y'));
-  EXPECT_EQ(std::string(body->header.comment1), std::string(79, '1'));
-  EXPECT_EQ(std::string(body->header.comment2), std::string(79, '2'));
-  EXPECT_EQ(std::string(body->header.comment3), std::string(79, '3'));
+  EXPECT_EQ(header_of(body).title, std::string(127, 't'));
+  EXPECT_EQ(header_of(body).date, std::string(31, 'd'));
+  EXPECT_EQ(header_of(body).input_file_name, std::string(127, 'n'));
+  EXPECT_EQ(header_of(body).input_file_type, std::string(16, 'y'));
+  EXPECT_EQ(header_of(body).comment1, std::string(79, '1'));
+  EXPECT_EQ(header_of(body).comment2, std::string(79, '2'));
+  EXPECT_EQ(header_of(body).comment3, std::string(79, '3'));
 }
 
 TEST_F(ReaderTest, UnitsAreReadAndStripped) {
   RecordBuilder record(0x13C);
   record.units("POUND_MASS", "INCH", "MILLISECOND", "POUND_FORCE", ' ');
   SBR body = expect_opened(record);
-  EXPECT_STREQ(body->units.mass_units, "POUND_MASS");
-  EXPECT_STREQ(body->units.length_units, "INCH");
-  EXPECT_STREQ(body->units.time_units, "MILLISECOND");
-  EXPECT_STREQ(body->units.force_units, "POUND_FORCE");
+  EXPECT_EQ(units_of(body).mass, "POUND_MASS");
+  EXPECT_EQ(units_of(body).length, "INCH");
+  EXPECT_EQ(units_of(body).time, "MILLISECOND");
+  EXPECT_EQ(units_of(body).force, "POUND_FORCE");
 }
 
 TEST_F(ReaderTest, AnUnknownUnitIsKeptAsItStands) {
   RecordBuilder record(0x3C);
   record.units("STONE", "METER", "SECOND", "NEWTON", ' ');
   SBR body = expect_opened(record);
-  EXPECT_STREQ(body->units.mass_units, "STONE");
-  EXPECT_STREQ(body->units.force_units, "NEWTON");
+  EXPECT_EQ(units_of(body).mass, "STONE");
+  EXPECT_EQ(units_of(body).force, "NEWTON");
 }
 
 TEST_F(ReaderTest, ABrokenUnitsBlockLeavesTheLaterLabelsEmptyAndDoesNotStopTheReader) {
   RecordBuilder record(0x3C);
   record.block(10).text("KILOGRAM", 16).text("METER", 16).raw("SEC");
   SBR body = expect_opened(record);
-  EXPECT_STREQ(body->units.mass_units, "KILOGRAM");
-  EXPECT_STREQ(body->units.length_units, "METER");
-  EXPECT_STREQ(body->units.force_units, "");
+  EXPECT_EQ(units_of(body).mass, "KILOGRAM");
+  EXPECT_EQ(units_of(body).length, "METER");
+  EXPECT_STREQ(state::units(body).force_units, "");
 }
 
 TEST_F(ReaderTest, GlobalPropertiesAreMassCenterAndInertiaByRows) {
   for (const std::uint32_t word : {10, 0x13C, 0x33C}) {
     SBR body = expect_opened(full_record(word));
-    EXPECT_EQ(body->global.mass, 4.0);
-    EXPECT_EQ(std::vector<double>(body->global.center, body->global.center + 3), (std::vector<double>{1, 2, 3}));
-    EXPECT_EQ(std::vector<double>(body->global.inertia, body->global.inertia + 9),
+    EXPECT_EQ(state::global(body).mass, 4.0);
+    EXPECT_EQ(std::vector<double>(state::global(body).center, state::global(body).center + 3),
+              (std::vector<double>{1, 2, 3}));
+    EXPECT_EQ(std::vector<double>(state::global(body).inertia, state::global(body).inertia + 9),
               (std::vector<double>{5, 0.5, 0.25, 0.5, 6, 0.125, 0.25, 0.125, 7}));
   }
 }
@@ -488,16 +491,14 @@ TEST_F(ReaderTest, ABlockWithoutInertiaEntriesIsAccepted) {
 
 // ---- faces and interface nodes -------------------------------------------------------------------------------------
 
-std::vector<int> face_list(SBR body) { return {body->faces.list.begin(), body->faces.list.end()}; }
-
 TEST_F(ReaderTest, FacesAreKeptAsTheFileHasThem) {
   for (const std::uint32_t word : {30, 41, 0x3C, 0x33C}) {
     RecordBuilder record = two_nodes(word);
     record.faces({{0, 1, 0}, {1, 0}}, 4711);
     SBR body = expect_opened(record);
-    EXPECT_EQ(body->faces.face_count, 2);
-    EXPECT_EQ(body->faces.reserved_word, 4711);
-    EXPECT_EQ(face_list(body), (std::vector<int>{3, 0, 1, 0, 2, 1, 0}));
+    EXPECT_EQ(face_count(body), 2);
+    EXPECT_EQ(state::faces_reserved_word(body), 4711);
+    EXPECT_EQ(face_words(body), (std::vector<int>{3, 0, 1, 0, 2, 1, 0}));
   }
 }
 
@@ -507,17 +508,17 @@ TEST_F(ReaderTest, OldFacesBecomeTheSameListWithNodeIndices) {
     record.nodes({{5, {0, 0, 0}}, {6, {0, 0, 0}}, {7, {0, 0, 0}}});
     record.old_faces({{7, 6, 5}, {5, 7}, {6, 99, 7}});
     SBR body = expect_opened(record);
-    EXPECT_EQ(body->faces.face_count, 3);
-    EXPECT_EQ(face_list(body), (std::vector<int>{2, 0, 2, 3, 2, 1, 0, 3, 1, -1, 2}));
+    EXPECT_EQ(face_count(body), 3);
+    EXPECT_EQ(face_words(body), (std::vector<int>{2, 0, 2, 3, 2, 1, 0, 3, 1, -1, 2}));
   }
 }
 
 TEST_F(ReaderTest, OldFacesAreReadInAnyVersionWithoutTheCurrentBlock) {
   RecordBuilder record = two_nodes(0x13C);
   record.old_faces({{10, 20}});
-  EXPECT_EQ(face_list(expect_opened(record)), (std::vector<int>{2, 0, 1}));
+  EXPECT_EQ(face_words(expect_opened(record)), (std::vector<int>{2, 0, 1}));
   record.faces({{1, 0, 1}});
-  EXPECT_EQ(face_list(expect_opened(record)), (std::vector<int>{3, 1, 0, 1}));
+  EXPECT_EQ(face_words(expect_opened(record)), (std::vector<int>{3, 1, 0, 1}));
 }
 
 TEST_F(ReaderTest, AnEmptyFaceListIsOutOfMemory) {
@@ -559,8 +560,7 @@ TEST_F(ReaderTest, InterfaceNodesAreNodeIndices) {
   RecordBuilder record = two_nodes(0x13C);
   record.interface_nodes({1, 0});
   SBR body = expect_opened(record);
-  EXPECT_EQ(std::vector<int>(body->interface_nodes.nodes.begin(), body->interface_nodes.nodes.end()),
-            (std::vector<int>{1, 0}));
+  EXPECT_EQ(interface_nodes_of(body), (std::vector<int>{1, 0}));
 }
 
 TEST_F(ReaderTest, NoInterfaceNodesAreOutOfMemoryAndAProblem) {

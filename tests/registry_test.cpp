@@ -3,20 +3,20 @@
 namespace sbrtest {
 namespace {
 
-using HandleTest = LibraryTest;
+using RegistryTest = LibraryTest;
 
-TEST_F(HandleTest, CheckReportsANullHandle) {
+TEST_F(RegistryTest, CheckReportsANullHandle) {
   EXPECT_EQ(CheckSBR(nullptr), 0);
   EXPECT_EQ(log.take(), std::vector<Message>{error("The database has not been initialized.")});
 }
 
-TEST_F(HandleTest, AReferenceCountOfTwoSurvivesOneDereference) {
+TEST_F(RegistryTest, AReferenceCountOfTwoSurvivesOneDereference) {
   SBR body = SBR_Create(1, 1);
   SBR_DeReference(body);
   EXPECT_EQ(SBR_IsValid(body), 0);
 }
 
-TEST_F(HandleTest, UnlinkingAStrangerTouchesNothing) {
+TEST_F(RegistryTest, UnlinkingAStrangerTouchesNothing) {
   SBR body = SBR_Create(1, 1);
   int stranger = 0;
   SBR_UnLink(reinterpret_cast<SBR>(&stranger));
@@ -26,7 +26,7 @@ TEST_F(HandleTest, UnlinkingAStrangerTouchesNothing) {
   EXPECT_EQ(SBR_IsValid(reinterpret_cast<SBR>(&stranger)), 0);
 }
 
-TEST_F(HandleTest, DestroyGivesTheFormerNextBody) {
+TEST_F(RegistryTest, DestroyGivesTheFormerNextBody) {
   SBR first = SBR_Create(1, 1);
   SBR second = SBR_Create(1, 1);
   EXPECT_EQ(SBR_Destroy(first), second);

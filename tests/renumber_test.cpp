@@ -3,8 +3,8 @@
 #include <climits>
 #include <vector>
 
-#include "body/body.h"
 #include "body/node_table.h"
+#include "support/body_state.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -118,7 +118,7 @@ TEST_F(RenumberingTest, SurplusIdsAreIgnoredWithAWarning) {
 TEST_F(RenumberingTest, APermutationMovesScalesAndCutsTheModeCount) {
   SBR_SetNodalMass(body, 10, 2.0);
   SBR_SetNodalInertia(body, 10, 1, 2, 3, 4, 5, 6);
-  body->global.center[0] = 7.0;
+  state::global(body).center[0] = 7.0;
   const double origin[3] = {10, 1, 0};
   // A quarter turn about z; vectors move with its transpose as row vectors, that is with the matrix itself as columns.
   const double R[9] = {0, -1, 0, 1, 0, 0, 0, 0, 1};
@@ -133,8 +133,8 @@ TEST_F(RenumberingTest, APermutationMovesScalesAndCutsTheModeCount) {
   SBR_NodeCoordinates(body, 1, at);
   // (20, 0, 0) - (10, 1, 0) = (10, -1, 0); R (10, -1, 0)^T = (1, 10, 0).
   EXPECT_EQ((std::array<double, 3>{at[0], at[1], at[2]}), (std::array<double, 3>{1, 10, 0}));
-  EXPECT_EQ(body->global.center[0], 1.0);
-  EXPECT_EQ(body->global.center[1], -3.0);
+  EXPECT_EQ(state::global(body).center[0], 1.0);
+  EXPECT_EQ(state::global(body).center[1], -3.0);
   EXPECT_EQ(SBR_PermuteSBR(body, nullptr, 0, 1.0, nullptr, R), 0);
   EXPECT_EQ(SBR_PermuteSBR(nullptr, origin, 0, 1.0, nullptr, R), 0);
 }
@@ -176,13 +176,13 @@ TEST_F(RenumberingTest, PreprocessingDropsWhatAPermutationMadeStale) {
   SBR_SetGeneralizedStiffness(body, 1, 1, 3.0);
   SBR_SetGeneralizedDamping(body, 1, 1, 4.0);
   SBR_SetNodalMass(body, 10, 2.0);
-  body->matrices.modes_not_orthogonal = 1;
+  state::modes_not_orthogonal(body) = 1;
   EXPECT_EQ(SBR_PreprocessBAPSBR(body), 1);
   EXPECT_EQ(SBR_Exists(body, 8), 0);
   EXPECT_EQ(SBR_NodalMass(body, 0), 2.0) << "the masses stay in the nodes";
   EXPECT_EQ(SBR_NumberOfGenDamp(body), 0);
   EXPECT_EQ(SBR_NumberOfGenMass(body), 1) << "no list: the mode count";
-  EXPECT_EQ(body->matrices.modes_not_orthogonal, 0);
+  EXPECT_EQ(state::modes_not_orthogonal(body), 0);
   EXPECT_EQ(SBR_PreprocessBAPSBR(nullptr), 0);
 }
 

@@ -2,7 +2,6 @@
 #include <cmath>
 #include <limits>
 
-#include "body/body.h"
 #include "support/files.h"
 #include "support/mass_body.h"
 #include "support/messages.h"

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "base/mat3.h"
-#include "body/body.h"
 #include "frame/turn_modes.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/messages.h"
 
@@ -46,7 +46,7 @@ void expect_near(const double *actual, const double *expected, int count, double
 constexpr int kNodes = 6;
 constexpr int kModes = 3;
 
-class TransformationTest : public LibraryTest {
+class RigidMotionTest : public LibraryTest {
  protected:
   // A body with masses, inertias, shapes, stress and strain of small random numbers.
   SBR make(unsigned seed) {
@@ -102,7 +102,7 @@ class TransformationTest : public LibraryTest {
 
 // ---- the matrices ---------------------------------------------------------------------------------------------------
 
-TEST_F(TransformationTest, TheMatrixOfAnAngleIsRodriguesFormula) {
+TEST_F(RigidMotionTest, TheMatrixOfAnAngleIsRodriguesFormula) {
   for (const Vec axis : {Vec{1, 2, 3}, Vec{0, 0, 1}, Vec{0, 0, -2}, Vec{-1, 0.5, 0}, Vec{0, -3, 0}})
     for (const double angle : {0.0, 10.0, 90.0, -135.0, 270.0}) {
       SBR body = SBR_Create(1, 1);
@@ -118,7 +118,7 @@ TEST_F(TransformationTest, TheMatrixOfAnAngleIsRodriguesFormula) {
   expect_near(R.data(), quarter.data(), 9, 1e-16, "quarter turn");
 }
 
-TEST_F(TransformationTest, RotatingAboutTheOriginsFrameTurnsTheBodyBackwards) {
+TEST_F(RigidMotionTest, RotatingAboutTheOriginsFrameTurnsTheBodyBackwards) {
   SBR body = SBR_Create(1, 1);
   SBR_SetNodeCoordinates(body, 1, 1, 0, 0);
   const Vec z = {0, 0, 1};
@@ -130,7 +130,7 @@ TEST_F(TransformationTest, RotatingAboutTheOriginsFrameTurnsTheBodyBackwards) {
   expect_near(at, expected.data(), 3, 1e-15, "node");
 }
 
-TEST_F(TransformationTest, ProductsMayOverwriteTheirFactors) {
+TEST_F(RigidMotionTest, ProductsMayOverwriteTheirFactors) {
   const Mat a = {1, 2, 3, 4, 5, 6, 7, 8, 10};
   const Mat b = {2, 0, 1, 1, 3, 0, 0, 1, 1};
   Mat expected{};
@@ -148,7 +148,7 @@ TEST_F(TransformationTest, ProductsMayOverwriteTheirFactors) {
   EXPECT_EQ(right, expected);
 }
 
-TEST_F(TransformationTest, SignsOfTensorsAndVectorsWorkDifferently) {
+TEST_F(RigidMotionTest, SignsOfTensorsAndVectorsWorkDifferently) {
   const Mat R = rodrigues({1, 1, 0}, 30);
   Mat T = {1, 2, 3, 2, 5, 6, 3, 6, 9};
   Mat other = T;
@@ -167,7 +167,7 @@ TEST_F(TransformationTest, SignsOfTensorsAndVectorsWorkDifferently) {
   EXPECT_EQ(v[1], doubled[1] / 2 + doubled[1]);
 }
 
-TEST_F(TransformationTest, TheSignFormulaCallsSomeProperRotationsImproper) {
+TEST_F(RigidMotionTest, TheSignFormulaCallsSomeProperRotationsImproper) {
   EXPECT_EQ(sbr::transformation_sign(rodrigues({1, 0, 0}, 20).data()), 1);
   EXPECT_EQ(sbr::transformation_sign(rodrigues({-1.36, 0.96, -1.38}, 135).data()), -1);
   int negative = 0;
@@ -184,7 +184,7 @@ TEST_F(TransformationTest, TheSignFormulaCallsSomeProperRotationsImproper) {
 
 // ---- rotation -------------------------------------------------------------------------------------------------------
 
-TEST_F(TransformationTest, ARotationTurnsEverythingRightHanded) {
+TEST_F(RigidMotionTest, ARotationTurnsEverythingRightHanded) {
   SBR before = make(3);
   SBR body = make(3);
   const Vec axis = {1, 2, 2};
@@ -237,7 +237,7 @@ TEST_F(TransformationTest, ARotationTurnsEverythingRightHanded) {
   }
 }
 
-TEST_F(TransformationTest, ThereAndBackIsTheStart) {
+TEST_F(RigidMotionTest, ThereAndBackIsTheStart) {
   SBR body = make(8);
   const auto start = fingerprint(body);
   const Vec axis = {-1, 0.5, 3};
@@ -248,7 +248,7 @@ TEST_F(TransformationTest, ThereAndBackIsTheStart) {
   expect_near(end.data(), start.data(), static_cast<int>(start.size()), 1e-13, "round trip");
 }
 
-TEST_F(TransformationTest, TwoMirrorsAreTheStart) {
+TEST_F(RigidMotionTest, TwoMirrorsAreTheStart) {
   SBR body = make(9);
   const auto start = fingerprint(body);
   const Vec normal = {1, -2, 0.5};
@@ -259,7 +259,7 @@ TEST_F(TransformationTest, TwoMirrorsAreTheStart) {
   expect_near(end.data(), start.data(), static_cast<int>(start.size()), 1e-13, "round trip");
 }
 
-TEST_F(TransformationTest, AMirrorReflectsTranslationsAndTurnsTheSignOfRotations) {
+TEST_F(RigidMotionTest, AMirrorReflectsTranslationsAndTurnsTheSignOfRotations) {
   SBR before = make(4);
   SBR body = make(4);
   const Vec normal = {1, 0, 0};
@@ -282,7 +282,7 @@ TEST_F(TransformationTest, AMirrorReflectsTranslationsAndTurnsTheSignOfRotations
   }
 }
 
-TEST_F(TransformationTest, TheInvariantsFollowARotationLikeThoseOfTheTurnedNodes) {
+TEST_F(RigidMotionTest, TheInvariantsFollowARotationLikeThoseOfTheTurnedNodes) {
   SBR body = make(21);
   SBR afresh = make(21);
   // Ask for all of them: the cells are filled; entering them raises the flags, and only flagged cells go along.
@@ -291,7 +291,7 @@ TEST_F(TransformationTest, TheInvariantsFollowARotationLikeThoseOfTheTurnedNodes
     SBR_FreeMemory(SBR_Invar8(body, j));
   }
   for (double *given : {SBR_Invar2(body), SBR_Invar3(body), SBR_Invar4(body), SBR_Invar7(body)}) SBR_FreeMemory(given);
-  for (const int block : {19, 20, 21, 22, 23, 24, 25}) sbr::set_block(*body, block);
+  for (const int block : {19, 20, 21, 22, 23, 24, 25}) state::set_block(body, block);
   const Vec axis = {1, -1, 2};
   const Vec origin = {0, 0, 0};
   ASSERT_EQ(SBR_Rotate(body, axis.data(), origin.data(), 65.0), 1);
@@ -314,39 +314,39 @@ TEST_F(TransformationTest, TheInvariantsFollowARotationLikeThoseOfTheTurnedNodes
   }
 }
 
-TEST_F(TransformationTest, TheGlobalInertiaTurnsAsItIsStored) {
+TEST_F(RigidMotionTest, TheGlobalInertiaTurnsAsItIsStored) {
   SBR body = SBR_Create(1, 1);
-  body->global.mass = 2.0;
+  state::global(body).mass = 2.0;
   const Mat I = {3, 0.5, 0, 0.5, 4, 0, 0, 0, 5};
-  std::copy(I.begin(), I.end(), body->global.inertia);
+  std::copy(I.begin(), I.end(), state::global(body).inertia);
   const Vec z = {0, 0, 1};
   Mat R{};
   SBR_Rotate_Origin(body, z.data(), 90.0, R.data());
   const Mat expected = {4, -0.5, 0, -0.5, 3, 0, 0, 0, 5};
-  expect_near(body->global.inertia, expected.data(), 9, 1e-15, "inertia");
-  body->global.mass = 0.0;
+  expect_near(state::global(body).inertia, expected.data(), 9, 1e-15, "inertia");
+  state::global(body).mass = 0.0;
   SBR_Rotate_Origin(body, z.data(), 90.0, R.data());
-  expect_near(body->global.inertia, expected.data(), 9, 1e-15, "without mass it stays");
+  expect_near(state::global(body).inertia, expected.data(), 9, 1e-15, "without mass it stays");
 }
 
-TEST_F(TransformationTest, APointOnTheAxisOrInThePlaneNeedsNoTranslation) {
+TEST_F(RigidMotionTest, APointOnTheAxisOrInThePlaneNeedsNoTranslation) {
   SBR body = SBR_Create(1, 1);
   SBR_SetNodeCoordinates(body, 1, 1, 0, 0);
-  body->global.mass = 5.0;  // a translation would move its centre
+  state::global(body).mass = 5.0;  // a translation would move its centre
   const Vec axis = {0, 0, 2};
   const Vec on_axis = {0, 0, 9};
   ASSERT_EQ(SBR_Rotate(body, axis.data(), on_axis.data(), 90.0), 1);
-  EXPECT_EQ(body->global.center[0], 0.0);
+  EXPECT_EQ(state::global(body).center[0], 0.0);
   const Vec in_plane = {3, 4, 0};
   ASSERT_EQ(SBR_Mirror(body, axis.data(), in_plane.data()), 1);
-  EXPECT_EQ(body->global.center[2], 0.0);
+  EXPECT_EQ(state::global(body).center[2], 0.0);
   const Vec off_axis = {1, 0, 0};
   ASSERT_EQ(SBR_Rotate(body, axis.data(), off_axis.data(), 90.0), 1);
-  EXPECT_NEAR(body->global.center[0], 1.0, 1e-15);
-  EXPECT_NEAR(body->global.center[1], -1.0, 1e-15);
+  EXPECT_NEAR(state::global(body).center[0], 1.0, 1e-15);
+  EXPECT_NEAR(state::global(body).center[1], -1.0, 1e-15);
 }
 
-TEST_F(TransformationTest, PreStressTurnsWithTheStressAndReplacesOldFiles) {
+TEST_F(RigidMotionTest, PreStressTurnsWithTheStressAndReplacesOldFiles) {
   SBR body = make(2);
   const double six[6] = {1, 2, 3, 0.5, 0.25, 0.125};
   ASSERT_EQ(SBR_SetPreStressVec(body, 1, six), 1);
@@ -370,7 +370,7 @@ TEST_F(TransformationTest, PreStressTurnsWithTheStressAndReplacesOldFiles) {
   EXPECT_EQ(files(), 3);
 }
 
-TEST_F(TransformationTest, ModeFilesKeepTheUnitsOfTheRecord) {
+TEST_F(RigidMotionTest, ModeFilesKeepTheUnitsOfTheRecord) {
   SBR body = make(6);
   SBR twin = make(6);
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "METER", "SECOND", "NEWTON"), 1);
@@ -385,12 +385,12 @@ TEST_F(TransformationTest, ModeFilesKeepTheUnitsOfTheRecord) {
   expect_near(a.data(), b.data(), static_cast<int>(a.size()), 1e-13, "units");
 }
 
-TEST_F(TransformationTest, RewritingTellsItsFiles) {
+TEST_F(RigidMotionTest, RewritingTellsItsFiles) {
   SBR body = make(6);
   const Vec axis = {1, 1, 0};
   Mat R{};
   ASSERT_EQ(SBR_Rotate_Origin(body, axis.data(), 30.0, R.data()), 1);
-  const auto path = [&](int kind) { return std::string(body->modes[sbr::kKinds[kind]].path.data()); };
+  const auto path = [&](int kind) { return state::mode_file(body, kind); };
   EXPECT_EQ(log.take(), (std::vector<Message>{info(" Shortened Shape mode file: " + path(0) + "\n"),
                                               info(" Shortened Stress mode file: " + path(1) + "\n"),
                                               info(" Shortened Strain mode file: " + path(2) + "\n")}));
@@ -399,7 +399,7 @@ TEST_F(TransformationTest, RewritingTellsItsFiles) {
   EXPECT_EQ(log.take_complaints(), std::vector<Message>{warning("No Mode Shape Data found in this SBR file. \n")});
 }
 
-TEST_F(TransformationTest, WithoutARoomForTheNewFileTheOldOneStaysInUse) {
+TEST_F(RigidMotionTest, WithoutARoomForTheNewFileTheOldOneStaysInUse) {
   SBR body = make(6);
   const auto shapes = part(body, 2, 0, 0);
   SBR_CleanModesInMemory(body);
@@ -417,7 +417,7 @@ TEST_F(TransformationTest, WithoutARoomForTheNewFileTheOldOneStaysInUse) {
   EXPECT_EQ(keep, 0) << "the setting comes back on success only";
 }
 
-TEST_F(TransformationTest, AFullDiskLeavesTheOldModesInUseAndRemovesTheNewFile) {
+TEST_F(RigidMotionTest, AFullDiskLeavesTheOldModesInUseAndRemovesTheNewFile) {
   SBR body = make(6);
   const auto shapes = part(body, 2, 0, 0);
   SBR_CleanModesInMemory(body);
@@ -447,7 +447,7 @@ TEST_F(TransformationTest, AFullDiskLeavesTheOldModesInUseAndRemovesTheNewFile) 
 
 // ---- translation ----------------------------------------------------------------------------------------------------
 
-TEST_F(TransformationTest, ATranslationMovesNodesAlongADirectionOfAnyLength) {
+TEST_F(RigidMotionTest, ATranslationMovesNodesAlongADirectionOfAnyLength) {
   SBR body = make(5);
   const auto start = coordinates(body);
   const Vec direction = {0, 3, 4};
@@ -460,15 +460,15 @@ TEST_F(TransformationTest, ATranslationMovesNodesAlongADirectionOfAnyLength) {
   }
 }
 
-TEST_F(TransformationTest, TheInvariantsFollowATranslationLikeThoseOfTheMovedNodes) {
+TEST_F(RigidMotionTest, TheInvariantsFollowATranslationLikeThoseOfTheMovedNodes) {
   SBR body = make(13);
   SBR afresh = make(13);
   for (double *given : {SBR_Invar2(body), SBR_Invar3(body), SBR_Invar4(body), SBR_Invar7(body), SBR_Invar8(body, 0)})
     SBR_FreeMemory(given);
-  for (const int block : {19, 20, 21, 23, 24}) sbr::set_block(*body, block);
+  for (const int block : {19, 20, 21, 23, 24}) state::set_block(body, block);
   const Vec direction = {1, -2, 2};
   ASSERT_EQ(SBR_Translate(body, direction.data(), 6.0), 1);
-  for (sbr::NodeRecord &node : afresh->nodes.nodes) {
+  for (sbr::NodeRecord &node : state::nodes(afresh)) {
     node.x += 2.0;
     node.y -= 4.0;
     node.z += 4.0;
@@ -485,12 +485,13 @@ TEST_F(TransformationTest, TheInvariantsFollowATranslationLikeThoseOfTheMovedNod
   double mass = 0.0;
   double center[3];
   double inertia[9];
-  const double moved_center[3] = {body->global.center[0], body->global.center[1], body->global.center[2]};
+  const double moved_center[3] = {state::global(body).center[0], state::global(body).center[1],
+                                  state::global(body).center[2]};
   ASSERT_EQ(SBR_TotalMassInertia(afresh, &mass, inertia, center), 1);
   expect_near(moved_center, center, 3, 1e-13, "centre");
 }
 
-TEST_F(TransformationTest, InvariantFourWithoutNodesFollowsFromInvariantThree) {
+TEST_F(RigidMotionTest, InvariantFourWithoutNodesFollowsFromInvariantThree) {
   SBR body = SBR_Create(1, 1);
   SBR_AddMode(body, 1);
   const Vec third = {1, 2, 3};
@@ -510,7 +511,7 @@ TEST_F(TransformationTest, InvariantFourWithoutNodesFollowsFromInvariantThree) {
   SBR_FreeMemory(rows);
 }
 
-TEST_F(TransformationTest, WithoutMassDataATranslationFailsAfterTheNodesHaveMoved) {
+TEST_F(RigidMotionTest, WithoutMassDataATranslationFailsAfterTheNodesHaveMoved) {
   const struct {
     int block;
     const char *text;
@@ -521,7 +522,7 @@ TEST_F(TransformationTest, WithoutMassDataATranslationFailsAfterTheNodesHaveMove
     SBR body = SBR_Create(1, 1);
     SBR_SetNodeCoordinates(body, 1, 0, 0, 0);
     SBR_AddMode(body, 1);
-    sbr::set_block(*body, one.block);
+    state::set_block(body, one.block);
     const Vec direction = {1, 0, 0};
     EXPECT_EQ(SBR_Translate(body, direction.data(), 2.0), 0);
     EXPECT_EQ(log.take_complaints(), std::vector<Message>{error(one.text)});
@@ -531,7 +532,7 @@ TEST_F(TransformationTest, WithoutMassDataATranslationFailsAfterTheNodesHaveMove
   }
 }
 
-TEST_F(TransformationTest, ACachedInvariantWithoutItsFlagStays) {
+TEST_F(RigidMotionTest, ACachedInvariantWithoutItsFlagStays) {
   SBR body = make(5);
   double *first = SBR_Invar2(body);
   const Vec direction = {1, 0, 0};
@@ -542,11 +543,11 @@ TEST_F(TransformationTest, ACachedInvariantWithoutItsFlagStays) {
   SBR_FreeMemory(second);
 }
 
-TEST_F(TransformationTest, MovingInvariantFourNeedsNodalMasses) {
+TEST_F(RigidMotionTest, MovingInvariantFourNeedsNodalMasses) {
   SBR body = make(5);
   SBR_FreeMemory(SBR_Invar4(body));
-  sbr::set_block(*body, sbr::kInvariant4);
-  sbr::set_block(*body, sbr::kNodalMasses, false);
+  state::set_block(body, sbr::kInvariant4);
+  state::set_block(body, sbr::kNodalMasses, false);
   const Vec third = {0, 0, 0};
   for (int mode = 1; mode <= kModes; ++mode) SBR_SetInvar3(body, mode, third.data());
   const Vec direction = {1, 0, 0};
@@ -555,7 +556,7 @@ TEST_F(TransformationTest, MovingInvariantFourNeedsNodalMasses) {
 
 // ---- refusals -------------------------------------------------------------------------------------------------------
 
-TEST_F(TransformationTest, DirectionsWithoutALengthAndOddNumbersAreRefusedBeforeAnythingMoves) {
+TEST_F(RigidMotionTest, DirectionsWithoutALengthAndOddNumbersAreRefusedBeforeAnythingMoves) {
   SBR body = make(5);
   const auto start = fingerprint(body);
   const Vec zero = {0, 0, 0};

@@ -1,5 +1,5 @@
 // Sketch files: face lists written by hand.
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/meshes.h"
 #include "support/messages.h"
@@ -34,11 +34,11 @@ class SketchTest : public LibraryTest {
 };
 
 TEST_F(SketchTest, ReplacesTheFacesByNodeIds) {
-  sbr::set_block(*body, sbr::kElementFaces, false);
+  state::set_block(body, sbr::kElementFaces, false);
   sketch("2\n4 10 20 50 40\n3 20 30 50\n");
   EXPECT_EQ(log.take(), (std::vector<Message>{announcement(2)}));
   EXPECT_EQ(faces_of(body), (Faces{{0, 1, 4, 3}, {1, 2, 4}}));
-  EXPECT_EQ(body->faces.list.count(), 9);
+  EXPECT_EQ(face_words(body).size(), 9U);
   EXPECT_EQ(SBR_IsCoarsened(body), 1);
   EXPECT_EQ(SBR_Exists(body, 13), 1);
 }

@@ -1,11 +1,12 @@
 // Several processes at one database: each sees whole states, and no one waits longer than needed.
 #include <gmock/gmock.h>
 #include <sqlite3.h>
+#include <sys/syscall.h>
 
 #include <chrono>
 #include <filesystem>
-#include <thread>
 
+#include "support/stepped_process.h"
 #include "support/store_test.h"
 
 #ifdef SBRKIT_STORE_DIRECTORY
@@ -151,16 +152,16 @@ TEST_F(StoreConcurrencyTest, AReaderKeepsNoWriterWaiting) {
 }
 
 TEST_F(StoreConcurrencyTest, WritersWaitForEachOther) {
+  SteppedProcess second([] { return put("selabel='b'", {2}) == 1 ? 0 : 1; });
   ASSERT_EQ(put("selabel='a'", {1}), 1);
-  OtherWriter other;
-  std::thread release([&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(700));
-    other.finish();
-  });
-  const auto start = Clock::now();
-  EXPECT_EQ(put("selabel='b'", {2}), 1);
-  EXPECT_GT(seconds_since(start), 0.6);
-  release.join();
+  {
+    const OtherWriter other;
+    for (int waits = 0; waits < 3; ++waits)
+      ASSERT_TRUE(second.pass_until(SYS_clock_nanosleep)) << "it has not waited: " << second.finish();
+  }
+  EXPECT_EQ(second.finish(), 0);
+  start_reading();
+  EXPECT_EQ(DB_BodyBrowser(kMaster, 0, nullptr), 2U);
   EXPECT_TRUE(log.take().empty());
 }
 

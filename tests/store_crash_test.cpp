@@ -1,15 +1,18 @@
 // Two writers and a reader at one database, and 200 kills at random moments: nothing is lost, nothing is torn.
 #include <gmock/gmock.h>
+#include <semaphore.h>
 #include <sys/mman.h>
 
 #include <array>
 #include <atomic>
-#include <chrono>
+#include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <map>
 #include <random>
 
+#include "support/stepped_process.h"
 #include "support/store_test.h"
 
 #ifdef SBRKIT_STORE_DIRECTORY
@@ -32,6 +35,7 @@ struct Progress {
   std::atomic<int> stored[kWriters][kBodies];
   std::atomic<int> bodies_read;
   std::atomic<bool> ends;
+  sem_t news;  // posted for each body that has been stored and for each round of reading
 };
 static_assert(std::atomic<int>::is_always_lock_free);
 
@@ -59,6 +63,7 @@ int write_on(Progress &progress, int writer) {
     progress.begun[writer][body] = generation;
     if (!store_generation(writer, body, generation)) return 1;
     progress.stored[writer][body] = generation;
+    sem_post(&progress.news);
   }
   return 0;
 }
@@ -109,8 +114,10 @@ int read_on(Progress &progress) {
   while (!progress.ends) {
     if (!fs::exists(kMaster)) continue;
     if (CDB_LoadLibrary() == 0 || DB_StartBase() == 0) return 1;
-    for (int i = 0; i < 10 && !progress.ends; ++i)
+    for (int i = 0; i < 10 && !progress.ends; ++i) {
       if (!all_sound(progress)) return 2;
+      sem_post(&progress.news);
+    }
     DB_TermBase();
   }
   return 0;
@@ -122,8 +129,25 @@ class StoreCrashTest : public StoreTest {
     void *memory = mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) std::abort();
     progress = new (memory) Progress{};
+    if (sem_init(&progress->news, 1, 0) != 0) std::abort();
   }
   ~StoreCrashTest() override { munmap(progress, sizeof(Progress)); }
+  // Waits for news until `reached` is true. False when there have been none for a minute.
+  template <class Condition>
+  bool wait_until(Condition reached) {
+    while (!reached()) {
+      timespec deadline{};
+      clock_gettime(CLOCK_REALTIME, &deadline);
+      deadline.tv_sec += 60;
+      if (sem_timedwait(&progress->news, &deadline) != 0 && errno != EINTR) return false;
+    }
+    return true;
+  }
+  [[nodiscard]] int stored(int writer) const {
+    int sum = 0;
+    for (const std::atomic<int> &body : progress->stored[writer]) sum += body;
+    return sum;
+  }
   std::unique_ptr<Companion> start(const std::function<int()> &work) {
     auto companion = std::make_unique<Companion>(work);
     companion->start();
@@ -134,20 +158,26 @@ class StoreCrashTest : public StoreTest {
 
 TEST_F(StoreCrashTest, TwoHundredKillsLoseNothingAndTearNothing) {
   std::mt19937 random(20240915);
-  std::uniform_int_distribution<int> microseconds(1000, 80000);
+  std::uniform_int_distribution<int> bodies(0, 2);
+  std::uniform_int_distribution<int> calls(0, 300);
   std::array<std::unique_ptr<Companion>, kWriters> writers;
   for (int writer = 0; writer < kWriters; ++writer)
     writers[static_cast<std::size_t>(writer)] = start([&, writer] { return write_on(*progress, writer); });
   const auto reader = start([&] { return read_on(*progress); });
   for (int kills = 0; kills < kKills; ++kills) {
-    usleep(static_cast<useconds_t>(microseconds(random)));
     const int victim = static_cast<int>(random() % kWriters);
     std::unique_ptr<Companion> &writer = writers[static_cast<std::size_t>(victim)];
-    kill(writer->process(), SIGKILL);
+    const int enough = stored(victim) + bodies(random);
+    ASSERT_TRUE(wait_until([&] { return stored(victim) >= enough; })) << "nothing happens before kill " << kills;
+    {
+      SteppedProcess steps(writer->process());
+      steps.pass(calls(random));
+      kill(writer->process(), SIGKILL);
+    }
     ASSERT_EQ(writer->finish(), -1) << "a writer failed before kill " << kills;
     writer = start([&, victim] { return write_on(*progress, victim); });
   }
-  usleep(300000);
+  ASSERT_TRUE(wait_until([&] { return stored(0) > 20 && stored(1) > 20 && progress->bodies_read > 20; }));
   progress->ends = true;
   for (const auto &writer : writers) EXPECT_EQ(writer->finish(), 0);
   EXPECT_EQ(reader->finish(), 0);

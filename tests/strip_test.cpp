@@ -4,7 +4,7 @@
 #include <random>
 #include <set>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/meshes.h"
 #include "support/messages.h"
 
@@ -29,7 +29,7 @@ class StrippingTest : public LibraryTest {
 
 TEST_F(StrippingTest, TwoBricksLoseTheFaceTheyShare) {
   SBR body = make_body(brick_block(2, 1, 1));
-  EXPECT_EQ(body->faces.face_count, 12);
+  EXPECT_EQ(face_count(body), 12);
   log.clear();
   SBR_StripCommonFaces(body);
   EXPECT_EQ(log.take(), (std::vector<Message>{info(" Stripping interior faces\n")}));
@@ -45,7 +45,7 @@ TEST_F(StrippingTest, TwoBricksLoseTheFaceTheyShare) {
                                    {11, 8, 2, 5},
                                    {11, 5, 4, 10},
                                    {11, 10, 7, 8}}));
-  EXPECT_EQ(body->faces.list.count(), 50);
+  EXPECT_EQ(face_words(body).size(), 50U);
 }
 
 TEST_F(StrippingTest, ACopyWithTheSameWindingGoes) {
@@ -112,7 +112,7 @@ TEST_F(StrippingTest, AnEmptyListIsAnAllocationFailure) {
   const std::vector<Message> messages = log.take();
   ASSERT_EQ(messages.size(), 1U);
   EXPECT_TRUE(is_no_memory(messages[0], "sbrtools"));
-  EXPECT_EQ(body->geometry.internal_geometry_removed, 0);
+  EXPECT_EQ(state::internal_geometry_removed(body), 0);
 }
 
 TEST_F(StrippingTest, ANullHandleIsReported) {

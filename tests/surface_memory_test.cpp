@@ -2,8 +2,8 @@
 // same call succeeds when there is memory again.
 #include <algorithm>
 
-#include "body/body.h"
 #include "support/allocations.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/meshes.h"
 #include "support/messages.h"
@@ -83,7 +83,7 @@ TEST_F(MeshMemoryTest, StrippingLeavesTheFaces) {
     EXPECT_TRUE(is_no_memory(messages[0], "sbrtools"));
     EXPECT_EQ(faces_of(body), brick_block(2, 1, 1).faces);
     SBR_StripCommonFaces(body);
-    EXPECT_EQ(body->faces.face_count, 10);
+    EXPECT_EQ(face_count(body), 10);
   }
   EXPECT_EQ(failures, 3);
 }
@@ -106,7 +106,7 @@ TEST_F(MeshMemoryTest, SketchingLeavesTheFaces) {
       happened = failing.happened();
     }
     if (!happened) {
-      EXPECT_EQ(body->faces.face_count, 1000);
+      EXPECT_EQ(face_count(body), 1000);
       break;
     }
     failures += 1;
@@ -160,7 +160,7 @@ TEST_F(MeshMemoryTest, FreeEdgesStayUngeneratedUntilThereIsMemory) {
   int failures = 0;
   for (int n = 1;; ++n) {
     SBR body = make_body({flat_grid(2, 1).points, faces});
-    body->geometry.internal_geometry_removed = 1;
+    state::internal_geometry_removed(body) = 1;
     bool happened = false;
     int count = -2;
     {

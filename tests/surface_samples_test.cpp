@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/files.h"
 #include "support/meshes.h"
 #include "support/messages.h"
@@ -55,7 +55,7 @@ TEST_P(SurfaceOfSampleTest, StrippingLeavesTheOuterFacesAsAClosedSurface) {
   SBR body = SBR_CreateFromSBR(path.c_str());
   ASSERT_NE(body, nullptr);
   SBR_StripCommonFaces(body);
-  EXPECT_EQ(body->faces.face_count, figures().at("surface_face_count_after_stripping").get<int>());
+  EXPECT_EQ(face_count(body), figures().at("surface_face_count_after_stripping").get<int>());
   EXPECT_TRUE(boundary(faces_of(body)).empty());
   EXPECT_EQ(SBR_NodeCount(body), figures().at("node_count").get<int>());
 }
@@ -65,13 +65,13 @@ TEST_P(SurfaceOfSampleTest, TheSurfaceMeshKeepsTheDataOfTheNodesItKeeps) {
   SBR mesh = SBR_CreateFromSBR_SurfaceMesh(path.c_str());
   ASSERT_NE(mesh, nullptr);
   ASSERT_NE(mesh, whole);
-  EXPECT_EQ(mesh->faces.face_count, figures().at("surface_face_count_after_stripping").get<int>());
+  EXPECT_EQ(face_count(mesh), figures().at("surface_face_count_after_stripping").get<int>());
   std::set<int> needed;
   for (const auto &face : faces_of(mesh))
     for (const int node : face) needed.insert(SBR_NodeID(mesh, node));
-  for (const int node : mesh->interface_nodes.nodes) needed.insert(SBR_NodeID(mesh, node));
-  for (std::size_t i = 0; i < mesh->loads.nodal.size(); ++i)
-    for (const int node : mesh->loads.nodal[i]->nodes) needed.insert(SBR_NodeID(mesh, node));
+  for (const int node : interface_nodes_of(mesh)) needed.insert(SBR_NodeID(mesh, node));
+  for (int i = 0; i < SBR_GetModalLoadNodalCaseCount(mesh); ++i)
+    for (const NodalLoad &load : nodal_loads_of(mesh, i)) needed.insert(SBR_NodeID(mesh, load.node));
   ASSERT_EQ(SBR_NodeCount(mesh), static_cast<int>(needed.size()));
   EXPECT_LE(SBR_NodeCount(mesh), SBR_NodeCount(whole));
   for (int kind = 0; kind < 3; ++kind) {
@@ -128,9 +128,9 @@ TEST_F(SurfaceMeshTest, IsSharedByFileNameBesideThePlainBody) {
   EXPECT_NE(mesh, plain);
   EXPECT_EQ(SBR_CreateFromSBR_SurfaceMesh(path.c_str()), mesh);
   EXPECT_EQ(SBR_CreateFromSBR(path.c_str()), plain);
-  EXPECT_EQ(mesh->reference_count, 2);
-  EXPECT_EQ(plain->reference_count, 2);
-  EXPECT_LT(mesh->faces.face_count, plain->faces.face_count);
+  EXPECT_EQ(state::references(mesh), 2);
+  EXPECT_EQ(state::references(plain), 2);
+  EXPECT_LT(face_count(mesh), face_count(plain));
 }
 
 TEST_F(SurfaceMeshTest, OfAFileThatDoesNotOpenIsNull) {
@@ -159,8 +159,8 @@ TEST_F(SurfaceMeshTest, WithoutStressOnItsSurfaceLosesTheStress) {
       bare.push_back(face);
   ASSERT_FALSE(bare.empty());
   set_faces(body, bare);
-  body->interface_nodes.nodes.release();
-  body->loads.nodal.release();
+  state::interface_nodes(body).release();
+  state::nodal_loads(body).release();
   EXPECT_EQ(SBR_DiscardUnreferencedNodes(body), 1);
   const std::vector<Message> complaints = log.take_complaints();
   ASSERT_FALSE(complaints.empty());

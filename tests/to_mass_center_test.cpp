@@ -1,5 +1,6 @@
 // Moving the reference frame to the center of mass.
-#include "body/body.h"
+#include "support/body_state.h"
+#include "support/body_view.h"
 #include "support/files.h"
 #include "support/mass_body.h"
 #include "support/messages.h"
@@ -8,7 +9,7 @@ namespace sbrtest {
 namespace {
 
 // Masses 1 and 3 at (0, 0, 0) and (4, 2, 1): center (3, 1.5, 0.75). Seven modes, of which some are rigid.
-class ReferenceFrame : public LibraryTest {
+class ToMassCenter : public LibraryTest {
  protected:
   SBR make(int rigid) {
     SBR body = SBR_Create(2, 8);
@@ -30,7 +31,6 @@ class ReferenceFrame : public LibraryTest {
     log.clear();
     return body;
   }
-  static std::vector<double> values(const sbr::Array<double> &array) { return {array.begin(), array.end()}; }
   const std::vector<double> kept{1, 2, 3, 4, 5, 6, 7};
   // c x F = (1.5 * 3 - 0.75 * 2, 0.75 * 1 - 3 * 3, 3 * 2 - 1.5 * 1) is taken off the moments.
   const std::vector<double> moved{1, 2, 3, 4 - 3.0, 5 + 8.25, 6 - 4.5, 7};
@@ -38,7 +38,7 @@ class ReferenceFrame : public LibraryTest {
   const ScopedEnvironment no_threshold{"SBR_RIGID_BODY_THRESHOLD", std::nullopt};
 };
 
-TEST_F(ReferenceFrame, CoordinatesMoveByTheCenterOfMass) {
+TEST_F(ToMassCenter, CoordinatesMoveByTheCenterOfMass) {
   SBR body = make(6);
   SBR_ShiftLBRFtoCM(body);
   EXPECT_EQ(log.take(), std::vector<Message>{shifted});
@@ -49,58 +49,58 @@ TEST_F(ReferenceFrame, CoordinatesMoveByTheCenterOfMass) {
   EXPECT_EQ((std::vector<double>(xyz, xyz + 3)), (std::vector<double>{1.0, 0.5, 0.25}));
 }
 
-TEST_F(ReferenceFrame, OnlyTheFirstComponentOfTheGlobalCenterIsCleared) {
+TEST_F(ToMassCenter, OnlyTheFirstComponentOfTheGlobalCenterIsCleared) {
   SBR body = make(6);
-  body->global.center[0] = 3.0;
-  body->global.center[1] = 1.5;
-  body->global.center[2] = 0.75;
+  state::global(body).center[0] = 3.0;
+  state::global(body).center[1] = 1.5;
+  state::global(body).center[2] = 0.75;
   SBR_ShiftLBRFtoCM(body);
-  EXPECT_EQ(body->global.center[0], 0.0);
-  EXPECT_EQ(body->global.center[1], 1.5);
-  EXPECT_EQ(body->global.center[2], 0.75);
+  EXPECT_EQ(state::global(body).center[0], 0.0);
+  EXPECT_EQ(state::global(body).center[1], 1.5);
+  EXPECT_EQ(state::global(body).center[2], 0.75);
 }
 
-TEST_F(ReferenceFrame, ProcessedLoadsMoveTheirMoments) {
+TEST_F(ToMassCenter, ProcessedLoadsMoveTheirMoments) {
   SBR body = make(6);
   SBR_SetModalPreloadProcessed(body, 1);
   SBR_SetModalLoadProcessed(body, 1, 1);
   SBR_ShiftLBRFtoCM(body);
-  EXPECT_EQ(values(body->loads.preload), moved);
-  EXPECT_EQ(values(body->loads.modal[0]->values), kept);
-  EXPECT_EQ(values(body->loads.modal[1]->values), moved);
+  EXPECT_EQ(modal_preload_of(body), moved);
+  EXPECT_EQ(modal_load_of(body, 0), kept);
+  EXPECT_EQ(modal_load_of(body, 1), moved);
 }
 
-TEST_F(ReferenceFrame, UnprocessedLoadsStay) {
+TEST_F(ToMassCenter, UnprocessedLoadsStay) {
   SBR body = make(6);
   SBR_ShiftLBRFtoCM(body);
-  EXPECT_EQ(values(body->loads.preload), kept);
-  EXPECT_EQ(values(body->loads.modal[1]->values), kept);
+  EXPECT_EQ(modal_preload_of(body), kept);
+  EXPECT_EQ(modal_load_of(body, 1), kept);
 }
 
-TEST_F(ReferenceFrame, WithOtherThanSixRigidModesLoadsStay) {
+TEST_F(ToMassCenter, WithOtherThanSixRigidModesLoadsStay) {
   SBR body = make(5);
   SBR_SetModalPreloadProcessed(body, 1);
   SBR_SetModalLoadProcessed(body, 0, 1);
   SBR_ShiftLBRFtoCM(body);
   EXPECT_EQ(log.take(), std::vector<Message>{shifted});
-  EXPECT_EQ(values(body->loads.preload), kept);
-  EXPECT_EQ(values(body->loads.modal[0]->values), kept);
+  EXPECT_EQ(modal_preload_of(body), kept);
+  EXPECT_EQ(modal_load_of(body, 0), kept);
 }
 
-TEST_F(ReferenceFrame, WithoutMassOrNodesNothingChanges) {
+TEST_F(ToMassCenter, WithoutMassOrNodesNothingChanges) {
   SBR body = SBR_Create(1, 1);
-  body->global.center[0] = 3.0;
+  state::global(body).center[0] = 3.0;
   SBR_ShiftLBRFtoCM(body);
   SBR_SetNodeCoordinates(body, 1, 1, 2, 3);
   SBR_ShiftLBRFtoCM(body);
   double xyz[3];
   SBR_NodeCoordinates(body, 0, xyz);
   EXPECT_EQ(xyz[0], 1.0);
-  EXPECT_EQ(body->global.center[0], 3.0);
+  EXPECT_EQ(state::global(body).center[0], 3.0);
   EXPECT_TRUE(log.take().empty());
 }
 
-TEST_F(ReferenceFrame, ANullBodyIsRefused) {
+TEST_F(ToMassCenter, ANullBodyIsRefused) {
   SBR_ShiftLBRFtoCM(nullptr);
   EXPECT_EQ(log.take(), std::vector<Message>{error("The database has not been initialized.")});
 }

@@ -8,7 +8,8 @@
 #include <limits>
 #include <random>
 
-#include "body/body.h"
+#include "support/body_state.h"
+#include "support/body_view.h"
 #include "support/messages.h"
 
 namespace sbrtest {
@@ -130,9 +131,9 @@ TEST_F(UnitsTest, ConsistencyFactorOfKilogramMillimeterSecondNewtonIsAThousand) 
 }
 
 TEST_F(UnitsTest, ConsistencyFactorOfAnUnknownLabelIsNotFinite) {
-  std::strcpy(body->units.mass_units, "STONE");
+  std::strcpy(state::units(body).mass_units, "STONE");
   EXPECT_TRUE(std::isinf(SBR_UCF(body)));
-  std::strcpy(body->units.force_units, "PULL");
+  std::strcpy(state::units(body).force_units, "PULL");
   EXPECT_TRUE(std::isnan(SBR_UCF(body)));
 }
 
@@ -299,67 +300,65 @@ TEST_F(UnitsTest, ConversionOfWhatIsNotFiniteIsThePlainProduct) {
 // ---- the switch ----------------------------------------------------------------------------------------------------
 
 TEST_F(UnitsTest, FirstDefinitionOfUnitsScalesNothing) {
-  ASSERT_EQ(SBR_AddNode(body, 1), 0);
-  body->nodes.nodes[0].x = 1.5;
+  ASSERT_EQ(SBR_SetNodeCoordinates(body, 1, 1.5, 0, 0), 1);
   ASSERT_EQ(SBR_SetUnits(body, "MEGAGRAM", "MILLIMETER", "SECOND", "NEWTON"), 1);
-  EXPECT_EQ(body->nodes.nodes[0].x, 1.5);
-  EXPECT_EQ(body->units.scale.length, 1.0);
-  EXPECT_EQ(body->units.scale.mass, 1.0);
-  EXPECT_EQ(body->units.unit.length, 1.0);
-  EXPECT_STREQ(body->units.length_units, "MILLIMETER");
+  EXPECT_EQ(coordinates_of(body, 0)[0], 1.5);
+  EXPECT_EQ(state::last_change(body).length, 1.0);
+  EXPECT_EQ(state::last_change(body).mass, 1.0);
+  EXPECT_EQ(state::all_changes(body).length, 1.0);
+  EXPECT_EQ(units_of(body).length, "MILLIMETER");
 }
 
 TEST_F(UnitsTest, MeterToMillimeterAndBack) {
-  ASSERT_EQ(SBR_AddNode(body, 1), 0);
-  body->nodes.nodes[0].x = 1.5;
+  ASSERT_EQ(SBR_SetNodeCoordinates(body, 1, 1.5, 0, 0), 1);
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "METER", "SECOND", "NEWTON"), 1);
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "MILLIMETER", "SECOND", "NEWTON"), 1);
-  EXPECT_EQ(body->units.scale.length, 1000.0);
-  EXPECT_EQ(body->units.unit.length, 1000.0);
-  EXPECT_EQ(body->nodes.nodes[0].x, 1500.0);
+  EXPECT_EQ(state::last_change(body).length, 1000.0);
+  EXPECT_EQ(state::all_changes(body).length, 1000.0);
+  EXPECT_EQ(coordinates_of(body, 0)[0], 1500.0);
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "METER", "SECOND", "NEWTON"), 1);
-  EXPECT_EQ(body->units.scale.length, 0.001);
-  EXPECT_EQ(body->units.unit.length, 1.0);
-  EXPECT_EQ(body->nodes.nodes[0].x, 1.5);
+  EXPECT_EQ(state::last_change(body).length, 0.001);
+  EXPECT_EQ(state::all_changes(body).length, 1.0);
+  EXPECT_EQ(coordinates_of(body, 0)[0], 1.5);
 }
 
 TEST_F(UnitsTest, CumulativeRatiosAreTheProductOfAllChanges) {
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "METER", "SECOND", "NEWTON"), 1);
   ASSERT_EQ(SBR_SetUnits(body, "GRAM", "CENTIMETER", "MINUTE", "DYNE"), 1);
   ASSERT_EQ(SBR_SetUnits(body, "MEGAGRAM", "INCH", "HOUR", "KNEWTON"), 1);
-  EXPECT_DOUBLE_EQ(body->units.unit.mass, 1.0 / 1000.0);
-  EXPECT_DOUBLE_EQ(body->units.unit.length, 1.0 / 0.0254);
-  EXPECT_DOUBLE_EQ(body->units.unit.time, 1.0 / 3600.0);
-  EXPECT_DOUBLE_EQ(body->units.unit.force, 1.0 / 1000.0);
-  EXPECT_EQ(body->units.scale.mass, 0.001 / 1000.0);
-  EXPECT_EQ(body->units.scale.length, 0.01 / 0.0254);
-  EXPECT_EQ(body->units.scale.time, 60.0 / 3600.0);
-  EXPECT_EQ(body->units.scale.force, 1e-05 / 1000.0);
+  EXPECT_DOUBLE_EQ(state::all_changes(body).mass, 1.0 / 1000.0);
+  EXPECT_DOUBLE_EQ(state::all_changes(body).length, 1.0 / 0.0254);
+  EXPECT_DOUBLE_EQ(state::all_changes(body).time, 1.0 / 3600.0);
+  EXPECT_DOUBLE_EQ(state::all_changes(body).force, 1.0 / 1000.0);
+  EXPECT_EQ(state::last_change(body).mass, 0.001 / 1000.0);
+  EXPECT_EQ(state::last_change(body).length, 0.01 / 0.0254);
+  EXPECT_EQ(state::last_change(body).time, 60.0 / 3600.0);
+  EXPECT_EQ(state::last_change(body).force, 1e-05 / 1000.0);
 }
 
 TEST_F(UnitsTest, TheSameLabelsAgainScaleNothing) {
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "METER", "SECOND", "NEWTON"), 1);
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "MILLIMETER", "SECOND", "NEWTON"), 1);
-  body->access.current_mode[sbr::Kind::shape] = 3;
+  state::current_modes(body)[sbr::Kind::shape] = 3;
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "MILLIMETER", "SECOND", "NEWTON"), 1);
-  EXPECT_EQ(body->units.scale.length, 1000.0);
-  EXPECT_EQ(body->units.unit.length, 1000.0);
-  EXPECT_EQ(body->access.current_mode[sbr::Kind::shape], 3);
+  EXPECT_EQ(state::last_change(body).length, 1000.0);
+  EXPECT_EQ(state::all_changes(body).length, 1000.0);
+  EXPECT_EQ(state::current_modes(body)[sbr::Kind::shape], 3);
 }
 
 TEST_F(UnitsTest, LabelsThatDifferInCaseAloneAreAChangeByOne) {
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "MILLIMETER", "SECOND", "NEWTON"), 1);
-  body->access.current_mode[sbr::Kind::shape] = 3;
+  state::current_modes(body)[sbr::Kind::shape] = 3;
   ASSERT_EQ(SBR_SetUnits(body, "KILOGRAM", "Millimeter", "SECOND", "NEWTON"), 1);
-  EXPECT_EQ(body->units.scale.length, 1.0);
-  EXPECT_STREQ(body->units.length_units, "Millimeter");
-  EXPECT_EQ(body->access.current_mode[sbr::Kind::shape], -1);
+  EXPECT_EQ(state::last_change(body).length, 1.0);
+  EXPECT_EQ(units_of(body).length, "Millimeter");
+  EXPECT_EQ(state::current_modes(body)[sbr::Kind::shape], -1);
 }
 
 TEST_F(UnitsTest, TrailingBlanksOfALabelAreDropped) {
   ASSERT_EQ(SBR_SetUnits(body, "GRAM            ", "INCH  ", "SECOND", "NEWTON"), 1);
-  EXPECT_STREQ(body->units.mass_units, "GRAM");
-  EXPECT_STREQ(body->units.length_units, "INCH");
+  EXPECT_EQ(units_of(body).mass, "GRAM");
+  EXPECT_EQ(units_of(body).length, "INCH");
 }
 
 TEST_F(UnitsTest, ARefusedLabelLeavesTheBodyAsItWas) {
@@ -367,29 +366,29 @@ TEST_F(UnitsTest, ARefusedLabelLeavesTheBodyAsItWas) {
   EXPECT_EQ(SBR_SetUnits(body, "KILOGRAM", "METER", "SECOND", "PULL"), 0);
   EXPECT_EQ(SBR_SetUnits(body, "", "METER", "SECOND", "NEWTON"), 0);
   EXPECT_EQ(SBR_SetUnits(body, "KILOGRAM", nullptr, "SECOND", "NEWTON"), 0);
-  EXPECT_STREQ(body->units.mass_units, "GRAM");
-  EXPECT_STREQ(body->units.length_units, "INCH");
-  EXPECT_EQ(body->units.scale.length, 1.0);
+  EXPECT_EQ(units_of(body).mass, "GRAM");
+  EXPECT_EQ(units_of(body).length, "INCH");
+  EXPECT_EQ(state::last_change(body).length, 1.0);
 }
 
 TEST_F(UnitsTest, ALabelOfTheWrongTableIsRefused) {
   ASSERT_EQ(SBR_SetUnits(body, "GRAM", "INCH", "SECOND", "NEWTON"), 1);
   EXPECT_EQ(SBR_SetUnits(body, "METER", "METER", "SECOND", "NEWTON"), 0);
-  EXPECT_STREQ(body->units.mass_units, "GRAM");
-  EXPECT_EQ(body->units.unit.length, 1.0);
+  EXPECT_EQ(units_of(body).mass, "GRAM");
+  EXPECT_EQ(state::all_changes(body).length, 1.0);
 }
 
 TEST_F(UnitsTest, TheFirstDefinitionDoesNotLookAtTheTables) {
   EXPECT_EQ(SBR_SetUnits(body, "METER", "METER", "SECOND", "NEWTON"), 1);
-  EXPECT_STREQ(body->units.mass_units, "METER");
+  EXPECT_EQ(units_of(body).mass, "METER");
   EXPECT_EQ(SBR_SetUnits(body, "GRAM", "METER", "SECOND", "NEWTON"), 0);
 }
 
 TEST_F(UnitsTest, OneEmptyLabelCountsAsTheSiUnit) {
-  std::strcpy(body->units.length_units, "MILLIMETER");
+  std::strcpy(state::units(body).length_units, "MILLIMETER");
   ASSERT_EQ(SBR_SetUnits(body, "GRAM", "MILLIMETER", "SECOND", "NEWTON"), 1);
-  EXPECT_EQ(body->units.scale.mass, 1.0 / 0.001);
-  EXPECT_EQ(body->units.scale.length, 1.0);
+  EXPECT_EQ(state::last_change(body).mass, 1.0 / 0.001);
+  EXPECT_EQ(state::last_change(body).length, 1.0);
 }
 
 TEST_F(UnitsTest, ATooLongLabelIsCutAndRefused) {
@@ -398,12 +397,12 @@ TEST_F(UnitsTest, ATooLongLabelIsCutAndRefused) {
 
 TEST_F(UnitsTest, MultipliersOnSiFindTheirLabels) {
   EXPECT_EQ(SBR_SetUnitsByMultiplierOnSI(body, 0.45, 1.0, 1.0, 1.0), 0);
-  EXPECT_STREQ(body->units.mass_units, "");
+  EXPECT_STREQ(state::units(body).mass_units, "");
   ASSERT_EQ(SBR_SetUnitsByMultiplierOnSI(body, 0.4536, 0.0254, 1.0, 4.448), 1);
-  EXPECT_STREQ(body->units.mass_units, "POUND_MASS");
-  EXPECT_STREQ(body->units.length_units, "INCH");
-  EXPECT_STREQ(body->units.time_units, "SECOND");
-  EXPECT_STREQ(body->units.force_units, "POUND_FORCE");
+  EXPECT_EQ(units_of(body).mass, "POUND_MASS");
+  EXPECT_EQ(units_of(body).length, "INCH");
+  EXPECT_EQ(units_of(body).time, "SECOND");
+  EXPECT_EQ(units_of(body).force, "POUND_FORCE");
 }
 
 TEST_F(UnitsTest, EveryMultiplierMustHaveATableEntry) {

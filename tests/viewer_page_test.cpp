@@ -6,7 +6,6 @@
 #include <limits>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <regex>
 
 #include "page/encode.h"
 #include "page/fields.h"
@@ -105,9 +104,13 @@ class ViewerPageTest : public LibraryTest {
   static Page page_of(sbrview::Request request) {
     Page page;
     page.outcome = sbrview::write_data(request, [&](std::string_view piece) { page.text += piece; });
-    const std::regex element("<script type=\"text/plain\" data-sbr=\"([^\"]*)\">([^<]*)</script>");
-    for (std::sregex_iterator i(page.text.begin(), page.text.end(), element), end; i != end; ++i)
-      page.sections[(*i)[1]] = (*i)[2];
+    const std::string opening = "<script type=\"text/plain\" data-sbr=\"";
+    for (std::size_t at = 0; (at = page.text.find(opening, at)) != std::string::npos;) {
+      const std::size_t name = at + opening.size();
+      const std::size_t content = page.text.find("\">", name) + 2;
+      at = page.text.find("</script>", content);
+      page.sections[page.text.substr(name, content - 2 - name)] = page.text.substr(content, at - content);
+    }
     const std::string begin = "<script type=\"application/json\" id=\"sbr-description\">";
     const std::size_t at = page.text.find(begin) + begin.size();
     page.about = Json::parse(page.text.substr(at, page.text.find("</script>", at) - at));

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "body/body.h"
+#include "support/body_state.h"
 #include "support/bracket.h"
 #include "support/files.h"
 #include "support/messages.h"
@@ -463,7 +463,7 @@ WrittenStress stress_of(const std::string &path) {
   EXPECT_NE(record, nullptr);
   const auto nodes = static_cast<std::size_t>(SBR_ModeNodeCount(record, 1));
   const std::string bytes = read_file(path);
-  const auto place = static_cast<std::size_t>(record->layout.block_offset[sbr::kModalStress]);
+  const auto place = static_cast<std::size_t>(state::block_offset(record, sbr::kModalStress));
   WrittenStress stress{};
   for (std::size_t mode = 0; mode < 2; ++mode)
     std::memcpy(stress.modes[mode], bytes.data() + place + 8 + 4 * nodes + mode * (4 + 48 * nodes) + 4, 16);

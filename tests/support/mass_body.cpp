@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "body/body.h"
+#include "support/body_state.h"
 
 namespace sbrtest {
 
@@ -145,13 +145,13 @@ MassBody random_mass_body(unsigned seed, int nodes, int modes) {
 }
 
 void set_frequencies(SBR body, const std::vector<double> &hz, const std::vector<double> &masses) {
-  sbr::GeneralizedMatrices &matrices = body->matrices;
-  if (!matrices.eigenvalues.allocate(static_cast<std::int64_t>(hz.size()))) return;
-  matrices.eigenvalue_count = static_cast<int>(hz.size());
+  auto &table = state::eigen_table(body);
+  if (!table.allocate(static_cast<std::int64_t>(hz.size()))) return;
+  state::eigenvalue_count(body) = static_cast<int>(hz.size());
   for (std::size_t i = 0; i < hz.size(); ++i) {
-    matrices.eigenvalues[i].mode = SBR_ModeNumber(body, static_cast<int>(i));
-    matrices.eigenvalues[i].frequency_hz = hz[i];
-    matrices.eigenvalues[i].generalized_mass = i < masses.size() ? masses[i] : 1.0;
+    table[i].mode = SBR_ModeNumber(body, static_cast<int>(i));
+    table[i].frequency_hz = hz[i];
+    table[i].generalized_mass = i < masses.size() ? masses[i] : 1.0;
   }
 }
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <stdexcept>
 
-#include "body/body.h"
+#include "support/body_state.h"
 
 namespace sbrtest {
 
@@ -18,12 +18,13 @@ SBR make_body(const Surface &surface) {
   return body;
 }
 
-void set_face_words(SBR body, int face_count, const std::vector<int> &words) {
-  body->faces.list.release();
-  if (!words.empty() && !body->faces.list.allocate(static_cast<std::int64_t>(words.size()))) throw std::bad_alloc();
-  std::copy(words.begin(), words.end(), body->faces.list.begin());
-  body->faces.face_count = face_count;
-  sbr::set_block(*body, sbr::kElementFaces);
+void set_face_words(SBR body, int number, const std::vector<int> &words) {
+  state::face_list(body).release();
+  if (!words.empty() && !state::face_list(body).allocate(static_cast<std::int64_t>(words.size())))
+    throw std::bad_alloc();
+  std::copy(words.begin(), words.end(), state::face_list(body).begin());
+  state::face_number(body) = number;
+  state::set_block(body, sbr::kElementFaces);
 }
 
 void set_faces(SBR body, const Faces &faces) {
@@ -35,8 +36,6 @@ void set_faces(SBR body, const Faces &faces) {
   set_face_words(body, static_cast<int>(faces.size()), words);
 }
 
-std::vector<int> face_words(SBR body) { return {body->faces.list.begin(), body->faces.list.end()}; }
-
 Faces faces_of(SBR body) {
   const std::vector<int> words = face_words(body);
   Faces faces;
@@ -47,7 +46,7 @@ Faces faces_of(SBR body) {
                        words.begin() + static_cast<std::ptrdiff_t>(at + count));
     at += count;
   }
-  if (static_cast<int>(faces.size()) != body->faces.face_count) throw std::runtime_error("wrong face count");
+  if (static_cast<int>(faces.size()) != face_count(body)) throw std::runtime_error("wrong face count");
   return faces;
 }
 

@@ -1,4 +1,4 @@
-// Bodies with a surface, made by filling the handle, and what their face lists hold.
+// Bodies with a surface, and what their face lists hold.
 #ifndef SBRKIT_TESTS_SUPPORT_MESHES_H
 #define SBRKIT_TESTS_SUPPORT_MESHES_H
 
@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "sbrkit/sbrkit.h"
+#include "support/body_view.h"
 
 namespace sbrtest {
 
@@ -28,7 +29,6 @@ void set_faces(SBR body, const Faces &faces);
 // Any words as a face list, well formed or not.
 void set_face_words(SBR body, int face_count, const std::vector<int> &words);
 Faces faces_of(SBR body);
-std::vector<int> face_words(SBR body);
 
 // nx x ny quadrilaterals of unit size in the plane z = 0; node (column, row) is row * (nx + 1) + column.
 Surface flat_grid(int nx, int ny);

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "support/files.h"
+#include "support/messages.h"
 
 namespace sbrtest {
 
@@ -23,11 +24,16 @@ struct Outcome {
   std::string out;
 };
 
-class ProgramTest : public ::testing::Test {
+// A name for lists of files.
+using Names = std::vector<std::string>;
+
+// The library stands beside the program, for records and databases that a test makes or looks into itself. Variables of
+// the environment that both heed are unset.
+class ProgramTest : public LibraryTest {
  protected:
-  // Runs the program; standard error comes with the output when asked for.
-  Outcome sbr(const std::string &arguments, bool with_errors = false) const {
-    return shell(SBR_PROGRAM " " + arguments + (with_errors ? " 2>&1" : " 2>/dev/null"));
+  // Runs the program; standard error comes with the output when asked for. `before` is shell that runs before it.
+  Outcome sbr(const std::string &arguments, bool with_errors = false, const std::string &before = ":") const {
+    return shell(before + "; " SBR_PROGRAM " " + arguments + (with_errors ? " 2>&1" : " 2>/dev/null"));
   }
   // Runs a line of shell in the directory.
   Outcome shell(const std::string &line) const {
@@ -55,14 +61,25 @@ class ProgramTest : public ::testing::Test {
     return Json::parse(read_file(SBRKIT_TEST_DATA "/samples/expected.json")).at(name);
   }
   // The names of the files in the directory, in order.
-  std::vector<std::string> files() const {
-    std::vector<std::string> names;
+  [[nodiscard]] Names files() const {
+    Names names;
     for (const auto &entry : std::filesystem::directory_iterator(scratch.path()))
       names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
   }
+  [[nodiscard]] bool exists(const std::string &name) const { return std::filesystem::exists(scratch.path() / name); }
+  // Puts the deck and the results of a plate into the directory: plate.inp, plate.dat and plate.frd.gz.
+  void add_plate_job() const {
+    const std::string from = SBRKIT_TEST_DATA "/fe/plates/plate_S8R";
+    for (const char *suffix : {".inp", ".dat", ".frd.gz"})
+      std::filesystem::copy_file(from + suffix, scratch.file(std::string("plate") + suffix));
+  }
+
   ScratchDirectory scratch;
+  ScopedEnvironment no_plugins{"KTX_USER_PLUGIN_DIR", std::nullopt};
+  ScopedEnvironment no_home{"KTX_QSRVHOME_DIR", std::nullopt};
+  ScopedEnvironment no_write_options{"KTX_SBRWRITE_OPTIONS", std::nullopt};
 };
 
 }  // namespace sbrtest

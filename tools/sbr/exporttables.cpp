@@ -4,6 +4,7 @@
 #include "comparing.h"
 #include "export.h"
 #include "exportbody.h"
+#include "modefacts.h"
 
 namespace sbrtool {
 namespace {
@@ -92,11 +93,10 @@ ExportTable modes_table(SBR body, const UnitLabels &units) {
            {"generalized_stiffness", units.force + " " + units.length, false}},
           SBR_ModeCount(body),
           [body](const Row &row) {
-            for (int m = 0; m < SBR_ModeCount(body); ++m) {
-              double v[6] = {static_cast<double>(SBR_ModeNumber(body, m)), NAN, NAN, NAN, NAN, NAN};
-              if (SBR_Eigenvalue(body, SBR_ModeNumber(body, m), v + 1, v + 2, v + 3, v + 4, v + 5) == 0)
-                std::fill(v + 1, v + 6, NAN);
-              row(v);
+            for (const ModeFacts &mode : facts_of_modes(body)) {
+              const double values[] = {
+                  static_cast<double>(mode.number), mode.eigenvalue, mode.hz, mode.rad, mode.mass, mode.stiffness};
+              row(values);
             }
           }};
 }

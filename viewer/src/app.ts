@@ -9,7 +9,7 @@ import {coordinatesAt, readHistory} from './history';
 import {keyAction, KEYS} from './keys';
 import {Legend} from './legend';
 import {Marks} from './marks';
-import {available, type Coordinates, coordinates, mapOf, matched, Playing, quantityOf, rangeOverModes} from './model';
+import {available, type Coordinates, coordinates, mapOf, matched, peaks, Playing, quantityOf, rangeOverModes} from './model';
 import {BodyPanel} from './panel-body';
 import {LookPanel} from './panel-look';
 import {frequencyText, ModesPanel} from './panel-modes';
@@ -29,6 +29,7 @@ export class App {
   stage!: Stage;
   root!: HTMLElement;
   private legends: Legend[] = [];
+  private readonly viewNames: HTMLElement[] = [];
   private marks!: Marks;
   private modesPanel!: ModesPanel;
   private lookPanel!: LookPanel;
@@ -90,7 +91,9 @@ export class App {
     this.bodies.forEach((body, i) => {
       const legend = new Legend(this, i);
       this.legends.push(legend);
-      const notes = h('div', {class: 'corner'}, this.bodies.length > 1 ? h('div', {class: 'view-name'}, body.about.file) : null,
+      this.viewNames.push(h('span', {class: 'muted'}));
+      const notes = h('div', {class: 'corner'},
+                      this.bodies.length > 1 ? h('div', {class: 'view-name'}, body.about.file, this.viewNames[i]) : null,
                       ...body.about.notes.map((note) => h('p', {class: 'note'}, note)));
       stageElement.append(h('div', {class: 'view-frame', style: `left:${(100 * i) / this.bodies.length}%;width:${100 / this.bodies.length}%`},
                             notes, legend.element));
@@ -219,7 +222,9 @@ export class App {
 
   private async refreshNow(ticket: number) {
     const quantity = this.quantity && available(this.bodies[0], this.quantity) ? this.quantity : null;
-    const prepared = await Promise.all(this.playing.map((one, i) => one.prepare(this.coordinatesOf(i), quantity)));
+    const first = peaks(this.state);
+    const prepared = await Promise.all(this.playing.map((one, i) =>
+      one.prepare(this.coordinatesOf(i), quantity, i === 0 ? first : matched(this.description, first))));
     if (ticket !== this.ticket) return;
     this.playing.forEach((one, i) => {
       one.take(prepared[i]);
@@ -232,6 +237,7 @@ export class App {
     });
     this.dirty = true;
     this.legends.forEach((legend) => legend.update());
+    this.viewNames.forEach((name, i) => (name.textContent = ` ${this.modeName(i)}`));
     this.modesPanel.update();
     this.lookPanel.update();
     this.bodyPanel.update();

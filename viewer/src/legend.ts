@@ -27,9 +27,12 @@ export class Legend {
 
   private get scaleText(): string {
     const {state} = this.app;
-    const scale = this.app.playing[this.view]?.scene.scale ?? 0;
+    const playing = this.app.playing[this.view];
+    const scale = playing?.scene.scale ?? 0;
+    if (this.view > 0 && this.app.coordinatesOf(this.view).size === 0) return 'no mode matches';
     if (scale === 0) return 'no motion';
-    return `motion \u00d7 ${brief(scale, 3)}${state.motion === 'single' ? ', modal coordinate 1' : ''}`;
+    const left = playing.leftOut > 0 ? `, without the ${playing.leftOut} weakest modes` : '';
+    return `motion \u00d7 ${brief(scale, 3)}${state.motion === 'single' ? ', modal coordinate 1' : ''}${left}`;
   }
 
   update() {

@@ -34,6 +34,13 @@ export function coordinates(state: State): Coordinates {
   return q;
 }
 
+/** The largest modal coordinates of the motion. */
+export function peaks(state: State): Coordinates {
+  const {history} = state;
+  if (state.motion !== 'history' || !history) return coordinates(state);
+  return new Map(history.modes.map((mode, i) => [mode, history.values[i].reduce((most, value) => Math.max(most, Math.abs(value)), 0)]));
+}
+
 export function quantityOf(key: string): Quantity | null {
   return QUANTITIES.find((quantity) => quantity.key === key) ?? null;
 }
@@ -93,9 +100,9 @@ export class Playing {
     return wanted.flatMap((one, i) => (fields[i] ? [{mode: one.mode, weight: one.weight, field: fields[i] as Field}] : []));
   }
 
-  /** Takes what the modes need. */
-  async prepare(q: Coordinates, quantity: Quantity | null) {
-    const strength = (one: Active) => Math.abs(one.weight) * (this.scene.body.about.modes[one.mode].shape?.largest ?? 0);
+  /** Takes what the modes need, the strongest first; `peaks` are the largest coordinates where they change. */
+  async prepare(q: Coordinates, quantity: Quantity | null, peaks: Coordinates = q) {
+    const strength = (one: Active) => Math.abs(peaks.get(one.mode) ?? 0) * (this.scene.body.about.modes[one.mode].shape?.largest ?? 0);
     const shape = (await this.parts(q, 'shape')).sort((a, b) => strength(b) - strength(a));
     const colors = quantity ? await this.parts(q, quantity.kind) : [];
     return {shape, colors};

@@ -88,6 +88,15 @@ class Array {
     return true;
   }
 
+  // Adds count values that stand elsewhere.
+  [[nodiscard]] bool append(const T *values, std::int64_t count) noexcept {
+    if (count < 1) return count == 0;
+    if (!reserve(static_cast<std::int64_t>(size_) + count)) return false;
+    std::memcpy(static_cast<void *>(data_ + size_), values, static_cast<std::size_t>(count) * sizeof(T));
+    size_ += static_cast<std::size_t>(count);
+    return true;
+  }
+
   void release() noexcept {
     std::free(static_cast<void *>(data_));
     data_ = nullptr;

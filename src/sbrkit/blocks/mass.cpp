@@ -2,7 +2,7 @@
 
 #include "base/reports.h"
 #include "body/node_table.h"
-#include "mass/invariants.h"
+#include "mass/entry.h"
 
 namespace sbr {
 namespace {

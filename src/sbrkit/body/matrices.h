@@ -30,8 +30,6 @@ bool sparse_damping(const SbrBody &body, double *values, int *rows, int *columns
 bool full_stiffness(const SbrBody &body, double *matrix, int n) noexcept;
 bool full_mass(const SbrBody &body, double *matrix, int n) noexcept;
 bool full_damping(const SbrBody &body, double *matrix, int n) noexcept;
-// Enters a value of the generalized mass at two mode indices. False after a report when memory is short.
-bool enter_generalized_mass(SbrBody &body, int row, int column, double value) noexcept;
 // The mass that stands for a mode without one, so that its frequency is huge but finite.
 [[nodiscard]] double substitute_mass(double stiffness) noexcept;
 

@@ -1,8 +1,9 @@
 // Construction of a body: entries of the generalized matrices.
+#include "body/matrix_entry.h"
+
 #include <cmath>
 
 #include "base/reports.h"
-#include "body/matrices.h"
 #include "body/node_table.h"
 #include "body/registry.h"
 

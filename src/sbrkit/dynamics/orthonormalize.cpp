@@ -6,6 +6,7 @@
 #include "base/reports.h"
 #include "body/loads.h"
 #include "body/matrices.h"
+#include "body/matrix_entry.h"
 #include "body/monitor_points.h"
 #include "body/node_table.h"
 #include "body/registry.h"

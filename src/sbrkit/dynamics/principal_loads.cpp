@@ -13,7 +13,9 @@
 #include "body/registry.h"
 #include "dynamics/lu.h"
 #include "dynamics/rigid_modes.h"
+#include "mass/entry.h"
 #include "mass/invariants.h"
+#include "mass/node_sums.h"
 #include "mass/tilde.h"
 #include "modes/access.h"
 

@@ -9,7 +9,7 @@
 #include "body/matrices.h"
 #include "body/node_table.h"
 #include "body/registry.h"
-#include "mass/invariants.h"
+#include "mass/node_sums.h"
 #include "modes/access.h"
 
 namespace sbr {

@@ -5,7 +5,9 @@
 #include "base/mat3.h"
 #include "base/reports.h"
 #include "body/node_table.h"
+#include "mass/entry.h"
 #include "mass/invariants.h"
+#include "mass/node_sums.h"
 #include "mass/tilde.h"
 #include "modes/access.h"
 

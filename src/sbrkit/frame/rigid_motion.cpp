@@ -9,7 +9,7 @@
 #include "body/registry.h"
 #include "frame/move_invariants.h"
 #include "frame/turn_modes.h"
-#include "mass/invariants.h"
+#include "mass/entry.h"
 
 namespace sbr {
 namespace {

@@ -1,10 +1,12 @@
 // Entering inertia invariants by hand, and the global mass properties that follow from them.
+#include "mass/entry.h"
+
 #include <algorithm>
 #include <cmath>
 
 #include "base/mat3.h"
 #include "base/reports.h"
-#include "body/matrices.h"
+#include "body/matrix_entry.h"
 #include "body/node_table.h"
 #include "body/registry.h"
 #include "mass/invariants.h"

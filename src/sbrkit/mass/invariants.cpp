@@ -10,6 +10,9 @@
 #include "body/matrices.h"
 #include "body/node_table.h"
 #include "body/registry.h"
+#include "mass/node_sums.h"
+#include "mass/pairs.h"
+#include "mass/stored.h"
 
 namespace sbr {
 namespace {

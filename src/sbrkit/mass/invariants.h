@@ -6,9 +6,9 @@
 //   pairs       the sums over the nodes behind invariants 5 and 9, for all pairs of modes
 //   entry       entering invariants by hand, and the global mass properties
 //
-// A cell is one flat array; it is filled when it has memory. The cells of the modes have the shape of the mode count at
-// the time they were made. Rows are found by that shape, and every access stays inside the cell: what a cell has no
-// room for reads as 0.0.
+// Each has its header. A cell is one flat array; it is filled when it has memory. The cells of the modes have the shape
+// of the mode count at the time they were made. Rows are found by that shape, and every access stays inside the cell:
+// what a cell has no room for reads as 0.0.
 #ifndef SBRKIT_MASS_INVARIANTS_H
 #define SBRKIT_MASS_INVARIANTS_H
 
@@ -61,34 +61,6 @@ void compute_rigid_invariants(SbrBody &body) noexcept;
 
 // Cuts the cells of the modes down to the first `modes`, for a body whose later modes go.
 void drop_invariants_behind(SbrBody &body, int modes) noexcept;
-
-// entry: enters invariant 5 of a pair of modes, told by their indices, and its negative for the pair the other
-// way round. False after a report.
-bool enter_invar5(SbrBody &body, int row, int column, const double *v3) noexcept;
-// Global mass, center and inertia from invariants 1, 2 and 7.
-void calculate_global_mass(SbrBody &body) noexcept;
-
-// stored: reads a block into a cell of zeros, run by run, in the body's units. False when the body has no such
-// block on file. What a short file does not hold stays zero.
-[[nodiscard]] bool read_invariant_block(SbrBody &body, int block, std::int64_t run, Array<double> &cell) noexcept;
-
-// node_sums: sums over the nodes, added to cells of zeros. The mode sums answer false when no working buffer could
-// be had; a body without nodes has none.
-void sum_invar1(const SbrBody &body, Array<double> &cell) noexcept;
-void sum_invar2(const SbrBody &body, Array<double> &cell) noexcept;
-[[nodiscard]] bool sum_invar3(SbrBody &body, Array<double> &cell) noexcept;
-[[nodiscard]] bool sum_invar4(SbrBody &body, Array<double> &cell) noexcept;
-void sum_invar7(const SbrBody &body, Array<double> &cell) noexcept;
-[[nodiscard]] bool sum_invar8(SbrBody &body, Array<double> &cell) noexcept;
-// What invariant 4 gains from the translations and from the rotations of a mode, three values per node: the sums of
-// m r x phi and of I theta.
-void add_orbital_terms(const SbrBody &body, const double *phi, double *sum3) noexcept;
-void add_inertia_terms(const SbrBody &body, const double *theta, double *sum3) noexcept;
-// A working buffer that takes one part of a mode of kind 0: three values per node.
-[[nodiscard]] bool allocate_mode_buffer(const SbrBody &body, Array<double> &buffer) noexcept;
-
-// pairs: makes invariants 5 and 9 anew, in place of what stood in the two cells. Reports nothing.
-[[nodiscard]] bool compute_modal_pair_invariants(SbrBody &body) noexcept;
 
 }  // namespace sbr
 

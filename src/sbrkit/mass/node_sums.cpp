@@ -1,10 +1,11 @@
 // Sums over the nodes behind invariants 1 to 4, 7 and 8. Every sum takes its nodes in index order, one term after the
 // other: that order decides the last bits.
+#include "mass/node_sums.h"
+
 #include <algorithm>
 
 #include "base/mat3.h"
 #include "body/node_table.h"
-#include "mass/invariants.h"
 #include "mass/tilde.h"
 #include "modes/access.h"
 

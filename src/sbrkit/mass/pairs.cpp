@@ -3,10 +3,13 @@
 // The modes are taken in blocks. A block of row modes is held, the columns that follow it stream past in chunks. What
 // is held lies in the mode cache or in a fixed number of buffers over the nodes, so that memory grows with the node
 // count and not with nodes times modes; the more is held, the fewer times a mode is fetched.
+#include "mass/pairs.h"
+
 #include <algorithm>
 
 #include "body/node_table.h"
 #include "mass/invariants.h"
+#include "mass/node_sums.h"
 #include "mass/pair_sums.h"
 #include "modes/access.h"
 #include "modes/cache.h"

@@ -1,10 +1,11 @@
 // Reading an invariant from its block of the record.
+#include "mass/stored.h"
+
 #include <algorithm>
 
 #include "base/reports.h"
 #include "body/node_table.h"
 #include "body/units.h"
-#include "mass/invariants.h"
 #include "record/field_reader.h"
 
 namespace sbr {
@@ -28,18 +29,6 @@ bool pass_mode_count(SbrBody &body) noexcept {
   return true;
 }
 
-// Reads as many of the values as the file holds, and leaves the others at zero. Gives their number.
-std::int64_t read_what_is_there(StreamChannel &channel, double *values, std::int64_t count) noexcept {
-  const std::int64_t start = tell_stream(channel.stream);
-  if (read_reals(channel, values, count)) return count;
-  std::fill_n(values, count, 0.0);
-  go_to(channel, start);
-  const std::int64_t there = std::min(count, bytes_left(channel) / real_size(channel));
-  if (there > 0 && read_reals(channel, values, there)) return there;
-  std::fill_n(values, count, 0.0);
-  return 0;
-}
-
 }  // namespace
 
 bool read_invariant_block(SbrBody &body, int block, std::int64_t run, Array<double> &cell) noexcept {
@@ -49,7 +38,8 @@ bool read_invariant_block(SbrBody &body, int block, std::int64_t run, Array<doub
   const auto size = static_cast<std::int64_t>(cell.size());
   for (std::int64_t start = 0; start + run <= size; start += run) {
     double *values = cell.data() + start;
-    const std::int64_t read = read_what_is_there(body.record, values, run);
+    const std::int64_t read = read_available(body.record, values, run);
+    std::fill(values + read, values + run, 0.0);
     convert_units(values, read, factor);
     if (read < run) break;
   }

@@ -48,25 +48,14 @@ bool seek_to_value(SbrBody &body, int mode, Kind kind, std::int64_t first) noexc
   return seek_stream(channel.stream, offsets[mode] + first * real_size(channel));
 }
 
-bool read_values(StreamChannel &channel, double *out, std::int64_t count) noexcept {
-  return read_reals(channel, out, count);
-}
-bool read_values(StreamChannel &channel, float *out, std::int64_t count) noexcept {
-  return read_floats(channel, out, count);
-}
-
-// A read that broke off is made again as far as the file goes, so that what came stands in `out` as whole values.
 template <class Real>
 std::int64_t read_stored(SbrBody &body, int mode, Kind kind, std::int64_t first, Real *out,
                          std::int64_t count) noexcept {
   if (!seek_to_value(body, mode, kind, first)) return 0;
   StreamChannel &channel = body.modes[kind];
   const std::int64_t stored = values_in_record(body, kind, first, count);
-  if (!read_values(channel, out, stored)) {
-    if (!seek_to_value(body, mode, kind, first)) return 0;
-    const std::int64_t there = std::min(stored, bytes_left(channel) / real_size(channel));
-    return there > 0 && read_values(channel, out, there) ? there : 0;
-  }
+  const std::int64_t there = read_available(channel, out, stored);
+  if (there < stored) return there;
   std::fill(out + stored, out + count, Real{0});
   return count;
 }

@@ -255,6 +255,35 @@ bool read_floats(StreamChannel &channel, float *buffer, std::int64_t count) noex
   return read_words(channel, buffer, count, 4);
 }
 
+namespace {
+
+bool read_values(StreamChannel &channel, double *buffer, std::int64_t count) noexcept {
+  return read_reals(channel, buffer, count);
+}
+bool read_values(StreamChannel &channel, float *buffer, std::int64_t count) noexcept {
+  return read_floats(channel, buffer, count);
+}
+
+// A read that broke off is made again as far as the file goes, so that what came stands as whole values.
+template <class Real>
+std::int64_t read_what_is_there(StreamChannel &channel, Real *buffer, std::int64_t count) noexcept {
+  const std::int64_t start = tell_stream(channel.stream);
+  if (read_values(channel, buffer, count)) return count;
+  go_to(channel, start);
+  const std::int64_t there = std::min(count, bytes_left(channel) / real_size(channel));
+  return there > 0 && read_values(channel, buffer, there) ? there : 0;
+}
+
+}  // namespace
+
+std::int64_t read_available(StreamChannel &channel, double *buffer, std::int64_t count) noexcept {
+  return read_what_is_there(channel, buffer, count);
+}
+
+std::int64_t read_available(StreamChannel &channel, float *buffer, std::int64_t count) noexcept {
+  return read_what_is_there(channel, buffer, count);
+}
+
 bool write_int(StreamChannel &channel, std::int32_t value) noexcept {
   if (channel.stream == nullptr) return false;
   if (channel.xdr_encoded) return xdr_int(channel.xdr, &value) != 0;

@@ -96,6 +96,11 @@ class PositionKeeper {
 // The values of a single-precision file as they stand.
 [[nodiscard]] bool read_floats(StreamChannel &channel, float *buffer, std::int64_t count) noexcept;
 
+// As many of the values as the file has from here on, into the front of the buffer, and their number. When that is less
+// than count, what stands behind them in the buffer is nothing to rely on, and neither is the position.
+[[nodiscard]] std::int64_t read_available(StreamChannel &channel, double *buffer, std::int64_t count) noexcept;
+[[nodiscard]] std::int64_t read_available(StreamChannel &channel, float *buffer, std::int64_t count) noexcept;
+
 // The write primitives. write_reals narrows through the channel's single_scratch in a single-precision file.
 [[nodiscard]] bool write_int(StreamChannel &channel, std::int32_t value) noexcept;
 [[nodiscard]] bool write_chars(StreamChannel &channel, const char *buffer, std::int64_t count) noexcept;

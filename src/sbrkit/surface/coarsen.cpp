@@ -43,19 +43,16 @@ bool build_faces(Mesh &mesh, const SbrBody &body) noexcept {
   return true;
 }
 
-bool is_listed(const Mesh &mesh, std::int32_t node) noexcept {
-  return node >= 0 && static_cast<std::size_t>(node) < mesh.nodes.size();
-}
-
 bool build_nodes(Mesh &mesh, const SbrBody &body) noexcept {
   const Array<NodeRecord> &records = body.nodes.nodes;
   if (records.empty()) return false;
-  if (!mesh.nodes.allocate(records.count()) || !mesh.seen.allocate(records.count())) {
+  if (!mesh.nodes.allocate(records.count()) || !mesh.marks.allocate(records.count()) ||
+      !mesh.group_of.allocate(records.count())) {
     report_no_memory(unit_name::kCoarsening);
     return false;
   }
   for (std::int32_t i = 0; i < records.count(); ++i)
-    mesh.node(mesh.number(i)) = {records[i].x, records[i].y, records[i].z, 0, 0, true};
+    mesh.node(mesh.number(i)) = {records[i].x, records[i].y, records[i].z, 0, 0};
   return true;
 }
 
@@ -82,13 +79,14 @@ bool is_scattered(const Mesh &mesh, int nodes) noexcept {
 // Numbers the nodes in the order in which the faces name them, the others behind. Without memory for it the indices
 // serve as well.
 void number_by_faces(Mesh &mesh, int nodes) noexcept {
-  Array<std::int32_t> number_of;
-  if (!number_of.allocate(nodes) || !mesh.index_of.reserve(nodes)) return;
+  LargeTable<std::int32_t> number_of;
+  if (!number_of.allocate(nodes) || !mesh.index_of.allocate(nodes)) return;
   std::fill(number_of.begin(), number_of.end(), -1);
+  std::int32_t given = 0;
   const auto give_number = [&](std::int32_t index) {
     if (number_of[index] >= 0) return;
-    number_of[index] = mesh.index_of.count();
-    (void)mesh.index_of.push_back(index);
+    mesh.index_of[given] = index;
+    number_of[index] = given++;
   };
   const auto is_index = [nodes](std::int32_t vertex) { return vertex >= 0 && vertex < nodes; };
   for (const std::int32_t vertex : mesh.pool)
@@ -96,7 +94,7 @@ void number_by_faces(Mesh &mesh, int nodes) noexcept {
   for (std::int32_t index = 0; index < nodes; ++index) give_number(index);
   for (std::int32_t &vertex : mesh.pool)
     if (is_index(vertex)) vertex = number_of[vertex];
-  mesh.number_of = std::move(number_of);
+  mesh.number_of.swap(number_of);
 }
 
 }  // namespace
@@ -109,7 +107,7 @@ bool build_tables(Mesh &mesh, const SbrBody &body) noexcept {
 }
 
 bool fill_incidence(Mesh &mesh) noexcept {
-  const auto known = [&](std::int32_t node) { return is_listed(mesh, node); };
+  const auto known = [&](std::int32_t node) { return mesh.is_listed(node); };
   std::int32_t total = 0;
   for (const std::int32_t vertex : mesh.pool)
     if (known(vertex)) {
@@ -121,8 +119,9 @@ bool fill_incidence(Mesh &mesh) noexcept {
     return false;
   }
   std::int32_t first = 0;
-  for (Node &node : mesh.nodes) {
-    node.in_play = node.count > 0;
+  for (std::int32_t i = 0; i < mesh.nodes.count(); ++i) {
+    Node &node = mesh.node(i);
+    mesh.marks[i] = node.count > 0 ? kInPlay : 0;
     node.first = first;
     first += node.count;
     node.count = 0;
@@ -140,7 +139,7 @@ bool fill_incidence(Mesh &mesh) noexcept {
 
 // The normal of the first corner, (P2 - P1) x (P0 - P1). A face that refers to no node of the table there has none.
 void compute_normals(Mesh &mesh) noexcept {
-  const auto known = [&](std::int32_t node) { return is_listed(mesh, node); };
+  const auto known = [&](std::int32_t node) { return mesh.is_listed(node); };
   for (Face &face : mesh.faces) {
     if (face.count < 3 || !known(face.nodes[0]) || !known(face.nodes[1]) || !known(face.nodes[2])) continue;
     const Node &p0 = mesh.node(face.nodes[0]);
@@ -246,7 +245,7 @@ void announce(double resolution, double angle, bool colinear) noexcept {
 // Takes a node out of play and says so.
 void preserve(Mesh &mesh, std::int32_t index, int id) noexcept {
   report_info("%d ", id);
-  mesh.node(mesh.number(index)).in_play = false;
+  mesh.take_out_of_play(mesh.number(index));
 }
 
 // The same for a node named by its ID. An unknown node, or one that is out of play already, is passed over.
@@ -260,7 +259,7 @@ int preserve_id(Mesh &mesh, SbrBody &body, int id) noexcept {
 int preserve_interface_nodes(Mesh &mesh, SbrBody &body) noexcept {
   int preserved = 0;
   for (const std::int32_t index : body.interface_nodes.nodes) {
-    if (!is_listed(mesh, index)) continue;
+    if (!mesh.is_listed(index)) continue;
     preserve(mesh, index, node_id(body, index));
     preserved += 1;
   }
@@ -304,53 +303,72 @@ double diagonal_of(const SbrBody &body) noexcept {
 }
 
 // Scattered nodes are taken from all over the tables. What the nodes to come will look at is called for in time, stage
-// by stage: the node, its list, the slots that the list names, the faces there now, their vertices. Nothing depends on
-// it but the time.
+// by stage: the node, its list, where the slots of the list have come to, the faces there, their vertices. Nothing
+// depends on it but the time.
 class LookAhead {
  public:
   explicit LookAhead(const Mesh &mesh) noexcept : mesh_(mesh), end_(mesh.number_of.count()) {}
 
   // Inlined, since a call that only calls for data would be taken for one that does nothing.
-  [[gnu::always_inline]] inline void past(std::int32_t index) const noexcept {
+  [[gnu::always_inline]] inline void past(std::int32_t index) noexcept {
     if (index + kFarthest >= end_) return;
     __builtin_prefetch(&mesh_.node(mesh_.number_of[index + kFarthest]));
-    __builtin_prefetch(mesh_.incidence.data() + mesh_.node(mesh_.number_of[index + 20]).first);
-    for (const std::int32_t slot : slots_of(index + 16)) {
+    __builtin_prefetch(mesh_.incidence.data() + mesh_.node(mesh_.number_of[index + 24]).first);
+    list_slots(index + 20);
+    for (std::int32_t &slot : slots_of(index + 16)) {
+      slot = mesh_.merged_into[slot];
       __builtin_prefetch(&mesh_.merged_into[slot]);
       __builtin_prefetch(&mesh_.face(slot));
     }
-    for (const std::int32_t slot : slots_of(index + 12)) {
-      const std::int32_t into = mesh_.merged_into[slot];
-      __builtin_prefetch(&mesh_.merged_into[into]);
-      __builtin_prefetch(&mesh_.face(into));
+    for (std::int32_t &slot : slots_of(index + 12)) {
+      const Face &face = mesh_.face(slot);
+      __builtin_prefetch(face.nodes);
+      slot = mesh_.merged_into[slot];
+      if (&mesh_.face(slot) != &face) __builtin_prefetch(&mesh_.face(slot));
     }
     for (const std::int32_t slot : slots_of(index + 8)) {
-      const std::int32_t into = mesh_.merged_into[mesh_.merged_into[slot]];
-      __builtin_prefetch(&mesh_.face(into));
-      __builtin_prefetch(mesh_.face(mesh_.merged_into[slot]).nodes);
-    }
-    for (const std::int32_t slot : slots_of(index + 4)) {
-      const Face &face = mesh_.face(mesh_.merged_into[mesh_.merged_into[slot]]);
+      const Face &face = mesh_.face(slot);
+      if (face.box != 0) {
+        __builtin_prefetch(&mesh_.boxes[face.box - 1]);
+        continue;
+      }
       for (std::int32_t p = 0; p < std::min(face.count, 8); ++p)
-        if (is_listed(mesh_, face.nodes[p])) __builtin_prefetch(&mesh_.node(face.nodes[p]));
+        if (mesh_.is_listed(face.nodes[p])) __builtin_prefetch(&mesh_.node(face.nodes[p]));
     }
   }
 
  private:
-  static constexpr std::int32_t kFarthest = 24;
+  static constexpr std::int32_t kFarthest = 28;
+  static constexpr std::size_t kMostSlots = 8;
+  static constexpr std::size_t kRing = 32;
 
-  [[nodiscard]] std::span<const std::int32_t> slots_of(std::int32_t index) const noexcept {
-    const Node &node = mesh_.node(mesh_.number_of[index]);
-    return mesh_.incidence.span().subspan(static_cast<std::size_t>(node.first),
-                                          static_cast<std::size_t>(std::min(node.count, 8)));
+  struct Slots {
+    std::int32_t count;
+    std::int32_t slot[kMostSlots];
+  };
+
+  // Copies the list of a node, without repeats that stand together, and calls for where its slots have come to.
+  [[gnu::always_inline]] inline void list_slots(std::int32_t index) noexcept {
+    Slots &slots = ring_[static_cast<std::size_t>(index) % kRing];
+    slots.count = 0;
+    for (const std::int32_t slot : mesh_.faces_of(mesh_.number_of[index])) {
+      if (slots.count == kMostSlots) break;
+      slots.slot[slots.count++] = slot;
+      __builtin_prefetch(&mesh_.merged_into[slot]);
+    }
+  }
+  [[nodiscard]] std::span<std::int32_t> slots_of(std::int32_t index) noexcept {
+    Slots &slots = ring_[static_cast<std::size_t>(index) % kRing];
+    return {slots.slot, static_cast<std::size_t>(slots.count)};
   }
 
   const Mesh &mesh_;
   std::int32_t end_;
+  Slots ring_[kRing] = {};
 };
 
 void merge_all(Mesh &mesh, const Limits &limits) noexcept {
-  const LookAhead ahead(mesh);
+  LookAhead ahead(mesh);
   const std::int32_t n = mesh.nodes.count();
   SBR_TimeMonitor(100);
   for (std::int32_t i = 0; i < n; ++i) {

@@ -12,22 +12,26 @@ namespace {
 
 // ---- room for the fused polygon ---------------------------------------------------------------------------
 
-constexpr std::int64_t kChunkWords = 1 << 16;
+// Chunks grow with what is in use, up to a size that large pages serve well.
+constexpr std::int64_t kSmallestChunk = std::int64_t{1} << 16U;
+constexpr std::int64_t kLargestChunk = std::int64_t{1} << 22U;
 
 // Room for a polygon of `count` vertices in the chunks; null when memory is short.
 std::int32_t *take_room(Mesh &mesh, std::int64_t count) noexcept {
   const std::size_t chunks = mesh.chunks.size();
+  std::int64_t words = kSmallestChunk;
   if (chunks > 0) {
-    Array<std::int32_t> &last = *mesh.chunks[chunks - 1];
+    LargeTable<std::int32_t> &last = *mesh.chunks[chunks - 1];
     if (last.size() - mesh.chunk_used >= static_cast<std::size_t>(count)) {
       std::int32_t *room = last.data() + mesh.chunk_used;
       mesh.chunk_used += static_cast<std::size_t>(count);
       return room;
     }
+    words = std::clamp(2 * static_cast<std::int64_t>(last.size()), kSmallestChunk, kLargestChunk);
   }
-  Array<std::int32_t> *chunk = mesh.chunks.add();
+  LargeTable<std::int32_t> *chunk = mesh.chunks.add();
   if (chunk == nullptr) return nullptr;
-  if (!chunk->allocate(std::max(count, kChunkWords))) {
+  if (!chunk->allocate(std::max(count, words))) {
     (void)mesh.chunks.resize(static_cast<std::int64_t>(chunks));
     return nullptr;
   }
@@ -94,20 +98,25 @@ void store_polygon(const Mesh &mesh, Face &fused) noexcept {
 
 // ---- turning a polygon ------------------------------------------------------------------------------------
 
+// The first place of a node from one place on, up to an end; the end when it is not there.
+std::int32_t find_from(const std::int32_t *nodes, std::int32_t from, std::int32_t end, std::int32_t node) noexcept {
+  while (end - from >= kBlock && !block_has(nodes + from, node)) from += kBlock;
+  while (from < end && nodes[from] != node) ++from;
+  return from;
+}
+
 // The first place of a node in a polygon, -1 when it is not there. The nodes of a run come near each other, so that
 // where it makes no difference the search goes in from both ends.
 std::int32_t find_vertex(const Face &face, std::int32_t node) noexcept {
-  if (!face.distinct) {
-    const std::int32_t *begin = face.nodes;
-    const std::int32_t *end = begin + face.count;
-    const std::int32_t *place = std::find(begin, end, node);
-    return place == end ? -1 : static_cast<std::int32_t>(place - begin);
-  }
-  for (std::int32_t front = 0, back = face.count - 1; front <= back; ++front, --back) {
-    if (face.nodes[front] == node) return front;
-    if (face.nodes[back] == node) return back;
-  }
-  return -1;
+  std::int32_t front = 0;
+  std::int32_t back = face.count;
+  if (face.distinct)
+    for (; back - front >= 2 * kBlock; front += kBlock, back -= kBlock) {
+      if (block_has(face.nodes + front, node)) break;
+      if (block_has(face.nodes + back - kBlock, node)) return find_from(face.nodes, back - kBlock, back, node);
+    }
+  const std::int32_t place = find_from(face.nodes, front, back, node);
+  return place == back ? -1 : place;
 }
 
 // Turns a polygon so that a position comes first, moving whole blocks.
@@ -146,6 +155,13 @@ void rotate(Mesh &mesh, Face &face, std::int32_t position) noexcept {
 }
 
 }  // namespace
+
+// There is no way out in between, and the compiler sees the block alone, so that it compares several vertices at once.
+[[gnu::noinline]] bool block_has(const std::int32_t *block, std::int32_t node) noexcept {
+  std::int32_t found = 0;
+  for (std::int32_t k = 0; k < kBlock; ++k) found |= block[k] == node ? -1 : 0;
+  return found != 0;
+}
 
 // Turns every face of the node so that the node stands first; faces that lost the node leave its list.
 void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept {
@@ -196,11 +212,8 @@ bool gather_rim(Mesh &mesh, std::size_t begin, std::size_t end) noexcept {
   if (total > INT_MAX || !mesh.polygon.reserve(total)) return false;  // with room for a vertex that closes the rim
   for (std::size_t t = begin; t < end; ++t) {
     const Face &face = mesh.face(mesh.taken[t]);
-    const std::size_t have = mesh.polygon.size();
     const std::int32_t from = t == 0 ? 1 : 2;
-    const std::int32_t more = std::max(0, face.count - from);
-    (void)mesh.polygon.resize(static_cast<std::int64_t>(have) + more);
-    std::copy_n(face.nodes + from, more, mesh.polygon.data() + have);
+    if (face.count > from) (void)mesh.polygon.append(face.nodes + from, face.count - from);
   }
   return true;
 }
@@ -295,7 +308,7 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
     return;
   }
   std::copy_n(mesh.face(mesh.taken[0]).normal, 3, fused.normal);
-  if (!rim.open) mesh.node(node).in_play = false;
+  if (!rim.open) mesh.take_out_of_play(node);
   redirect_face_references(mesh, node);
   secure_extent(mesh, fused, count_vertices(mesh, rim), node);
   if (rim.spliced) {

@@ -8,6 +8,7 @@
 
 #include <span>
 
+#include "base/large_table.h"
 #include "body/body.h"
 
 namespace sbr::coarse {
@@ -15,7 +16,7 @@ namespace sbr::coarse {
 // Polygons of this many vertices are handled with care for the time that a look at all of them takes.
 constexpr std::int32_t kLargePolygon = 128;
 
-struct Face {
+struct alignas(64) Face {
   std::int32_t *nodes;  // node indices in order around the polygon, inside Mesh::pool or a chunk of it
   double normal[3];     // unit normal, or zero
   std::int32_t count;   // vertices in the polygon
@@ -49,12 +50,17 @@ struct Extent {
   Array<Box> boxes[kCoverLevels];
 };
 
-struct Node {
+struct alignas(32) Node {
   double x, y, z;
   std::int32_t first;  // where the node's face list starts in Mesh::incidence
   std::int32_t count;  // faces in the list
-  bool in_play;        // false: the slot is empty (no face, preserved, or removed)
 };
+
+// Marks of a node, kept apart from the node: a million of them fit a processor's cache.
+constexpr unsigned char kInPlay = 1;     // not set: the slot is empty (no face, preserved, or removed)
+constexpr unsigned char kSeen = 2;       // while a polygon is pruned: the node stands in it
+constexpr unsigned char kSeenAgain = 4;  // and more than once
+constexpr unsigned char kGrouped = 8;    // and has its group
 
 // An end of a face seen from the node it was rotated to: the vertex next to the node on one side.
 struct FanEnd {
@@ -66,41 +72,46 @@ struct FanEnd {
 struct Occurrence {
   std::int32_t node;
   std::int32_t position;
-  std::int32_t place;  // among the occurrences in order of position
+  std::int32_t group;  // one for each such node
+  std::int32_t rank;   // its place in the order by group
+  bool blank;          // its vertex goes
 };
 
-// Room for pruning one polygon.
+// Room for pruning one polygon, which its occurrences cut into pieces: the gap in front of the first one, that
+// occurrence, the gap behind it, and so on. An occurrence is a piece of one vertex.
 struct PruningScratch {
-  Array<Occurrence> occurrences;  // in order of position
-  Array<Occurrence> sorted;       // by node, then position
-  Array<std::int32_t> rank;       // per occurrence its place in `sorted`
-  Array<unsigned char> blank;     // per position, 1 when its vertex goes
-  Array<std::int32_t> next_live;  // per position the first one from it on that may still be blanked; n behind the last
+  Array<Occurrence> occurrences;   // in order of position
+  Array<std::int32_t> by_group;    // their places, by group, then position
+  Array<std::int32_t> group_ends;  // per group the end of its places in by_group
+  Array<std::int32_t> strangers;   // places of the occurrences that are no node of the table
+  // Per piece the first one from it on whose vertices have not been asked to go yet; for a piece that has, a later one.
+  Array<std::int32_t> next_piece;
 };
 
 struct Mesh {
   // Nodes that are numbered without regard to where they are get numbers of their own here, in the order in which the
   // faces name them, so that neighbours lie together in memory. Both are empty when the body's numbers serve.
-  Array<std::int32_t> number_of;  // per node index of the body
-  Array<std::int32_t> index_of;   // and back
-  Array<Face> faces;
-  Array<Node> nodes;
-  Array<std::int32_t> incidence;          // the face lists of all nodes, one behind the other
-  Array<std::int32_t> merged_into;        // per face slot the slot that took its faces over; itself when none did
-  Array<std::int32_t> pool;               // the vertices of the original faces
-  OwnedList<Array<std::int32_t>> chunks;  // further room for polygons
-  std::size_t chunk_used = 0;             // of the last chunk
-  Array<Box> boxes;                       // of the fused polygons
+  LargeTable<std::int32_t> number_of;  // per node index of the body
+  LargeTable<std::int32_t> index_of;   // and back
+  LargeTable<Face> faces;
+  LargeTable<Node> nodes;
+  LargeTable<unsigned char> marks;             // of the nodes
+  LargeTable<std::int32_t> incidence;          // the face lists of all nodes, one behind the other
+  LargeTable<std::int32_t> merged_into;        // per face slot the slot that took its faces over; itself when none did
+  LargeTable<std::int32_t> pool;               // the vertices of the original faces
+  OwnedList<LargeTable<std::int32_t>> chunks;  // further room for polygons
+  std::size_t chunk_used = 0;                  // of the last chunk
+  LargeTable<Box> boxes;                       // of the fused polygons, with room for more
+  std::int32_t boxes_used = 0;
 
   OwnedList<Extent> extents;  // of the large ones
 
   // Scratch, kept between nodes.
-  Array<std::int32_t> polygon;  // the fused polygon
-  Array<std::int32_t> turned;   // for rotating a polygon
-  Array<std::int32_t> taken;    // slots taken by the present attempt
-  Array<FanEnd> fan_ends;       // ends of the present fan by vertex; empty for a small fan
-  Array<std::uint32_t> seen;    // per node the mark of the last polygon it was seen in
-  std::uint32_t seen_mark = 0;
+  Array<std::int32_t> polygon;        // the fused polygon
+  Array<std::int32_t> turned;         // for rotating a polygon
+  Array<std::int32_t> taken;          // slots taken by the present attempt
+  Array<FanEnd> fan_ends;             // ends of the present fan by vertex; empty for a small fan
+  LargeTable<std::int32_t> group_of;  // per node its group in the polygon that is pruned, where it has one
   PruningScratch pruning;
   Array<std::int32_t> pruned;  // the vertices that the last pruning cut out
 
@@ -112,13 +123,22 @@ struct Mesh {
     return number >= 0 && static_cast<std::size_t>(number) < index_of.size() ? index_of[number] : number;
   }
   [[nodiscard]] bool in_play(std::int32_t node) const noexcept {
-    return node >= 0 && static_cast<std::size_t>(node) < nodes.size() && nodes[node].in_play;
+    return is_listed(node) && (marks[node] & kInPlay) != 0;
   }
+  // Whether a vertex is a node of the table.
+  [[nodiscard]] bool is_listed(std::int32_t node) const noexcept {
+    return static_cast<std::uint32_t>(node) < marks.size();
+  }
+  void take_out_of_play(std::int32_t node) noexcept { marks[node] &= static_cast<unsigned char>(~kInPlay); }
   [[nodiscard]] Face &face(std::int32_t slot) noexcept { return faces[slot]; }
   [[nodiscard]] const Face &face(std::int32_t slot) const noexcept { return faces[slot]; }
   [[nodiscard]] Node &node(std::int32_t index) noexcept { return nodes[index]; }
   [[nodiscard]] const Node &node(std::int32_t index) const noexcept { return nodes[index]; }
   [[nodiscard]] std::span<std::int32_t> faces_of(std::int32_t index) noexcept {
+    const Node &n = node(index);
+    return {incidence.data() + n.first, static_cast<std::size_t>(n.count)};
+  }
+  [[nodiscard]] std::span<const std::int32_t> faces_of(std::int32_t index) const noexcept {
     const Node &n = node(index);
     return {incidence.data() + n.first, static_cast<std::size_t>(n.count)};
   }
@@ -150,6 +170,9 @@ void forget_pruned(Mesh &mesh, const Face &room) noexcept;
 
 // ---- coarsen_merge ----------------------------------------------------------------------------------------
 
+// Whether a node stands in a block of vertices, several of which are compared at once.
+constexpr std::int32_t kBlock = 16;
+[[nodiscard]] bool block_has(const std::int32_t *block, std::int32_t node) noexcept;
 // Fuses the faces around a node into one polygon, if they can be walked.
 void merge_at_node(Mesh &mesh, std::int32_t node) noexcept;
 void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept;

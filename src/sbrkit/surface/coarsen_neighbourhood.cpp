@@ -220,8 +220,8 @@ bool secure_box(Mesh &mesh, Face &room) noexcept {
       if (mesh.in_play(face.nodes[p])) widen(box, mesh.node(face.nodes[p]));
   }
   if (room.box == 0) {
-    if (!mesh.boxes.push_back(box)) return false;
-    room.box = mesh.boxes.count();
+    if (mesh.boxes_used == mesh.boxes.count() && !mesh.boxes.grow(2 * std::int64_t{mesh.boxes_used} + 64)) return false;
+    room.box = ++mesh.boxes_used;
   }
   mesh.boxes[room.box - 1] = box;
   return true;

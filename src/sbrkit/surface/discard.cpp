@@ -40,15 +40,17 @@ std::int32_t *gather_load_nodes(const SbrBody &body, std::int32_t *out) noexcept
   return out;
 }
 
-// Sorts, and drops repeats and what is no node index.
-void tidy(Array<std::int32_t> &nodes, int node_count) noexcept {
-  std::sort(nodes.begin(), nodes.end());
-  const std::int32_t *first = std::lower_bound(nodes.begin(), nodes.end(), 0);
-  const std::int32_t *last = std::lower_bound(nodes.begin(), nodes.end(), node_count);
-  std::size_t kept = 0;
-  for (const std::int32_t *node = first; node < last; ++node)
-    if (kept == 0 || nodes[kept - 1] != *node) nodes[kept++] = *node;
-  (void)nodes.resize(static_cast<std::int64_t>(kept));
+// Puts the node indices among the values in order, once each. False when memory is short.
+bool tidy(Array<std::int32_t> &nodes, int node_count) noexcept {
+  Array<unsigned char> named;
+  if (!named.allocate(std::max(node_count, 1))) return false;
+  const auto end = static_cast<std::uint32_t>(node_count);
+  for (const std::int32_t node : nodes.span())
+    if (static_cast<std::uint32_t>(node) < end) named[node] = 1;
+  std::int64_t kept = 0;
+  for (std::int32_t node = 0; node < node_count; ++node)
+    if (named[node] != 0) nodes[kept++] = node;
+  return nodes.resize(kept);
 }
 
 // Fills the cached keep list. False after a report.
@@ -66,8 +68,7 @@ bool build_geometry_nodes(SbrBody &body, bool with_loads) noexcept {
   for (const std::int32_t node : body.interface_nodes.nodes)
     if (node_id(body, node) > 0) *end++ = node;
   if (with_loads) gather_load_nodes(body, end);
-  tidy(nodes, node_count(body));
-  if (nodes.empty()) return report_no_memory(unit_name::kTools);
+  if (!tidy(nodes, node_count(body)) || nodes.empty()) return report_no_memory(unit_name::kTools);
   body.geometry.geometry_nodes = std::move(nodes);
   return true;
 }
@@ -86,12 +87,6 @@ constexpr PerKind<KindTexts> kTexts{
      {"All the nodes referenced in Strain Mode have been removed. Strain Mode data is eliminated.",
       "All the nodes referenced in Pre-Strain have been removed. Pre-Strain data is eliminated."}}};
 
-// Where a node index stands in the keep list; -1 for one that is not kept.
-std::int32_t new_index(std::span<const std::int32_t> keep, std::int32_t old) noexcept {
-  const auto found = std::lower_bound(keep.begin(), keep.end(), old);
-  return found != keep.end() && *found == old ? static_cast<std::int32_t>(found - keep.begin()) : -1;
-}
-
 // One run. All that can fail happens beside the body; then the body changes as a whole.
 class Discarding {
  public:
@@ -99,6 +94,7 @@ class Discarding {
       : body_(body), keep_(keep), kinds_{{{body, Kind::shape}, {body, Kind::stress}, {body, Kind::strain}}} {}
 
   [[nodiscard]] bool prepare() noexcept {
+    if (!number_kept_nodes()) return report_no_memory(unit_name::kTools);
     if (!keeps_all_references()) return false;
     for (const Kind kind : kKinds)
       if (!prepare_kind(kind)) return false;
@@ -129,11 +125,21 @@ class Discarding {
     return has_modes(kind) ? kinds_[kind].prepare(keep_) : kinds_[kind].prepare_without_modes(keep_);
   }
 
+  bool number_kept_nodes() noexcept {
+    if (!place_in_list_.allocate(std::max(node_count(body_), 1))) return false;
+    for (std::size_t k = 0; k < keep_.size(); ++k) place_in_list_[keep_[k]] = static_cast<std::int32_t>(k) + 1;
+    return true;
+  }
+  // Where a node index stands in the keep list; -1 for one that is not kept.
+  [[nodiscard]] std::int32_t new_index(std::int32_t old) const noexcept {
+    return static_cast<std::uint32_t>(old) < place_in_list_.size() ? place_in_list_[old] - 1 : -1;
+  }
+
   // A keep list may be older than the faces. An index that it does not have would be lost.
   [[nodiscard]] bool keeps_all_references() const noexcept {
     for (FaceWalk walk(body_.faces); walk.next();)
       for (const std::int32_t node : walk.face())
-        if (new_index(keep_, node) < 0) {
+        if (new_index(node) < 0) {
           report_error(
               "A face refers to node %d, which is not in the list of nodes to keep.  No nodes are discarded.\n"
               "The list is older than the face; the next call makes it anew.",
@@ -141,7 +147,7 @@ class Discarding {
           return false;
         }
     for (const std::int32_t node : body_.interface_nodes.nodes)
-      if (new_index(keep_, node) < 0) {
+      if (new_index(node) < 0) {
         report_error(
             "Interface node %d is not in the list of nodes to keep.  No nodes are discarded.\n"
             "The list has nodes of positive ID, as they were when it was made; the next call makes it anew.",
@@ -177,14 +183,15 @@ class Discarding {
     for (FaceWalk walk(body_.faces); walk.next();)
       for (std::size_t v = 0; v < walk.face().size(); ++v) {
         std::int32_t &node = list[walk.start() + 1 + v];
-        node = new_index(keep_, node);
+        node = new_index(node);
       }
-    for (std::int32_t &node : body_.interface_nodes.nodes) node = new_index(keep_, node);
+    for (std::int32_t &node : body_.interface_nodes.nodes) node = new_index(node);
     forget_interface_places(body_);
   }
 
   SbrBody &body_;
   std::span<const std::int32_t> keep_;
+  Array<std::int32_t> place_in_list_;  // per node index its place in the keep list plus 1; 0 for one that is not kept
   PerKind<ModeShortening> kinds_;
   ReducedNodes nodes_;
   PerKind<Array<std::int32_t>> kind_nodes_;

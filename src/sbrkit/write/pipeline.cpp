@@ -18,6 +18,7 @@
 #include "dynamics/principal_loads.h"
 #include "frame/switch_units.h"
 #include "frame/to_mass_center.h"
+#include "mass/entry.h"
 #include "mass/invariants.h"
 #include "modes/cache.h"
 #include "surface/coarsen.h"
