@@ -43,7 +43,7 @@ svg { width: 100%; height: auto; display: block; }
 svg text { font: 11px Inter, system-ui, "Segoe UI", Roboto, "Liberation Sans", sans-serif; fill: #566170; }
 iframe { width: 100%; height: 640px; border: 1px solid #cfd7e0; border-radius: 6px; }
 footer { color: #566170; font-size: 12px; border-top: 1px solid #e3e8ee; padding-top: 6px; }
-@media (max-width: 720px) { .columns, .pictures { grid-template-columns: minmax(0, 1fr); } main { padding: 16px; } }
+@media (max-width: 720px) { section { overflow-x: auto; } .columns, .pictures { grid-template-columns: minmax(0, 1fr); } main { padding: 16px; } }
 @page { size: A4; margin: 11mm; }
 @media print {
   body { background: #fff; font-size: 8.6px; -webkit-print-color-adjust: exact; print-color-adjust: exact; }
