@@ -50,6 +50,8 @@ for tests in OFF ON; do
       done
     done
     configures "without SQLite ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DCMAKE_DISABLE_FIND_PACKAGE_SQLite3=ON
+    configures "without Exodus ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_EXODUS=OFF
+    configures "without glTF ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_GLTF=OFF
     configures "with the viewer ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_BUILD_VIEWER=ON
     configures "sanitized ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_SANITIZE=ON
     configures "sanitized with fuzzers ${parts[*]}" "${clang[@]}" "${parts[@]}" -DSBRKIT_SANITIZE=ON \

@@ -8,13 +8,14 @@ packages=(
   libtirpc-dev                                        # the library
   libcli11-dev nlohmann-json3-dev libeigen3-dev libspectra-dev zlib1g-dev  # the program and the translators
   libzip-dev                                          # the importer of matrices, for archives of NumPy
-  libexodusii-dev                                     # the importer of Exodus II files
   libsuitesparse-dev                                  # CHOLMOD, the factorization of large matrices in the translators
+  libexodusii-dev libtinygltf-dev                     # Exodus II and glTF files
+  python3-vtk9                                        # tests read exported pictures with VTK
   libsqlite3-dev                                      # the open store
   libgtest-dev libgmock-dev liblapacke-dev libopenblas-dev libnanoflann-dev  # tests and benchmarks
   libbenchmark-dev man-db python3 python3-numpy
   doxygen                                             # the reference of the public headers
-  nodejs                                              # the page of sbr view
+  nodejs                                              # the page of sbr view, the validator of glTF files
   chromium fonts-inter                                # its tests and pictures
 )
 # Node.js from elsewhere brings npm along, and does not go with Debian's.

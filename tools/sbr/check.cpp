@@ -17,8 +17,9 @@ namespace sbrtool {
 namespace {
 constexpr std::int64_t kMostKeptValues = 20'000'000;  // 160 MB
 constexpr std::array<const char *, 4> kWords = {"ok", "note", "warning", "error"};
-const char *word_of(Level level) { return kWords[static_cast<std::size_t>(level)]; }
 }  // namespace
+
+const char *word_of(Level level) { return kWords[static_cast<std::size_t>(level)]; }
 
 CheckRun::CheckRun(SBR body, std::string path, double tolerance)
     : body_(body),
@@ -46,6 +47,14 @@ void CheckRun::expect(bool good, Finding finding) {
 
 void CheckRun::note(const std::string &subject, const std::string &what, double figure, const std::string &meaning) {
   findings_.push_back({Level::note, subject, what, figure, "", meaning});
+}
+
+std::vector<Finding> findings_of(SBR body, const std::string &file, std::optional<double> tolerance) {
+  CheckRun run(body, file, tolerance.value_or(SBR_Double_Prec(body) != 0 ? 1e-6 : 1e-4));
+  for (void (*const part)(CheckRun &) : {check_structure, check_units, check_numbers, check_modes, check_masses,
+                                         check_invariants, check_scales, check_rigid_modes})
+    part(run);
+  return run.findings();
 }
 
 // ---- one record
@@ -91,11 +100,7 @@ Verdict examine(const std::string &file, const CheckOptions &options) {
   Verdict verdict{file, "", {}};
   try {
     const Body body = open_record(file);
-    CheckRun run(body.get(), file, options.tolerance.value_or(SBR_Double_Prec(body.get()) != 0 ? 1e-6 : 1e-4));
-    for (void (*const part)(CheckRun &) : {check_structure, check_units, check_numbers, check_modes, check_masses,
-                                           check_invariants, check_scales, check_rigid_modes})
-      part(run);
-    verdict.findings = run.findings();
+    verdict.findings = findings_of(body.get(), file, options.tolerance);
   } catch (const Failure &failure) {
     if (failure.code() != kUnreadable || options.files.size() == 1) throw;
     verdict.unreadable = failure.what();

@@ -3,6 +3,7 @@
 #define SBRKIT_TOOLS_SBR_CHECK_H
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,11 @@ class CheckRun {
   std::map<std::pair<int, int>, std::vector<double>> shapes_;
   std::vector<Finding> findings_;
 };
+
+// The findings of all parts, in their order. Without a tolerance that of the record's precision is taken.
+std::vector<Finding> findings_of(SBR body, const std::string &file, std::optional<double> tolerance);
+// "ok", "note", "warning" or "error".
+const char *word_of(Level level);
 
 void check_structure(CheckRun &run);   // sizes, nodes, faces, interface nodes, references
 void check_units(CheckRun &run);       // labels, and whether size, density and frequencies make sense

@@ -37,34 +37,6 @@ Tolerances tolerances_of(const DiffOptions &options, SBR a, SBR b) {
   return tolerances;
 }
 
-struct Outcome {
-  std::vector<Block> blocks;
-  ModeMatch match;
-  int compared = 0;
-  int different = 0;
-  const Block *farthest = nullptr;  // the block with the largest difference
-
-  [[nodiscard]] bool same() const { return different == 0; }
-};
-
-Outcome compare(const DiffOptions &options, SBR a, SBR b) {
-  const Tolerances tolerances = tolerances_of(options, a, b);
-  DiffRun run(a, b, tolerances);
-  for (void (*const part)(DiffRun &) : {compare_geometry, compare_modes, compare_invariants, compare_loads}) part(run);
-  Outcome outcome;
-  outcome.match = run.match;
-  for (const Block &block : run.blocks)
-    if (!block.empty()) outcome.blocks.push_back(block);
-  for (const Block &block : outcome.blocks) {
-    ++outcome.compared;
-    outcome.different += block.same() ? 0 : 1;
-    if (block.same() && block.largest() > 0.0 && std::isfinite(block.largest()) &&
-        (outcome.farthest == nullptr || block.largest() > outcome.farthest->largest()))
-      outcome.farthest = &block;
-  }
-  return outcome;
-}
-
 // How the modes were matched, in words: nothing when each is itself.
 std::string modes_in_words(const ModeMatch &match) {
   int turned = 0;
@@ -89,21 +61,45 @@ std::string modes_in_words(const ModeMatch &match) {
   return text;
 }
 
-std::string summary_of(const Outcome &outcome) {
+}  // namespace
+
+const Block *DiffOutcome::farthest() const {
+  const Block *found = nullptr;
+  for (const Block &block : blocks)
+    if (block.same() && block.largest() > 0.0 && std::isfinite(block.largest()) &&
+        (found == nullptr || block.largest() > found->largest()))
+      found = &block;
+  return found;
+}
+
+DiffOutcome compare_records(SBR a, SBR b, const Tolerances &tolerances) {
+  DiffRun run(a, b, tolerances);
+  for (void (*const part)(DiffRun &) : {compare_geometry, compare_modes, compare_invariants, compare_loads}) part(run);
+  DiffOutcome outcome;
+  outcome.match = run.match;
+  for (const Block &block : run.blocks)
+    if (!block.empty()) outcome.blocks.push_back(block);
+  for (const Block &block : outcome.blocks) outcome.different += block.same() ? 0 : 1;
+  return outcome;
+}
+
+std::string summary_of(const DiffOutcome &outcome) {
   if (!outcome.same()) {
     std::string names;
     for (const Block &block : outcome.blocks)
       if (!block.same()) names += (names.empty() ? "" : ", ") + block.name();
-    return "different: " + std::to_string(outcome.different) + " of " + std::to_string(outcome.compared) + " blocks (" +
-           names + "); " + modes_in_words(outcome.match);
+    return "different: " + std::to_string(outcome.different) + " of " + std::to_string(outcome.compared()) +
+           " blocks (" + names + "); " + modes_in_words(outcome.match);
   }
-  return "same: " + std::to_string(outcome.compared) + " blocks; " + modes_in_words(outcome.match) +
-         (outcome.farthest == nullptr ? ""
-                                      : "; largest difference " + brief(outcome.farthest->largest(), 2) + " (" +
-                                            outcome.farthest->name() + ")");
+  return "same: " + std::to_string(outcome.compared()) + " blocks; " + modes_in_words(outcome.match) +
+         (outcome.farthest() == nullptr ? ""
+                                        : "; largest difference " + brief(outcome.farthest()->largest(), 2) + " (" +
+                                              outcome.farthest()->name() + ")");
 }
 
-Json json_of(const Outcome &outcome, const DiffOptions &options) {
+namespace {
+
+Json json_of(const DiffOutcome &outcome, const DiffOptions &options) {
   Json blocks = Json::array();
   for (const Block &block : outcome.blocks) blocks.push_back(block.json());
   Json modes = Json::array();
@@ -122,7 +118,7 @@ Json json_of(const Outcome &outcome, const DiffOptions &options) {
           {"unmatched", outcome.match.unmatched}};
 }
 
-void print(const Outcome &outcome) {
+void print(const DiffOutcome &outcome) {
   Table table({"<block", "<result", "tolerance", "largest difference"});
   std::string places;
   for (const Block &block : outcome.blocks) {
@@ -138,7 +134,7 @@ int run_diff(const DiffOptions &options) {
   const Body a = open_record(options.a);
   const Body b = open_record(options.b);
   // One file compared with itself comes as one shared body.
-  const Outcome outcome = compare(options, a.get(), b.get());
+  const DiffOutcome outcome = compare_records(a.get(), b.get(), tolerances_of(options, a.get(), b.get()));
   if (options.json)
     std::cout << json_of(outcome, options).dump(2) << '\n';
   else

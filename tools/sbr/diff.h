@@ -32,6 +32,20 @@ struct DiffRun {
 
 inline std::string at(const char *what, int i) { return std::string(what) + " " + std::to_string(i); }
 
+// What a comparison of two records came to.
+struct DiffOutcome {
+  std::vector<Block> blocks;  // those that were compared
+  ModeMatch match;
+  int different = 0;  // blocks
+  // The block with the largest difference that is within its tolerance; null when there is none.
+  [[nodiscard]] const Block *farthest() const;
+  [[nodiscard]] bool same() const { return different == 0; }
+  [[nodiscard]] int compared() const { return static_cast<int>(blocks.size()); }
+};
+DiffOutcome compare_records(SBR a, SBR b, const Tolerances &tolerances);
+// In a line.
+std::string summary_of(const DiffOutcome &outcome);
+
 void compare_geometry(DiffRun &run);    // header, units, nodes, faces, global properties, interface nodes
 void compare_modes(DiffRun &run);       // eigenvalues, shapes, stress, strain, generalized matrices, transformation
 void compare_invariants(DiffRun &run);  // 1 to 9

@@ -1,4 +1,4 @@
-// sbr export: the tables of a body as files that other programs read.
+// sbr export: the tables and the picture of a body as files that other programs read.
 #include "export.h"
 
 #include <charconv>
@@ -104,26 +104,30 @@ void add_export_commands(CLI::App &app, int &exit_code) {
   (void)exit_code;
   struct Options {
     std::string file;
-    std::map<std::string, std::string> directories;
+    std::map<std::string, std::string> targets;
   };
   const auto options = std::make_shared<Options>();
-  CLI::App *command = app.add_subcommand("export", "Write the tables of a record for other programs");
+  CLI::App *command = app.add_subcommand("export", "Write the tables or a picture of a record for other programs");
   command->add_option("FILE", options->file, "The record")->required();
   for (const Exporter &exporter : kExporters)
-    command->add_option(exporter.flag, options->directories[exporter.flag], exporter.help)->type_name("DIR");
+    command->add_option(exporter.flag, options->targets[exporter.flag], exporter.help)->type_name(exporter.type);
   command->callback([options] {
     const Body body = open_record(options->file);
     bool any = false;
     for (const Exporter &exporter : kExporters) {
-      const std::string &directory = options->directories[exporter.flag];
-      if (directory.empty()) continue;
-      exporter.run(body.get(), directory);
+      const std::string &target = options->targets[exporter.flag];
+      if (target.empty()) continue;
+      std::error_code code;
+      if (std::filesystem::equivalent(options->file, target, code))
+        throw Failure(kUsage, target + ": is the input itself; write to another file");
+      exporter.run(body.get(), target);
       any = true;
     }
     if (any) return;
     std::string flags;
-    for (const Exporter &exporter : kExporters) flags += std::string(flags.empty() ? "" : ", ") + exporter.flag;
-    throw Failure(kUsage, "nothing to do: give a directory with " + flags);
+    for (const Exporter &exporter : kExporters)
+      flags += std::string(flags.empty() ? "" : ", ") + exporter.flag + " " + exporter.type;
+    throw Failure(kUsage, "nothing to do: give " + flags);
   });
 }
 

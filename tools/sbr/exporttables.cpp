@@ -3,29 +3,15 @@
 
 #include "comparing.h"
 #include "export.h"
+#include "exportbody.h"
+#include "modefacts.h"
 
 namespace sbrtool {
 namespace {
 
 using Row = std::function<void(const double *)>;
 
-struct Units {
-  explicit Units(SBR body) {
-    char labels[4][17] = {};
-    SBR_Units(body, labels[0], labels[1], labels[2], labels[3]);
-    mass = clean(labels[0]);
-    length = clean(labels[1]);
-    time = clean(labels[2]);
-    force = clean(labels[3]);
-  }
-  [[nodiscard]] std::string mass_length() const { return mass + " " + length; }
-  [[nodiscard]] std::string mass_length2() const { return mass + " " + length + "^2"; }
-  [[nodiscard]] std::string stress() const { return force + "/" + length + "^2"; }
-  std::string mass, length, time, force;
-};
-
 constexpr std::array<const char *, 3> kAxes = {"x", "y", "z"};
-constexpr std::array<const char *, 6> kTensor = {"xx", "yy", "zz", "xy", "xz", "yz"};
 constexpr std::array<const char *, 9> kMatrix = {"xx", "xy", "xz", "yx", "yy", "yz", "zx", "zy", "zz"};
 
 template <std::size_t N>
@@ -38,13 +24,14 @@ ExportColumn key(const char *name) { return {name, "", true}; }
 // ---- nodes, faces
 // ----------------------------------------------------------------------------------------------------
 
-ExportTable nodes_table(SBR body, const Units &units) {
+ExportTable nodes_table(SBR body, const UnitLabels &units) {
   const bool inertias = SBR_Exists(body, 9) != 0;
   ExportTable table{"nodes", {key("id")}, SBR_NodeCount(body), {}};
   add(table.columns, kAxes, units.length);
   table.columns.push_back({"mass", units.mass, false});
   if (inertias)
-    for (const char *name : kTensor) table.columns.push_back({std::string("I") + name, units.mass_length2(), false});
+    for (const char *name : kTensorNames)
+      table.columns.push_back({std::string("I") + name, units.mass_length2(), false});
   table.produce = [body, inertias](const Row &row) {
     for (int i = 0; i < SBR_NodeCount(body); ++i) {
       double values[11] = {static_cast<double>(SBR_NodeID(body, i))};
@@ -96,21 +83,20 @@ ExportTable interface_table(SBR body) {
 // ---- modes
 // -----------------------------------------------------------------------------------------------------------
 
-ExportTable modes_table(SBR body, const Units &units) {
+ExportTable modes_table(SBR body, const UnitLabels &units) {
   return {"modes",
           {key("number"),
-           {"eigenvalue", units.force + "/(" + units.mass + " " + units.length + ")", false},
+           {"eigenvalue", units.eigenvalue(), false},
            {"frequency", "1/" + units.time, false},
            {"angular_frequency", "rad/" + units.time, false},
            {"generalized_mass", units.mass_length2(), false},
            {"generalized_stiffness", units.force + " " + units.length, false}},
           SBR_ModeCount(body),
           [body](const Row &row) {
-            for (int m = 0; m < SBR_ModeCount(body); ++m) {
-              double v[6] = {static_cast<double>(SBR_ModeNumber(body, m)), NAN, NAN, NAN, NAN, NAN};
-              if (SBR_Eigenvalue(body, SBR_ModeNumber(body, m), v + 1, v + 2, v + 3, v + 4, v + 5) == 0)
-                std::fill(v + 1, v + 6, NAN);
-              row(v);
+            for (const ModeFacts &mode : facts_of_modes(body)) {
+              const double values[] = {
+                  static_cast<double>(mode.number), mode.eigenvalue, mode.hz, mode.rad, mode.mass, mode.stiffness};
+              row(values);
             }
           }};
 }
@@ -133,18 +119,18 @@ void produce_vectors(SBR body, int kind, int number, const Row &row) {
   }
 }
 
-std::vector<ExportColumn> vector_columns(const Units &units, int kind) {
+std::vector<ExportColumn> vector_columns(const UnitLabels &units, int kind) {
   std::vector<ExportColumn> columns = {key("mode"), key("node")};
   if (kind == 0) {
     for (const char *name : {"dx", "dy", "dz"}) columns.push_back({name, units.length, false});
     for (const char *name : {"ax", "ay", "az"}) columns.push_back({name, "rad", false});
   } else {
-    add(columns, kTensor, kind == 1 ? units.stress() : "");
+    add(columns, kTensorNames, kind == 1 ? units.stress() : "");
   }
   return columns;
 }
 
-void add_vectors(std::vector<ExportTable> &tables, SBR body, const Units &units) {
+void add_vectors(std::vector<ExportTable> &tables, SBR body, const UnitLabels &units) {
   const char *const names[] = {"shapes", "stress", "strain"};
   for (int kind = 0; kind < 3; ++kind) {
     if (SBR_ModeExist(body, kind) == 0) continue;
@@ -164,7 +150,7 @@ void add_vectors(std::vector<ExportTable> &tables, SBR body, const Units &units)
 // ---- matrices
 // --------------------------------------------------------------------------------------------------------
 
-void add_matrices(std::vector<ExportTable> &tables, SBR body, const Units &units) {
+void add_matrices(std::vector<ExportTable> &tables, SBR body, const UnitLabels &units) {
   using Count = int (*)(SBR);
   using Sparse = int (*)(SBR, double *, int *, int *);
   const struct {
@@ -207,7 +193,7 @@ Values kept(double *given) {
 }
 
 // Invariants 1, 2 and 7.
-void add_rigid_invariants(std::vector<ExportTable> &tables, SBR body, const Units &units) {
+void add_rigid_invariants(std::vector<ExportTable> &tables, SBR body, const UnitLabels &units) {
   tables.push_back({"invariant_1", {{"mass", units.mass, false}}, 1, [body](const Row &row) {
                       const double mass = SBR_Invar1(body);
                       row(&mass);
@@ -266,7 +252,7 @@ void produce_ninth(SBR body, const Row &row) {
 }
 
 // Those that the record stores, or that its nodes give; a table of zeros would say what is not known.
-void add_invariants(std::vector<ExportTable> &tables, SBR body, const Units &units) {
+void add_invariants(std::vector<ExportTable> &tables, SBR body, const UnitLabels &units) {
   const bool nodes = SBR_Exists(body, 8) != 0;
   if (nodes || SBR_Exists(body, 18) != 0 || SBR_Exists(body, 5) != 0) add_rigid_invariants(tables, body, units);
   if (SBR_ModeCount(body) < 1) return;
@@ -295,7 +281,7 @@ void add_invariants(std::vector<ExportTable> &tables, SBR body, const Units &uni
 // ---- loads
 // -----------------------------------------------------------------------------------------------------------
 
-void add_loads(std::vector<ExportTable> &tables, SBR body, const Units &units) {
+void add_loads(std::vector<ExportTable> &tables, SBR body, const UnitLabels &units) {
   const int cases = SBR_GetModalLoadCaseCount(body);
   const std::string unit = units.force + " " + units.length;
   if (cases > 0)
@@ -337,7 +323,7 @@ void add_loads(std::vector<ExportTable> &tables, SBR body, const Units &units) {
 }  // namespace
 
 std::vector<ExportTable> tables_of(SBR body) {
-  const Units units(body);
+  const UnitLabels units(body);
   std::vector<ExportTable> tables = {nodes_table(body, units), faces_table(body), interface_table(body),
                                      modes_table(body, units)};
   add_vectors(tables, body, units);

@@ -6,6 +6,8 @@
 
 #include "blocknames.h"
 #include "commandline.h"
+#include "modefacts.h"
+#include "modeplot.h"
 #include "record/rows.h"
 #include "session.h"
 
@@ -208,38 +210,15 @@ int show_several(const std::vector<std::string> &files, bool json) {
 
 // ---- modes ---------------------------------------------------------------------------------------------------------
 
-struct Eigen {
-  double eigenvalue = 0.0;
-  double hz = 0.0;
-  double rad = 0.0;
-  double mass = 0.0;
-  double stiffness = 0.0;
-  bool known = false;
-};
-
-Eigen eigen_of(SBR body, int number_of_mode) {
-  Eigen eigen;
-  eigen.known = SBR_Eigenvalue(body, number_of_mode, &eigen.eigenvalue, &eigen.hz, &eigen.rad, &eigen.mass,
-                               &eigen.stiffness) != 0;
-  // The oldest layout gives the frequency of a negative eigenvalue as no number.
-  if (SBR_Version(body) == 10 && eigen.eigenvalue < 0.0 && std::isnan(eigen.hz)) {
-    eigen.rad = -std::sqrt(-eigen.eigenvalue * SBR_UCF(body));
-    eigen.hz = eigen.rad / 6.28318530718;
-  }
-  return eigen;
-}
-
 Json modes_of(SBR body) {
   Json modes = Json::array();
-  for (int i = 0; i < SBR_ModeCount(body); ++i) {
-    const int mode = SBR_ModeNumber(body, i);
-    const Eigen eigen = eigen_of(body, mode);
-    Json entry = {{"number", mode}};
-    if (eigen.known)
-      entry.update({{"eigenvalue", finite(eigen.eigenvalue)},
-                    {"hz", finite(eigen.hz)},
-                    {"generalized_mass", finite(eigen.mass)},
-                    {"generalized_stiffness", finite(eigen.stiffness)}});
+  for (const ModeFacts &facts : facts_of_modes(body)) {
+    Json entry = {{"number", facts.number}};
+    if (facts.known)
+      entry.update({{"eigenvalue", finite(facts.eigenvalue)},
+                    {"hz", finite(facts.hz)},
+                    {"generalized_mass", finite(facts.mass)},
+                    {"generalized_stiffness", finite(facts.stiffness)}});
     modes.push_back(entry);
   }
   return modes;
@@ -247,14 +226,12 @@ Json modes_of(SBR body) {
 
 void print_modes(SBR body) {
   Table table({"mode", "eigenvalue", "Hz", "gen. mass", "gen. stiffness"});
-  for (int i = 0; i < SBR_ModeCount(body); ++i) {
-    const int mode = SBR_ModeNumber(body, i);
-    const Eigen eigen = eigen_of(body, mode);
-    if (eigen.known)
-      table.add({std::to_string(mode), brief(eigen.eigenvalue, 8), brief(eigen.hz, 8), brief(eigen.mass, 8),
-                 brief(eigen.stiffness, 8)});
+  for (const ModeFacts &facts : facts_of_modes(body)) {
+    if (facts.known)
+      table.add({std::to_string(facts.number), brief(facts.eigenvalue, 8), brief(facts.hz, 8), brief(facts.mass, 8),
+                 brief(facts.stiffness, 8)});
     else
-      table.add({std::to_string(mode), "-", "-", "-", "-"});
+      table.add({std::to_string(facts.number), "-", "-", "-", "-"});
   }
   table.print();
 }
@@ -362,6 +339,7 @@ void add_information_commands(CLI::App &app, int &exit_code) {
     std::string file;
     std::vector<std::string> files;
     bool json = false;
+    bool plot = false;
     std::vector<int> ids;
     int mode = 0;
     std::string kind = "shape";
@@ -392,14 +370,19 @@ void add_information_commands(CLI::App &app, int &exit_code) {
     else
       print_description(all);
   });
-  command_with_file("modes", "List the modes: number, eigenvalue, Hz, generalized mass and stiffness")
-      ->callback([options] {
-        const Body body = open_record(options->file);
-        if (options->json)
-          std::cout << modes_of(body.get()).dump(2) << '\n';
-        else
-          print_modes(body.get());
-      });
+  CLI::App *modes =
+      command_with_file("modes", "List the modes: number, eigenvalue, Hz, generalized mass and stiffness");
+  modes->add_flag("--plot", options->plot, "Draw frequencies and modal statistics as bars");
+  modes->callback([options] {
+    if (options->plot && options->json) throw Failure(kUsage, "--plot is for people, --json for programs: give one");
+    const Body body = open_record(options->file);
+    if (options->plot)
+      plot_modes(body.get());
+    else if (options->json)
+      std::cout << modes_of(body.get()).dump(2) << '\n';
+    else
+      print_modes(body.get());
+  });
   CLI::App *nodes = command_with_file("nodes", "List the nodes: ID, coordinates, mass");
   as_list(nodes->add_option("--id", options->ids, "Only these nodes"))->type_name("ID,...");
   nodes->callback([options] {

@@ -188,6 +188,26 @@ class Matcher {
 
 }  // namespace
 
+MacTable mac_table(SBR a, SBR b) {
+  MacTable table;
+  if (SBR_ModeExist(a, 0) == 0 || SBR_ModeExist(b, 0) == 0) return table;
+  const auto nodes = common_nodes(a, b);
+  table.nodes = static_cast<int>(nodes.size());
+  const MatrixXd p = shapes_of(a, nodes, true);
+  const MatrixXd q = shapes_of(b, nodes, false);
+  const MatrixXd products = p.transpose() * q;
+  table.values.assign(static_cast<std::size_t>(p.cols()),
+                      std::vector<double>(static_cast<std::size_t>(q.cols()), std::nan("")));
+  for (Eigen::Index i = 0; i < p.cols(); ++i)
+    for (Eigen::Index k = 0; k < q.cols(); ++k) {
+      const double squares = p.col(i).squaredNorm() * q.col(k).squaredNorm();
+      if (squares > 0.0 && std::isfinite(squares))
+        table.values[static_cast<std::size_t>(i)][static_cast<std::size_t>(k)] =
+            products(i, k) * products(i, k) / squares;
+    }
+  return table;
+}
+
 ModeMatch match_by_place(SBR a, SBR b) {
   ModeMatch match;
   const int both = std::min(SBR_ModeCount(a), SBR_ModeCount(b));

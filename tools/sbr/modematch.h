@@ -30,6 +30,14 @@ struct ModeMatch {
   bool in_order = true;  // every mode is matched with itself, or mixed with its neighbours
 };
 
+// The criterion of each mode of A (a row) with each mode of B. No numbers for a mode without a shape, or with values
+// that are no numbers.
+struct MacTable {
+  std::vector<std::vector<double>> values;
+  int nodes = 0;  // common nodes that were looked at
+};
+MacTable mac_table(SBR a, SBR b);
+
 // By place, sign included.
 ModeMatch match_by_place(SBR a, SBR b);
 ModeMatch match_by_shape(SBR a, SBR b);

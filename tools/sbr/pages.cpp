@@ -25,8 +25,13 @@ const std::vector<Page> &pages() {
        "several records there is a table, and the exit code is that of the worst.",
        {{"sbr info body.sbr --json", "The same for programs."}, {"sbr info *.sbr", "A line for each record."}}},
       {"modes",
-       "Frequencies are signed: a negative eigenvalue, as rounding gives rigid-body modes, has a negative frequency.",
-       {{"sbr modes body.sbr", "The modes and their frequencies."}}},
+       "Frequencies are signed: a negative eigenvalue, as rounding gives rigid-body modes, has a negative frequency.\n"
+       "\n"
+       "--plot draws within the width of the terminal (or COLUMNS), with block characters where the locale says UTF-8 "
+       "and "
+       "the terminal is not a dumb one, else with number signs.",
+       {{"sbr modes body.sbr", "The modes and their frequencies."},
+        {"sbr modes body.sbr --plot", "As bars, with the largest displacement and stress of each mode."}}},
       {"mode",
        "Shapes have three translations and three rotations per node, stress and strain xx, yy, zz, xy, xz, yz.",
        {{"sbr mode body.sbr 7 --node 12", "Mode 7 at node 12."},
@@ -81,14 +86,36 @@ const std::vector<Page> &pages() {
         {"sbr diff a.sbr b.sbr --rtol 1e-3 --json", "With another tolerance, for programs."},
         {"sbr diff a.sbr b.sbr --exact", "Value by value, modes by their place."}}},
       {"export",
-       "Nodes, faces, interface nodes, modes, shapes, stress, strain, generalized matrices, inertia invariants and "
-       "loads "
-       "become a table each, with the unit of every column: nodes.csv, shapes.npz and the like. The columns of a table "
-       "are the same in all formats. Rows of shapes and stress go mode by mode, node by node.\n"
+       "Tables: nodes, faces, interface nodes, modes, shapes, stress, strain, generalized matrices, inertia invariants "
+       "and "
+       "loads become a table each, with the unit of every column: nodes.csv, shapes.npz and the like. The columns of a "
+       "table are the same in all formats. Rows of shapes and stress go mode by mode, node by node. In Python: "
+       "numpy.load(\"DIR/shapes.npz\")[\"shapes\"][\"dx\"], and [\"units\"] for the units of the columns.\n"
        "\n"
-       "In Python: numpy.load(\"DIR/shapes.npz\")[\"shapes\"][\"dx\"], and [\"units\"] for the units of the columns.",
+       "Pictures: all nodes and faces in the units of the record, which every file tells; nodes without a face are "
+       "points. "
+       "--vtu has each mode as fields (shape_7, rotation_7, stress_7, von_mises_7, strain_7), without a number where a "
+       "node "
+       "has no stress. --exodus has each mode as a step, with the number of the mode as its time. --glb scales to "
+       "meters, "
+       "turns z upwards, and moves each mode by a tenth of the extent; single precision. --stl has triangles and --obj "
+       "polygons, both of the body at rest. A node whose place is no number is refused.",
        {{"sbr export body.sbr --csv tables", "Comma-separated values; the units stand in the first line."},
-        {"sbr export body.sbr --npz arrays --json tables", "Two formats at once."}}},
+        {"sbr export body.sbr --npz arrays --json tables", "Two formats at once."},
+        {"sbr export body.sbr --vtu body.vtu --exodus body.exo", "For ParaView: fields to look at, steps to animate."},
+        {"sbr export body.sbr --glb body.glb", "For Blender, browsers and office programs."}}},
+      {"sheet",
+       "Header, units, mass properties, modes, frequencies, modal effective mass, auto-MAC, findings of 'sbr check', "
+       "pictures of the first elastic modes, and the live view of 'sbr view', in one file without any reference to "
+       "another. "
+       "With --compare: the differences of two records, their modes matched by shape, and the cross-MAC.\n"
+       "\n"
+       "A name that ends with .pdf gives a PDF, without the live view; it is made by Chromium, which the variable "
+       "CHROMIUM "
+       "names where it does not stand on the path.",
+       {{"sbr sheet body.sbr -o body.html", "A page to be filed."},
+        {"sbr sheet body.sbr -o body.pdf", "The same on paper."},
+        {"sbr sheet --compare old.sbr new.sbr -o change.html", "What has changed from one run to the next."}}},
       {"view",
        "Makes one HTML page that needs no other file and no network, and opens it in the browser: that which the "
        "environment variable BROWSER names, else the one of the desktop. The page shows the outer faces, moving in a "

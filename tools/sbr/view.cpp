@@ -10,11 +10,9 @@
 #include <fstream>
 #include <iostream>
 
-#include "massproperties.h"
-#include "modematch.h"
 #include "output.h"
 #include "page/page.h"
-#include "unitsystems.h"
+#include "viewrequest.h"
 
 extern char **environ;
 
@@ -28,43 +26,8 @@ struct ViewOptions {
   std::string second;
   std::string output;
   bool no_open = false;
-  int most_nodes = 100000;
+  int most_nodes = kUsualMostNodes;
 };
-
-std::optional<sbrview::MassProperties> mass_of(SBR body) {
-  if (!has_mass_data(body)) return std::nullopt;
-  const MassProperties from = mass_properties(body);
-  if (!from.inertia.allFinite() || !from.center.allFinite() || !std::isfinite(from.mass)) return std::nullopt;
-  const PrincipalAxes principal = principal_axes(from);
-  sbrview::MassProperties to;
-  to.mass = from.mass;
-  to.source = from.source;
-  for (std::size_t i = 0; i < 3; ++i) {
-    const auto row = static_cast<Eigen::Index>(i);
-    to.center[i] = from.center[row];
-    to.moments[i] = principal.moments[row];
-    for (std::size_t c = 0; c < 3; ++c) to.axes[i][c] = principal.axes(row, static_cast<Eigen::Index>(c));
-  }
-  return to;
-}
-
-std::vector<sbrview::MatchedModes> matched(SBR first, SBR second) {
-  std::vector<sbrview::MatchedModes> modes;
-  for (const MatchedMode &mode : match_by_shape(first, second).modes) modes.push_back({mode.b, mode.parts, mode.mac});
-  return modes;
-}
-
-sbrview::Request request_of(const std::vector<std::string> &files, const std::vector<Body> &bodies, int most_nodes) {
-  sbrview::Request request;
-  request.maker = std::string("sbr ") + SBR_PROGRAM_VERSION;
-  request.most_nodes = most_nodes;
-  for (std::size_t i = 0; i < bodies.size(); ++i)
-    request.bodies.push_back({bodies[i].get(), fs::path(files[i]).filename().string(), mass_of(bodies[i].get())});
-  if (bodies.size() == 2) request.match = matched(bodies[0].get(), bodies[1].get());
-  for (const auto &[name, system] : unit_systems())
-    request.units.push_back({name, {system.mass, system.length, system.time, system.force}});
-  return request;
-}
 
 // BODY.html in the present directory. A file of that name that is no page of ours was not meant.
 fs::path default_output(const std::vector<std::string> &files) {
@@ -138,11 +101,12 @@ void view(const ViewOptions &options) {
   const int errors_before = reported_errors();
   OutputFile page(target);
   std::size_t bytes = 0;
-  const auto outcome = sbrview::write_page(request_of(files, bodies, options.most_nodes), [&](std::string_view piece) {
-    bytes += piece.size();
-    if (std::fwrite(piece.data(), 1, piece.size(), page.stream()) != piece.size())
-      throw Failure(kFailed, target.string() + ": cannot be written: " + std::strerror(errno));
-  });
+  const auto outcome =
+      sbrview::write_page(view_request(files, bodies, options.most_nodes), [&](std::string_view piece) {
+        bytes += piece.size();
+        if (std::fwrite(piece.data(), 1, piece.size(), page.stream()) != piece.size())
+          throw Failure(kFailed, target.string() + ": cannot be written: " + std::strerror(errno));
+      });
   if (reported_errors() != errors_before)
     throw Failure(kUnreadable,
                   "what the library reported above would make the page wrong: none was made; 'sbr check' "

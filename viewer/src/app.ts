@@ -532,7 +532,8 @@ export class App {
       units: state.units || undefined, theme: state.theme === 'auto' ? undefined : state.theme, show: shown,
       node: state.picked?.view === 0 ? this.bodies[0].ids[state.picked.node] : undefined, camera: this.stage.place,
     });
-    if (`#${text}` !== location.hash) history.replaceState(null, '', `#${text}`);
+    // Inside of a sheet the page has no address of its own.
+    if (location.protocol !== 'about:' && `#${text}` !== location.hash) history.replaceState(null, '', `#${text}`);
   }
 
   private takeFragment(text: string, first: boolean) {

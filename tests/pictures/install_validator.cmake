@@ -1,0 +1,15 @@
+# Installs the packages of package-lock.json below TO, unless they are there.
+if(NOT NPM)
+  message(FATAL_ERROR "npm is not there: scripts/install-packages.sh installs it.")
+endif()
+file(SHA256 ${FROM}/package-lock.json wanted)
+set(stamp ${TO}/installed)
+if(EXISTS ${stamp})
+  file(READ ${stamp} there)
+endif()
+if(NOT "${there}" STREQUAL "${wanted}")
+  file(COPY ${FROM}/package.json ${FROM}/package-lock.json DESTINATION ${TO})
+  execute_process(COMMAND ${NPM} ci --ignore-scripts --prefer-offline --no-audit --no-fund --loglevel=error
+    WORKING_DIRECTORY ${TO} COMMAND_ERROR_IS_FATAL ANY)
+  file(WRITE ${stamp} "${wanted}")
+endif()
