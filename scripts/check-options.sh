@@ -49,6 +49,8 @@ for tests in OFF ON; do
           -DSBRKIT_BUILD_BENCHMARKS=$benchmarks -DSBRKIT_BUILD_FUZZERS=$fuzzers
       done
     done
+    configures "the Python package ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_BUILD_PYTHON=ON \
+      -DPython_EXECUTABLE=/usr/bin/python3
     configures "without SQLite ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DCMAKE_DISABLE_FIND_PACKAGE_SQLite3=ON
     configures "with the viewer ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_BUILD_VIEWER=ON
     configures "sanitized ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_SANITIZE=ON
