@@ -13,6 +13,7 @@ step "Packages"
 scripts/install-packages.sh
 step "Build (release)"
 cmake --preset release -DSBRKIT_WARNINGS_AS_ERRORS=$warnings -DSBRKIT_BUILD_VIEWER=ON \
+  -DSBRKIT_BUILD_PYTHON=ON -DPython_EXECUTABLE=/usr/bin/python3 \
   -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
 cmake --build --preset release
 step "All tests"

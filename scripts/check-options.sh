@@ -49,6 +49,8 @@ for tests in OFF ON; do
           -DSBRKIT_BUILD_BENCHMARKS=$benchmarks -DSBRKIT_BUILD_FUZZERS=$fuzzers
       done
     done
+    configures "the Python package ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_BUILD_PYTHON=ON \
+      -DPython_EXECUTABLE=/usr/bin/python3
     configures "without SQLite ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DCMAKE_DISABLE_FIND_PACKAGE_SQLite3=ON
     configures "without Exodus ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_EXODUS=OFF
     configures "without glTF ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_GLTF=OFF

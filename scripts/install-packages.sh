@@ -14,6 +14,11 @@ packages=(
   libsqlite3-dev                                      # the open store
   libgtest-dev libgmock-dev liblapacke-dev libopenblas-dev libnanoflann-dev  # tests and benchmarks
   libbenchmark-dev man-db python3 python3-numpy
+  pybind11-dev python3-dev python3-pip python3-venv   # the Python package
+  python3-scipy python3-pandas python3-matplotlib python3-meshio  # what it works with
+  python3-pytest python3-hypothesis mypy              # its tests
+  python3-distributed python3-joblib                  # studies on several processes
+  python3-nbclient python3-nbformat python3-ipykernel  # its notebooks
   doxygen                                             # the reference of the public headers
   nodejs                                              # the page of sbr view, the validator of glTF files
   chromium fonts-inter                                # its tests and pictures
