@@ -153,7 +153,7 @@ def test_several_bodies_in_several_threads(samples):
 
 def test_long_calls_let_other_threads_work():
     rng = np.random.default_rng(1)
-    _, body = random_body(nodes=300, modes=120)
+    _, body = random_body(nodes=3000, modes=200)
     ticks = []
     stop = threading.Event()
 

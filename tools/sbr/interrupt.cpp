@@ -75,6 +75,24 @@ void on_signal(int signal) {
   raise(signal);  // which has its default effect again, when the handler returns
 }
 
+// ---- before the libraries ------------------------------------------------------------------------------------------
+
+// A signal set as the system takes it.
+std::uint64_t signals_at_start = 0;
+
+constexpr std::uint64_t set_of_signals() {
+  std::uint64_t set = 0;
+  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) set |= std::uint64_t{1} << (signal - 1);
+  return set;
+}
+
+// Runs before the first constructor of a library, so that it makes system calls only and is not instrumented.
+__attribute__((no_sanitize("address", "undefined"))) void block_signals() {
+  const std::uint64_t set = set_of_signals();
+  syscall(SYS_rt_sigprocmask, SIG_BLOCK, &set, &signals_at_start, sizeof set);
+}
+__attribute__((section(".preinit_array"), used)) void (*const before_libraries)() = block_signals;
+
 // ---- outside -------------------------------------------------------------------------------------------------------
 
 // A signal that the caller of the program has switched off stays so.
@@ -104,6 +122,8 @@ void free_slot(int slot) {
 }
 
 }  // namespace
+
+void take_signals() { syscall(SYS_rt_sigprocmask, SIG_SETMASK, &signals_at_start, nullptr, sizeof signals_at_start); }
 
 RemovedOnInterrupt::RemovedOnInterrupt(const std::string &path)
     : path_(std::filesystem::absolute(path)), slot_(take_slot(path_.c_str(), false)) {}

@@ -7,6 +7,11 @@
 
 namespace sbrtool {
 
+// Takes the signals that have waited since before the libraries of the program were started. Some start threads of
+// their own, which keep the signals blocked: so a signal always comes to a thread of the program's own, and waits where
+// that one has it wait. To be called first in main.
+void take_signals();
+
 // A file that goes when a signal ends the program, as long as this lives.
 class RemovedOnInterrupt {
  public:

@@ -5,6 +5,7 @@
 
 #include "commandline.h"
 #include "commandtext.h"
+#include "interrupt.h"
 #include "output.h"
 #include "session.h"
 
@@ -94,6 +95,7 @@ int run(CLI::App &app, int argc, char **argv, int &exit_code) {
 }  // namespace
 
 int main(int argc, char **argv) {
+  sbrtool::take_signals();
   CLI::App app{"Look into Shape Body Records (.sbr), check, change and write them", "sbr"};
   app.formatter(std::make_shared<sbrtool::HelpFormatter>());
   app.set_help_flag("-h,--help", "Show this help");
