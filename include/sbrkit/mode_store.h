@@ -12,10 +12,11 @@
  *  kind, already in the body's units. A body holds at most 200 MiB so, or the MiB that `SBR_MAX_MODE_MEMORY` names. The
  *  cache does not evict: it takes parts until it is full, and then no more until it is cleaned.
  *
- *  Mode data that is rewritten (by rotation, orthonormalization, permutation, discarding) voids what the cache holds of
- *  that kind, and so does a change of units. Arrays that a host may have a pointer to, from SBR_ModeByRef() or
- *  SBR_ModeFromMemoryByRef(), are put aside then, not freed: they stay readable until SBR_CleanModesInMemory(), though
- *  they show the old values. */
+ *  A pointer into the cache, from SBR_ModeByRef() or SBR_ModeFromMemoryByRef(), lives until the cache is cleaned. It is
+ *  cleaned by SBR_CleanModesInMemory(); when it is switched off; by a change of units; by the end of the body; and, where
+ *  it is switched on, by whatever rewrites modes (rotation, mirroring, orthonormalization, permutation, discarding of
+ *  nodes, SBR_TransformModes(), a write that does one of these). Storing a part anew cleans nothing: the array before is
+ *  put aside and stays readable. Where the cache is switched off, rewriting puts aside too what was stored by hand. */
 #ifndef SBRKIT_SBRKIT_MODE_STORE_H
 #define SBRKIT_SBRKIT_MODE_STORE_H
 
