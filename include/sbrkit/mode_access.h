@@ -56,9 +56,9 @@ SBR_API int SBR_ModeByNode(SBR body, int number, int kind, int id, double *out3,
  *  and not to be written to. Null body: silent.
  *
  *  A part that the cache has is given as it lies there, and stays valid until the cache is cleaned, also when the part
- *  is superseded in between; the head of mode_store.h tells what cleans it, among that rewriting of modes and a change of
- *  units. A part that had to be read lies in a buffer of the body that the next such call, of any kind, overwrites; a
- *  copy is offered to the cache when that is on, so that asking once more gives the lasting pointer.
+ *  is superseded in between; the head of mode_store.h tells what cleans it, among that a change of units and rewriting
+ *  of modes. A part that had to be read lies in a buffer of the body that the next such call, of any kind, overwrites;
+ *  a copy is offered to the cache when that is on, so that asking once more gives the lasting pointer.
  *  @param body    the body
  *  @param number  the mode number; 0 with kind 1 or 2 is the pre-vector, always in the buffer
  *  @param kind    0 to 2
@@ -100,8 +100,8 @@ SBR_API int SBR_ModeFromMemory(SBR body, int number, int kind, double *out, int 
 SBR_API int SBR_ModeFromMemoryByNode(SBR body, int number, int kind, int id, double *out3, int part);
 
 /** Gives a pointer to a part in the cache, whether that is on or off. The array is the library's and stays valid until
- *  the cache is cleaned, also when the part is superseded in between; the head of mode_store.h tells what cleans it. Null
- *  body: silent.
+ *  the cache is cleaned, also when the part is superseded in between; the head of mode_store.h tells what cleans it.
+ *  Null body: silent.
  *  @param body    the body
  *  @param number  the mode number
  *  @param kind    0 to 2

@@ -13,10 +13,10 @@
  *  cache does not evict: it takes parts until it is full, and then no more until it is cleaned.
  *
  *  A pointer into the cache, from SBR_ModeByRef() or SBR_ModeFromMemoryByRef(), lives until the cache is cleaned. It is
- *  cleaned by SBR_CleanModesInMemory(); when it is switched off; by a change of units; by the end of the body; and, where
- *  it is switched on, by whatever rewrites modes (rotation, mirroring, orthonormalization, permutation, discarding of
- *  nodes, SBR_TransformModes(), a write that does one of these). Storing a part anew cleans nothing: the array before is
- *  put aside and stays readable. Where the cache is switched off, rewriting puts aside too what was stored by hand. */
+ *  cleaned by SBR_CleanModesInMemory(); when it is switched off; by a change of units; by the end of the body; and,
+ *  where it is switched on, by every write and by whatever rewrites modes (rotation, mirroring, orthonormalization,
+ *  permutation, discarding of nodes, SBR_TransformModes()). Storing a part anew cleans nothing: the array before is put
+ *  aside and stays readable. Where the cache is switched off, rewriting puts aside too what was stored by hand. */
 #ifndef SBRKIT_SBRKIT_MODE_STORE_H
 #define SBRKIT_SBRKIT_MODE_STORE_H
 
