@@ -1,7 +1,10 @@
 // Decks: every element type with a body of known volume, odd formatting, and what is wrong with a deck.
+#include <gmock/gmock.h>
+
 #include <cmath>
 
 #include "calculix/deck.h"
+#include "calculix/steps.h"
 #include "common/model.h"
 #include "support/files.h"
 #include "support/messages.h"
@@ -236,6 +239,24 @@ TEST_F(DeckTest, PartsHaveMaterialsOfTheirOwn) {
   EXPECT_NEAR(body.exact.mass, 4.0, 1e-13);
   EXPECT_NEAR(body.exact.centre()[0], (0.5 + 3.0 * 1.5) / 4.0, 1e-13);
   EXPECT_EQ(body.pieces, 1);
+}
+
+TEST_F(DeckTest, LoadsThatAreNotForcesAreRefusedWithTheirLine) {
+  const std::string tet =
+      kSteel + "*NODE\n1,0,0,0\n2,1,0,0\n3,0,1,0\n4,0,0,1\n*ELEMENT, TYPE=C3D4, ELSET=E\n1,1,2,3,4\n" + kSolid;
+  for (const char *card : {"*TEMPERATURE", "*DFLUX", "*CFLUX", "*FILM", "*RADIATE", "*CONTACT PAIR", "*DSLOAD"}) {
+    const Model body = model(tet + "*STEP\n*STATIC\n" + card + "\nE, 1, 1.0\n*END STEP\n");
+    const auto steps = sbrtranslate::read_steps(body.mesh);
+    ASSERT_EQ(steps.size(), 1U) << card;
+    ASSERT_NE(steps[0].other_load, nullptr) << card;
+    EXPECT_THROW((void)sbrtranslate::nodal_forces(body, steps[0]), InputError) << card;
+    try {
+      (void)sbrtranslate::nodal_forces(body, steps[0]);
+    } catch (const InputError &error) {
+      EXPECT_THAT(error.what(), testing::HasSubstr("job.inp:14: ")) << card;
+      EXPECT_THAT(error.what(), testing::HasSubstr("is not turned into forces")) << card;
+    }
+  }
 }
 
 TEST_F(DeckTest, NodesWithoutElementsAreLeftOutAndLoosePiecesCounted) {

@@ -15,9 +15,9 @@ namespace {
 bool kept_whole(const Card &card) {
   if (card.keyword == "*ELEMENT") return line_type(squeeze(card.value("TYPE"))).has_value();
   static const std::set<std::string> kKept = {
-      "*RIGIDBODY", "*COUPLING", "*KINEMATIC",   "*DISTRIBUTING", "*SURFACE",     "*STEP",        "*STATIC",
-      "*FREQUENCY", "*BOUNDARY", "*CLOAD",       "*DLOAD",        "*TEMPERATURE", "*DFLUX",       "*CFLUX",
-      "*FILM",      "*RADIATE",  "*CONTACTPAIR", "*MASS",         "*BEAMSECTION", "*SOLIDSECTION"};
+      "*RIGIDBODY", "*COUPLING", "*KINEMATIC", "*DISTRIBUTING", "*SURFACE",     "*STEP",        "*STATIC",
+      "*FREQUENCY", "*BOUNDARY", "*CLOAD",     "*DLOAD",        "*TEMPERATURE", "*DFLUX",       "*CFLUX",
+      "*DSLOAD",    "*FILM",     "*RADIATE",   "*CONTACTPAIR",  "*MASS",        "*BEAMSECTION", "*SOLIDSECTION"};
   return kKept.count(card.keyword) != 0;
 }
 

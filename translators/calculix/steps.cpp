@@ -9,7 +9,8 @@ namespace sbrtranslate {
 namespace {
 
 // Cards of a step that load the body in ways that are not turned into forces.
-const std::set<std::string> kOtherLoads = {"*TEMPERATURE", "*DFLUX", "*CFLUX", "*FILM", "*RADIATE", "*CONTACTPAIR"};
+const std::set<std::string> kOtherLoads = {"*TEMPERATURE", "*DFLUX",       "*CFLUX", "*FILM",
+                                           "*RADIATE",     "*CONTACTPAIR", "*DSLOAD"};
 
 // Loads go on from step to step; OP=NEW takes those of its kind away that came before the step.
 void take_load(std::vector<DeckStep> &steps, const DeckCard &card) {
