@@ -9,6 +9,7 @@
 
 #include "page/encode.h"
 #include "page/fields.h"
+#include "page/markup.h"
 #include "page/page.h"
 #include "support/meshes.h"
 #include "support/messages.h"

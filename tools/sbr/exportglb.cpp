@@ -1,7 +1,7 @@
 // A glTF 2.0 binary for Blender, browsers and office programs: the surface as triangles, a morph target and an
 // animation for each mode.
 //
-// The format is that of the Khronos Group (glTF 2.0 Specification, 2021): single precision, meters, y upwards.
+// glTF 2.0 (Khronos Group, 2021) has single precision, meters, and y upwards.
 // Accessors hold the numbers of the record; a node above the mesh scales them to meters and turns z upwards, as
 // importers turn it back.
 #include "export.h"

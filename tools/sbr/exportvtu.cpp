@@ -13,11 +13,14 @@
 
 #include "export.h"
 #include "exportbody.h"
-#include "markup.h"
 #include "modefacts.h"
+#include "page/markup.h"
 
 namespace sbrtool {
 namespace {
+
+using sbrview::base64;
+using sbrview::escaped;
 
 // ---- bytes as text -------------------------------------------------------------------------------------------------
 

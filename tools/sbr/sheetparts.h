@@ -6,11 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "markup.h"
 #include "modefacts.h"
 #include "modematch.h"
+#include "page/markup.h"
 
 namespace sbrtool {
+
+using sbrview::base64;
+using sbrview::escaped;
 
 // A table; headings and cells are HTML already. Columns whose heading begins with '<' are texts, the others numbers.
 std::string html_table(const std::vector<std::string> &headings, const std::vector<std::vector<std::string>> &rows);

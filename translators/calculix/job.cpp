@@ -62,11 +62,6 @@ void compare_eigenvalues(const std::vector<EigenRow> &rows, const std::string &d
                                                         " Hz in " + dat + ": results of different runs");
 }
 
-double von_mises(const double *s) {
-  return std::sqrt(s[0] * s[0] + s[1] * s[1] + s[2] * s[2] - s[0] * s[1] - s[1] * s[2] - s[0] * s[2] +
-                   3.0 * (s[3] * s[3] + s[4] * s[4] + s[5] * s[5]));
-}
-
 // What a node's inertia adds to a generalized mass: theta^t J theta.
 double turning_mass(const std::array<double, 6> &j, const double *t) {
   return j[0] * t[0] * t[0] + j[1] * t[1] * t[1] + j[2] * t[2] * t[2] +
@@ -97,15 +92,9 @@ class BodyFeeder : public ResultReceiver {
     ModeReport &mode = report_.modes[static_cast<std::size_t>(set.mode) - 1];
     const auto &nodes = report_.model.nodes;
     const int kind = static_cast<int>(set.kind);
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-      if (!wants_node(set.kind, i)) continue;
-      require(SBR_SetModeVec(body_, set.mode, nodes[i].id, kind, &values[6 * i]), "values of a mode");
-      if (set.kind != ResultKind::stress) continue;
-      if (const double stress = von_mises(&values[6 * i]); stress > mode.largest_stress) {
-        mode.largest_stress = stress;
-        mode.stress_node = nodes[i].id;
-      }
-    }
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+      if (wants_node(set.kind, i))
+        require(SBR_SetModeVec(body_, set.mode, nodes[i].id, kind, &values[6 * i]), "values of a mode");
     if (set.kind != ResultKind::displacement) return;
     loads_.feed_mode(body_, set.mode, values);
     fit_.judge([&](std::size_t i) { return Vec3{values[6 * i], values[6 * i + 1], values[6 * i + 2]}; }, mode);

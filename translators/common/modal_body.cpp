@@ -13,11 +13,6 @@
 namespace sbrtranslate {
 namespace {
 
-double von_mises(const double *s) {
-  return std::sqrt(s[0] * s[0] + s[1] * s[1] + s[2] * s[2] - s[0] * s[1] - s[1] * s[2] - s[0] * s[2] +
-                   3.0 * (s[3] * s[3] + s[4] * s[4] + s[5] * s[5]));
-}
-
 void feed_shape(SBR body, const ModalSource &source, std::size_t mode, const RigidFit &fit, ImportReport &report,
                 std::vector<double> &six) {
   source.shape(mode, six);
@@ -28,19 +23,13 @@ void feed_shape(SBR body, const ModalSource &source, std::size_t mode, const Rig
   fit.judge([&](std::size_t i) { return Vec3{six[6 * i], six[6 * i + 1], six[6 * i + 2]}; }, told);
 }
 
-void feed_stress(SBR body, const ModalSource &source, std::size_t mode, Where where, ImportReport &report,
+void feed_stress(SBR body, const ModalSource &source, std::size_t mode, Where where, const ImportReport &report,
                  std::vector<double> &six) {
   source.stress(mode, six);
   const auto &nodes = report.model.nodes;
-  ModeReport &told = report.modes[mode];
-  for (std::size_t i = 0; i < nodes.size(); ++i) {
-    if (where != Where::all && !nodes[i].surface) continue;
-    require(SBR_SetModeVec(body, told.number, nodes[i].id, 1, &six[6 * i]), "stress of a mode");
-    if (const double size = von_mises(&six[6 * i]); size > told.largest_stress) {
-      told.largest_stress = size;
-      told.stress_node = nodes[i].id;
-    }
-  }
+  for (std::size_t i = 0; i < nodes.size(); ++i)
+    if (where == Where::all || nodes[i].surface)
+      require(SBR_SetModeVec(body, report.modes[mode].number, nodes[i].id, 1, &six[6 * i]), "stress of a mode");
 }
 
 // The generalized masses: told by the source, or by the rule once the nodal masses have given theirs.

@@ -23,8 +23,6 @@ struct ModeReport {
   double elastic_share = 0.0;  // of that mass, what no rigid motion explains
   double largest_displacement = 0.0;
   int displacement_node = 0;
-  double largest_stress = 0.0;  // von Mises
-  int stress_node = 0;
   bool rigid = false;  // the shape is a rigid motion
   Vec3 velocity{};     // the rigid motion that is nearest to it: of the center of mass
   Vec3 rotation{};

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "markup.h"
+
 namespace sbrview {
 namespace {
 
@@ -15,23 +17,6 @@ Bytes split(const std::vector<Word> &words) {
     for (std::size_t i = 0; i < words.size(); ++i)
       bytes[plane * words.size() + i] = static_cast<std::uint8_t>(words[i] >> (8 * plane));
   return bytes;
-}
-
-std::string base64(const Bytes &bytes) {
-  static constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  text.reserve((bytes.size() + 2) / 3 * 4);
-  for (std::size_t i = 0; i < bytes.size(); i += 3) {
-    const std::size_t left = bytes.size() - i;
-    const std::uint32_t group = static_cast<std::uint32_t>(bytes[i]) << 16U |
-                                (left > 1 ? static_cast<std::uint32_t>(bytes[i + 1]) << 8U : 0U) |
-                                (left > 2 ? static_cast<std::uint32_t>(bytes[i + 2]) : 0U);
-    text += kDigits[group >> 18U];
-    text += kDigits[group >> 12U & 63U];
-    text += left > 1 ? kDigits[group >> 6U & 63U] : '=';
-    text += left > 2 ? kDigits[group & 63U] : '=';
-  }
-  return text;
 }
 
 // The length of the UTF-8 sequence that begins at a place; 0 when none does.
@@ -92,7 +77,7 @@ std::string packed(const Bytes &bytes) {
   if (compress2(deflated.data(), &length, bytes.data(), static_cast<uLong>(bytes.size()), 6) != Z_OK)
     throw std::runtime_error("the data of the page cannot be compressed");
   deflated.resize(length);
-  return base64(deflated);
+  return base64(deflated.data(), deflated.size());
 }
 
 std::string readable(const std::string &text) {
@@ -110,32 +95,6 @@ std::string readable(const std::string &text) {
     } else {
       result.append(text, at, length);
       at += length;
-    }
-  }
-  return result;
-}
-
-std::string escaped(const std::string &text) {
-  std::string result;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      case '\'':
-        result += "&#39;";
-        break;
-      default:
-        result += c;
     }
   }
   return result;

@@ -29,8 +29,6 @@ std::string packed(const Bytes &bytes);
 
 // A text of a record or a file name as UTF-8: what is no UTF-8 is taken for Latin-1, control characters become blanks.
 std::string readable(const std::string &text);
-// A text as the content of an HTML element.
-std::string escaped(const std::string &text);
 
 }  // namespace sbrview
 

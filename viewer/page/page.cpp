@@ -5,6 +5,7 @@
 
 #include "body.h"
 #include "encode.h"
+#include "markup.h"
 #include "shell.h"
 
 namespace sbrview {

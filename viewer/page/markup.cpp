@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace sbrtool {
+namespace sbrview {
 
 std::string escaped(const std::string &text) {
   std::string result;
@@ -36,11 +36,16 @@ std::string base64(const void *bytes, std::size_t count) {
   std::string text;
   text.reserve((count + 2) / 3 * 4);
   for (std::size_t i = 0; i < count; i += 3) {
-    std::uint32_t three = 0;
-    for (std::size_t k = 0; k < 3; ++k) three = three << 8U | (i + k < count ? from[i + k] : 0U);
-    for (std::size_t k = 0; k < 4; ++k) text += i + k > count ? '=' : kDigits[three >> (18 - 6 * k) & 63U];
+    const std::size_t left = count - i;
+    const std::uint32_t group = static_cast<std::uint32_t>(from[i]) << 16U |
+                                (left > 1 ? static_cast<std::uint32_t>(from[i + 1]) << 8U : 0U) |
+                                (left > 2 ? static_cast<std::uint32_t>(from[i + 2]) : 0U);
+    text += kDigits[group >> 18U];
+    text += kDigits[group >> 12U & 63U];
+    text += left > 1 ? kDigits[group >> 6U & 63U] : '=';
+    text += left > 2 ? kDigits[group & 63U] : '=';
   }
   return text;
 }
 
-}  // namespace sbrtool
+}  // namespace sbrview

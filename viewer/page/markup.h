@@ -1,17 +1,17 @@
 // Texts and bytes inside of markup.
-#ifndef SBRKIT_TOOLS_SBR_MARKUP_H
-#define SBRKIT_TOOLS_SBR_MARKUP_H
+#ifndef SBRKIT_VIEWER_PAGE_MARKUP_H
+#define SBRKIT_VIEWER_PAGE_MARKUP_H
 
 #include <cstddef>
 #include <string>
 
-namespace sbrtool {
+namespace sbrview {
 
 // A text as HTML or XML: its own characters, also inside of attributes.
 std::string escaped(const std::string &text);
 // Bytes in base64 (RFC 4648), filled up.
 std::string base64(const void *bytes, std::size_t count);
 
-}  // namespace sbrtool
+}  // namespace sbrview
 
 #endif
