@@ -1,7 +1,4 @@
 // More nodes than were announced: records are laid out anew, and nothing is lost.
-#include <sys/resource.h>
-
-#include <csignal>
 #include <filesystem>
 #include <random>
 
@@ -13,27 +10,6 @@ namespace sbrtest {
 namespace {
 
 using Values = std::vector<double>;
-
-// Writes beyond a size of file fail for as long as this lives.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &before_);
-    rlimit limit = before_;
-    limit.rlim_cur = bytes;
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, handler_);
-  }
-  FileSizeLimit(const FileSizeLimit &) = delete;
-  FileSizeLimit &operator=(const FileSizeLimit &) = delete;
-
- private:
-  rlimit before_{};
-  void (*handler_)(int);
-};
 
 double value(int mode, int id, int kind, int c) { return 1000.0 * mode + id + 0.125 * kind + 0.001 * c; }
 
@@ -54,12 +30,6 @@ class ModeGrowthTest : public LibraryTest {
       for (int c = 0; c < 6; ++c) values.push_back(value(mode, SBR_ModeNodeID(body, kind, p), kind, c));
     return values;
   }
-  [[nodiscard]] int files() const {
-    int count = 0;
-    for (const auto &entry : std::filesystem::directory_iterator(scratch.path()))
-      count += entry.is_regular_file() ? 1 : 0;
-    return count;
-  }
   ScratchDirectory scratch;
   ScopedEnvironment tmp{"TMP", scratch.path().string()};
 };
@@ -76,9 +46,9 @@ TEST_F(ModeGrowthTest, NodesBeyondThoseAnnouncedAreEnteredInAnyOrder) {
     for (int kind = 0; kind < 3; ++kind)
       for (int mode = 1; mode <= 5; ++mode) EXPECT_EQ(stored(body, mode, kind), expected(body, mode, kind));
     EXPECT_TRUE(log.take_complaints().empty());
-    EXPECT_EQ(files(), 3) << "the outgrown files are gone";
+    EXPECT_EQ(scratch.count_files(), 3) << "the outgrown files are gone";
     SBR_DeReference(body);
-    EXPECT_EQ(files(), 0);
+    EXPECT_EQ(scratch.count_files(), 0);
   }
 }
 
@@ -174,7 +144,7 @@ TEST_F(ModeGrowthTest, AFullDiskIsReportedAndLeavesTheStore) {
           << message.text;
       EXPECT_NE(message.text.find(variables[kind]), std::string::npos);
     }
-    EXPECT_EQ(files(), 1);
+    EXPECT_EQ(scratch.count_files(), 1);
     EXPECT_EQ(SBR_ModeNodeCount(body, kind), kind == 0 ? 5 : listed) << "the node is not in the list";
     for (int mode = 1; mode <= 10; ++mode) {
       Values whole = expected(body, mode, kind);
@@ -200,7 +170,7 @@ TEST_F(ModeGrowthTest, AReservationThatFailedIsRepairedByTheNextCall) {
     EXPECT_EQ(enter(body, 1, 2, 0), 1);
     EXPECT_TRUE(log.take_complaints().empty());
     for (const int mode : {1, 2}) EXPECT_EQ(stored(body, mode, 0), expected(body, mode, 0));
-    EXPECT_EQ(files(), 1);
+    EXPECT_EQ(scratch.count_files(), 1);
     SBR_DeReference(body);
   }
 }

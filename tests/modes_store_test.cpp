@@ -18,12 +18,6 @@ class ModeStoreTest : public LibraryTest {
     const double six[6] = {1, 2, 3, 4, 5, 6};
     return SBR_SetModeVec(body, 1, 10, kind, six) == 1;
   }
-  [[nodiscard]] int files() const {
-    int count = 0;
-    for (const auto &entry : std::filesystem::directory_iterator(scratch.path()))
-      count += entry.is_regular_file() ? 1 : 0;
-    return count;
-  }
   ScratchDirectory scratch;
   ScopedEnvironment tmp{"TMP", scratch.path().string()};
   ScopedEnvironment shape{"KTX_TMP_MOD", std::nullopt};
@@ -44,13 +38,13 @@ TEST_F(ModeStoreTest, TheFirstEntryReservesAllRecordsInAPrivateFile) {
   EXPECT_EQ(state::mode_offsets(body, sbr::Kind::shape)[3], 3 * 100 * 6 * 8);
   EXPECT_EQ(log.take(), std::vector<Message>{info("Temp modeshape file: " + path)});
   SBR_DeReference(body);
-  EXPECT_EQ(files(), 0);
+  EXPECT_EQ(scratch.count_files(), 0);
 }
 
 TEST_F(ModeStoreTest, EachKindHasItsOwnFileAndInformation) {
   SBR body = SBR_Create(10, 2);
   for (int kind = 0; kind < 3; ++kind) ASSERT_TRUE(enter(body, kind));
-  EXPECT_EQ(files(), 3);
+  EXPECT_EQ(scratch.count_files(), 3);
   const auto path = [&](int kind) { return state::mode_file(body, kind); };
   EXPECT_EQ(log.take(),
             (std::vector<Message>{info("Temp modeshape file: " + path(0)), info("Temp modal stress file: " + path(1)),

@@ -1,9 +1,6 @@
 // SBR_TransformModes: both kinds of matrices, progress, files that come and go, and failures half-way.
-#include <sys/resource.h>
-
 #include <algorithm>
 #include <cmath>
-#include <csignal>
 #include <filesystem>
 #include <limits>
 #include <random>
@@ -35,36 +32,11 @@ using Values = std::vector<double>;
 
 const double kNan = std::nan("");
 
-// A limit on the size of files of this process, for as long as it lives; writes beyond it fail.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &before_);
-    rlimit limit = before_;
-    limit.rlim_cur = bytes;
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, handler_);
-  }
-  FileSizeLimit(const FileSizeLimit &) = delete;
-  FileSizeLimit &operator=(const FileSizeLimit &) = delete;
-
- private:
-  rlimit before_{};
-  void (*handler_)(int);
-};
-
 class TransformModesTest : public LibraryTest {
  protected:
   ScratchDirectory scratch;
   ScopedEnvironment directory{"TMP", scratch.path().string()};
 
-  [[nodiscard]] std::size_t temporary_files() const {
-    return static_cast<std::size_t>(
-        std::distance(std::filesystem::directory_iterator(scratch.path()), std::filesystem::directory_iterator{}));
-  }
   // Whether the cache keeps modes.
   static int keeps(SBR body) {
     int flag = -1;
@@ -115,7 +87,7 @@ TEST_F(TransformModesTest, ANullMatrixIsDoneAtOnce) {
   log.clear();
   EXPECT_EQ(SBR_TransformModes(body, 0, 1, nullptr), 1);
   EXPECT_TRUE(log.take().empty());
-  EXPECT_EQ(temporary_files(), 1u);
+  EXPECT_EQ(scratch.count_files(), 1);
 }
 
 TEST_F(TransformModesTest, NullBodiesAndUnknownKindsFail) {
@@ -226,11 +198,11 @@ TEST_F(TransformModesTest, TheNewFileTakesThePlaceOfTheOld) {
   EXPECT_FALSE(std::filesystem::exists(old_path));
   EXPECT_EQ(std::filesystem::path(path).filename().string().substr(0, 4), "sbr_");
   EXPECT_EQ(std::filesystem::file_size(path), 2u * 12u * 8u);
-  EXPECT_EQ(temporary_files(), 1u);
+  EXPECT_EQ(scratch.count_files(), 1);
   EXPECT_EQ(state::mode_channel(body, sbr::Kind::shape).is_temporary(), true);
   EXPECT_EQ(state::mode_channel(body, sbr::Kind::shape).xdr_encoded, false);
   SBR_DeReference(body);
-  EXPECT_EQ(temporary_files(), 0u);
+  EXPECT_EQ(scratch.count_files(), 0);
 }
 
 TEST_F(TransformModesTest, SinglePrecisionStaysSingle) {
@@ -360,7 +332,7 @@ TEST_F(TransformModesTest, AFullDiskKeepsTheOldFileAndRemovesTheNew) {
                     ".  Specify different temporary\nfile directory by setting the TMP environment variable"));
     EXPECT_FALSE(std::filesystem::exists(path));
     EXPECT_EQ(state::mode_file(body, sbr::Kind::shape), old_path);
-    EXPECT_EQ(temporary_files(), 1u);
+    EXPECT_EQ(scratch.count_files(), 1);
     EXPECT_EQ(keeps(body), 1);
     EXPECT_EQ(modes_of(body, 0), before);
     SBR_DeReference(body);
@@ -376,7 +348,7 @@ TEST_F(TransformModesTest, AnyShortageOfDiskIsReportedAndHarmless) {
   for (rlim_t bytes = 0; bytes < whole; bytes += 1111) {
     const FileSizeLimit limit(bytes);
     EXPECT_EQ(SBR_TransformModes(body, 0, 3, T.data()), 0) << bytes;
-    EXPECT_EQ(temporary_files(), 1u);
+    EXPECT_EQ(scratch.count_files(), 1);
   }
   EXPECT_EQ(modes_of(body, 0), before);
   EXPECT_EQ(SBR_TransformModes(body, 0, 3, T.data()), 1);
@@ -392,7 +364,7 @@ TEST_F(TransformModesTest, ModesThatAreNotThereFail) {
     log.clear();
     EXPECT_EQ(SBR_TransformModes(body, 0, 2, T.data()), 0);
     EXPECT_EQ(log.take_complaints(), std::vector<Message>{error("Failed to extract mode information for SBR.\n")});
-    EXPECT_EQ(temporary_files(), 0u);
+    EXPECT_EQ(scratch.count_files(), 0);
     SBR_DeReference(body);
   }
 }

@@ -15,21 +15,8 @@ namespace {
 using OrthonormalizationMemoryTest = LibraryTest;
 
 SBR make_body(bool full) {
-  SBR body = make_modal_body(3, 3, {0, 1});
-  if (full) {
-    set_full_mass(body, {4, 1, 0, 1, 5, 1, 0, 1, 6}, 3);
-    set_full_stiffness(body, {10, 1, 2, 1, 20, 3, 2, 3, 30}, 3);
-  } else {
-    set_diagonal(body, {4, 5, 6}, {10, 20, 30});
-  }
-  for (int m = 1; m <= 3; ++m) {
-    SBR_SetModalLoad(body, 0, m, m);
-    SBR_SetModalPreload(body, m, m);
-  }
-  const double location[3] = {0, 0, 0};
-  const double row[3] = {1, 2, 3};
-  SBR_SetMonitorPointInfo(body, 1, 1, 1, 1, location, "P", "L");
-  SBR_SetMonitorPointOperator(body, 0, 1, row);
+  SBR body = make_loaded_body(full);
+  for (int m = 1; m <= 3; ++m) SBR_SetModalPreload(body, m, m);
   return body;
 }
 

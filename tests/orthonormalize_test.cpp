@@ -594,21 +594,8 @@ ModalState state_of(SBR body) {
 
 // Modes 11, 12, 13 with stress, a load, damping and a monitor point.
 SBR make_full_state(bool full) {
-  SBR body = make_modal_body(3, 3, {0, 1});
-  if (full) {
-    set_full_mass(body, {4, 1, 0, 1, 5, 1, 0, 1, 6}, 3);
-    set_full_stiffness(body, {10, 1, 2, 1, 20, 3, 2, 3, 30}, 3);
-  } else {
-    set_diagonal(body, {4, 9, 16}, {10, 20, 30});
-  }
-  for (int m = 1; m <= 3; ++m) {
-    SBR_SetModalLoad(body, 0, m, m);
-    SBR_SetGeneralizedDamping(body, m, m, 0.5 * m);
-  }
-  const double location[3] = {0, 0, 0};
-  const double row[3] = {1, 2, 3};
-  SBR_SetMonitorPointInfo(body, 1, 1, 1, 1, location, "P", "L");
-  SBR_SetMonitorPointOperator(body, 0, 1, row);
+  SBR body = make_loaded_body(full);
+  for (int m = 1; m <= 3; ++m) SBR_SetGeneralizedDamping(body, m, m, 0.5 * m);
   for (int m = 0; m < 3; ++m) state::mode_number(body, m) = 11 + m;
   return body;
 }

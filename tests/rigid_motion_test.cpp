@@ -1,9 +1,5 @@
 // Rigid transformations: what moves, how, and what stays.
-#include <sys/resource.h>
-
 #include <cmath>
-#include <csignal>
-#include <filesystem>
 #include <numbers>
 #include <random>
 #include <vector>
@@ -352,12 +348,9 @@ TEST_F(RigidMotionTest, PreStressTurnsWithTheStressAndReplacesOldFiles) {
   ASSERT_EQ(SBR_SetPreStressVec(body, 1, six), 1);
   const Vec z = {0, 0, 1};
   Mat R{};
-  const auto files = [&] {
-    return std::distance(std::filesystem::directory_iterator(scratch.path()), std::filesystem::directory_iterator());
-  };
-  ASSERT_EQ(files(), 3);
+  ASSERT_EQ(scratch.count_files(), 3);
   SBR_Rotate_Origin(body, z.data(), 90.0, R.data());
-  EXPECT_EQ(files(), 3) << "each kind has one file, the new one";
+  EXPECT_EQ(scratch.count_files(), 3) << "each kind has one file, the new one";
   double normal[3 * kNodes];
   double shear[3 * kNodes];
   ASSERT_EQ(SBR_Mode(body, 0, 1, normal, 0), 1);
@@ -367,7 +360,7 @@ TEST_F(RigidMotionTest, PreStressTurnsWithTheStressAndReplacesOldFiles) {
   expect_near(normal, a, 3, 1e-15, "normal");
   expect_near(shear, b, 3, 1e-15, "shear");
   SBR_Rotate_Origin(body, z.data(), 90.0, R.data());
-  EXPECT_EQ(files(), 3);
+  EXPECT_EQ(scratch.count_files(), 3);
 }
 
 TEST_F(RigidMotionTest, ModeFilesKeepTheUnitsOfTheRecord) {
@@ -421,27 +414,18 @@ TEST_F(RigidMotionTest, AFullDiskLeavesTheOldModesInUseAndRemovesTheNewFile) {
   SBR body = make(6);
   const auto shapes = part(body, 2, 0, 0);
   SBR_CleanModesInMemory(body);
-  const auto files = [&] {
-    return std::distance(std::filesystem::directory_iterator(scratch.path()), std::filesystem::directory_iterator());
-  };
-  ASSERT_EQ(files(), 3);
-  struct rlimit before {};
-  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-  struct rlimit tight = before;
-  tight.rlim_cur = 100;
-  void (*const handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
-  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tight), 0);
-  const bool result = sbr::turn_modes(*body, sbr::Kind::shape, rodrigues({1, 0, 0}, 10).data());
-  setrlimit(RLIMIT_FSIZE, &before);
-  std::signal(SIGXFSZ, handler);
-  EXPECT_FALSE(result);
+  ASSERT_EQ(scratch.count_files(), 3);
+  {
+    const FileSizeLimit limit(100);
+    EXPECT_FALSE(sbr::turn_modes(*body, sbr::Kind::shape, rodrigues({1, 0, 0}, 10).data()));
+  }
   const auto complaints = log.take_complaints();
   ASSERT_EQ(complaints.size(), 1U);
   EXPECT_EQ(complaints[0].text.rfind("Insufficient disk space for file " + scratch.file("sbr_"), 0), 0U);
   EXPECT_NE(complaints[0].text.find(".  Specify different temporary\nfile directory by setting the TMP environment "
                                     "variable"),
             std::string::npos);
-  EXPECT_EQ(files(), 3);
+  EXPECT_EQ(scratch.count_files(), 3);
   EXPECT_EQ(part(body, 2, 0, 0), shapes);
 }
 

@@ -21,17 +21,8 @@ using Clock = std::chrono::steady_clock;
 constexpr int kRecords = 40;
 constexpr int kRecordWords = 5000;
 
-// A body whose every word is the generation.
-bool put_generation(const std::string &qualifiers, int generation) {
-  if (DB_StartWrite(kMaster) == 0) return false;
-  const db_block block{DB_CreateSBRblk(qualifiers.c_str()), {0, 0}};
-  const std::vector<int> values(kRecordWords, generation);
-  for (int i = 0; i < kRecords; ++i) {
-    DB_WriteINTs(block, values.data(), kRecordWords);
-    DB_WriteEOR(block);
-  }
-  DB_CloseDatablk(block.unit);
-  return DB_TermWrite() != 0 && block.unit != 0;
+bool put_generation(int generation) {
+  return sbrtest::put_generation("selabel='a'", generation, kRecords, kRecordWords);
 }
 
 // The next record's word, if it has but one; 0 for a torn record.
@@ -92,8 +83,8 @@ TEST_F(StoreConcurrencyTest, ThreeFirstWritersAtOnceAllSucceed) {
 }
 
 TEST_F(StoreConcurrencyTest, AReaderSeesTheBodyThatItOpenedWhileAnotherProcessReplacesIt) {
-  Companion other([] { return put_generation("selabel='a'", 2) ? 0 : 1; });
-  ASSERT_TRUE(put_generation("selabel='a'", 1));
+  Companion other([] { return put_generation(2) ? 0 : 1; });
+  ASSERT_TRUE(put_generation(1));
   start_reading();
   const db_block block = open_body(1);
   EXPECT_EQ(read_record(block), 1);
@@ -144,7 +135,7 @@ TEST_F(StoreConcurrencyTest, AWriterThatComputesKeepsNobodyWaiting) {
 TEST_F(StoreConcurrencyTest, AReaderKeepsNoWriterWaiting) {
   const ScopedEnvironment wait("QSRV_WAIT", "1");
   Companion other([] { return put("selabel='b'", {2}); });
-  ASSERT_TRUE(put_generation("selabel='a'", 1));
+  ASSERT_TRUE(put_generation(1));
   start_reading();
   const db_block block = open_body(1);
   EXPECT_EQ(other.run(), 1);

@@ -43,17 +43,8 @@ std::string label_of(int writer, int body) {
   return "writer " + std::to_string(writer) + ", body " + std::to_string(body);
 }
 
-// Every word of a body is its generation, and its trailer is written behind it.
 bool store_generation(int writer, int body, int generation) {
-  if (DB_StartWrite(kMaster) == 0) return false;
-  const db_block block{DB_CreateSBRblk(("selabel='" + label_of(writer, body) + "'").c_str()), {0, 0}};
-  const std::vector<int> values(kRecordWords, generation);
-  for (int i = 0; i < kRecords; ++i) {
-    DB_WriteINTs(block, values.data(), kRecordWords);
-    DB_WriteEOR(block);
-  }
-  DB_CloseDatablk(block.unit);
-  return DB_TermWrite() != 0 && block.unit != 0;
+  return put_generation("selabel='" + label_of(writer, body) + "'", generation, kRecords, kRecordWords);
 }
 
 int write_on(Progress &progress, int writer) {

@@ -1,8 +1,5 @@
 // Writes that cannot be finished: the n-th put of a sink, full files and devices, and memory that runs out.
-#include <sys/resource.h>
-
 #include <algorithm>
-#include <csignal>
 #include <map>
 
 #include "support/allocations.h"
@@ -166,27 +163,6 @@ TEST_F(WriteFailureTest, EveryPutThatFailsEndsTheWriteWithTheMessageOfItsBlock) 
     EXPECT_TRUE(failed) << "no put failed in block " << block;
   }
 }
-
-// Limits the size of files for as long as it lives.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) {
-    getrlimit(RLIMIT_FSIZE, &before_);
-    handler_ = std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{bytes, before_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, handler_);
-  }
-  FileSizeLimit(const FileSizeLimit &) = delete;
-  FileSizeLimit &operator=(const FileSizeLimit &) = delete;
-
- private:
-  rlimit before_{};
-  void (*handler_)(int) = nullptr;
-};
 
 TEST_F(WriteFailureTest, AFileThatIsFullAtAnyPlaceFailsOnceAndIsGone) {
   SBR body = build_bracket();

@@ -2,6 +2,8 @@
 
 #include <zlib.h>
 
+#include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -18,6 +20,12 @@ ScratchDirectory::ScratchDirectory() {
 ScratchDirectory::~ScratchDirectory() {
   std::error_code ignored;
   std::filesystem::remove_all(path_, ignored);
+}
+
+int ScratchDirectory::count_files() const {
+  const std::filesystem::directory_iterator entries(path_);
+  return static_cast<int>(
+      std::count_if(begin(entries), end(entries), [](const auto &entry) { return entry.is_regular_file(); }));
 }
 
 std::string read_file(const std::filesystem::path &path) {
@@ -59,6 +67,18 @@ ScopedEnvironment::~ScopedEnvironment() {
     setenv(name_.c_str(), before_->c_str(), 1);
   else
     unsetenv(name_.c_str());
+}
+
+FileSizeLimit::FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+  if (getrlimit(RLIMIT_FSIZE, &before_) != 0) throw std::runtime_error("no limit of files is known");
+  rlimit limit = before_;
+  limit.rlim_cur = bytes;
+  if (setrlimit(RLIMIT_FSIZE, &limit) != 0) throw std::runtime_error("files cannot be limited");
+}
+
+FileSizeLimit::~FileSizeLimit() {
+  setrlimit(RLIMIT_FSIZE, &before_);
+  std::signal(SIGXFSZ, handler_);
 }
 
 }  // namespace sbrtest

@@ -2,6 +2,8 @@
 #ifndef SBRKIT_TESTS_SUPPORT_FILES_H
 #define SBRKIT_TESTS_SUPPORT_FILES_H
 
+#include <sys/resource.h>
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -17,6 +19,8 @@ class ScratchDirectory {
   ScratchDirectory &operator=(const ScratchDirectory &) = delete;
   [[nodiscard]] const std::filesystem::path &path() const { return path_; }
   [[nodiscard]] std::string file(const std::string &name) const { return (path_ / name).string(); }
+  // How many files stand in it, those in directories inside it not counted.
+  [[nodiscard]] int count_files() const;
 
  private:
   std::filesystem::path path_;
@@ -38,6 +42,19 @@ class ScopedEnvironment {
  private:
   std::string name_;
   std::optional<std::string> before_;
+};
+
+// No file can grow beyond so many bytes for as long as it lives: a write there fails as on a full disk.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes);
+  ~FileSizeLimit();
+  FileSizeLimit(const FileSizeLimit &) = delete;
+  FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+
+ private:
+  rlimit before_{};
+  void (*handler_)(int);
 };
 
 }  // namespace sbrtest

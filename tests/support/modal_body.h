@@ -50,6 +50,23 @@ inline void set_diagonal(SBR body, const std::vector<double> &masses, const std:
   }
 }
 
+// Three modes with stress, a full or a diagonal pair of matrices, load 0 with value m in mode m, and a monitor point.
+inline SBR make_loaded_body(bool full) {
+  SBR body = make_modal_body(3, 3, {0, 1});
+  if (full) {
+    set_full_mass(body, {4, 1, 0, 1, 5, 1, 0, 1, 6}, 3);
+    set_full_stiffness(body, {10, 1, 2, 1, 20, 3, 2, 3, 30}, 3);
+  } else {
+    set_diagonal(body, {4, 9, 16}, {10, 20, 30});
+  }
+  for (int m = 1; m <= 3; ++m) SBR_SetModalLoad(body, 0, m, m);
+  const double location[3] = {0, 0, 0};
+  const double row[3] = {1, 2, 3};
+  SBR_SetMonitorPointInfo(body, 1, 1, 1, 1, location, "P", "L");
+  SBR_SetMonitorPointOperator(body, 0, 1, row);
+  return body;
+}
+
 // All six values per node of a mode, as the accessors deliver them.
 inline std::vector<double> whole_mode_of(SBR body, int number, int kind) {
   const int nodes = SBR_ModeNodeCount(body, kind);

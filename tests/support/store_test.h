@@ -67,6 +67,19 @@ class Companion {
   int result_ = -1;
 };
 
+// Writes a body of records whose every word is the generation, as a run of its own. False when it is refused.
+inline bool put_generation(const std::string &qualifiers, int generation, int records, int words) {
+  if (DB_StartWrite(kMaster) == 0) return false;
+  const db_block block{DB_CreateSBRblk(qualifiers.c_str()), {0, 0}};
+  const std::vector<int> values(static_cast<std::size_t>(words), generation);
+  for (int i = 0; i < records; ++i) {
+    DB_WriteINTs(block, values.data(), words);
+    DB_WriteEOR(block);
+  }
+  DB_CloseDatablk(block.unit);
+  return DB_TermWrite() != 0 && block.unit != 0;
+}
+
 class StoreTest : public LibraryTest {
  protected:
   StoreTest() { std::filesystem::current_path(directory.path()); }
