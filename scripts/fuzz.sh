@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Runs every fuzzer over its corpus: fuzz.sh [SECONDS [BUILD-DIRECTORY]]. 20 seconds each, unless told, of the fuzzers of
-# build/clang (cmake --preset clang). The corpora start from the samples and grow in build/corpus.
+# build/asan (cmake --preset asan). The corpora start from the samples and grow in build/corpus.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-20}
-build=$(realpath "${2:-build/clang}")
+build=$(realpath "${2:-build/asan}")
 corpora=$PWD/build/corpus
 failures=$PWD/build/fuzz-failures
 mkdir -p "$failures"
@@ -42,7 +42,7 @@ failed=0
 for source in "$PWD"/fuzz/*_fuzz.cpp; do
   name=$(basename "$source" .cpp)
   program=$build/fuzz/$name
-  [ -x "$program" ] || { echo "$program is not built: cmake --preset clang && cmake --build --preset clang" >&2; exit 1; }
+  [ -x "$program" ] || { echo "$program is not built: cmake --preset asan && cmake --build --preset asan" >&2; exit 1; }
   mkdir -p "$corpora/$name"
   seed "$name" "$corpora/$name"
   lengths=(-max_len=65536)

@@ -27,7 +27,7 @@ packages=(
 command -v npm >/dev/null || packages+=(npm)
 case ${1:-} in
   '') ;;
-  --ci) packages+=(clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev git) ;;
+  --ci) packages+=(clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev git abigail-tools) ;;
   *) echo "usage: install-packages.sh [--ci]" >&2; exit 2 ;;
 esac
 

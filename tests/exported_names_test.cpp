@@ -5,15 +5,17 @@
 #include <array>
 #include <cstdio>
 #include <fstream>
+#include <map>
 #include <set>
 #include <sstream>
 #include <string>
 
 namespace {
 
-// As people write them: the members of classes with their arguments.
-std::set<std::string> exported_by_library() {
-  std::set<std::string> names;
+// As people write them, the members of classes with their arguments; each with the version of the interface that it
+// bears.
+std::map<std::string, std::string> exported_by_library() {
+  std::map<std::string, std::string> names;
   std::FILE *pipe = popen("nm -D -C --defined-only " SBRKIT_LIBRARY, "r");
   std::array<char, 4096> line{};
   while (pipe != nullptr && std::fgets(line.data(), line.size(), pipe) != nullptr) {
@@ -23,7 +25,8 @@ std::set<std::string> exported_by_library() {
     std::string name;
     words >> address >> type >> std::ws;
     std::getline(words, name);
-    names.insert(name);
+    const std::size_t end = name.find("@@");
+    if (type != "A") names[name.substr(0, end)] = end == std::string::npos ? "" : name.substr(end + 2);
   }
   if (pipe != nullptr) pclose(pipe);
   return names;
@@ -36,9 +39,12 @@ std::set<std::string> names_in(const char *path) {
   return names;
 }
 
-TEST(Exports, TheLibraryShowsExactlyItsListedNames) {
-  std::set<std::string> listed = names_in(SBRKIT_SOURCE_DIR "/src/sbrkit/api/exported_names.txt");
-  listed.merge(names_in(SBRKIT_SOURCE_DIR "/src/sbrkit/api/exported_classes.txt"));
+TEST(Exports, TheLibraryShowsExactlyItsListedNamesEachWithItsVersion) {
+  std::map<std::string, std::string> listed;
+  for (const std::string &name : names_in(SBRKIT_SOURCE_DIR "/src/sbrkit/api/exported_names.txt"))
+    listed[name] = "SBRKIT_1.0";
+  for (const std::string &name : names_in(SBRKIT_SOURCE_DIR "/src/sbrkit/api/exported_classes.txt"))
+    listed[name] = "SBRKIT_1.1";
   EXPECT_EQ(exported_by_library(), listed);
 }
 
