@@ -112,7 +112,8 @@ int main(int argc, char **argv) {
   for (const sbrtool::Register add :
        {sbrtool::add_information_commands, sbrtool::add_mass_commands, sbrtool::add_changing_commands,
         sbrtool::add_checking_commands, sbrtool::add_export_commands, sbrtool::add_view_commands,
-        sbrtool::add_sheet_commands, sbrtool::add_import_commands, sbrtool::add_database_commands})
+        sbrtool::add_sheet_commands, sbrtool::add_picture_commands, sbrtool::add_import_commands,
+        sbrtool::add_database_commands})
     add(app, exit_code);
   add_help_command(app);
 

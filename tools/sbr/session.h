@@ -66,6 +66,7 @@ void add_checking_commands(CLI::App &app, int &exit_code);     // check, diff
 void add_export_commands(CLI::App &app, int &exit_code);       // export
 void add_view_commands(CLI::App &app, int &exit_code);         // view
 void add_sheet_commands(CLI::App &app, int &exit_code);        // sheet
+void add_picture_commands(CLI::App &app, int &exit_code);      // picture
 void add_import_commands(CLI::App &app, int &exit_code);       // import
 void add_database_commands(CLI::App &app, int &exit_code);     // db put, list, check, get
 
