@@ -13,6 +13,11 @@ if(SBRKIT_SANITIZE)
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(sbrkit_options INTERFACE -fsanitize=address,undefined)
+  # A host in C that uses the library needs the part of clang's sanitizers that C++ calls.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    target_link_options(sbrkit_options INTERFACE $<$<LINK_LANGUAGE:C>:-fsanitize-link-c++-runtime>)
+    target_link_libraries(sbrkit_options INTERFACE $<$<LINK_LANGUAGE:C>:stdc++>)
+  endif()
 endif()
 if(SBRKIT_COVERAGE)
   target_compile_options(sbrkit_options INTERFACE --coverage)

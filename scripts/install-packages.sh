@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing and the demonstrations need, if any of them is missing; with --ci
-# also those of continuous integration (clang and its tools).
+# also those of continuous integration (clang and its tools), with --package those that make Debian packages.
 set -euo pipefail
 
 packages=(
@@ -28,7 +28,8 @@ command -v npm >/dev/null || packages+=(npm)
 case ${1:-} in
   '') ;;
   --ci) packages+=(clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev git abigail-tools) ;;
-  *) echo "usage: install-packages.sh [--ci]" >&2; exit 2 ;;
+  --package) packages+=(debhelper dh-python dpkg-dev fakeroot lintian git) ;;
+  *) echo "usage: install-packages.sh [--ci|--package]" >&2; exit 2 ;;
 esac
 
 missing=()

@@ -104,6 +104,12 @@ const std::vector<Page> &pages() {
         {"sbr export body.sbr --npz arrays --json tables", "Two formats at once."},
         {"sbr export body.sbr --vtu body.vtu --exodus body.exo", "For ParaView: fields to look at, steps to animate."},
         {"sbr export body.sbr --glb body.glb", "For Blender, browsers and office programs."}}},
+      {"picture",
+       "Draws the body by itself, without a browser or a screen: seen askew from above, its longest side across, "
+       "coloured by the length of the displacement, before the body at rest in grey. The largest displacement is drawn "
+       "as a tenth of the extent. A body without elastic modes is drawn at rest.",
+       {{"sbr picture body.sbr -o body.png", "The first elastic mode."},
+        {"sbr picture body.sbr -o mode9.png --mode 9 --width 1920", "Mode 9, 1920 points across."}}},
       {"sheet",
        "Header, units, mass properties, modes, frequencies, modal effective mass, auto-MAC, findings of 'sbr check', "
        "pictures of the first elastic modes, and the live view of 'sbr view', in one file without any reference to "
