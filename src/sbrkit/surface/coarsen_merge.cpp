@@ -88,6 +88,7 @@ bool secure_room(Mesh &mesh, Face &fused) noexcept {
   return true;
 }
 
+// Puts the polygon in the middle of its room.
 void store_polygon(const Mesh &mesh, Face &fused) noexcept {
   fused.front = (fused.back - mesh.polygon.count()) / 2;
   fused.back -= fused.front + mesh.polygon.count();
@@ -103,20 +104,6 @@ std::int32_t find_from(const std::int32_t *nodes, std::int32_t from, std::int32_
   while (end - from >= kBlock && !block_has(nodes + from, node)) from += kBlock;
   while (from < end && nodes[from] != node) ++from;
   return from;
-}
-
-// The first place of a node in a polygon, -1 when it is not there. The nodes of a run come near each other, so that
-// where it makes no difference the search goes in from both ends.
-std::int32_t find_vertex(const Face &face, std::int32_t node) noexcept {
-  std::int32_t front = 0;
-  std::int32_t back = face.count;
-  if (face.distinct)
-    for (; back - front >= 2 * kBlock; front += kBlock, back -= kBlock) {
-      if (block_has(face.nodes + front, node)) break;
-      if (block_has(face.nodes + back - kBlock, node)) return find_from(face.nodes, back - kBlock, back, node);
-    }
-  const std::int32_t place = find_from(face.nodes, front, back, node);
-  return place == back ? -1 : place;
 }
 
 // Turns a polygon so that a position comes first, moving whole blocks.
@@ -161,6 +148,23 @@ void rotate(Mesh &mesh, Face &face, std::int32_t position) noexcept {
   std::int32_t found = 0;
   for (std::int32_t k = 0; k < kBlock; ++k) found |= block[k] == node ? -1 : 0;
   return found != 0;
+}
+
+// The nodes of a run of merges come near each other, so that where a node stands in a row the search goes in from both
+// ends.
+std::int32_t find_vertex(const Face &face, std::int32_t node) noexcept {
+  std::int32_t front = 0;
+  std::int32_t back = face.count;
+  if (face.simple)
+    for (; back - front >= 2 * kBlock; front += kBlock, back -= kBlock) {
+      if (block_has(face.nodes + front, node)) break;
+      if (!block_has(face.nodes + back - kBlock, node)) continue;
+      std::int32_t place = find_from(face.nodes, back - kBlock, back, node);
+      while (place > front && face.nodes[place - 1] == node) --place;
+      return place;
+    }
+  const std::int32_t place = find_from(face.nodes, front, back, node);
+  return place == back ? -1 : place;
 }
 
 // Turns every face of the node so that the node stands first; faces that lost the node leave its list.
@@ -230,10 +234,14 @@ std::size_t place_of_largest(const Mesh &mesh) noexcept {
 struct Rim {
   std::int32_t node;
   bool open;              // the node lies on the boundary and closes the rim
-  bool spliced;           // into the largest face of the walk, a large one
+  bool spliced;           // into the largest face of the walk
   std::size_t largest;    // its place in the walk
   std::int32_t in_front;  // vertices of Mesh::polygon that come in front of it; the others come behind
 };
+
+// What the largest face of the walk gives to the rim lacks its first vertices: the node, and unless the walk starts
+// there the vertex that it shares with the face before it.
+std::int32_t dropped_of_largest(const Rim &rim) noexcept { return rim.largest == 0 ? 1 : 2; }
 
 // The whole rim in Mesh::polygon, and room for it.
 bool gather_whole(Mesh &mesh, Rim &rim, Face &fused) noexcept {
@@ -244,7 +252,7 @@ bool gather_whole(Mesh &mesh, Rim &rim, Face &fused) noexcept {
   return secure_room(mesh, fused) && secure_box(mesh, fused);
 }
 
-// The rim but for its largest face, and space for it at both ends of that face's polygon, which is not looked at.
+// The rim but for its largest face, and space for it at both ends of that face's polygon, of which little is looked at.
 bool gather_around_largest(Mesh &mesh, Rim &rim, Face &fused) noexcept {
   const Face &last = mesh.face(mesh.taken[mesh.taken.size() - 1]);
   rim.open = mesh.face(mesh.taken[0]).nodes[1] != last.nodes[last.count - 1];
@@ -253,13 +261,10 @@ bool gather_around_largest(Mesh &mesh, Rim &rim, Face &fused) noexcept {
   rim.in_front = mesh.polygon.count();
   if (!gather_rim(mesh, rim.largest + 1, mesh.taken.size())) return false;
   if (rim.open) (void)mesh.polygon.push_back(rim.node);
-  return give_space(mesh, mesh.face(mesh.taken[rim.largest]), rim.in_front, mesh.polygon.count() - rim.in_front) &&
-         secure_box(mesh, fused);
+  const std::int32_t slot = mesh.taken[rim.largest];
+  return give_space(mesh, mesh.face(slot), rim.in_front, mesh.polygon.count() - rim.in_front) &&
+         secure_box(mesh, fused) && list_seam(mesh, slot, dropped_of_largest(rim), rim.in_front);
 }
-
-// What the largest face of the walk gives to the rim lacks its first vertices: the node, and unless the walk starts
-// there the vertex that it shares with the face before it.
-std::int32_t dropped_of_largest(const Rim &rim) noexcept { return rim.largest == 0 ? 1 : 2; }
 
 std::int32_t count_vertices(const Mesh &mesh, const Rim &rim) noexcept {
   const std::int32_t gathered = mesh.polygon.count();
@@ -279,15 +284,14 @@ void splice(Mesh &mesh, const Rim &rim, Face &fused) noexcept {
   std::copy_n(mesh.polygon.data() + rim.in_front, behind, fused.nodes + fused.count - behind);
 }
 
-// Cuts the vertex that closes a large distinct rim off, if its node may go: what pruning does to such a rim.
-void cut_closing_vertex(Mesh &mesh, Face &fused) noexcept {
-  mesh.pruned.clear();
-  const std::int32_t last = fused.nodes[fused.count - 1];
-  const bool closed = fused.nodes[0] == last;
-  fused.distinct = !closed || mesh.in_play(last);
-  if (!closed || !fused.distinct) return;
-  fused.count -= 1;
-  fused.back += 1;
+void prune_spliced(Mesh &mesh, Face &fused) noexcept {
+  const std::span<std::int32_t> rim{fused.nodes, static_cast<std::size_t>(fused.count)};
+  const std::span<std::int32_t> left = prune_seam(mesh, rim, fused.simple);
+  const auto cut_in_front = static_cast<std::int32_t>(left.data() - rim.data());
+  fused.front += cut_in_front;
+  fused.back += fused.count - cut_in_front - static_cast<std::int32_t>(left.size());
+  fused.nodes = left.data();
+  fused.count = static_cast<std::int32_t>(left.size());
 }
 
 }  // namespace
@@ -299,9 +303,9 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
   for (const std::int32_t slot : slots) settle(mesh.face(slot));
   if (!walked) return;
   Face fused{};
-  const bool distinct = rim_is_distinct(mesh);
   Rim rim{node, false, false, place_of_largest(mesh), 0};
-  rim.spliced = distinct && mesh.face(mesh.taken[rim.largest]).count >= kLargePolygon;
+  rim.spliced = has_small_seam(mesh, node, rim.largest);
+  const bool simple = mesh.face(mesh.taken[rim.largest]).count < kLargePolygon && rim_is_simple(mesh, node);
   if (!(rim.spliced ? gather_around_largest(mesh, rim, fused) : gather_whole(mesh, rim, fused))) {
     report_no_memory(unit_name::kCoarsening);
     give_faces_back(mesh);
@@ -313,9 +317,9 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
   secure_extent(mesh, fused, count_vertices(mesh, rim), node);
   if (rim.spliced) {
     splice(mesh, rim, fused);
-    cut_closing_vertex(mesh, fused);
+    prune_spliced(mesh, fused);
   } else {
-    fused.distinct = prune_polygon_loops(mesh, distinct);
+    fused.simple = prune_polygon_loops(mesh, simple);
     store_polygon(mesh, fused);
   }
   forget_pruned(mesh, fused);

@@ -1,6 +1,7 @@
 // The working mesh of coarsening and the routines that act on it. coarsen.cpp owns the run; coarsen_neighbourhood
-// judges a node, coarsen_fan walks the faces around it, coarsen_merge puts their rim in their place, coarsen_prune cuts
-// loops out of the rim, coarsen_surface thins and rewrites the finished polygons.
+// judges a node, coarsen_fan walks the faces around it, coarsen_merge puts their rim in their place, coarsen_seam finds
+// out where the rim can run into itself, coarsen_prune cuts loops out of it, coarsen_surface thins and rewrites the
+// finished polygons.
 //
 // A slot of either table can be empty: the item is then out of play. Here an empty slot is a cleared flag.
 #ifndef SBRKIT_SURFACE_COARSEN_MESH_H
@@ -25,7 +26,7 @@ struct alignas(64) Face {
   std::int32_t box;     // place in Mesh::boxes plus 1; 0 for an original face
   std::int32_t extent;  // place in Mesh::extents plus 1; 0 for a small polygon
   bool present;         // false: the slot is empty
-  bool distinct;        // no node is known to stand twice in a fused polygon
+  bool simple;          // of a fused polygon: each node is known to stand there once, or in a row around the polygon
   bool reversed;        // during the attempts at a node: positions 1 to count - 1 are to be read backwards
 };
 
@@ -86,6 +87,27 @@ struct PruningScratch {
   Array<std::int32_t> strangers;   // places of the occurrences that are no node of the table
   // Per piece the first one from it on whose vertices have not been asked to go yet; for a piece that has, a later one.
   Array<std::int32_t> next_piece;
+
+  // Room for so many occurrences. False when memory is short.
+  [[nodiscard]] bool reserve(std::int64_t most) noexcept {
+    return occurrences.reserve(most) && by_group.reserve(most) && group_ends.reserve(most) && strangers.reserve(most) &&
+           next_piece.reserve(2 * most + 2);
+  }
+  void clear() noexcept {
+    occurrences.clear();
+    group_ends.clear();
+    strangers.clear();
+  }
+  [[nodiscard]] std::int32_t add_group() noexcept {
+    (void)group_ends.push_back(0);
+    return group_ends.count() - 1;
+  }
+};
+
+// A row of the same node in a large polygon, by positions in the rim.
+struct Row {
+  std::int32_t first;
+  std::int32_t count;
 };
 
 struct Mesh {
@@ -114,6 +136,7 @@ struct Mesh {
   LargeTable<std::int32_t> group_of;  // per node its group in the polygon that is pruned, where it has one
   PruningScratch pruning;
   Array<std::int32_t> pruned;  // the vertices that the last pruning cut out
+  Array<Row> rows;             // of nodes at the seam in the large polygon
 
   // The number of a node index of the body, and the index of a number. What lies outside the table has the same.
   [[nodiscard]] std::int32_t number(std::int32_t index) const noexcept {
@@ -173,6 +196,8 @@ void forget_pruned(Mesh &mesh, const Face &room) noexcept;
 // Whether a node stands in a block of vertices, several of which are compared at once.
 constexpr std::int32_t kBlock = 16;
 [[nodiscard]] bool block_has(const std::int32_t *block, std::int32_t node) noexcept;
+// The first place of a node in a polygon, -1 when it is not there.
+[[nodiscard]] std::int32_t find_vertex(const Face &face, std::int32_t node) noexcept;
 // Fuses the faces around a node into one polygon, if they can be walked.
 void merge_at_node(Mesh &mesh, std::int32_t node) noexcept;
 void rotate_faces_to_node(Mesh &mesh, std::int32_t node) noexcept;
@@ -204,12 +229,27 @@ bool give_faces_back(Mesh &mesh) noexcept;
 
 // ---- coarsen_prune ----------------------------------------------------------------------------------------
 
-// True when no node can stand twice in the polygon strung together from the taken faces around a node, but for the last
-// vertex that closes it. Costs little beside the polygon; false leaves the matter open. Asked before redirecting.
-[[nodiscard]] bool rim_is_distinct(Mesh &mesh) noexcept;
-// Cuts small excursions out of a fused polygon, Mesh::polygon in place. rim_distinct: what rim_is_distinct said of it.
-// True when no node stands twice in the outcome, as far as that was found out.
-bool prune_polygon_loops(Mesh &mesh, bool rim_distinct = false) noexcept;
+// Cuts small excursions out of a fused polygon, Mesh::polygon in place. rim_is_simple: what rim_is_simple said of it.
+// True when each node stands in a row in the outcome, as far as that was found out.
+bool prune_polygon_loops(Mesh &mesh, bool rim_is_simple = false) noexcept;
+// The same for a rim of which Mesh::pruning lists all vertices that can bound an excursion; see list_seam. Gives what
+// is left of the rim, which stays where it is but for the ends and the excursions.
+[[nodiscard]] std::span<std::int32_t> prune_seam(Mesh &mesh, std::span<std::int32_t> rim, bool &simple) noexcept;
+// The group of a node, with one more vertex in it. Until the occurrences are ranked, group_ends counts them.
+std::int32_t count_in_group(Mesh &mesh, std::int32_t node) noexcept;
+
+// ---- coarsen_seam -----------------------------------------------------------------------------------------
+
+// True when each node stands once, or in a row, in the polygon strung together from the taken faces around a node, but
+// for the last vertices that close it. Costs little beside the polygon; false leaves the matter open. Asked before
+// redirecting, of faces none of which is large.
+[[nodiscard]] bool rim_is_simple(Mesh &mesh, std::int32_t node) noexcept;
+// Whether the faces taken are simple, and all but one of them, a large one, small beside it.
+[[nodiscard]] bool has_small_seam(Mesh &mesh, std::int32_t node, std::size_t largest) noexcept;
+// Lists in Mesh::pruning the vertices that can bound an excursion: those of nodes that stand more than once in the rim,
+// and not in a row only. Mesh::polygon has what comes in front of the large face and behind it; of the face itself the
+// first vertices are dropped. Asked before redirecting. False when memory is short.
+[[nodiscard]] bool list_seam(Mesh &mesh, std::int32_t slot, std::int32_t dropped, std::int32_t in_front) noexcept;
 
 // ---- coarsen_surface --------------------------------------------------------------------------------------
 

@@ -56,28 +56,40 @@ void clear_marks(Mesh &mesh) noexcept {
     if (table.has(node)) table[node] &= kInPlay;
 }
 
+// T for n vertices.
+std::int32_t reach_of(std::int32_t n) noexcept { return static_cast<std::int32_t>(n * 0.3); }
+
 // What pruning knows about one polygon, in the scratch arrays of the mesh. Only the vertices of nodes that stand more
 // than once are listed; the others play no part but that they go with an excursion.
 class Pruning {
  public:
-  Pruning(Mesh &mesh, std::int32_t reach) noexcept
-      : mesh_(mesh), scratch_(mesh.pruning), n_(mesh.polygon.count()), reach_(reach), tail_(n_) {}
+  Pruning(Mesh &mesh, std::span<std::int32_t> polygon) noexcept
+      : mesh_(mesh),
+        scratch_(mesh.pruning),
+        polygon_(polygon.data()),
+        n_(static_cast<std::int32_t>(polygon.size())),
+        reach_(reach_of(n_)),
+        tail_(n_) {}
 
   // Lists the vertices that mark_vertices has found repeated, and takes its marks away. False when memory is short.
   [[nodiscard]] bool prepare(std::int64_t repeats) noexcept {
     const std::int64_t most = std::min<std::int64_t>(2 * repeats, n_);
-    if (!scratch_.occurrences.reserve(most) || !scratch_.by_group.reserve(most) || !scratch_.group_ends.reserve(most) ||
-        !scratch_.strangers.reserve(most) || !scratch_.next_piece.reserve(2 * most + 2) || !mesh_.pruned.reserve(n_)) {
+    if (!scratch_.reserve(most) || !mesh_.pruned.reserve(n_)) {
       clear_marks(mesh_);
       return false;
     }
-    scratch_.group_ends.clear();
+    scratch_.clear();
     list_occurrences();
     group_strangers();
+    prepare_listed();
+    return true;
+  }
+
+  // The same for occurrences that are listed and counted by group.
+  void prepare_listed() noexcept {
     rank_occurrences();
     (void)scratch_.next_piece.resize(2 * std::int64_t{scratch_.occurrences.count()} + 2);
     std::iota(scratch_.next_piece.begin(), scratch_.next_piece.end(), 0);
-    return true;
   }
 
   void blank_excursions() noexcept {
@@ -94,46 +106,40 @@ class Pruning {
     }
   }
 
-  // Takes the blanks out of the polygon and lists their nodes.
-  void squeeze() noexcept {
+  // Takes the blanks out and lists their nodes. What is left begins where the polygon began.
+  std::span<std::int32_t> squeeze_to_front() noexcept {
     mesh_.pruned.clear();
-    if (!any_blank_) return;
-    std::int32_t *out = mesh_.polygon.data();
-    std::int32_t from = 0;
-    for (std::int32_t i = 0; i <= scratch_.occurrences.count(); ++i) {
-      const bool last = i == scratch_.occurrences.count();
-      const std::int32_t end = last ? n_ : scratch_.occurrences[i].position;
-      out = squeeze_gap(from, end, is_asked(piece_of(i) - 1), out);
-      if (last) break;
-      const std::int32_t node = scratch_.occurrences[i].node;
-      if (scratch_.occurrences[i].blank)
-        (void)mesh_.pruned.push_back(node);
-      else
-        *out++ = node;
-      from = end + 1;
-    }
-    (void)mesh_.polygon.resize(out - mesh_.polygon.data());
+    if (!any_blank_) return {polygon_, polygon_ + n_};
+    return {polygon_, squeeze_behind(0, squeeze_gap(0, polygon_))};
   }
 
-  // Whether no node stands twice among the vertices that are left.
-  [[nodiscard]] bool is_distinct() const noexcept {
+  // The same, but the longest gap that stays is left where it is, and the others close up on both sides.
+  std::span<std::int32_t> squeeze_around_longest_gap() noexcept {
+    const std::int32_t kept = any_blank_ ? longest_gap() : -1;
+    if (kept < 0) return squeeze_to_front();
+    mesh_.pruned.clear();
+    std::int32_t *begin = squeeze_in_front(kept, polygon_ + begin_of_gap(kept));
+    return {begin, squeeze_behind(kept, polygon_ + end_of_gap(kept))};
+  }
+
+  // Whether each node stands in a row in what squeezing has left.
+  [[nodiscard]] bool is_simple() const noexcept {
     if (!scratch_.strangers.empty()) return false;
-    std::int32_t previous = -1;
+    const Occurrence *previous = nullptr;
     for (const std::int32_t place : scratch_.by_group) {
       const Occurrence &occurrence = scratch_.occurrences[place];
       if (occurrence.blank) continue;
-      if (occurrence.group == previous) return false;
-      previous = occurrence.group;
+      if (previous != nullptr && occurrence.group == previous->group && occurrence.position != previous->position + 1)
+        return false;
+      previous = &occurrence;
     }
     return true;
   }
 
  private:
   void list_occurrences() noexcept {
-    scratch_.occurrences.clear();
-    scratch_.strangers.clear();
     const MarkTable table(mesh_);
-    const std::int32_t *polygon = mesh_.polygon.data();
+    const std::int32_t *polygon = polygon_;
     for (std::int32_t p = 0, n = n_; p < n; ++p) {
       const std::int32_t node = polygon[p];
       if (!table.has(node)) {
@@ -142,26 +148,11 @@ class Pruning {
       } else if ((table[node] & kSeenAgain) == 0) {
         table[node] &= kInPlay;
       } else {
-        (void)scratch_.occurrences.push_back({node, p, group_of(node, table[node]), 0, false});
+        (void)scratch_.occurrences.push_back({node, p, count_in_group(mesh_, node), 0, false});
       }
     }
     for (const Occurrence &occurrence : scratch_.occurrences.span())
       if (table.has(occurrence.node)) table[occurrence.node] &= kInPlay;
-  }
-
-  // Until the occurrences are ranked, group_ends counts the members of each group.
-  std::int32_t group_of(std::int32_t node, unsigned char &marks) noexcept {
-    if ((marks & kGrouped) == 0) {
-      marks |= kGrouped;
-      mesh_.group_of[node] = add_group();
-    }
-    const std::int32_t group = mesh_.group_of[node];
-    scratch_.group_ends[group] += 1;
-    return group;
-  }
-  std::int32_t add_group() noexcept {
-    (void)scratch_.group_ends.push_back(0);
-    return scratch_.group_ends.count() - 1;
   }
 
   // Vertices that are no nodes form groups by their number.
@@ -173,7 +164,7 @@ class Pruning {
     const Occurrence *previous = nullptr;
     for (const std::int32_t place : scratch_.strangers) {
       Occurrence &stranger = occurrences[place];
-      stranger.group = previous != nullptr && previous->node == stranger.node ? previous->group : add_group();
+      stranger.group = previous != nullptr && previous->node == stranger.node ? previous->group : scratch_.add_group();
       scratch_.group_ends[stranger.group] += 1;
       previous = &stranger;
     }
@@ -220,15 +211,79 @@ class Pruning {
     }
   }
 
-  // Moves what stays of a gap. Gives the end of it.
-  std::int32_t *squeeze_gap(std::int32_t from, std::int32_t end, bool asked, std::int32_t *out) noexcept {
-    std::int32_t *polygon = mesh_.polygon.data();
-    if (!asked) return out == polygon + from ? polygon + end : std::copy(polygon + from, polygon + end, out);
-    for (std::int32_t p = from; p < end; ++p) {
-      if (mesh_.in_play(polygon[p]))
-        (void)mesh_.pruned.push_back(polygon[p]);
+  // Gap i comes in front of occurrence i; behind the last occurrence there is another one.
+  [[nodiscard]] std::int32_t begin_of_gap(std::int32_t gap) const noexcept {
+    return gap == 0 ? 0 : scratch_.occurrences[gap - 1].position + 1;
+  }
+  [[nodiscard]] std::int32_t end_of_gap(std::int32_t gap) const noexcept {
+    return gap == scratch_.occurrences.count() ? n_ : scratch_.occurrences[gap].position;
+  }
+  [[nodiscard]] bool gap_is_asked(std::int32_t gap) const noexcept { return is_asked(2 * gap); }
+
+  // -1 when all are asked to go.
+  [[nodiscard]] std::int32_t longest_gap() const noexcept {
+    std::int32_t longest = -1;
+    std::int32_t length = -1;
+    for (std::int32_t gap = 0; gap <= scratch_.occurrences.count(); ++gap) {
+      if (gap_is_asked(gap) || end_of_gap(gap) - begin_of_gap(gap) <= length) continue;
+      longest = gap;
+      length = end_of_gap(gap) - begin_of_gap(gap);
+    }
+    return longest;
+  }
+
+  // Moves what stays of a gap to a place. Gives the end of it.
+  std::int32_t *squeeze_gap(std::int32_t gap, std::int32_t *out) noexcept {
+    const std::int32_t *from = polygon_ + begin_of_gap(gap);
+    const std::int32_t *end = polygon_ + end_of_gap(gap);
+    if (!gap_is_asked(gap)) return out == from ? out + (end - from) : std::copy(from, end, out);
+    for (; from < end; ++from) {
+      if (mesh_.in_play(*from))
+        (void)mesh_.pruned.push_back(*from);
       else
-        *out++ = polygon[p];
+        *out++ = *from;
+    }
+    return out;
+  }
+  // The same from the back. Gives the begin of it.
+  std::int32_t *squeeze_gap_back(std::int32_t gap, std::int32_t *out) noexcept {
+    const std::int32_t *from = polygon_ + begin_of_gap(gap);
+    const std::int32_t *end = polygon_ + end_of_gap(gap);
+    if (!gap_is_asked(gap)) return out == end ? out - (end - from) : std::copy_backward(from, end, out);
+    while (end > from) {
+      if (mesh_.in_play(*--end))
+        (void)mesh_.pruned.push_back(*end);
+      else
+        *--out = *end;
+    }
+    return out;
+  }
+
+  // Moves what stays behind a gap up to it, and notes where the occurrences come to stand. Gives the end of it.
+  std::int32_t *squeeze_behind(std::int32_t gap, std::int32_t *out) noexcept {
+    for (std::int32_t i = gap; i < scratch_.occurrences.count(); ++i) {
+      Occurrence &occurrence = scratch_.occurrences[i];
+      const std::int32_t *place = out;
+      if (occurrence.blank)
+        (void)mesh_.pruned.push_back(occurrence.node);
+      else
+        *out++ = occurrence.node;
+      out = squeeze_gap(i + 1, out);
+      occurrence.position = static_cast<std::int32_t>(place - polygon_);
+    }
+    return out;
+  }
+  // The same for what stays in front of it. Gives the begin of it.
+  std::int32_t *squeeze_in_front(std::int32_t gap, std::int32_t *out) noexcept {
+    for (std::int32_t i = gap - 1; i >= 0; --i) {
+      Occurrence &occurrence = scratch_.occurrences[i];
+      if (occurrence.blank)
+        (void)mesh_.pruned.push_back(occurrence.node);
+      else
+        *--out = occurrence.node;
+      const std::int32_t *place = out;
+      out = squeeze_gap_back(i, out);
+      occurrence.position = static_cast<std::int32_t>(place - polygon_);
     }
     return out;
   }
@@ -269,130 +324,68 @@ class Pruning {
 
   Mesh &mesh_;
   PruningScratch &scratch_;
+  std::int32_t *polygon_;
   std::int32_t n_;
   std::int32_t reach_;  // T
   std::int32_t tail_;   // from here on everything that may be blanked is blank
   bool any_blank_ = false;
 };
 
-// ---- telling a simple rim without looking at all of it ------------------------------------------------------
+}  // namespace
 
-constexpr std::int32_t kSmallFace = 8;
-constexpr std::size_t kSmallFan = 8;
-
-bool has_end(const Face &face, std::int32_t node) noexcept {
-  return face.nodes[1] == node || face.nodes[face.count - 1] == node;
-}
-
-// Whether the list of a node names the face that now stands in a slot. A list may name faces that the node has left,
-// never too few; a long one is not looked through and counts as naming all.
-bool names(Mesh &mesh, std::int32_t node, std::int32_t slot) noexcept {
-  if (!mesh.is_listed(node)) return true;
-  const std::span<const std::int32_t> slots = mesh.faces_of(node);
-  return slots.size() > kSmallFan ||
-         std::any_of(slots.begin(), slots.end(), [&](std::int32_t named) { return root_of(mesh, named) == slot; });
-}
-
-bool has_vertex(const Face &face, std::int32_t node) noexcept {
-  if (face.count < kBlock) return std::find(face.nodes, face.nodes + face.count, node) != face.nodes + face.count;
-  // The last block may overlap the one in front of it.
-  const std::int32_t last = face.count - kBlock;
-  for (std::int32_t from = 0; from < last; from += kBlock)
-    if (block_has(face.nodes + from, node)) return true;
-  return block_has(face.nodes + last, node);
-}
-
-// Whether a node may stand in a face. Polygons that are not large are looked through, since they are at hand; for the
-// others the list of the node decides.
-bool may_hold(Mesh &mesh, std::int32_t slot, std::int32_t node) noexcept {
-  const Face &face = mesh.face(slot);
-  if (has_end(face, node)) return true;
-  if (face.count >= kLargePolygon) return names(mesh, node, slot);
-  return has_vertex(face, node);
-}
-
-bool is_distinct(const Face &face) noexcept {
-  if (face.count > kSmallFace) return face.distinct;
-  for (std::int32_t p = 0; p < face.count; ++p)
-    if (std::find(face.nodes, face.nodes + p, face.nodes[p]) != face.nodes + p) return false;
-  return true;
-}
-
-// A vertex of a small face of the fan, other than the node.
-struct RimVertex {
-  std::int32_t node;
-  bool end;  // it is next to the node
-};
-using RimVertices = RimVertex[kSmallFan * kSmallFace];
-
-// Lists the vertices of all faces taken but the largest. Gives how many; -1 when there is more than a small face.
-int list_small_faces(const Mesh &mesh, std::int32_t largest, RimVertices &rim) noexcept {
-  int count = 0;
-  for (const std::int32_t slot : mesh.taken) {
-    if (slot == largest) continue;
-    const Face &face = mesh.face(slot);
-    if (face.count > kSmallFace) return -1;
-    for (std::int32_t p = 1; p < face.count; ++p) rim[count++] = {face.nodes[p], p == 1 || p == face.count - 1};
+std::int32_t count_in_group(Mesh &mesh, std::int32_t node) noexcept {
+  if ((mesh.marks[node] & kGrouped) == 0) {
+    mesh.marks[node] |= kGrouped;
+    mesh.group_of[node] = mesh.pruning.add_group();
   }
-  return count;
+  const std::int32_t group = mesh.group_of[node];
+  mesh.pruning.group_ends[group] += 1;
+  return group;
 }
 
-// Whether the first vertex stands in no face but its own, unless as an end that it shares with one other face.
-bool is_used_once(Mesh &mesh, std::int32_t largest, std::span<const RimVertex> rim) noexcept {
-  const RimVertex &vertex = rim[0];
-  int others = 0;
-  for (const RimVertex &other : rim.subspan(1)) {
-    if (other.node != vertex.node) continue;
-    if (!vertex.end || !other.end) return false;
-    others += 1;
-  }
-  if (vertex.end && has_end(mesh.face(largest), vertex.node)) return others == 0;
-  return others <= 1 && !may_hold(mesh, largest, vertex.node);
+namespace {
+
+// Of a simple rim only the last vertices, where they repeat the first, are an excursion.
+void cut_closing_vertices(Mesh &mesh, std::int32_t reach) noexcept {
+  Array<std::int32_t> &polygon = mesh.polygon;
+  const std::int32_t first = polygon[0];
+  if (!mesh.in_play(first)) return;
+  for (std::int32_t cut = 1; cut < reach && polygon[polygon.size() - 1] == first; ++cut)
+    (void)polygon.resize(static_cast<std::int64_t>(polygon.size()) - 1);
 }
 
 }  // namespace
 
-// The faces that are taken are distinct each, and all but the largest are small: what those do not share with each
-// other nor with the largest, nothing shares.
-bool rim_is_distinct(Mesh &mesh) noexcept {
-  if (mesh.taken.size() > kSmallFan) return false;
-  std::int32_t largest = mesh.taken[0];
-  for (const std::int32_t slot : mesh.taken) {
-    const Face &face = mesh.face(slot);
-    if (face.count < 3 || !is_distinct(face)) return false;
-    if (face.count > mesh.face(largest).count) largest = slot;
-  }
-  RimVertices rim;
-  const int count = list_small_faces(mesh, largest, rim);
-  for (int i = 0; i < count; ++i)
-    if (!is_used_once(mesh, largest, {rim + i, rim + count})) return false;
-  return count >= 0;
-}
-
-bool prune_polygon_loops(Mesh &mesh, bool rim_distinct) noexcept {
+bool prune_polygon_loops(Mesh &mesh, bool rim_is_simple) noexcept {
   mesh.pruned.clear();
   const std::int32_t n = mesh.polygon.count();
-  const auto reach = static_cast<std::int32_t>(n * 0.3);
+  const std::int32_t reach = reach_of(n);
   if (reach < 2) return false;  // no pair is that close
-  const std::int32_t last = mesh.polygon[static_cast<std::size_t>(n) - 1];
-  const bool closed = mesh.polygon[0] == last;
-  const std::int64_t repeats = rim_distinct ? (closed ? 1 : 0) : mark_vertices(mesh);
+  const bool closed = mesh.polygon[0] == mesh.polygon[static_cast<std::size_t>(n) - 1];
+  const std::int64_t repeats = rim_is_simple ? 0 : mark_vertices(mesh);
   if (repeats <= (closed ? 1 : 0)) {
-    if (!rim_distinct) clear_marks(mesh);
-    if (!closed) return true;
-    // Most polygons come here: the last vertex repeats the first.
-    if (mesh.in_play(last)) (void)mesh.polygon.resize(n - 1);
-    return mesh.in_play(last);
+    if (!rim_is_simple) clear_marks(mesh);
+    // Most polygons come here.
+    if (closed) cut_closing_vertices(mesh, reach);
+    return true;
   }
-  Pruning pruning(mesh, reach);
+  Pruning pruning(mesh, mesh.polygon.span());
   if (!pruning.prepare(repeats)) {
     report_no_memory(unit_name::kCoarsening);
     return false;
   }
   pruning.blank_excursions();
-  const bool distinct = pruning.is_distinct();
-  pruning.squeeze();
-  return distinct;
+  (void)mesh.polygon.resize(static_cast<std::int64_t>(pruning.squeeze_to_front().size()));
+  return pruning.is_simple();
+}
+
+std::span<std::int32_t> prune_seam(Mesh &mesh, std::span<std::int32_t> rim, bool &simple) noexcept {
+  Pruning pruning(mesh, rim);
+  pruning.prepare_listed();
+  pruning.blank_excursions();
+  const std::span<std::int32_t> left = pruning.squeeze_around_longest_gap();
+  simple = pruning.is_simple();
+  return left;
 }
 
 }  // namespace sbr::coarse
