@@ -186,8 +186,8 @@ void compute_normals(Mesh &mesh) noexcept;
 [[nodiscard]] bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept;
 // Gives the polygon of the taken faces a box around all their nodes in play. False when memory is short.
 [[nodiscard]] bool secure_box(Mesh &mesh, Face &room) noexcept;
-// Gives it an extent, when it is large and there is memory: `vertices` counts what it will have. To be asked while the
-// taken faces are as they were. A node that goes is no outpost, nor what pruning then cuts out.
+// Gives it the extent of one of the taken faces, when there is one: `vertices` counts what it will have. To be asked while
+// the taken faces are as they were. A node that goes is no outpost, nor what pruning then cuts out.
 void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices, std::int32_t node) noexcept;
 void forget_pruned(Mesh &mesh, const Face &room) noexcept;
 

@@ -150,23 +150,41 @@ void clear(Extent &extent) noexcept {
 
 // ---- the two tests ----------------------------------------------------------------------------------------
 
-bool face_within_distance(const Mesh &mesh, const Face &face, const Node &center, double limit) noexcept {
+bool any_too_far(const Mesh &mesh, const std::int32_t *vertices, std::int32_t count, const Node &center,
+                 double limit) noexcept {
+  return std::any_of(vertices, vertices + count,
+                     [&](std::int32_t vertex) { return too_far(mesh, center, vertex, limit); });
+}
+
+// Gives a large polygon its extent. Without memory for it there is none.
+void make_extent(Mesh &mesh, Face &face) noexcept {
+  Extent *fresh = mesh.extents.add();
+  if (fresh == nullptr) return;
+  clear(*fresh);
+  if (take_vertices(mesh, *fresh, face, nullptr)) face.extent = mesh.extents.count();
+}
+
+// An extent is made when a large polygon is looked through for the first time.
+bool face_within_distance(Mesh &mesh, Face &face, const Node &center, double limit) noexcept {
+  constexpr std::int32_t kFirstLook = 32;
   if (face.box != 0 && box_within(mesh.boxes[face.box - 1], center, limit)) return true;
+  if (face.count >= kLargePolygon && face.extent == 0) {
+    if (any_too_far(mesh, face.nodes, kFirstLook, center, limit)) return false;
+    make_extent(mesh, face);
+  }
   if (face.extent != 0) {
     const Extent &extent = *mesh.extents[face.extent - 1];
     if (outpost_too_far(mesh, extent, center, limit)) return false;
     if (all_within(mesh, extent, center, limit)) return true;
   }
-  for (std::int32_t p = 0; p < face.count; ++p)
-    if (too_far(mesh, center, face.nodes[p], limit)) return false;
-  return true;
+  return !any_too_far(mesh, face.nodes, face.count, center, limit);
 }
 
-bool within_distance(const Mesh &mesh, std::int32_t node, std::span<const std::int32_t> slots, double limit) noexcept {
+bool within_distance(Mesh &mesh, std::int32_t node, std::span<const std::int32_t> slots, double limit) noexcept {
   const Node &center = mesh.node(node);
   std::int32_t previous = -1;
   for (const std::int32_t slot : slots) {
-    const Face &face = mesh.face(slot);
+    Face &face = mesh.face(slot);
     if (!face.present || slot == previous) continue;
     previous = slot;
     if (!face_within_distance(mesh, face, center, limit)) return false;
@@ -245,28 +263,27 @@ std::int32_t longest_extent(const Mesh &mesh) noexcept {
 
 void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices, std::int32_t node) noexcept {
   room.extent = 0;
-  if (vertices < kLargePolygon) return;
-  std::int32_t place = longest_extent(mesh);
-  if (place == 0) {
-    Extent *fresh = mesh.extents.add();
-    if (fresh == nullptr) return;
-    clear(*fresh);
-    place = mesh.extents.count();
-  }
+  const std::int32_t place = longest_extent(mesh);
+  if (place == 0) return;
   Extent &extent = *mesh.extents[place - 1];
-  // A list that names far more than the polygon holds is made anew.
-  const bool outdated = extent.listed.count() / 4 > vertices;
-  if (outdated) clear(extent);
-  if (!mesh.in_play(node)) forget_node(extent, node);
   const Face *listed = nullptr;
-  for (const std::int32_t slot : mesh.taken)
-    if (mesh.face(slot).extent == place && !outdated) listed = &mesh.face(slot);
+  std::int32_t others = 0;
   for (const std::int32_t slot : mesh.taken) {
     const Face &face = mesh.face(slot);
-    if (&face == listed) continue;
-    if (!take_vertices(mesh, extent, face, listed)) return;
     if (face.extent != 0 && face.extent != place) *mesh.extents[face.extent - 1] = Extent{};
+    if (face.extent == place)
+      listed = &face;
+    else
+      others += face.count;
   }
+  // A list that names far more than the polygon holds, or little of it, is made anew when it is asked for.
+  if (vertices < kLargePolygon || extent.listed.count() / 4 > vertices || extent.listed.count() < others) {
+    extent = Extent{};
+    return;
+  }
+  if (!mesh.in_play(node)) forget_node(extent, node);
+  for (const std::int32_t slot : mesh.taken)
+    if (const Face &face = mesh.face(slot); &face != listed && !take_vertices(mesh, extent, face, listed)) return;
   room.extent = place;
 }
 
