@@ -36,7 +36,7 @@ bool build_faces(Mesh &mesh, const SbrBody &body) noexcept {
     Face &face = mesh.face(slot);
     face.nodes = room;
     face.count = static_cast<std::int32_t>(walk.face().size());
-    face.present = true;
+    face.present = 1;
     room = std::copy(walk.face().begin(), walk.face().end(), room);
     mesh.merged_into[slot] = slot;
   }
@@ -137,23 +137,32 @@ bool fill_incidence(Mesh &mesh) noexcept {
   return true;
 }
 
+namespace {
+
 // The normal of the first corner, (P2 - P1) x (P0 - P1). A face that refers to no node of the table there has none.
-void compute_normals(Mesh &mesh) noexcept {
+void compute_normal(const Mesh &mesh, Face &face) noexcept {
   const auto known = [&](std::int32_t node) { return mesh.is_listed(node); };
+  if (face.count < 3 || !known(face.nodes[0]) || !known(face.nodes[1]) || !known(face.nodes[2])) return;
+  const Node &p0 = mesh.node(face.nodes[0]);
+  const Node &p1 = mesh.node(face.nodes[1]);
+  const Node &p2 = mesh.node(face.nodes[2]);
+  const double a[3] = {p2.x - p1.x, p2.y - p1.y, p2.z - p1.z};
+  const double b[3] = {p0.x - p1.x, p0.y - p1.y, p0.z - p1.z};
+  double *n = face.normal;
+  n[0] = a[1] * b[2] - a[2] * b[1];
+  n[1] = a[2] * b[0] - a[0] * b[2];
+  n[2] = a[0] * b[1] - a[1] * b[0];
+  const double length = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
+  if (length == 0.0) return;
+  for (int c = 0; c < 3; ++c) n[c] /= length;
+}
+
+}  // namespace
+
+void measure_faces(Mesh &mesh) noexcept {
   for (Face &face : mesh.faces) {
-    if (face.count < 3 || !known(face.nodes[0]) || !known(face.nodes[1]) || !known(face.nodes[2])) continue;
-    const Node &p0 = mesh.node(face.nodes[0]);
-    const Node &p1 = mesh.node(face.nodes[1]);
-    const Node &p2 = mesh.node(face.nodes[2]);
-    const double a[3] = {p2.x - p1.x, p2.y - p1.y, p2.z - p1.z};
-    const double b[3] = {p0.x - p1.x, p0.y - p1.y, p0.z - p1.z};
-    double *n = face.normal;
-    n[0] = a[1] * b[2] - a[2] * b[1];
-    n[1] = a[2] * b[0] - a[0] * b[2];
-    n[2] = a[0] * b[1] - a[1] * b[0];
-    const double length = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
-    if (length == 0.0) continue;
-    for (int c = 0; c < 3; ++c) n[c] /= length;
+    compute_normal(mesh, face);
+    box_face(mesh, face);
   }
 }
 
@@ -326,15 +335,6 @@ class LookAhead {
       slot = mesh_.merged_into[slot];
       if (&mesh_.face(slot) != &face) __builtin_prefetch(&mesh_.face(slot));
     }
-    for (const std::int32_t slot : slots_of(index + 8)) {
-      const Face &face = mesh_.face(slot);
-      if (face.box != 0) {
-        __builtin_prefetch(&mesh_.boxes[face.box - 1]);
-        continue;
-      }
-      for (std::int32_t p = 0; p < std::min(face.count, 8); ++p)
-        if (mesh_.is_listed(face.nodes[p])) __builtin_prefetch(&mesh_.node(face.nodes[p]));
-    }
   }
 
  private:
@@ -411,7 +411,7 @@ void trim_geometry(SbrBody &body, const char *options) noexcept {
     report_error("Problem encountered while trimming geometry\n");
     return;
   }
-  compute_normals(mesh);
+  measure_faces(mesh);
   apply_preserve_list(mesh, body, reader);
   merge_all(mesh, request.limits);
   if (request.colinear) remove_colinear_vertices(mesh, diagonal);

@@ -20,7 +20,7 @@ constexpr std::size_t kSmallFan = 16;
 // ---- walking the fan --------------------------------------------------------------------------------------
 
 // Reversing is put off until the attempts at a node are over: a failed attempt then costs its walk, not its vertices.
-void reverse(Face &face) noexcept { face.reversed = !face.reversed; }
+void reverse(Face &face) noexcept { face.reversed ^= 1U; }
 
 // The vertices next to position 0, as the face is to be read. Asked of faces of two or more vertices.
 std::int32_t second_vertex(const Face &face) noexcept { return face.nodes[face.reversed ? face.count - 1 : 1]; }
@@ -76,7 +76,7 @@ std::int32_t first_face(const Mesh &mesh, std::span<const std::int32_t> slots, s
 // far are in Mesh::taken.
 bool walk_fan(Mesh &mesh, std::span<const std::int32_t> slots, std::int32_t start) noexcept {
   mesh.taken.clear();
-  mesh.face(start).present = false;
+  mesh.face(start).present = 0;
   (void)mesh.taken.push_back(start);
   if (mesh.face(start).count < 2) return false;  // nothing would be left of the face without its node
   std::int32_t vertex = last_vertex(mesh.face(start));
@@ -87,7 +87,7 @@ bool walk_fan(Mesh &mesh, std::span<const std::int32_t> slots, std::int32_t star
       if (slot < 0) return false;
       reverse(mesh.face(slot));
     }
-    mesh.face(slot).present = false;
+    mesh.face(slot).present = 0;
     (void)mesh.taken.push_back(slot);
     if (mesh.face(slot).count > 2) vertex = last_vertex(mesh.face(slot));
   }
@@ -326,7 +326,7 @@ class FanTrials {
   }
 
   bool settle_faces(bool found) noexcept {
-    for (const Edge &edge : edges_) mesh_.face(edge.slot).reversed = second_end(edge) != 0;
+    for (const Edge &edge : edges_) mesh_.face(edge.slot).reversed = second_end(edge) != 0 ? 1 : 0;
     return found;
   }
 
@@ -361,11 +361,11 @@ bool walk_from(Mesh &mesh, std::int32_t node, int k) noexcept {
 
 void settle(Face &face) noexcept {
   if (face.reversed && face.count > 2) std::reverse(face.nodes + 1, face.nodes + face.count);
-  face.reversed = false;
+  face.reversed = 0;
 }
 
 bool give_faces_back(Mesh &mesh) noexcept {
-  for (const std::int32_t slot : mesh.taken) mesh.face(slot).present = true;
+  for (const std::int32_t slot : mesh.taken) mesh.face(slot).present = 1;
   mesh.taken.clear();
   return false;
 }

@@ -39,62 +39,83 @@ std::int32_t *take_room(Mesh &mesh, std::int64_t count) noexcept {
   return chunk->data();
 }
 
-std::int32_t *room_of(const Face &face) noexcept { return face.nodes - face.front; }
-std::int32_t capacity_of(const Face &face) noexcept { return face.front + face.count + face.back; }
+// A fused polygon on the way.
+struct Fused {
+  Face face;
+  Room room;
+};
 
-// Puts a polygon in the middle of its room.
-void center(Face &face) noexcept {
-  std::int32_t *room = room_of(face);
-  const std::int32_t spare = face.front + face.back;
-  std::memmove(room + spare / 2, face.nodes, static_cast<std::size_t>(face.count) * sizeof(std::int32_t));
-  face.front = spare / 2;
-  face.back = spare - face.front;
-  face.nodes = room + face.front;
+std::int64_t capacity_of(const Mesh &mesh, const Face &face) noexcept {
+  const Room room = mesh.room_of(face);
+  return std::int64_t{room.front} + face.count + room.back;
 }
 
-// Moves a large polygon to a new room with as much free on both sides, unless it has enough. False when memory is
+// Puts a polygon in the middle of its room.
+void center(Face &face, Room &room) noexcept {
+  std::int32_t *begin = face.nodes - room.front;
+  const std::int32_t spare = room.front + room.back;
+  std::memmove(begin + spare / 2, face.nodes, static_cast<std::size_t>(face.count) * sizeof(std::int32_t));
+  room.front = spare / 2;
+  room.back = spare - room.front;
+  face.nodes = begin + room.front;
+}
+
+// Moves a large fused polygon to a new room with as much free on both sides, unless it has enough. False when memory is
 // short.
 bool give_space(Mesh &mesh, Face &face, std::int32_t front, std::int32_t back) noexcept {
-  if (face.front >= front && face.back >= back) return true;
+  Room &room = mesh.rooms[face.room - 1];
+  if (room.front >= front && room.back >= back) return true;
   const std::int64_t wanted = static_cast<std::int64_t>(face.count) + 2 * std::int64_t{std::max(front, back)};
-  if (capacity_of(face) < wanted || capacity_of(face) < face.count + face.count / 2) {
+  const std::int64_t present = capacity_of(mesh, face);
+  if (present < wanted || present < face.count + face.count / 2) {
     const std::int64_t capacity = wanted + wanted / 2;
-    std::int32_t *room = capacity <= INT_MAX ? take_room(mesh, capacity) : nullptr;
-    if (room == nullptr) return false;
-    std::copy_n(face.nodes, face.count, room);
-    face.nodes = room;
-    face.front = 0;
-    face.back = static_cast<std::int32_t>(capacity) - face.count;
+    std::int32_t *begin = capacity <= INT_MAX ? take_room(mesh, capacity) : nullptr;
+    if (begin == nullptr) return false;
+    std::copy_n(face.nodes, face.count, begin);
+    face.nodes = begin;
+    room.front = 0;
+    room.back = static_cast<std::int32_t>(capacity) - face.count;
   }
-  center(face);
+  center(face, room);
+  return true;
+}
+
+// Gives the fused polygon a place among the rooms: that of a face taken, or a new one. False when memory is short.
+bool secure_place(Mesh &mesh, Face &fused) noexcept {
+  for (const std::int32_t slot : mesh.taken)
+    if (mesh.face(slot).room != 0) fused.room = mesh.face(slot).room;
+  if (fused.room != 0) return true;
+  if (mesh.rooms_used == mesh.rooms.count() && !mesh.rooms.grow(2 * std::int64_t{mesh.rooms_used} + 64)) return false;
+  fused.room = static_cast<std::uint32_t>(++mesh.rooms_used) & kMostRooms;
   return true;
 }
 
 // Finds room for the fused polygon: the largest room among the faces taken, or new room that leaves space to grow.
-bool secure_room(Mesh &mesh, Face &fused) noexcept {
+bool secure_room(Mesh &mesh, Fused &fused) noexcept {
   const std::int32_t wanted = mesh.polygon.count();
   std::int64_t capacity = 0;
   for (const std::int32_t slot : mesh.taken)
-    if (Face &face = mesh.face(slot); capacity_of(face) > capacity) {
-      fused.nodes = room_of(face);
-      capacity = capacity_of(face);
+    if (const Face &face = mesh.face(slot); capacity_of(mesh, face) > capacity) {
+      fused.face.nodes = face.nodes - mesh.room_of(face).front;
+      capacity = capacity_of(mesh, face);
     }
   if (capacity < wanted) {
     capacity = std::min<std::int64_t>(static_cast<std::int64_t>(wanted) + wanted / 2, INT_MAX);
-    fused.nodes = take_room(mesh, capacity);
-    if (fused.nodes == nullptr) return false;
+    fused.face.nodes = take_room(mesh, capacity);
+    if (fused.face.nodes == nullptr) return false;
   }
-  fused.back = static_cast<std::int32_t>(capacity);
+  fused.room.back = static_cast<std::int32_t>(capacity);
   return true;
 }
 
 // Puts the polygon in the middle of its room.
-void store_polygon(const Mesh &mesh, Face &fused) noexcept {
-  fused.front = (fused.back - mesh.polygon.count()) / 2;
-  fused.back -= fused.front + mesh.polygon.count();
-  fused.nodes += fused.front;
-  fused.count = mesh.polygon.count();
-  std::copy(mesh.polygon.begin(), mesh.polygon.end(), fused.nodes);
+void store_polygon(const Mesh &mesh, Fused &fused) noexcept {
+  Room &room = fused.room;
+  room.front = (room.back - mesh.polygon.count()) / 2;
+  room.back -= room.front + mesh.polygon.count();
+  fused.face.nodes += room.front;
+  fused.face.count = mesh.polygon.count();
+  std::copy(mesh.polygon.begin(), mesh.polygon.end(), fused.face.nodes);
 }
 
 // ---- turning a polygon ------------------------------------------------------------------------------------
@@ -118,26 +139,27 @@ void rotate_in_place(Mesh &mesh, Face &face, std::int32_t position) noexcept {
   std::copy_n(mesh.turned.data(), position, face.nodes + behind);
 }
 
-// The same for any polygon. A large one passes its shorter end round to the other side.
+// The same for any polygon. A large fused one passes its shorter end round to the other side.
 void rotate(Mesh &mesh, Face &face, std::int32_t position) noexcept {
   if (position == 0) return;
   const std::int32_t behind = face.count - position;
   const bool front_is_shorter = position <= behind;
-  if (face.count < kLargePolygon ||
+  if (face.count < kLargePolygon || face.room == 0 ||
       !give_space(mesh, face, front_is_shorter ? 0 : behind, front_is_shorter ? position : 0)) {
     rotate_in_place(mesh, face, position);
     return;
   }
+  Room &room = mesh.rooms[face.room - 1];
   if (front_is_shorter) {
     std::copy_n(face.nodes, position, face.nodes + face.count);
     face.nodes += position;
-    face.front += position;
-    face.back -= position;
+    room.front += position;
+    room.back -= position;
   } else {
     std::copy_n(face.nodes + position, behind, face.nodes - behind);
     face.nodes -= behind;
-    face.front -= behind;
-    face.back += behind;
+    room.front -= behind;
+    room.back += behind;
   }
 }
 
@@ -244,16 +266,16 @@ struct Rim {
 std::int32_t dropped_of_largest(const Rim &rim) noexcept { return rim.largest == 0 ? 1 : 2; }
 
 // The whole rim in Mesh::polygon, and room for it.
-bool gather_whole(Mesh &mesh, Rim &rim, Face &fused) noexcept {
+bool gather_whole(Mesh &mesh, Rim &rim, Fused &fused) noexcept {
   mesh.polygon.clear();
   if (!gather_rim(mesh, 0, mesh.taken.size())) return false;
   rim.open = mesh.polygon[0] != mesh.polygon[mesh.polygon.size() - 1];
   if (rim.open) (void)mesh.polygon.push_back(rim.node);
-  return secure_room(mesh, fused) && secure_box(mesh, fused);
+  return secure_room(mesh, fused) && secure_place(mesh, fused.face);
 }
 
 // The rim but for its largest face, and space for it at both ends of that face's polygon, of which little is looked at.
-bool gather_around_largest(Mesh &mesh, Rim &rim, Face &fused) noexcept {
+bool gather_around_largest(Mesh &mesh, Rim &rim, Fused &fused) noexcept {
   const Face &last = mesh.face(mesh.taken[mesh.taken.size() - 1]);
   rim.open = mesh.face(mesh.taken[0]).nodes[1] != last.nodes[last.count - 1];
   mesh.polygon.clear();
@@ -263,7 +285,7 @@ bool gather_around_largest(Mesh &mesh, Rim &rim, Face &fused) noexcept {
   if (rim.open) (void)mesh.polygon.push_back(rim.node);
   const std::int32_t slot = mesh.taken[rim.largest];
   return give_space(mesh, mesh.face(slot), rim.in_front, mesh.polygon.count() - rim.in_front) &&
-         secure_box(mesh, fused) && list_seam(mesh, slot, dropped_of_largest(rim), rim.in_front);
+         secure_place(mesh, fused.face) && list_seam(mesh, slot, dropped_of_largest(rim), rim.in_front);
 }
 
 std::int32_t count_vertices(const Mesh &mesh, const Rim &rim) noexcept {
@@ -272,26 +294,29 @@ std::int32_t count_vertices(const Mesh &mesh, const Rim &rim) noexcept {
 }
 
 // Lengthens the largest polygon at both ends.
-void splice(Mesh &mesh, const Rim &rim, Face &fused) noexcept {
+void splice(const Mesh &mesh, const Rim &rim, Fused &fused) noexcept {
   const Face &polygon = mesh.face(mesh.taken[rim.largest]);
   const std::int32_t dropped = dropped_of_largest(rim);
   const std::int32_t behind = mesh.polygon.count() - rim.in_front;
-  fused.count = count_vertices(mesh, rim);
-  fused.nodes = polygon.nodes + dropped - rim.in_front;
-  fused.front = polygon.front + dropped - rim.in_front;
-  fused.back = polygon.back - behind;
-  std::copy_n(mesh.polygon.data(), rim.in_front, fused.nodes);
-  std::copy_n(mesh.polygon.data() + rim.in_front, behind, fused.nodes + fused.count - behind);
+  const Room room = mesh.room_of(polygon);
+  fused.face.count = count_vertices(mesh, rim);
+  fused.face.nodes = polygon.nodes + dropped - rim.in_front;
+  fused.room.front = room.front + dropped - rim.in_front;
+  fused.room.back = room.back - behind;
+  std::copy_n(mesh.polygon.data(), rim.in_front, fused.face.nodes);
+  std::copy_n(mesh.polygon.data() + rim.in_front, behind, fused.face.nodes + fused.face.count - behind);
 }
 
-void prune_spliced(Mesh &mesh, Face &fused) noexcept {
-  const std::span<std::int32_t> rim{fused.nodes, static_cast<std::size_t>(fused.count)};
-  const std::span<std::int32_t> left = prune_seam(mesh, rim, fused.simple);
+bool prune_spliced(Mesh &mesh, Fused &fused) noexcept {
+  bool simple = false;
+  const std::span<std::int32_t> rim{fused.face.nodes, static_cast<std::size_t>(fused.face.count)};
+  const std::span<std::int32_t> left = prune_seam(mesh, rim, simple);
   const auto cut_in_front = static_cast<std::int32_t>(left.data() - rim.data());
-  fused.front += cut_in_front;
-  fused.back += fused.count - cut_in_front - static_cast<std::int32_t>(left.size());
-  fused.nodes = left.data();
-  fused.count = static_cast<std::int32_t>(left.size());
+  fused.room.front += cut_in_front;
+  fused.room.back += static_cast<std::int32_t>(rim.size() - left.size()) - cut_in_front;
+  fused.face.nodes = left.data();
+  fused.face.count = static_cast<std::int32_t>(left.size());
+  return simple;
 }
 
 }  // namespace
@@ -302,29 +327,33 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
   const bool walked = fuse_fan(mesh, node);
   for (const std::int32_t slot : slots) settle(mesh.face(slot));
   if (!walked) return;
-  Face fused{};
+  Fused fused{};
   Rim rim{node, false, false, place_of_largest(mesh), 0};
   rim.spliced = has_small_seam(mesh, node, rim.largest);
-  const bool simple = mesh.face(mesh.taken[rim.largest]).count < kLargePolygon && rim_is_simple(mesh, node);
+  const bool rim_simple = mesh.face(mesh.taken[rim.largest]).count < kLargePolygon && rim_is_simple(mesh, node);
   if (!(rim.spliced ? gather_around_largest(mesh, rim, fused) : gather_whole(mesh, rim, fused))) {
     report_no_memory(unit_name::kCoarsening);
     give_faces_back(mesh);
     return;
   }
-  std::copy_n(mesh.face(mesh.taken[0]).normal, 3, fused.normal);
+  std::copy_n(mesh.face(mesh.taken[0]).normal, 3, fused.face.normal);
+  join_boxes(mesh, fused.face);
   if (!rim.open) mesh.take_out_of_play(node);
   redirect_face_references(mesh, node);
-  secure_extent(mesh, fused, count_vertices(mesh, rim), node);
+  secure_extent(mesh, fused.room, count_vertices(mesh, rim), node);
+  bool simple = false;
   if (rim.spliced) {
     splice(mesh, rim, fused);
-    prune_spliced(mesh, fused);
+    simple = prune_spliced(mesh, fused);
   } else {
-    fused.simple = prune_polygon_loops(mesh, simple);
+    simple = prune_polygon_loops(mesh, rim_simple);
     store_polygon(mesh, fused);
   }
-  forget_pruned(mesh, fused);
-  fused.present = true;
-  mesh.face(slots[0]) = fused;
+  forget_pruned(mesh, fused.room);
+  fused.face.present = 1;
+  fused.face.simple = simple ? 1 : 0;
+  mesh.rooms[fused.face.room - 1] = fused.room;
+  mesh.face(slots[0]) = fused.face;
 }
 
 }  // namespace sbr::coarse

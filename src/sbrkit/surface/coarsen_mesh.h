@@ -17,20 +17,30 @@ namespace sbr::coarse {
 // Polygons of this many vertices are handled with care for the time that a look at all of them takes.
 constexpr std::int32_t kLargePolygon = 128;
 
+// What is asked of a face stands in one cache line. The box holds its vertices in play, and may be larger than they
+// need.
 struct alignas(64) Face {
   std::int32_t *nodes;  // node indices in order around the polygon, inside Mesh::pool or a chunk of it
   double normal[3];     // unit normal, or zero
-  std::int32_t count;   // vertices in the polygon
-  std::int32_t front;   // free words in front of `nodes`
-  std::int32_t back;    // and behind the polygon
-  std::int32_t box;     // place in Mesh::boxes plus 1; 0 for an original face
-  std::int32_t extent;  // place in Mesh::extents plus 1; 0 for a small polygon
-  bool present;         // false: the slot is empty
-  bool simple;          // of a fused polygon: each node is known to stand there once, or in a row around the polygon
-  bool reversed;        // during the attempts at a node: positions 1 to count - 1 are to be read backwards
+  float low[3];
+  float high[3];
+  std::int32_t count;       // vertices in the polygon
+  std::uint32_t room : 29;  // place in Mesh::rooms plus 1; 0 for an original face. Two faces at least make a fused one.
+  std::uint32_t present : 1;   // 0: the slot is empty
+  std::uint32_t simple : 1;    // of a fused polygon: each node is known to stand there once, or in a row around it
+  std::uint32_t reversed : 1;  // during the attempts at a node: positions 1 to count - 1 are to be read backwards
+};
+static_assert(sizeof(Face) == 64);
+constexpr std::uint32_t kMostRooms = (1U << 29U) - 1;
+
+// What else is known of a fused polygon.
+struct Room {
+  std::int32_t front;   // free words in front of its vertices
+  std::int32_t back;    // and behind them
+  std::int32_t extent;  // place in Mesh::extents plus 1; 0 when there is none
 };
 
-// A box that holds the vertices in play of a fused polygon; it may be larger than they need.
+// A box that holds vertices in play.
 struct Box {
   double low[3];
   double high[3];
@@ -123,8 +133,8 @@ struct Mesh {
   LargeTable<std::int32_t> pool;               // the vertices of the original faces
   OwnedList<LargeTable<std::int32_t>> chunks;  // further room for polygons
   std::size_t chunk_used = 0;                  // of the last chunk
-  LargeTable<Box> boxes;                       // of the fused polygons, with room for more
-  std::int32_t boxes_used = 0;
+  LargeTable<Room> rooms;                      // of the fused polygons, and some more
+  std::int32_t rooms_used = 0;
 
   OwnedList<Extent> extents;  // of the large ones
 
@@ -155,6 +165,10 @@ struct Mesh {
   void take_out_of_play(std::int32_t node) noexcept { marks[node] &= static_cast<unsigned char>(~kInPlay); }
   [[nodiscard]] Face &face(std::int32_t slot) noexcept { return faces[slot]; }
   [[nodiscard]] const Face &face(std::int32_t slot) const noexcept { return faces[slot]; }
+  // What is known of a face beside itself: nothing of an original one.
+  [[nodiscard]] Room room_of(const Face &face) const noexcept {
+    return face.room != 0 ? rooms[face.room - 1] : Room{0, 0, 0};
+  }
   [[nodiscard]] Node &node(std::int32_t index) noexcept { return nodes[index]; }
   [[nodiscard]] const Node &node(std::int32_t index) const noexcept { return nodes[index]; }
   [[nodiscard]] std::span<std::int32_t> faces_of(std::int32_t index) noexcept {
@@ -178,18 +192,21 @@ struct Limits {
 [[nodiscard]] bool build_tables(Mesh &mesh, const SbrBody &body) noexcept;
 // Lists the faces of each node, in order of the slots. Nodes without a face go out of play.
 [[nodiscard]] bool fill_incidence(Mesh &mesh) noexcept;
-void compute_normals(Mesh &mesh) noexcept;
+// Gives each face its normal and its box.
+void measure_faces(Mesh &mesh) noexcept;
 
 // ---- coarsen_neighbourhood --------------------------------------------------------------------------------
 
 // True when a node sits in a small and nearly flat neighbourhood.
 [[nodiscard]] bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept;
-// Gives the polygon of the taken faces a box around all their nodes in play. False when memory is short.
-[[nodiscard]] bool secure_box(Mesh &mesh, Face &room) noexcept;
-// Gives it the extent of one of the taken faces, when there is one: `vertices` counts what it will have. To be asked while
-// the taken faces are as they were. A node that goes is no outpost, nor what pruning then cuts out.
-void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices, std::int32_t node) noexcept;
-void forget_pruned(Mesh &mesh, const Face &room) noexcept;
+// Gives a face a box around its vertices.
+void box_face(const Mesh &mesh, Face &face) noexcept;
+// Gives the polygon of the taken faces a box around all of them.
+void join_boxes(const Mesh &mesh, Face &fused) noexcept;
+// Gives it the extent of one of the taken faces, when there is one: `vertices` counts what it will have. To be asked
+// while the taken faces are as they were. A node that goes is no outpost, nor what pruning then cuts out.
+void secure_extent(Mesh &mesh, Room &room, std::int32_t vertices, std::int32_t node) noexcept;
+void forget_pruned(Mesh &mesh, const Room &room) noexcept;
 
 // ---- coarsen_merge ----------------------------------------------------------------------------------------
 

@@ -17,6 +17,11 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 constexpr Box kEmptyBox{{kInfinity, kInfinity, kInfinity}, {-kInfinity, -kInfinity, -kInfinity}};
 
+float rounded_down(double value) noexcept {
+  const auto near = static_cast<float>(value);
+  return near > value ? std::nextafter(near, -std::numeric_limits<float>::infinity()) : near;
+}
+
 void widen(Box &box, const Node &node) noexcept {
   const double at[3] = {node.x, node.y, node.z};
   for (int c = 0; c < 3; ++c) {
@@ -27,7 +32,8 @@ void widen(Box &box, const Node &node) noexcept {
 
 // True when even the far corner of the box is near enough. Rounding keeps the order of distances, so that this decides
 // as the vertices would; false leaves the matter to them.
-bool box_within(const Box &box, const Node &center, double limit) noexcept {
+template <class Boxed>
+bool box_within(const Boxed &box, const Node &center, double limit) noexcept {
   const double at[3] = {center.x, center.y, center.z};
   double farthest[3];
   for (int c = 0; c < 3; ++c) farthest[c] = std::max(std::fabs(box.low[c] - at[c]), std::fabs(box.high[c] - at[c]));
@@ -156,26 +162,28 @@ bool any_too_far(const Mesh &mesh, const std::int32_t *vertices, std::int32_t co
                      [&](std::int32_t vertex) { return too_far(mesh, center, vertex, limit); });
 }
 
-// Gives a large polygon its extent. Without memory for it there is none.
-void make_extent(Mesh &mesh, Face &face) noexcept {
+// Gives a large fused polygon its extent. Without memory for it there is none.
+void make_extent(Mesh &mesh, const Face &face) noexcept {
   Extent *fresh = mesh.extents.add();
   if (fresh == nullptr) return;
   clear(*fresh);
-  if (take_vertices(mesh, *fresh, face, nullptr)) face.extent = mesh.extents.count();
+  if (take_vertices(mesh, *fresh, face, nullptr)) mesh.rooms[face.room - 1].extent = mesh.extents.count();
 }
 
 // An extent is made when a large polygon is looked through for the first time.
-bool face_within_distance(Mesh &mesh, Face &face, const Node &center, double limit) noexcept {
+bool face_within_distance(Mesh &mesh, const Face &face, const Node &center, double limit) noexcept {
   constexpr std::int32_t kFirstLook = 32;
-  if (face.box != 0 && box_within(mesh.boxes[face.box - 1], center, limit)) return true;
-  if (face.count >= kLargePolygon && face.extent == 0) {
-    if (any_too_far(mesh, face.nodes, kFirstLook, center, limit)) return false;
-    make_extent(mesh, face);
-  }
-  if (face.extent != 0) {
-    const Extent &extent = *mesh.extents[face.extent - 1];
-    if (outpost_too_far(mesh, extent, center, limit)) return false;
-    if (all_within(mesh, extent, center, limit)) return true;
+  if (box_within(face, center, limit)) return true;
+  if (face.count >= kLargePolygon && face.room != 0) {
+    if (mesh.room_of(face).extent == 0) {
+      if (any_too_far(mesh, face.nodes, kFirstLook, center, limit)) return false;
+      make_extent(mesh, face);
+    }
+    if (const std::int32_t place = mesh.room_of(face).extent; place != 0) {
+      const Extent &extent = *mesh.extents[place - 1];
+      if (outpost_too_far(mesh, extent, center, limit)) return false;
+      if (all_within(mesh, extent, center, limit)) return true;
+    }
   }
   return !any_too_far(mesh, face.nodes, face.count, center, limit);
 }
@@ -184,7 +192,7 @@ bool within_distance(Mesh &mesh, std::int32_t node, std::span<const std::int32_t
   const Node &center = mesh.node(node);
   std::int32_t previous = -1;
   for (const std::int32_t slot : slots) {
-    Face &face = mesh.face(slot);
+    const Face &face = mesh.face(slot);
     if (!face.present || slot == previous) continue;
     previous = slot;
     if (!face_within_distance(mesh, face, center, limit)) return false;
@@ -220,29 +228,28 @@ bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept {
          flat(mesh, slots, limits.cosine);
 }
 
-bool secure_box(Mesh &mesh, Face &room) noexcept {
+// Numbers that are no numbers are passed over, as the check of the distance does.
+void box_face(const Mesh &mesh, Face &face) noexcept {
   Box box = kEmptyBox;
-  room.box = 0;
+  for (std::int32_t p = 0; p < face.count; ++p)
+    if (mesh.is_listed(face.nodes[p])) widen(box, mesh.node(face.nodes[p]));
+  for (int c = 0; c < 3; ++c) {
+    face.low[c] = rounded_down(box.low[c]);
+    face.high[c] = -rounded_down(-box.high[c]);
+  }
+}
+
+void join_boxes(const Mesh &mesh, Face &fused) noexcept {
+  const Face &first = mesh.face(mesh.taken[0]);
+  std::copy_n(first.low, 3, fused.low);
+  std::copy_n(first.high, 3, fused.high);
   for (const std::int32_t slot : mesh.taken) {
     const Face &face = mesh.face(slot);
-    if (face.box != 0) {
-      const Box &other = mesh.boxes[face.box - 1];
-      for (int c = 0; c < 3; ++c) {
-        box.low[c] = std::min(box.low[c], other.low[c]);
-        box.high[c] = std::max(box.high[c], other.high[c]);
-      }
-      room.box = face.box;
-      continue;
+    for (int c = 0; c < 3; ++c) {
+      fused.low[c] = std::min(fused.low[c], face.low[c]);
+      fused.high[c] = std::max(fused.high[c], face.high[c]);
     }
-    for (std::int32_t p = 0; p < face.count; ++p)
-      if (mesh.in_play(face.nodes[p])) widen(box, mesh.node(face.nodes[p]));
   }
-  if (room.box == 0) {
-    if (mesh.boxes_used == mesh.boxes.count() && !mesh.boxes.grow(2 * std::int64_t{mesh.boxes_used} + 64)) return false;
-    room.box = ++mesh.boxes_used;
-  }
-  mesh.boxes[room.box - 1] = box;
-  return true;
 }
 
 namespace {
@@ -251,7 +258,7 @@ namespace {
 std::int32_t longest_extent(const Mesh &mesh) noexcept {
   std::int32_t longest = 0;
   for (const std::int32_t slot : mesh.taken) {
-    const std::int32_t extent = mesh.face(slot).extent;
+    const std::int32_t extent = mesh.room_of(mesh.face(slot)).extent;
     if (extent != 0 &&
         (longest == 0 || mesh.extents[extent - 1]->listed.size() > mesh.extents[longest - 1]->listed.size()))
       longest = extent;
@@ -261,7 +268,7 @@ std::int32_t longest_extent(const Mesh &mesh) noexcept {
 
 }  // namespace
 
-void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices, std::int32_t node) noexcept {
+void secure_extent(Mesh &mesh, Room &room, std::int32_t vertices, std::int32_t node) noexcept {
   room.extent = 0;
   const std::int32_t place = longest_extent(mesh);
   if (place == 0) return;
@@ -270,8 +277,9 @@ void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices, std::int32_t n
   std::int32_t others = 0;
   for (const std::int32_t slot : mesh.taken) {
     const Face &face = mesh.face(slot);
-    if (face.extent != 0 && face.extent != place) *mesh.extents[face.extent - 1] = Extent{};
-    if (face.extent == place)
+    const std::int32_t own = mesh.room_of(face).extent;
+    if (own != 0 && own != place) *mesh.extents[own - 1] = Extent{};
+    if (own == place)
       listed = &face;
     else
       others += face.count;
@@ -287,7 +295,7 @@ void secure_extent(Mesh &mesh, Face &room, std::int32_t vertices, std::int32_t n
   room.extent = place;
 }
 
-void forget_pruned(Mesh &mesh, const Face &room) noexcept {
+void forget_pruned(Mesh &mesh, const Room &room) noexcept {
   if (room.extent == 0) return;
   Extent &extent = *mesh.extents[room.extent - 1];
   for (const std::int32_t node : mesh.pruned) forget_node(extent, node);

@@ -27,7 +27,7 @@ bool has_vertex(const Face &face, std::int32_t node) noexcept {
 }
 
 bool is_simple(const Face &face) noexcept {
-  if (face.count > kSmallFace) return face.simple;
+  if (face.count > kSmallFace) return face.simple != 0;
   for (std::int32_t p = 0; p < face.count; ++p)
     for (std::int32_t q = 0; q + 1 < p; ++q)
       if (face.nodes[p] == face.nodes[q] && (q > 0 || p < face.count - 1)) return false;
