@@ -20,6 +20,9 @@ namespace sbr::coarse {
 
 namespace {
 
+// What is read here and there is called for so many steps ahead.
+constexpr std::int32_t kAhead = 32;
+
 bool build_faces(Mesh &mesh, const SbrBody &body) noexcept {
   std::int64_t faces = 0;
   std::int64_t vertices = 0;
@@ -51,8 +54,11 @@ bool build_nodes(Mesh &mesh, const SbrBody &body) noexcept {
     report_no_memory(unit_name::kCoarsening);
     return false;
   }
-  for (std::int32_t i = 0; i < records.count(); ++i)
-    mesh.node(mesh.number(i)) = {records[i].x, records[i].y, records[i].z, 0, 0};
+  for (std::int32_t number = 0; number < records.count(); ++number) {
+    if (number + kAhead < records.count()) __builtin_prefetch(&records[mesh.index(number + kAhead)]);
+    const NodeRecord &record = records[mesh.index(number)];
+    mesh.node(number) = {record.x, record.y, record.z, 0, 0};
+  }
   return true;
 }
 
@@ -89,11 +95,15 @@ void number_by_faces(Mesh &mesh, int nodes) noexcept {
     number_of[index] = given++;
   };
   const auto is_index = [nodes](std::int32_t vertex) { return vertex >= 0 && vertex < nodes; };
-  for (const std::int32_t vertex : mesh.pool)
-    if (is_index(vertex)) give_number(vertex);
+  for (std::size_t place = 0; place < mesh.pool.size(); ++place) {
+    const std::size_t later = std::min(place + kAhead, mesh.pool.size() - 1);
+    if (is_index(mesh.pool[later])) __builtin_prefetch(&number_of[mesh.pool[later]]);
+    std::int32_t &vertex = mesh.pool[place];
+    if (!is_index(vertex)) continue;
+    give_number(vertex);
+    vertex = number_of[vertex];
+  }
   for (std::int32_t index = 0; index < nodes; ++index) give_number(index);
-  for (std::int32_t &vertex : mesh.pool)
-    if (is_index(vertex)) vertex = number_of[vertex];
   mesh.number_of.swap(number_of);
 }
 
