@@ -345,6 +345,13 @@ class LookAhead {
       slot = mesh_.merged_into[slot];
       if (&mesh_.face(slot) != &face) __builtin_prefetch(&mesh_.face(slot));
     }
+    for (const std::int32_t slot : slots_of(index + 8)) {
+      const Face &face = mesh_.face(slot);
+      if (face.room == 0) continue;
+      __builtin_prefetch(&mesh_.rooms[face.room - 1]);
+      __builtin_prefetch(face.nodes);
+      __builtin_prefetch(face.nodes + face.count - 1);
+    }
   }
 
  private:

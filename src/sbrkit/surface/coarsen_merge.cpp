@@ -329,7 +329,7 @@ void merge_at_node(Mesh &mesh, std::int32_t node) noexcept {
   if (!walked) return;
   Fused fused{};
   Rim rim{node, false, false, place_of_largest(mesh), 0};
-  rim.spliced = has_small_seam(mesh, node, rim.largest);
+  rim.spliced = has_small_seam(mesh, rim.largest);
   const bool rim_simple = mesh.face(mesh.taken[rim.largest]).count < kLargePolygon && rim_is_simple(mesh, node);
   if (!(rim.spliced ? gather_around_largest(mesh, rim, fused) : gather_whole(mesh, rim, fused))) {
     report_no_memory(unit_name::kCoarsening);

@@ -15,7 +15,7 @@
 namespace sbr::coarse {
 
 // Polygons of this many vertices are handled with care for the time that a look at all of them takes.
-constexpr std::int32_t kLargePolygon = 128;
+constexpr std::int32_t kLargePolygon = 64;
 
 // What is asked of a face stands in one cache line. The box holds its vertices in play, and may be larger than they
 // need.
@@ -262,10 +262,11 @@ std::int32_t count_in_group(Mesh &mesh, std::int32_t node) noexcept;
 // redirecting, of faces none of which is large.
 [[nodiscard]] bool rim_is_simple(Mesh &mesh, std::int32_t node) noexcept;
 // Whether the faces taken are simple, and all but one of them, a large one, small beside it.
-[[nodiscard]] bool has_small_seam(Mesh &mesh, std::int32_t node, std::size_t largest) noexcept;
+[[nodiscard]] bool has_small_seam(Mesh &mesh, std::size_t largest) noexcept;
 // Lists in Mesh::pruning the vertices that can bound an excursion: those of nodes that stand more than once in the rim,
-// and not in a row only. Mesh::polygon has what comes in front of the large face and behind it; of the face itself the
-// first vertices are dropped. Asked before redirecting. False when memory is short.
+// and not in a row only, and of the node that the faces are turned to. Mesh::polygon has what comes in front of the
+// large face and behind it; of the face itself the first vertices are dropped. Asked before redirecting. False when
+// memory is short.
 [[nodiscard]] bool list_seam(Mesh &mesh, std::int32_t slot, std::int32_t dropped, std::int32_t in_front) noexcept;
 
 // ---- coarsen_surface --------------------------------------------------------------------------------------

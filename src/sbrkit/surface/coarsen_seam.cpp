@@ -34,11 +34,6 @@ bool is_simple(const Face &face) noexcept {
   return true;
 }
 
-// Whether a face that was turned to the node is simple, and has the node once.
-bool is_simple_around(const Face &face, std::int32_t node) noexcept {
-  return face.count >= 3 && !has_end(face, node) && is_simple(face);
-}
-
 // ---- rims of faces that are not large ---------------------------------------------------------------------
 
 // A row of vertices of a small face of the fan, other than the node.
@@ -88,7 +83,7 @@ bool rim_is_simple(Mesh &mesh, std::int32_t node) noexcept {
   std::int32_t largest = mesh.taken[0];
   for (const std::int32_t slot : mesh.taken) {
     const Face &face = mesh.face(slot);
-    if (!is_simple_around(face, node)) return false;
+    if (face.count < 3 || has_end(face, node) || !is_simple(face)) return false;
     if (face.count > mesh.face(largest).count) largest = slot;
   }
   RimVertices rim;
@@ -126,32 +121,53 @@ Row find_row(const Face &face, std::int32_t node) noexcept {
 void mark_small_faces(Mesh &mesh, std::size_t in_front) noexcept {
   const std::span<const std::int32_t> brought = mesh.polygon.span();
   for (std::size_t i = 0; i < brought.size(); ++i) {
+    __builtin_prefetch(&mesh.node(brought[i]));  // to be looked up
     if (i > 0 && i != in_front && brought[i] == brought[i - 1]) continue;
     unsigned char &marks = mesh.marks[brought[i]];
     marks |= (marks & kSeen) != 0 ? kSeenAgain : kSeen;
   }
 }
 
-// Finds their rows in the large face, behind the vertices that are dropped, and marks them as well. Gives how many
-// vertices the rows have.
-std::int64_t find_rows(Mesh &mesh, std::int32_t slot, std::int32_t dropped, std::int32_t in_front) noexcept {
+// Rows in the large face that matter, and what they have in all.
+struct Rows {
+  Array<Row> &list;
+  std::int32_t dropped;  // vertices of the face that the rim lacks
+  std::int32_t shift;    // from a position in the face to that in the rim
   std::int64_t vertices = 0;
-  mesh.rows.clear();
-  for (const std::int32_t node : mesh.polygon.span()) {
-    unsigned char &marks = mesh.marks[node];
-    if ((marks & kGrouped) != 0) continue;
-    marks |= kGrouped;  // looked up
-    if (!names(mesh, node, slot)) continue;
-    const Row row = find_row(mesh.face(slot), node);
+
+  // False for a row that is dropped.
+  bool add(Row row) noexcept {
     const std::int32_t first = std::max(row.first, dropped);
     const std::int32_t count = row.first + row.count - first;
-    if (count <= 0) continue;
-    marks |= kSeenAgain;
-    (void)mesh.rows.push_back({in_front + first - dropped, count});
+    if (count <= 0) return false;
+    (void)list.push_back({first + shift, count});
     vertices += count;
+    return true;
   }
-  std::sort(mesh.rows.begin(), mesh.rows.end(), [](const Row &a, const Row &b) { return a.first < b.first; });
-  return vertices;
+};
+
+// The node itself stands first in the large face, but it may stand in a row there, which may go around the end.
+void find_own_rows(Mesh &mesh, const Face &face, Rows &rows) noexcept {
+  const std::int32_t node = face.nodes[0];
+  std::int32_t behind = 1;
+  while (behind < face.count && face.nodes[behind] == node) ++behind;
+  std::int32_t in_front = face.count;
+  while (in_front > behind && face.nodes[in_front - 1] == node) --in_front;
+  if (rows.add({0, behind})) mesh.marks[node] |= kSeenAgain;
+  if (rows.add({in_front, face.count - in_front})) mesh.marks[node] |= kSeenAgain;
+}
+
+// Finds the rows of the marked nodes in the large face, and marks those that have one as well.
+void find_rows(Mesh &mesh, std::int32_t slot, Rows &rows) noexcept {
+  const Face &face = mesh.face(slot);
+  find_own_rows(mesh, face, rows);
+  for (const std::int32_t node : mesh.polygon.span()) {
+    unsigned char &marks = mesh.marks[node];
+    if ((marks & kGrouped) != 0 || node == face.nodes[0]) continue;
+    marks |= kGrouped;  // looked up
+    if (names(mesh, node, slot) && rows.add(find_row(face, node))) marks |= kSeenAgain;
+  }
+  std::sort(rows.list.begin(), rows.list.end(), [](const Row &a, const Row &b) { return a.first < b.first; });
 }
 
 void set_marks(Mesh &mesh, unsigned char kept) noexcept {
@@ -166,13 +182,13 @@ void list_marked(Mesh &mesh, const std::int32_t *vertices, std::int32_t count, s
 
 }  // namespace
 
-bool has_small_seam(Mesh &mesh, std::int32_t node, std::size_t largest) noexcept {
+bool has_small_seam(Mesh &mesh, std::size_t largest) noexcept {
   const std::int32_t large = mesh.taken[largest];
   if (mesh.face(large).count < kLargePolygon || mesh.taken.size() > kSmallFan) return false;
   std::int64_t brought = 0;
   for (const std::int32_t slot : mesh.taken) {
     const Face &face = mesh.face(slot);
-    if (!is_simple_around(face, node)) return false;
+    if (face.count < 3 || !is_simple(face)) return false;
     if (slot != large) brought += face.count;
   }
   return brought * kCostOfLookUp <= mesh.face(large).count &&
@@ -187,19 +203,21 @@ bool list_seam(Mesh &mesh, std::int32_t slot, std::int32_t dropped, std::int32_t
   const std::int32_t brought = mesh.polygon.count();
   const Face &face = mesh.face(slot);
   const std::int32_t kept = face.count - dropped;
-  if (!mesh.rows.reserve(brought)) return false;
+  if (!mesh.rows.reserve(std::int64_t{brought} + 2)) return false;
+  mesh.rows.clear();
+  Rows rows{mesh.rows, dropped, in_front - dropped};
   mark_small_faces(mesh, static_cast<std::size_t>(in_front));
-  const std::int64_t most = brought + find_rows(mesh, slot, dropped, in_front);
-  const bool ready = mesh.pruning.reserve(most) && mesh.pruned.reserve(std::int64_t{brought} + kept);
+  find_rows(mesh, slot, rows);
+  const bool ready = mesh.pruning.reserve(brought + rows.vertices) && mesh.pruned.reserve(std::int64_t{brought} + kept);
   if (ready) {
     set_marks(mesh, kInPlay | kSeenAgain);
     mesh.pruning.clear();
     list_marked(mesh, mesh.polygon.data(), in_front, 0);
-    for (const Row &row : mesh.rows)
-      list_marked(mesh, face.nodes + dropped + (row.first - in_front), row.count, row.first);
+    for (const Row &row : mesh.rows) list_marked(mesh, face.nodes + (row.first - rows.shift), row.count, row.first);
     list_marked(mesh, mesh.polygon.data() + in_front, brought - in_front, in_front + kept);
   }
   set_marks(mesh, kInPlay);
+  mesh.marks[face.nodes[0]] &= kInPlay;
   return ready;
 }
 
