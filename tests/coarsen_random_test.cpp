@@ -234,6 +234,30 @@ TEST_F(CoarseningRandomTest, LargePolygonsOfScatteredPlatesFollowTheRules) {
   EXPECT_GT(largest, 128U);
 }
 
+TEST_F(CoarseningRandomTest, LargePolygonsOfPlatesWithHolesFollowTheRules) {
+  // Rims run around holes and meet themselves behind them; the interface of a hole stays, and so do some nodes inside.
+  Random random(97);
+  std::size_t large = 0;
+  for (int round = 0; round < 40; ++round) {
+    Surface surface = scattered_plate(random, 16 + below(random, 12));
+    const std::size_t holes = surface.faces.size() / static_cast<std::size_t>(8 + below(random, 60));
+    std::shuffle(surface.faces.begin(), surface.faces.end(), random);
+    surface.faces.resize(surface.faces.size() - holes);
+    for (auto &face : surface.faces) {
+      if (below(random, 5) == 0) std::reverse(face.begin(), face.end());
+      std::rotate(face.begin(), face.begin() + below(random, 4), face.end());
+    }
+    CoarseningOptions options;
+    options.resolution = uniform(random, 0.3, 0.5);
+    for (int k = below(random, 2) * 20; k > 0; --k)
+      options.preserved.insert(below(random, static_cast<int>(surface.points.size())));
+    const Faces faces = coarsen(surface, options);
+    ASSERT_EQ(faces, coarsen_by_the_book(surface, options)) << "round " << round << ", " << text_of(options);
+    for (const auto &face : faces) large += face.size() > 64 ? 1 : 0;
+  }
+  EXPECT_GT(large, 40U);
+}
+
 TEST_F(CoarseningRandomTest, LargePolygonsOfOrderedGridsFollowTheRules) {
   Random random(95);
   for (int round = 0; round < 4; ++round) {

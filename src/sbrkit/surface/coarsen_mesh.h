@@ -27,7 +27,7 @@ struct alignas(64) Face {
   std::int32_t count;       // vertices in the polygon
   std::uint32_t room : 29;  // place in Mesh::rooms plus 1; 0 for an original face. Two faces at least make a fused one.
   std::uint32_t present : 1;   // 0: the slot is empty
-  std::uint32_t simple : 1;    // of a fused polygon: each node is known to stand there once, or in a row around it
+  std::uint32_t simple : 1;    // of a fused polygon: each node is known to stand there once, or twice in a row
   std::uint32_t reversed : 1;  // during the attempts at a node: positions 1 to count - 1 are to be read backwards
 };
 static_assert(sizeof(Face) == 64);
@@ -192,15 +192,13 @@ struct Limits {
 [[nodiscard]] bool build_tables(Mesh &mesh, const SbrBody &body) noexcept;
 // Lists the faces of each node, in order of the slots. Nodes without a face go out of play.
 [[nodiscard]] bool fill_incidence(Mesh &mesh) noexcept;
-// Gives each face its normal and its box.
-void measure_faces(Mesh &mesh) noexcept;
 
 // ---- coarsen_neighbourhood --------------------------------------------------------------------------------
 
 // True when a node sits in a small and nearly flat neighbourhood.
 [[nodiscard]] bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept;
-// Gives a face a box around its vertices.
-void box_face(const Mesh &mesh, Face &face) noexcept;
+// Gives each face its normal and its box.
+void measure_faces(Mesh &mesh) noexcept;
 // Gives the polygon of the taken faces a box around all of them.
 void join_boxes(const Mesh &mesh, Face &fused) noexcept;
 // Gives it the extent of one of the taken faces, when there is one: `vertices` counts what it will have. To be asked
@@ -247,7 +245,7 @@ bool give_faces_back(Mesh &mesh) noexcept;
 // ---- coarsen_prune ----------------------------------------------------------------------------------------
 
 // Cuts small excursions out of a fused polygon, Mesh::polygon in place. rim_is_simple: what rim_is_simple said of it.
-// True when each node stands in a row in the outcome, as far as that was found out.
+// True when each node stands once, or twice in a row, in the outcome, as far as that was found out.
 bool prune_polygon_loops(Mesh &mesh, bool rim_is_simple = false) noexcept;
 // The same for a rim of which Mesh::pruning lists all vertices that can bound an excursion; see list_seam. Gives what
 // is left of the rim, which stays where it is but for the ends and the excursions.
@@ -257,15 +255,15 @@ std::int32_t count_in_group(Mesh &mesh, std::int32_t node) noexcept;
 
 // ---- coarsen_seam -----------------------------------------------------------------------------------------
 
-// True when each node stands once, or in a row, in the polygon strung together from the taken faces around a node, but
-// for the last vertices that close it. Costs little beside the polygon; false leaves the matter open. Asked before
-// redirecting, of faces none of which is large.
+// True when each node stands once, or twice in a row, in the polygon strung together from the taken faces around a
+// node, but for the last vertices that close it. Costs little beside the polygon; false leaves the matter open. Asked
+// before redirecting, of faces none of which is large.
 [[nodiscard]] bool rim_is_simple(Mesh &mesh, std::int32_t node) noexcept;
 // Whether the faces taken are simple, and all but one of them, a large one, small beside it.
 [[nodiscard]] bool has_small_seam(Mesh &mesh, std::size_t largest) noexcept;
 // Lists in Mesh::pruning the vertices that can bound an excursion: those of nodes that stand more than once in the rim,
-// and not in a row only, and of the node that the faces are turned to. Mesh::polygon has what comes in front of the
-// large face and behind it; of the face itself the first vertices are dropped. Asked before redirecting. False when
+// and not twice in a row only, and of the node that the faces are turned to. Mesh::polygon has what comes in front of
+// the large face and behind it; of the face itself the first vertices are dropped. Asked before redirecting. False when
 // memory is short.
 [[nodiscard]] bool list_seam(Mesh &mesh, std::int32_t slot, std::int32_t dropped, std::int32_t in_front) noexcept;
 

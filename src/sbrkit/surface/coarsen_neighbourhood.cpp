@@ -228,14 +228,43 @@ bool node_test(Mesh &mesh, std::int32_t node, const Limits &limits) noexcept {
          flat(mesh, slots, limits.cosine);
 }
 
+namespace {
+
+// The normal of the first corner, (P2 - P1) x (P0 - P1). A face that refers to no node of the table there has none.
+void compute_normal(const Mesh &mesh, Face &face) noexcept {
+  const auto known = [&](std::int32_t node) { return mesh.is_listed(node); };
+  if (face.count < 3 || !known(face.nodes[0]) || !known(face.nodes[1]) || !known(face.nodes[2])) return;
+  const Node &p0 = mesh.node(face.nodes[0]);
+  const Node &p1 = mesh.node(face.nodes[1]);
+  const Node &p2 = mesh.node(face.nodes[2]);
+  const double a[3] = {p2.x - p1.x, p2.y - p1.y, p2.z - p1.z};
+  const double b[3] = {p0.x - p1.x, p0.y - p1.y, p0.z - p1.z};
+  double *n = face.normal;
+  n[0] = a[1] * b[2] - a[2] * b[1];
+  n[1] = a[2] * b[0] - a[0] * b[2];
+  n[2] = a[0] * b[1] - a[1] * b[0];
+  const double length = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
+  if (length == 0.0) return;
+  for (int c = 0; c < 3; ++c) n[c] /= length;
+}
+
 // Numbers that are no numbers are passed over, as the check of the distance does.
-void box_face(const Mesh &mesh, Face &face) noexcept {
+void box_vertices(const Mesh &mesh, Face &face) noexcept {
   Box box = kEmptyBox;
   for (std::int32_t p = 0; p < face.count; ++p)
     if (mesh.is_listed(face.nodes[p])) widen(box, mesh.node(face.nodes[p]));
   for (int c = 0; c < 3; ++c) {
     face.low[c] = rounded_down(box.low[c]);
     face.high[c] = -rounded_down(-box.high[c]);
+  }
+}
+
+}  // namespace
+
+void measure_faces(Mesh &mesh) noexcept {
+  for (Face &face : mesh.faces) {
+    compute_normal(mesh, face);
+    box_vertices(mesh, face);
   }
 }
 

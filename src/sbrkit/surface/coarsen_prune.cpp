@@ -122,16 +122,18 @@ class Pruning {
     return {begin, squeeze_behind(kept, polygon_ + end_of_gap(kept))};
   }
 
-  // Whether each node stands in a row in what squeezing has left.
+  // Whether each node stands once, or twice in a row, in what squeezing has left.
   [[nodiscard]] bool is_simple() const noexcept {
     if (!scratch_.strangers.empty()) return false;
-    const Occurrence *previous = nullptr;
+    std::int32_t group = -1;
+    std::int32_t next = -1;  // where the second of a row stands; -1 behind it
     for (const std::int32_t place : scratch_.by_group) {
       const Occurrence &occurrence = scratch_.occurrences[place];
       if (occurrence.blank) continue;
-      if (previous != nullptr && occurrence.group == previous->group && occurrence.position != previous->position + 1)
-        return false;
-      previous = &occurrence;
+      const bool first = occurrence.group != group;
+      if (!first && occurrence.position != next) return false;
+      group = occurrence.group;
+      next = first ? occurrence.position + 1 : -1;
     }
     return true;
   }

@@ -1,7 +1,7 @@
 // Coarsening, where a fused polygon can run into itself. Nodes that several of its faces share make excursions (see
-// coarsen_prune), and leave one vertex behind another of the same node when they are cut. Such rows bound no excursion,
-// so that what was simple before stays so away from the seam, where the faces meet: only what the small faces bring
-// needs to be looked for in a large one.
+// coarsen_prune), and leave two vertices of the same node in a row when they are cut. Two in a row bound no excursion
+// (three do: the one between them), so that what was simple before stays so away from the seam, where the faces meet:
+// only what the small faces bring needs to be looked for in a large one.
 #include <algorithm>
 #include <span>
 
@@ -40,6 +40,7 @@ bool is_simple(const Face &face) noexcept {
 struct RimVertex {
   std::int32_t node;
   bool end;  // it is next to the node
+  bool two;  // of the row
 };
 using RimVertices = RimVertex[kSmallFan * kSmallFace];
 
@@ -53,9 +54,9 @@ int list_small_faces(const Mesh &mesh, std::int32_t largest, RimVertices &rim) n
     for (std::int32_t p = 1; p < face.count; ++p) {
       const bool end = p == 1 || p == face.count - 1;
       if (p > 1 && face.nodes[p] == face.nodes[p - 1])
-        rim[count - 1].end |= end;
+        rim[count - 1] = {face.nodes[p], rim[count - 1].end || end, true};
       else
-        rim[count++] = {face.nodes[p], end};
+        rim[count++] = {face.nodes[p], end, false};
     }
   }
   return count;
@@ -67,10 +68,10 @@ bool is_used_once(const Face &largest, std::span<const RimVertex> rim) noexcept 
   int others = 0;
   for (const RimVertex &other : rim.subspan(1)) {
     if (other.node != vertex.node) continue;
-    if (!vertex.end || !other.end) return false;
+    if (!vertex.end || !other.end || vertex.two || other.two) return false;
     others += 1;
   }
-  if (vertex.end && has_end(largest, vertex.node)) return others == 0;
+  if (vertex.end && has_end(largest, vertex.node)) return others == 0 && !vertex.two;
   return others <= 1 && !has_vertex(largest, vertex.node);
 }
 
@@ -117,12 +118,15 @@ Row find_row(const Face &face, std::int32_t node) noexcept {
   return {first, end - first};
 }
 
-// Marks the nodes of what the small faces bring, those that stand there more than once, but for a row, apart.
+// Marks the nodes of what the small faces bring, those that stand there more than once, but for two in a row, apart.
 void mark_small_faces(Mesh &mesh, std::size_t in_front) noexcept {
   const std::span<const std::int32_t> brought = mesh.polygon.span();
   for (std::size_t i = 0; i < brought.size(); ++i) {
     __builtin_prefetch(&mesh.node(brought[i]));  // to be looked up
-    if (i > 0 && i != in_front && brought[i] == brought[i - 1]) continue;
+    const std::size_t begin = i < in_front ? 0 : in_front;
+    const bool second = i > begin && brought[i] == brought[i - 1];
+    const bool third = second && i > begin + 1 && brought[i] == brought[i - 2];
+    if (second && !third) continue;
     unsigned char &marks = mesh.marks[brought[i]];
     marks |= (marks & kSeen) != 0 ? kSeenAgain : kSeen;
   }
