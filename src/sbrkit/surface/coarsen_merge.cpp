@@ -165,28 +165,39 @@ void rotate(Mesh &mesh, Face &face, std::int32_t position) noexcept {
 
 }  // namespace
 
-// There is no way out in between, and the compiler sees the block alone, so that it compares several vertices at once.
-[[gnu::noinline]] bool block_has(const std::int32_t *block, std::int32_t node) noexcept {
-  std::int32_t found = 0;
-  for (std::int32_t k = 0; k < kBlock; ++k) found |= block[k] == node ? -1 : 0;
-  return found != 0;
+namespace {
+
+// Goes in from both ends of a polygon by so many blocks at most. True when one of them has the node: the ends are then
+// those of the block.
+template <std::int32_t kLength>
+bool narrow_down(const Face &face, std::int32_t node, std::int32_t blocks, std::int32_t &front,
+                 std::int32_t &back) noexcept {
+  for (; blocks > 0 && back - front >= 2 * kLength; --blocks, front += kLength, back -= kLength) {
+    if (block_has<kLength>(face.nodes + front, node)) {
+      back = front + kLength;
+      return true;
+    }
+    if (block_has<kLength>(face.nodes + back - kLength, node)) {
+      front = back - kLength;
+      return true;
+    }
+  }
+  return false;
 }
 
-// The nodes of a run of merges come near each other, so that where a node stands in a row the search goes in from both
-// ends.
+}  // namespace
+
+// The nodes of a run of merges come near each other, so that in a simple polygon the search goes in from both ends.
 std::int32_t find_vertex(const Face &face, std::int32_t node) noexcept {
+  constexpr std::int32_t kLongBlock = 4 * kBlock;
   std::int32_t front = 0;
   std::int32_t back = face.count;
-  if (face.simple)
-    for (; back - front >= 2 * kBlock; front += kBlock, back -= kBlock) {
-      if (block_has(face.nodes + front, node)) break;
-      if (!block_has(face.nodes + back - kBlock, node)) continue;
-      std::int32_t place = find_from(face.nodes, back - kBlock, back, node);
-      while (place > front && face.nodes[place - 1] == node) --place;
-      return place;
-    }
-  const std::int32_t place = find_from(face.nodes, front, back, node);
-  return place == back ? -1 : place;
+  if (face.simple != 0 && !narrow_down<kBlock>(face, node, 4, front, back))
+    (void)narrow_down<kLongBlock>(face, node, face.count, front, back);
+  std::int32_t place = find_from(face.nodes, front, back, node);
+  if (place == back) return -1;
+  while (face.simple != 0 && place > 0 && face.nodes[place - 1] == node) --place;
+  return place;
 }
 
 // Turns every face of the node so that the node stands first; faces that lost the node leave its list.

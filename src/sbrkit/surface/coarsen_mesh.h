@@ -210,7 +210,13 @@ void forget_pruned(Mesh &mesh, const Room &room) noexcept;
 
 // Whether a node stands in a block of vertices, several of which are compared at once.
 constexpr std::int32_t kBlock = 16;
-[[nodiscard]] bool block_has(const std::int32_t *block, std::int32_t node) noexcept;
+// There is no way out in between, and the compiler sees the block alone, so that it does.
+template <std::int32_t kLength = kBlock>
+[[nodiscard, gnu::noinline]] bool block_has(const std::int32_t *block, std::int32_t node) noexcept {
+  std::int32_t found = 0;
+  for (std::int32_t k = 0; k < kLength; ++k) found |= block[k] == node ? -1 : 0;
+  return found != 0;
+}
 // The first place of a node in a polygon, -1 when it is not there.
 [[nodiscard]] std::int32_t find_vertex(const Face &face, std::int32_t node) noexcept;
 // Fuses the faces around a node into one polygon, if they can be walked.
