@@ -15,7 +15,7 @@
 namespace sbr::coarse {
 
 // Polygons of this many vertices are handled with care for the time that a look at all of them takes.
-constexpr std::int32_t kLargePolygon = 64;
+constexpr std::int32_t kLargePolygon = 128;
 
 // What is asked of a face stands in one cache line. The box holds its vertices in play, and may be larger than they
 // need.
