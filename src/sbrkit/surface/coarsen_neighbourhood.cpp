@@ -5,6 +5,7 @@
 // directions, tell that one vertex is too far; boxes tell that all are near. The vertices themselves decide what is
 // then still open.
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -17,9 +18,14 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 constexpr Box kEmptyBox{{kInfinity, kInfinity, kInfinity}, {-kInfinity, -kInfinity, -kInfinity}};
 
+// The largest float that is not above a value. Neighbouring floats have neighbouring words; those of negative ones
+// count the other way.
 float rounded_down(double value) noexcept {
   const auto near = static_cast<float>(value);
-  return near > value ? std::nextafter(near, -std::numeric_limits<float>::infinity()) : near;
+  if (!(near > value)) return near;
+  const auto word = std::bit_cast<std::int32_t>(near);
+  if (near == 0.0F) return -std::numeric_limits<float>::denorm_min();
+  return std::bit_cast<float>(near > 0.0F ? word - 1 : word + 1);
 }
 
 void widen(Box &box, const Node &node) noexcept {
