@@ -2,15 +2,14 @@
 
     run_blocks.py PAGE [--python PYTHON] [--cc COMPILER --include FOLDER --library FILE]
 
-A block of Markdown whose first line is ```sh tested, ```python tested or ```c tested is run in a folder of its section (a
-heading of the second level), in the order of the page; what an earlier block of the section has made is there. A block
-```text output behind it is what it has to print; "..." in it stands for anything, as a line of its own for any lines. Comments of the form
+A block of Markdown whose first line is ```sh tested, ```python tested or ```c tested is run in a folder of the page, in
+the order of the page; what an earlier block has made is there. A block ```text output behind it is what it has to
+print; "..." in it stands for anything, as a line of its own for any lines. Comments of the form
 
     <!-- files: tests/data/samples/beam_13c.sbr.gz as beam.sbr, examples/data/conrod/conrod.inp -->
 
-name files of the source tree that a section finds in its folder, each section where the comment stands before the first one;
-what ends in .gz is unpacked when its name here does not.
-Blocks of a language that no program was named for are counted as left out. The program `sbr` is found by PATH.
+name files of the source tree that the folder has from the start; what ends in .gz is unpacked when its name here does
+not. Blocks of a language that no program was named for are counted as left out. The program `sbr` is found by PATH.
 """
 
 import argparse
@@ -24,22 +23,16 @@ import tempfile
 
 SOURCE = pathlib.Path(__file__).resolve().parent.parent
 FENCE = re.compile(r"^```(.*)$")
+LEFT_OUT = "left out"
 FILES = re.compile(r"<!-- files: (.*?) -->", re.DOTALL)
 
 
 class Block:
-    """A fenced block: what it says, where it begins, the section it is in, and what it has to print."""
+    """A fenced block: what it says, where it begins, the section that it is in, and what it has to print."""
 
     def __init__(self, language, line, section):
         self.language, self.line, self.section = language, line, section
         self.lines, self.wanted = [], None
-
-
-def files_of(text):
-    """The files that sections ask for: a text for each section, "" for those of all."""
-    parts = re.split(r"^## (.*)$", text, flags=re.MULTILINE)
-    sections = dict(zip(["", *(name.strip() for name in parts[1::2])], parts[::2]))
-    return {name: " ".join(",".join(FILES.findall(part)).split()) for name, part in sections.items()}
 
 
 def blocks_of(text):
@@ -75,7 +68,7 @@ def matches(wanted, printed):
 
 
 def bring(files, folder):
-    """Puts files of the source tree into the folder of a section."""
+    """Puts files of the source tree into a folder."""
     for entry in filter(None, (part.strip() for part in files.split(","))):
         path, _, name = entry.partition(" as ")
         source = SOURCE / path.strip()
@@ -99,8 +92,8 @@ def command_of(block, options, folder):
         source, program = folder / "block.c", folder / "block"
         source.write_text("\n".join(block.lines) + "\n")
         library = pathlib.Path(options.library)
-        build = [options.cc, "-std=c99", "-Wall", "-Werror", "-I", options.include, source, "-o", program, library, "-lm",
-                 f"-Wl,-rpath,{library.parent}"]
+        build = [options.cc, "-std=c99", "-Wall", "-Werror", "-I", options.include, source, "-o", program, library,
+                 "-lm", f"-Wl,-rpath,{library.parent}"]
         return ["bash", "-c", shlex.join(map(str, build)) + " && ./block"]
     if block.language not in ("sh", "python", "c"):
         raise SystemExit(f"line {block.line}: nothing runs blocks of {block.language}")
@@ -108,10 +101,10 @@ def command_of(block, options, folder):
 
 
 def run_block(block, options, folder):
-    """Runs a block. None when it did what it should, "left out", or what went wrong."""
+    """Runs a block. None when it did what it should, LEFT_OUT, or what went wrong."""
     command = command_of(block, options, folder)
     if command is None:
-        return "left out"
+        return LEFT_OUT
     done = subprocess.run(list(map(str, command)), cwd=folder, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, text=True, timeout=300, check=False)
     said = f"{options.page.name}, line {block.line}, {block.section!r}"
@@ -132,24 +125,20 @@ def main():
     parser.add_argument("--library")
     options = parser.parse_args()
     text = options.page.read_text(encoding="utf-8")
-    files, blocks = files_of(text), blocks_of(text)
+    files, blocks = ",".join(FILES.findall(text)).replace("\n", " "), blocks_of(text)
     if not blocks:
         raise SystemExit(f"{options.page} has no tested block")
     failures, left_out = [], 0
     with tempfile.TemporaryDirectory(prefix="sbrkit-page-") as scratch:
-        folders = {}
+        folder = pathlib.Path(scratch)
+        bring(files, folder)
         for block in blocks:
-            if block.section not in folders:
-                folders[block.section] = pathlib.Path(scratch) / str(len(folders))
-                folders[block.section].mkdir()
-                bring(",".join((files[""], files[block.section])), folders[block.section])
-            problem = run_block(block, options, folders[block.section])
-            left_out += problem == "left out"
-            if problem not in (None, "left out"):
+            problem = run_block(block, options, folder)
+            left_out += problem == LEFT_OUT
+            if problem not in (None, LEFT_OUT):
                 failures.append(problem)
     print("\n\n".join(failures))
-    print(f"{options.page.name}: {len(blocks)} blocks in {len(folders)} sections, {left_out} left out, "
-          f"{len(failures)} failed")
+    print(f"{options.page.name}: {len(blocks)} blocks, {left_out} left out, {len(failures)} failed")
     return 1 if failures else 0
 
 
