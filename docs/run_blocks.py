@@ -1,6 +1,6 @@
 """Runs the blocks of a page that are marked as tested, and compares what they print.
 
-    run_blocks.py PAGE [--python PYTHON] [--cc COMPILER --include FOLDER --library FILE]
+    run_blocks.py PAGE --cc COMPILER --include FOLDER --library FILE
 
 A block of Markdown whose first line is ```sh tested, ```python tested or ```c tested is run in a folder of the page, in
 the order of the page; what an earlier block has made is there. A block ```text output behind it is what it has to
@@ -9,7 +9,7 @@ print; "..." in it stands for anything, as a line of its own for any lines. Comm
     <!-- files: tests/data/samples/beam_13c.sbr.gz as beam.sbr, examples/data/conrod/conrod.inp -->
 
 name files of the source tree that the folder has from the start; what ends in .gz is unpacked when its name here does
-not. Blocks of a language that no program was named for are counted as left out. The program `sbr` is found by PATH.
+not. Blocks in Python are run by the interpreter of this script; the program `sbr` is found by PATH.
 """
 
 import argparse
@@ -23,7 +23,6 @@ import tempfile
 
 SOURCE = pathlib.Path(__file__).resolve().parent.parent
 FENCE = re.compile(r"^```(.*)$")
-LEFT_OUT = "left out"
 FILES = re.compile(r"<!-- files: (.*?) -->", re.DOTALL)
 
 
@@ -73,39 +72,36 @@ def bring(files, folder):
         path, _, name = entry.partition(" as ")
         source = SOURCE / path.strip()
         target = folder / (name.strip() or source.name)
+        target.parent.mkdir(parents=True, exist_ok=True)
         content = source.read_bytes()
         packed = source.suffix == ".gz" and target.suffix != ".gz"
         target.write_bytes(gzip.decompress(content) if packed else content)
 
 
 def command_of(block, options, folder):
-    """The command that runs a block, or None where no program was named for it."""
+    """The command that runs a block."""
     if block.language == "sh":
         script = folder / ".block.sh"
         script.write_text("set -euo pipefail\n" + "\n".join(block.lines) + "\n")
         return ["bash", script]
-    if block.language == "python" and options.python:
+    if block.language == "python":
         script = folder / ".block.py"
         script.write_text("\n".join(block.lines) + "\n")
-        return [options.python, "-B", script]
-    if block.language == "c" and options.cc:
+        return [sys.executable, "-B", script]
+    if block.language == "c":
         source, program = folder / "block.c", folder / "block"
         source.write_text("\n".join(block.lines) + "\n")
         library = pathlib.Path(options.library)
         build = [options.cc, "-std=c99", "-Wall", "-Werror", "-I", options.include, source, "-o", program, library,
                  "-lm", f"-Wl,-rpath,{library.parent}"]
         return ["bash", "-c", shlex.join(map(str, build)) + " && ./block"]
-    if block.language not in ("sh", "python", "c"):
-        raise SystemExit(f"line {block.line}: nothing runs blocks of {block.language}")
-    return None
+    raise SystemExit(f"line {block.line}: nothing runs blocks of {block.language}")
 
 
 def run_block(block, options, folder):
-    """Runs a block. None when it did what it should, LEFT_OUT, or what went wrong."""
-    command = command_of(block, options, folder)
-    if command is None:
-        return LEFT_OUT
-    done = subprocess.run(list(map(str, command)), cwd=folder, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+    """Runs a block, and gives what went wrong, or None."""
+    command = list(map(str, command_of(block, options, folder)))
+    done = subprocess.run(command, cwd=folder, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, text=True, timeout=300, check=False)
     said = f"{options.page.name}, line {block.line}, {block.section!r}"
     if done.returncode != 0:
@@ -119,26 +115,20 @@ def run_block(block, options, folder):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("page", type=pathlib.Path)
-    parser.add_argument("--python")
-    parser.add_argument("--cc")
-    parser.add_argument("--include")
-    parser.add_argument("--library")
+    parser.add_argument("--cc", required=True)
+    parser.add_argument("--include", required=True)
+    parser.add_argument("--library", required=True)
     options = parser.parse_args()
     text = options.page.read_text(encoding="utf-8")
     files, blocks = ",".join(FILES.findall(text)).replace("\n", " "), blocks_of(text)
     if not blocks:
         raise SystemExit(f"{options.page} has no tested block")
-    failures, left_out = [], 0
     with tempfile.TemporaryDirectory(prefix="sbrkit-page-") as scratch:
         folder = pathlib.Path(scratch)
         bring(files, folder)
-        for block in blocks:
-            problem = run_block(block, options, folder)
-            left_out += problem == LEFT_OUT
-            if problem not in (None, LEFT_OUT):
-                failures.append(problem)
+        failures = [problem for problem in (run_block(block, options, folder) for block in blocks) if problem]
     print("\n\n".join(failures))
-    print(f"{options.page.name}: {len(blocks)} blocks, {left_out} left out, {len(failures)} failed")
+    print(f"{options.page.name}: {len(blocks)} blocks, {len(failures)} failed")
     return 1 if failures else 0
 
 

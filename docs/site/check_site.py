@@ -1,8 +1,9 @@
-"""Follows the links of the site that was built: check_site.py FOLDER [BROWSER].
+"""Follows the links of the site that was built: check_site.py FOLDER NAMES [BROWSER].
 
 Every page, picture, script, style sheet and anchor that a page of the site refers to has to be there, and what a page
 needs to be shown has to come from the site itself. Links out of the site are counted and left alone. The index of the
-search has to know the pages, and with a browser it is asked, without a server."""
+search has to know the pages, and with a browser it is asked, without a server. Every exported operation that the file
+NAMES lists has to be described."""
 
 import html.parser
 import pathlib
@@ -75,6 +76,14 @@ def problems_of_search(root, pages):
             yield f"the search does not know {name}"
 
 
+def problems_of_names(pages, names):
+    """Operations that the reference does not have."""
+    anchors = set().union(*(page.anchors for page in pages.values()))
+    for name in names:
+        if f"c.{name}" not in anchors:
+            yield f"the reference does not describe {name}"
+
+
 def problems_of_asking(root, browser):
     """What is wrong with the answer of the search page, opened as a file."""
     address = (root / "search.html").as_uri() + "?q=invariants"
@@ -102,7 +111,8 @@ def main():
             if reason:
                 problems.append(f"{path.relative_to(root)}: {place} {reason}")
     problems += [*problems_of_styles(root), *problems_of_search(root, pages)]
-    for browser in sys.argv[2:]:
+    problems += problems_of_names(pages, pathlib.Path(sys.argv[2]).read_text(encoding="utf-8").split())
+    for browser in sys.argv[3:]:
         problems += problems_of_asking(root, browser)
     print("\n".join(sorted(set(problems))))
     print(f"{len(pages)} pages, {inside} links inside and {outside} out of the site, {len(problems)} problems")

@@ -30,6 +30,7 @@ class RecordError(ValueError):
 
 class Cursor:
     """A place in the file, and how its numbers are encoded."""
+
     def __init__(self, path):
         with open(path, "rb") as file:
             first = file.read(4)
@@ -52,7 +53,7 @@ class Cursor:
     def array(self, kind, *shape):
         size = np.dtype(kind).itemsize * math.prod(map(int, shape))
         if min(shape) < 0 or self.at + size > len(self.bytes):
-            raise RecordError(f"block {self.block}: {shape} values at byte {self.at} do not fit into the file")
+            raise RecordError(f"{shape} values at byte {self.at} do not fit into the file")
         self.at += size
         return np.ndarray(shape, kind, self.bytes, self.at - size)
 
@@ -67,19 +68,14 @@ class Cursor:
         return self.array(np.dtype(list(fields.items())), count)
 
 
-def nodal_coords(f):
-    nodes, dimension = f.ints(2)
-    return f.rows(nodes, id=f.int, xyz=(f.real, (dimension,)))
-
-
-def nodal_masses(f):
+def node_rows(f, name):
     nodes, values = f.ints(2)
-    return f.rows(nodes, id=f.int, mass=(f.real, (values,)))
+    return f.rows(nodes, id=f.int, **{name: (f.real, (values,))})
 
 
 def element_topology(f):
     groups = f.ints(f.ints(2)[1], 3)  # group, faces of the group, nodes of a face
-    return [face[2:] for _, size, nodes in groups for face in f.ints(size, int(nodes) + 2)]
+    return [face[2:] for _, size, nodes in groups for face in f.ints(size, 2 + nodes if nodes >= 0 else -1)]
 
 
 def element_faces(f):
@@ -89,7 +85,7 @@ def element_faces(f):
         faces.append(words[at + 1:at + 1 + words[at]])
         at += 1 + len(faces[-1])
     if size != f.at - start or at != length or sum(map(len, faces)) + count != length:
-        raise RecordError(f"block {f.block}: its counts contradict each other")
+        raise RecordError("the counts contradict each other")
     return faces
 
 
@@ -144,18 +140,18 @@ def monitor_points(f):
         try:
             f.at = start
             points = [monitor_point(f, modes) for _ in range(f.count())]
-        except RecordError:
-            continue
-        if f.at == len(f.bytes):
-            return points
-    raise RecordError(f"block {f.block}: it does not end where the file ends")
+            if f.at == len(f.bytes):
+                return points
+        except ValueError:
+            pass
+    raise RecordError("it does not end where the file ends")
 
 
 READERS = dict(enumerate([
     lambda f: {name: f.texts(1, length)[0] for name, length in TEXTS.items()}, lambda f: f.array(f.char, 100),
-    nodal_coords, element_topology, lambda f: f.reals(13),
+    lambda f: node_rows(f, "xyz"), element_topology, lambda f: f.reals(13),
     lambda f: f.rows(f.count(), mode=f.int, **dict.fromkeys("eigenvalue hz omega mass stiffness".split(), f.real)),
-    vectors, nodal_masses,
+    vectors, lambda f: node_rows(f, "mass"),
     lambda f: f.rows(f.count(), id=f.int, row=f.char, column=f.char, value=f.real), lambda f: f.texts(4, 16),
     sparse_matrix, sparse_matrix, element_faces, sparse_matrix, transformation, lambda f: f.ints(f.count()), vectors,
     lambda f: f.reals(1), lambda f: f.reals(3), lambda f: f.reals(3, f.count()), lambda f: f.reals(3, f.count()),
@@ -187,7 +183,10 @@ def read_record(path):
         byte = index - (3 if index < 10 else 2 if index < 13 else 1)
         if index < 3 or (record.content[byte] & 0xFF and (f.layout > 31 or byte < 17)):
             start, f.block = f.at, f"{index} ({NAMES[index]})"
-            setattr(record, NAMES[index], read(f))
+            try:
+                setattr(record, NAMES[index], read(f))
+            except (ValueError, IndexError) as problem:
+                raise RecordError(f"block {f.block}: {problem}") from None
             record.blocks[index] = (start, f.at - start)
     return record
 

@@ -203,6 +203,27 @@ def test_the_reader_of_the_format_refuses_what_breaks_off(word, tmp_path):
             read_record(broken)
 
 
+@pytest.mark.parametrize("word", ["0x13c", "0x23c", "10"])
+def test_the_reader_of_the_format_reads_or_refuses_what_is_damaged(word, tmp_path):
+    path, broken = tmp_path / "all.sbr", tmp_path / "broken.sbr"
+    body_with_everything().write(path, **LAYOUTS[word])
+    content = path.read_bytes()
+    starts = [first for first, _ in read_record(path).blocks.values()]
+    rng = np.random.default_rng(17)
+    refused = 0
+    for case in range(600):
+        # Half of the damage is where counts stand: at the heads of blocks.
+        at = rng.integers(0, len(content) - 4) if case % 2 else rng.choice(starts) + 4 * rng.integers(0, 4)
+        value = rng.choice([-1, -2, 0, 1, 7, 2**31 - 1, rng.integers(-2**31, 2**31)])
+        number = int(value).to_bytes(4, "little" if word != "0x13c" else "big", signed=True)
+        broken.write_bytes(content[:at] + number + content[at + 4:])
+        try:
+            read_record(broken)
+        except RecordError:
+            refused += 1
+    assert 50 < refused < 600
+
+
 def test_the_reader_of_the_format_prints_what_a_record_holds(samples, capsys):
     import runpy
 
