@@ -54,7 +54,7 @@ for tests in OFF ON; do
     if [ $tools = ON ]; then
       configures "the documentation site ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_BUILD_SITE=ON
     else
-      refuses "switch SBRKIT_BUILD_TOOLS on" "a site without the program ${parts[*]}" "${gcc[@]}" "${parts[@]}" \
+      refuses "site needs SBRKIT_BUILD_TOOLS" "a site without the program ${parts[*]}" "${gcc[@]}" "${parts[@]}" \
         -DSBRKIT_BUILD_SITE=ON
     fi
     configures "without SQLite ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DCMAKE_DISABLE_FIND_PACKAGE_SQLite3=ON
