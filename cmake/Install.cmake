@@ -55,7 +55,7 @@ function(sbrkit_install_document document)
 endfunction()
 
 file(GLOB documents RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
-     README.md CHANGELOG.md docs/*.md bench/README.md fuzz/README.md)
+     README.md CHANGELOG.md CODE_OF_CONDUCT.md CONTRIBUTING.md SECURITY.md docs/*.md bench/README.md fuzz/README.md)
 foreach(document IN LISTS documents)
   sbrkit_install_document(${document})
 endforeach()

@@ -51,6 +51,12 @@ for tests in OFF ON; do
     done
     configures "the Python package ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_BUILD_PYTHON=ON \
       -DPython_EXECUTABLE=/usr/bin/python3
+    if [ $tools = ON ]; then
+      configures "the documentation site ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_BUILD_SITE=ON
+    else
+      refuses "site needs SBRKIT_BUILD_TOOLS" "a site without the program ${parts[*]}" "${gcc[@]}" "${parts[@]}" \
+        -DSBRKIT_BUILD_SITE=ON
+    fi
     configures "without SQLite ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DCMAKE_DISABLE_FIND_PACKAGE_SQLite3=ON
     configures "without Exodus ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_EXODUS=OFF
     configures "without glTF ${parts[*]}" "${gcc[@]}" "${parts[@]}" -DSBRKIT_GLTF=OFF

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing and the demonstrations need, if any of them is missing; with --ci
-# also those of continuous integration (clang and its tools), with --package those that make Debian packages.
+# also those of continuous integration (clang and its tools, and what --docs gives), with --package those that make Debian
+# packages, with --docs those of the documentation site.
 set -euo pipefail
 
 packages=(
@@ -25,11 +26,13 @@ packages=(
 )
 # Node.js from elsewhere brings npm along, and does not go with Debian's.
 command -v npm >/dev/null || packages+=(npm)
+docs=(doxygen python3-sphinx python3-myst-parser python3-breathe furo)
 case ${1:-} in
   '') ;;
-  --ci) packages+=(clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev git abigail-tools) ;;
+  --ci) packages+=(clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev git abigail-tools reuse "${docs[@]}") ;;
   --package) packages+=(debhelper dh-python dpkg-dev fakeroot lintian git) ;;
-  *) echo "usage: install-packages.sh [--ci|--package]" >&2; exit 2 ;;
+  --docs) packages+=("${docs[@]}") ;;
+  *) echo "usage: install-packages.sh [--ci|--package|--docs]" >&2; exit 2 ;;
 esac
 
 missing=()

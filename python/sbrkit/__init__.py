@@ -1,4 +1,4 @@
-"""Shape Body Records as NumPy arrays.
+"""Shape Body Records as NumPy arrays::
 
     import sbrkit
 

@@ -59,7 +59,7 @@ def _modes_of(source: ModesLike) -> Tuple[Optional[Integers], Integers, Reals]:
 
 
 def mac(a: ModesLike, b: Optional[ModesLike] = None) -> Mac:
-    """The modal assurance criterion |a . b|^2 / ((a . a) (b . b)) of the translations of two sets of modes.
+    """The modal assurance criterion (a . b)^2 / ((a . a) (b . b)) of the translations of two sets of modes.
 
     Bodies, their modes or arrays. Bodies are compared at the nodes that they have in common by ID, which have to be at
     the same places; without ``b`` the set is compared with itself. A mode of zeros gives 0. (R. J. Allemang, The modal

@@ -63,23 +63,23 @@ def _positional(value: float) -> str:
 class WriteOptions:
     """What a write is told.
 
-    ============== ==================================================================================================
-    shift_to_cm    move the reference frame to the center of mass
-    sketch         replace the faces by those of a sketch file
-    strip_faces    remove faces that two elements share
-    coarsen        a `Coarsening`, or its arguments as a tuple
-    stress         "sparse": only nodes with stress or strain; "full": all nodes (layout 4.1)
-    orthonormal    False leaves the modes as they are, with generalized mass and stiffness
-    lowpass        highest frequency in Hz that is written
-    highpass       frequency in Hz above which modes are written
-    invariants     "full", or "fast" without invariants 5 and 9
-    empty          geometry, mass and rigid invariants only
-    mks            kilogram, meter, second, newton
-    single         reals of 32 bits
-    xdr            False writes the raw encoding of this machine
-    layout         "81" or "82": an old layout
+    ================ ================================================================================================
+    shift_to_cm      move the reference frame to the center of mass
+    sketch           replace the faces by those of a sketch file
+    strip_faces      remove faces that two elements share
+    coarsen          a `Coarsening`, or its arguments as a tuple
+    stress           "sparse": only nodes with stress or strain; "full": all nodes (layout 4.1)
+    orthonormal      False leaves the modes as they are, with generalized mass and stiffness
+    lowpass          highest frequency in Hz that is written
+    highpass         frequency in Hz above which modes are written
+    invariants       "full", or "fast" without invariants 5 and 9
+    empty            geometry, mass and rigid invariants only
+    mks              kilogram, meter, second, newton
+    single           reals of 32 bits
+    xdr              False writes the raw encoding of this machine
+    layout           "81" or "82": an old layout
     drop_load_nodes  where nodes are discarded, those that only nodal loads refer to go too
-    ============== ==================================================================================================
+    ================ ================================================================================================
 
     Options that contradict each other are refused before anything is changed.
 
