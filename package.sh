@@ -24,8 +24,11 @@ place=build/packages
 rm -rf "$place"
 mkdir -p "$place/sbrkit-$version"
 git ls-files -co --exclude-standard | tar -cf - --ignore-failed-read -T - | tar -C "$place/sbrkit-$version" -xf -
-# The tests have a command of their own, ./test.sh. Compilers are found by way of ccache where it is there.
+# The tests have a command of their own, ./test.sh. debhelper gives the build a home of its own, so that ccache is told
+# where it keeps what it knows.
 launchers="-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache"
+CCACHE_DIR=$(ccache -k cache_dir)
+export CCACHE_DIR
 (cd "$place/sbrkit-$version" &&
   SBRKIT_CMAKE_FLAGS=$launchers DEB_BUILD_OPTIONS="nocheck parallel=$(nproc)" \
     dpkg-buildpackage --build=binary --no-sign >../build.log 2>&1) ||

@@ -12,7 +12,6 @@ namespace sbrtest {
 namespace {
 
 using ::testing::HasSubstr;
-using ::testing::StartsWith;
 
 namespace fs = std::filesystem;
 
@@ -45,7 +44,7 @@ class DynamicLibraryTest : public ::testing::Test {
 };
 
 std::string taken(char *text) {
-  const std::string result = text != nullptr ? text : "(null)";
+  std::string result = text != nullptr ? text : "(null)";
   std::free(text);
   return result;
 }

@@ -326,9 +326,11 @@ TEST_F(DatabaseListTest, QualifiersOfAnyLengthAreShownWhole) {
   const std::string label(5000, 'w');
   full_record(0x13C).write(scratch.file("one.sbr"));
   const std::string project(300, '7');
-  for (const char *end : {"a", "b"})
-    ASSERT_EQ(
-        sbr("db put one.sbr wing.MASTER --qualifiers \"selabel='" + label + end + "',projno=" + project + '"').code, 0);
+  for (const char *end : {"a", "b"}) {
+    std::string put = "db put one.sbr wing.MASTER --qualifiers \"selabel='";
+    put.append(label).append(end).append("',projno=").append(project).append("\"");
+    ASSERT_EQ(sbr(put).code, 0);
+  }
   const Json bodies = list();
   ASSERT_EQ(bodies.size(), 2U);
   EXPECT_EQ(bodies[0]["selabel"], label + 'a');

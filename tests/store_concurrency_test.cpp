@@ -15,7 +15,6 @@ namespace sbrtest {
 namespace {
 
 namespace fs = std::filesystem;
-using ::testing::UnorderedElementsAre;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kRecords = 40;

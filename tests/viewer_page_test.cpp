@@ -50,7 +50,7 @@ Bytes inflated(const Bytes &deflated) {
   return bytes;
 }
 
-// The page data of bodies.
+// The page data of bodies. NOLINTNEXTLINE(bugprone-exception-escape): JSON checks itself when it is moved.
 struct Page {
   Json about;
   std::map<std::string, std::string> sections;
@@ -102,7 +102,7 @@ struct Page {
 
 class ViewerPageTest : public LibraryTest {
  protected:
-  static Page page_of(sbrview::Request request) {
+  static Page page_of(const sbrview::Request &request) {
     Page page;
     page.outcome = sbrview::write_data(request, [&](std::string_view piece) { page.text += piece; });
     const std::string opening = "<script type=\"text/plain\" data-sbr=\"";

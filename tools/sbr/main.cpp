@@ -71,7 +71,7 @@ void add_help_command(CLI::App &app) {
   });
 }
 
-int run(CLI::App &app, int argc, char **argv, int &exit_code) {
+int run_command(CLI::App &app, int argc, char **argv, int &exit_code) {
   const std::vector<std::string> arguments = sbrtool::arguments_of(argc, argv);
   try {
     sbrtool::require_known_command(app, arguments);
@@ -92,10 +92,7 @@ int run(CLI::App &app, int argc, char **argv, int &exit_code) {
   return exit_code;
 }
 
-}  // namespace
-
-int main(int argc, char **argv) {
-  sbrtool::take_signals();
+int run_program(int argc, char **argv) {
   CLI::App app{"Look into Shape Body Records (.sbr), check, change and write them", "sbr"};
   app.formatter(std::make_shared<sbrtool::HelpFormatter>());
   app.set_help_flag("-h,--help", "Show this help");
@@ -117,7 +114,7 @@ int main(int argc, char **argv) {
     add(app, exit_code);
   add_help_command(app);
 
-  exit_code = run(app, argc, argv, exit_code);
+  exit_code = run_command(app, argc, argv, exit_code);
   SBR_Terminate();
   std::cout.flush();
   if (!std::cout) {
@@ -125,4 +122,18 @@ int main(int argc, char **argv) {
     if (exit_code == sbrtool::kDone) exit_code = sbrtool::kFailed;
   }
   return exit_code;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  sbrtool::take_signals();
+  try {
+    return run_program(argc, argv);
+  } catch (const std::exception &unexpected) {
+    std::fprintf(stderr, "sbr: %s\n", unexpected.what());
+  } catch (...) {
+    std::fputs("sbr: an unexpected end\n", stderr);
+  }
+  return sbrtool::kFailed;
 }
