@@ -118,5 +118,27 @@ TEST_F(ProgramOutputTest, EmptyFrequencyRangesAreRefusedWithBothFigures) {
   refused("--lowpass 3000", "--lowpass is given while KTX_SBRWRITE_OPTIONS holds 'lowpass'");
 }
 
+TEST_F(ProgramOutputTest, FewerModesThanTheOperatorsOfMonitorPointsHaveAreRefused) {
+  SBR body = SBR_CreateFromSBR(scratch.file(sample("beam_13c")).c_str());
+  ASSERT_NE(body, nullptr);
+  const int modes = SBR_ModeCount(body);
+  const double location[3] = {0, 0, 0};
+  const int point = SBR_SetMonitorPointInfo(body, 1, 1, 1, 1, location, "P", "a point");
+  ASSERT_GE(point, 0);
+  std::vector<double> row;
+  for (int i = 0; i < modes; ++i) row.push_back(1.0 + i);
+  ASSERT_EQ(SBR_SetMonitorPointOperator(body, point, 1, row.data()), 0);
+  ASSERT_EQ(SBR_write_SBR(body, scratch.file("watched.sbr").c_str()), 1);
+  SBR_DeReference(body);
+
+  const Outcome cut = sbr("write watched.sbr kept.sbr --lowpass 200", true);
+  EXPECT_EQ(cut.code, 2);
+  EXPECT_NE(cut.out.find("monitor points, whose operators would be read wrong with "), std::string::npos) << cut.out;
+  EXPECT_TRUE(is_untouched());
+  EXPECT_EQ(sbr("write watched.sbr kept.sbr --empty", true).code, 2);
+  EXPECT_TRUE(is_untouched());
+  EXPECT_EQ(sbr("write watched.sbr whole.sbr").code, 0) << "all modes are fine";
+}
+
 }  // namespace
 }  // namespace sbrtest
