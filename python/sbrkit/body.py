@@ -577,6 +577,9 @@ class Body:
                 os.path.samefile(self._path, target):
             raise SbrError(f"{target} is the record that the body was read from; write to another file")
         self._check_range(options)
+        if not options.orthonormal and not (len(self.stiffness.entries().values) and len(self.mass_matrix.entries().values)):
+            raise SbrError("orthonormal=False writes the generalized stiffness and mass of the modes, and the body has "
+                           "none: leave the option out")
         if options.shift_to_cm and self.invariants.stored:
             raise SbrError("shift_to_cm: the record stores inertia invariants, which would not be moved")
         if options.layout is not None and self.exists(20):

@@ -146,10 +146,22 @@ def test_results_are_tables(samples):
 
 
 def test_the_surface_goes_to_vtk(samples):
-    pytest.importorskip("vtkmodules")
+    vtk_to_numpy = pytest.importorskip("vtkmodules.util.numpy_support").vtk_to_numpy
     with sbrkit.open(samples("beam_13c")) as body:
         surface = body.to_vtk()
         assert surface.GetNumberOfPoints() == 1221 and surface.GetNumberOfPolys() == 960
+        np.testing.assert_array_equal(vtk_to_numpy(surface.GetPoints().GetData()), body.nodes.coordinates)
+        faces = body.faces.as_ids()
+        for f in (0, 500, 959):
+            points = surface.GetCell(f).GetPointIds()
+            corners = [points.GetId(k) for k in range(points.GetNumberOfIds())]
+            assert body.nodes.ids[corners].tolist() == faces[f].tolist()
+        data = surface.GetPointData()
+        assert data.GetNumberOfArrays() == 2 + len(body.modes)
+        for name, wanted in (("node_id", body.nodes.ids), ("mass", body.nodes.masses),
+                             ("mode_10", body.modes[10].translations)):
+            np.testing.assert_array_equal(vtk_to_numpy(data.GetArray(name)), wanted)
+        assert body.to_vtk(modes=False).GetPointData().GetNumberOfArrays() == 2
 
 
 def test_plots_show_the_figures(samples):
@@ -161,3 +173,13 @@ def test_plots_show_the_figures(samples):
         np.testing.assert_allclose(image.get_array(), sbrkit.mac(body).values)
         axes = body.plot.effective_mass()
         assert len(axes.lines) == 6 and axes.lines[0].get_ydata()[-1] == pytest.approx(1.0, abs=0.01)
+
+
+def test_a_title_with_dollar_signs_is_no_formula():
+    pytest.importorskip("matplotlib")
+    _, body = random_body()
+    for title in (r"a $\nope$ b", "5 $"):
+        body.header = sbrkit.Header(title=title)
+        axes = body.plot.frequencies()
+        axes.figure.canvas.draw()
+        assert axes.get_title().replace(r"\$", "$") == title

@@ -196,3 +196,19 @@ def test_linear_algebra_agrees_with_numpy():
     np.testing.assert_allclose(sbrkit.linalg.add_cross(v, 2.0, v, w), v + 2 * np.cross(v, w))
     assert sbrkit.linalg.unit_roundoff() == 2.0**-53
     assert sbrkit.linalg.selected_mode_index(7, [1, 7, 9]) == 1
+
+
+def test_a_body_without_modes_is_written_and_read(tmp_path):
+    body = sbrkit.Body.build(np.eye(3), masses=[1, 2, 3], faces=[[1, 2, 3]])
+    with pytest.raises(sbrkit.SbrError, match="leave the option out"):
+        body.write(tmp_path / "body.sbr", orthonormal=False)
+    assert not list(tmp_path.iterdir())
+    body.write(tmp_path / "body.sbr")
+    with sbrkit.open(tmp_path / "body.sbr") as again:
+        assert len(again.modes) == 0 and again.modes.shapes().shape == (0, 3, 3) and again.modes.frequencies.shape == (0,)
+        np.testing.assert_array_equal(again.nodes.coordinates, np.eye(3))
+
+
+def test_values_that_are_no_numbers_are_refused_in_generalized_matrices():
+    with pytest.raises(ValueError, match="no numbers"):
+        sbrkit.Body.build(np.eye(3), np.ones((2, 3, 3)), eigenvalues=[np.nan, 1.0])
