@@ -104,6 +104,15 @@ def test_warnings_are_python_warnings_and_point_at_the_caller():
             body.set_global_mass(1.0, [0, 0, 0], np.eye(3))
 
 
+def test_a_warning_with_a_list_is_one(tmp_path):
+    body = sbrkit.Body.build(np.zeros((3, 3)), ids=[7, 8, 9])
+    with pytest.warns(sbrkit.SbrWarning) as caught:
+        body.write(tmp_path / "origin.sbr")
+    assert [str(w.message) for w in caught if "coordinates" in str(w.message)] == [
+        "Found 3 node(s) with coordinates (0,0,0).  They are: 7 8 9"]
+    assert not any(str(w.message).isdigit() for w in caught)
+
+
 def test_information_goes_to_the_logger(caplog):
     _, body = random_body()
     with caplog.at_level(logging.INFO, logger="sbrkit"):
