@@ -183,3 +183,17 @@ def test_a_title_with_dollar_signs_is_no_formula():
         axes = body.plot.frequencies()
         axes.figure.canvas.draw()
         assert axes.get_title().replace(r"\$", "$") == title
+
+
+def test_mac_takes_values_of_any_size_and_tells_those_that_are_no_numbers():
+    base = np.array([[1.0, 2.0, 0.0], [0.0, 1.0, -1.0]])
+    want = sbrkit.mac(base).values
+    np.testing.assert_allclose(want, [[1.0, 4 / 10], [4 / 10, 1.0]], rtol=1e-12)
+    for scale in (1e200, 1e-200, 5e-324 * 2**52, 1e308 / 2):
+        np.testing.assert_allclose(sbrkit.mac(base, base * scale).values, want, rtol=1e-6)
+    odd = np.array([[1.0, np.nan, 0.0], [np.inf, 1.0, 0.0], [0.0, 0.0, 0.0], [1.0, 2.0, 0.0]])
+    with np.errstate(all="raise"):
+        values = sbrkit.mac(base, odd).values
+    assert np.isnan(values[:, :2]).all()
+    np.testing.assert_allclose(values[:, 2:], [[0.0, 1.0], [0.0, 0.4]], rtol=1e-12)
+    assert sbrkit.mac(sbrkit.Body.build(np.eye(3))).values.shape == (0, 0)

@@ -202,3 +202,19 @@ def test_a_frequency_range_is_in_hertz_whatever_the_unit_of_time(tmp_path, sampl
             body.write(tmp_path / "range.sbr", highpass=1.0, lowpass=200.0)
         with sbrkit.open(tmp_path / "range.sbr") as body:
             np.testing.assert_allclose(body.modes.frequencies, [106.182, 158.987], rtol=1e-5)
+
+
+def test_what_cannot_be_meant_is_refused_with_what_is_needed():
+    _, body = random_body()
+    with pytest.raises(ValueError, match="set_pre"):
+        body.stress.set(0, np.zeros((1, 6)), body.nodes.ids[:1])
+    with pytest.raises(ValueError, match="one for all"):
+        body.nodes.set_masses(body.nodes.ids, [1.0, 2.0])
+    for call in (body.nodes.closest, lambda points: body.nodes.within(points, 1.0),
+                 lambda points: body.nodes.closest_several(points, 1)):
+        with pytest.raises(ValueError, match="finite"):
+            call([np.nan, 0.0, 0.0])
+    with pytest.raises(ValueError, match="radius"):
+        body.nodes.within([0.0, 0.0, 0.0], np.nan)
+    with pytest.raises(sbrkit.SbrError, match="not turned\n.*axis"):
+        body.rotate([0, 0, 0], 10)
