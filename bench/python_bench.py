@@ -6,6 +6,9 @@
 reading   all modes into one array (m, n, 6), against NumPy's fromfile and byteswap of as many bytes of the same file
 building  nodes, masses and modes from arrays, against the same calls of the C setters in a loop of C (compiled here)
 opening   small records, opened, looked at and closed
+
+Times are processor times, so that neither other work on the machine nor its disk is measured; the wall time stands behind
+them in brackets.
 """
 
 import argparse
@@ -15,6 +18,7 @@ import subprocess
 import sys
 import tempfile
 import time
+from typing import NamedTuple
 
 import numpy as np
 import sbrkit
@@ -35,15 +39,30 @@ int fill(int nodes, int modes, const double *xyz, const double *mass, const doub
 """
 
 
+class Time(NamedTuple):
+    """Seconds of the processor, and on the wall."""
+
+    processor: float
+    wall: float
+
+    def __str__(self):
+        return f"{self.processor:.3f} s [{self.wall:.3f} s]"
+
+
 def best(repeat, *functions):
-    """The shortest time of each function; they take turns, so that a busy machine is fair to all."""
-    times = [float("inf")] * len(functions)
+    """The shortest times of each function; they take turns, so that a busy machine is fair to all."""
+    times = [Time(float("inf"), float("inf"))] * len(functions)
     for _ in range(repeat):
         for place, function in enumerate(functions):
-            begin = time.perf_counter()
+            begin = Time(time.process_time(), time.perf_counter())
             function()
-            times[place] = min(times[place], time.perf_counter() - begin)
+            spent = Time(time.process_time() - begin.processor, time.perf_counter() - begin.wall)
+            times[place] = Time(*map(min, times[place], spent))
     return times
+
+
+def ratio(ours, bound):
+    return f"ratio {bound.processor / ours.processor:.2f} [{bound.wall / ours.wall:.2f}]"
 
 
 def make(nodes, modes):
@@ -63,9 +82,7 @@ def reading(path, nodes, modes, repeat):
         np.fromfile(path, ">f8", modes * nodes * 6, offset=before).byteswap(inplace=True).view("f8").reshape(modes, nodes, 6)
 
     ours, bound = best(repeat, package, numpy)
-    size = modes * nodes * 48 / 1e6
-    print(f"reading   {size:8.0f} MB: package {size / ours:7.0f} MB/s, fromfile + byteswap {size / bound:7.0f} MB/s, "
-          f"ratio {bound / ours:.2f}")
+    print(f"reading   {modes * nodes * 48 / 1e6:.0f} MB: package {ours}, fromfile + byteswap {bound}, {ratio(ours, bound)}")
 
 
 def c_loop(directory):
@@ -96,7 +113,7 @@ def building(directory, nodes, modes, repeat):
         assert fill(nodes, modes, xyz, masses, shapes) == nodes
 
     ours, bound = best(repeat, package, setters)
-    print(f"building  {nodes} nodes, {modes} modes: package {ours:.3f} s, C setters {bound:.3f} s, ratio {bound / ours:.2f}")
+    print(f"building  {nodes} nodes, {modes} modes: package {ours}, C setters {bound}, {ratio(ours, bound)}")
 
 
 def opening(directory, repeat):
@@ -109,7 +126,8 @@ def opening(directory, repeat):
             with sbrkit.open(path) as body:
                 body.modes.frequencies
 
-    print(f"opening   {1000 / best(repeat, thousand)[0]:.0f} small records per second")
+    spent = best(repeat, thousand)[0]
+    print(f"opening   {1000 / spent.processor:.0f} small records per second [{1000 / spent.wall:.0f}]")
 
 
 def main():

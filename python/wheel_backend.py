@@ -2,7 +2,8 @@
 
 A build backend by PEP 517 that needs the standard library alone, so that `pip install .` works without a network. With
 `--config-settings build-dir=FOLDER` an existing build folder is used, and with `--config-settings program=OFF` the
-program `sbr` is left out (what runs it, such as `sbrkit.check`, then looks for it on the PATH).
+program `sbr` is left out (what runs it, such as `sbrkit.check`, then looks for it on the PATH). With
+`--config-settings viewer=ON` the program has the viewer that `body.view()` shows; npm then fetches its packages.
 """
 
 import base64
@@ -53,11 +54,12 @@ def _install(prefix, settings):
     """Builds what the wheel needs, and installs it below the prefix."""
     with tempfile.TemporaryDirectory() as scratch:
         build = pathlib.Path(settings.get("build-dir") or scratch)
-        program = settings.get("program", "ON")
+        program, viewer = settings.get("program", "ON"), settings.get("viewer", "OFF")
         if not (build / "CMakeCache.txt").exists():
             _run("cmake", "-S", ROOT, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
                  f"-DSBRKIT_BUILD_TOOLS={program}", "-DSBRKIT_BUILD_TESTS=OFF", "-DSBRKIT_BUILD_DOCS=OFF",
-                 "-DSBRKIT_BUILD_PYTHON=ON", f"-DPython_EXECUTABLE={sys.executable}")
+                 f"-DSBRKIT_BUILD_VIEWER={viewer}", "-DSBRKIT_BUILD_PYTHON=ON",
+                 f"-DPython_EXECUTABLE={sys.executable}")
         targets = ["sbrkit_python"] + (["sbr"] if program == "ON" else [])
         _run("cmake", "--build", build, "--target", *targets)
         for component in ["python"] + (["python_program"] if program == "ON" else []):

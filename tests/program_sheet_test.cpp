@@ -189,6 +189,24 @@ TEST_F(ProgramSheetTest, WithoutABrowserAPdfIsRefusedAndNothingIsReplaced) {
   EXPECT_EQ(files(), (std::vector<std::string>{"beam_13c.sbr", "sheet.pdf"}));
 }
 
+// A browser that never comes to an end, and has started another program: the lock stays as long as either lives.
+TEST_F(ProgramSheetTest, ASignalEndsTheBrowserAndLeavesNothing) {
+  const std::string beam = sample("beam_13c");
+  write_file(
+      scratch.file("browser"),
+      "#!/bin/sh\nexec 9> lock; flock 9\n"
+      "for word; do case $word in --user-data-dir=*) mkdir -p ${word#*=}/deep; echo > ${word#*=}/deep/file; esac; "
+      "done\nsleep 600 &\necho > started; wait\n");
+  for (const auto &[signal, code] : {std::pair{"TERM", "143"}, {"HUP", "129"}}) {
+    const Outcome run = shell(std::string("mkdir -p temporary; rm -f started; mkfifo started; chmod +x browser; "
+                                          "TMP=$PWD/temporary CHROMIUM=./browser " SBR_PROGRAM " sheet ") +
+                              beam + " -o sheet.pdf & read line < started; find temporary -name file | wc -l; kill -" +
+                              signal + " $!; wait $!; echo $?; flock -w 60 lock echo ended; ls -A temporary");
+    EXPECT_EQ(run.out, std::string("1\n") + code + "\nended\n");
+    EXPECT_FALSE(exists("sheet.pdf"));
+  }
+}
+
 TEST_F(ProgramSheetTest, WrongUseIsTold) {
   const std::string beam = sample("beam_13c");
   EXPECT_EQ(sbr("sheet " + beam).code, 2);

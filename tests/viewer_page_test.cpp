@@ -314,6 +314,24 @@ TEST_F(ViewerPageTest, ABodyWithAllNodesInOnePlaceHasNoExtent) {
   for (const float place : page.floats(g["places"])) EXPECT_EQ(place, 0.0F);
 }
 
+TEST_F(ViewerPageTest, PlacesAtTheEndsOfTheNumbersAreFinite) {
+  constexpr double kEnd = std::numeric_limits<double>::max();
+  SBR body = SBR_Create(3, 1);
+  SBR_SetNodeCoordinates(body, 1, -kEnd, -kEnd, -kEnd);
+  SBR_SetNodeCoordinates(body, 2, kEnd, kEnd, kEnd);
+  SBR_SetNodeCoordinates(body, 3, kEnd, 0.0, -kEnd);
+  const Page page = page_of(body);
+  const Json &g = page.about["bodies"][0]["geometry"];
+  const auto ids = page.ints(g["ids"]);
+  const auto places = page.floats(g["places"]);
+  ASSERT_EQ(ids.size(), 3U);
+  const double half = g["halfSize"];
+  const std::array<std::array<double, 3>, 3> wanted = {{{-1, -1, -1}, {1, 1, 1}, {1, 0, -1}}};
+  for (std::size_t i = 0; i < ids.size(); ++i)
+    for (std::size_t c = 0; c < 3; ++c)
+      EXPECT_NEAR(places[c * 3 + i] * (half / kEnd), wanted[static_cast<std::size_t>(ids[i] - 1)][c], 1e-6);
+}
+
 TEST_F(ViewerPageTest, NodesWhosePlaceIsNoNumberGoWithTheirFaces) {
   SBR body = make_body(flat_grid(3, 3));
   SBR_SetNodeCoordinates(body, mesh_id(0), std::nan(""), 0.0, 0.0);

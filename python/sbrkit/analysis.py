@@ -62,8 +62,8 @@ def mac(a: ModesLike, b: Optional[ModesLike] = None) -> Mac:
     """The modal assurance criterion (a . b)^2 / ((a . a) (b . b)) of the translations of two sets of modes.
 
     Bodies, their modes or arrays. Bodies are compared at the nodes that they have in common by ID, which have to be at
-    the same places; without ``b`` the set is compared with itself. A mode of zeros gives 0. (R. J. Allemang, The modal
-    assurance criterion, Sound and Vibration 37, 2003.)
+    the same places; without ``b`` the set is compared with itself. A mode of zeros gives 0, one with values that are no
+    finite numbers gives NaN. (R. J. Allemang, The modal assurance criterion, Sound and Vibration 37, 2003.)
 
     >>> mac([[1.0, 0.0], [1.0, 1.0]]).values.round(3)
     array([[1. , 0.5],
@@ -79,11 +79,16 @@ def mac(a: ModesLike, b: Optional[ModesLike] = None) -> Mac:
     if first.shape[1:] != second.shape[1:]:
         raise ValueError(f"modes of the shapes {first.shape[1:]} and {second.shape[1:]} cannot be compared")
     _require_same_places(a, b)
-    x, y = first.reshape(len(first), -1), second.reshape(len(second), -1)
-    denominator = np.outer((x * x).sum(1), (y * y).sum(1))
-    product = (x @ y.T) ** 2
-    values = np.divide(product, denominator, out=np.zeros_like(product), where=denominator > 0.0)
-    return Mac(values, numbers_a, numbers_b)
+    return Mac((_unit_vectors(first) @ _unit_vectors(second).T) ** 2, numbers_a, numbers_b)
+
+
+def _unit_vectors(modes: Reals) -> Reals:
+    """The modes as rows of length 1; zeros stay zeros, and what is no number makes a row without numbers."""
+    rows = modes.reshape(len(modes), modes.shape[1] * modes.shape[2])
+    # By the largest value first: the squares of very large or small ones are no numbers.
+    largest = np.abs(rows).max(1, initial=0.0, keepdims=True)
+    rows = rows / np.where(largest == 0.0, 1.0, np.where(np.isfinite(largest), largest, np.nan))
+    return rows / np.maximum(np.linalg.norm(rows, axis=1, keepdims=True), np.where(largest == 0.0, 1.0, 0.0))
 
 
 def _require_same_places(a: ModesLike, b: Optional[ModesLike]) -> None:

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import dataclasses
 import os
+import secrets
 import tempfile
 from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, Sequence, Tuple, Union
 
@@ -533,14 +534,13 @@ class Body:
         target = os.fspath(path)
         self._check_write(chosen, target)
         directory = os.path.dirname(os.path.abspath(target))
-        mode = 0o666 & ~_umask()
         second = self._lib.to_si("time", 1.0)
-        handle, scratch = tempfile.mkstemp(prefix=".sbrkit-", suffix=".part", dir=directory)
-        os.close(handle)
+        scratch = _new_file(directory)
         try:
             self._changing().write_record(scratch, chosen.text(second))
             self._read_back(scratch, target)
-            os.chmod(scratch, os.stat(target).st_mode & 0o777 if os.path.exists(target) else mode)
+            if os.path.exists(target):
+                os.chmod(scratch, os.stat(target).st_mode & 0o777)
             os.replace(scratch, target)
         except BaseException:
             if os.path.exists(scratch):
@@ -577,6 +577,9 @@ class Body:
                 os.path.samefile(self._path, target):
             raise SbrError(f"{target} is the record that the body was read from; write to another file")
         self._check_range(options)
+        if not options.orthonormal and not (len(self.stiffness.entries().values) and len(self.mass_matrix.entries().values)):
+            raise SbrError("orthonormal=False writes the generalized stiffness and mass of the modes, and the body has "
+                           "none: leave the option out")
         if options.shift_to_cm and self.invariants.stored:
             raise SbrError("shift_to_cm: the record stores inertia invariants, which would not be moved")
         if options.layout is not None and self.exists(20):
@@ -632,10 +635,15 @@ class Body:
         return surface
 
 
-def _umask() -> int:
-    mask = os.umask(0)
-    os.umask(mask)
-    return mask
+def _new_file(directory: str) -> str:
+    """The name of a fresh file, with the permissions that the process gives to new files."""
+    while True:
+        name = os.path.join(directory, f".sbrkit-{secrets.token_hex(8)}.part")
+        try:
+            os.close(os.open(name, os.O_WRONLY | os.O_CREAT | os.O_EXCL, 0o666))
+            return name
+        except FileExistsError:
+            continue
 
 
 def _mark_of(path: str) -> Tuple[int, int]:

@@ -10,7 +10,7 @@ import logging
 import os
 import sys
 import warnings
-from typing import Any, Iterable, NamedTuple, Optional, Tuple
+from typing import Any, Iterable, List, NamedTuple, Optional, Tuple
 
 logger = logging.getLogger("sbrkit")
 logger.addHandler(logging.NullHandler())
@@ -61,13 +61,25 @@ def _level_of_caller() -> int:
     return level
 
 
+def _reports_of(raw: Iterable[Tuple[str, str]]) -> List[Report]:
+    """The reports of a call. A warning that begins with blanks is an item of the list that the one before announces."""
+    parts: List[Tuple[str, List[str]]] = []
+    for severity, text in raw:
+        name = _SEVERITIES[severity]
+        if name == "warning" and text.startswith(" ") and parts and parts[-1][0] == name:
+            parts[-1][1].append(text.strip())
+        else:
+            parts.append((name, [text.strip()]))
+    return [Report(name, " ".join(texts)) for name, texts in parts]
+
+
 def deliver(raw: Iterable[Tuple[str, str]], raise_errors: bool, failure: Optional[str]) -> None:
     """Hands the reports of one call on. The module calls it; hosts have no need to.
 
     ``raw`` has pairs of severity letter and text. With ``raise_errors`` false, errors become warnings. ``failure`` names
     a call that failed, and is raised whatever was reported.
     """
-    reports = [Report(_SEVERITIES[severity], text.strip()) for severity, text in raw]
+    reports = _reports_of(raw)
     errors = [report.text for report in reports if report.severity == "error"]
     warned = {"warning"} if raise_errors else {"warning", "error"}
     for report in reports:

@@ -69,6 +69,8 @@ class GeneralizedMatrix:
         entries win over earlier ones of the same place."""
         modes = self._body.modes.numbers if numbers is None else integers(numbers, "mode numbers")
         full = reals(matrix, "the matrix", (len(modes), len(modes)))
+        if np.isnan(full).any():
+            raise ValueError("a generalized matrix must not hold values that are no numbers")
         if not np.array_equal(full, full.T):
             raise ValueError("a generalized matrix must be symmetric")
         rows, columns = np.nonzero(np.triu(full, 1))

@@ -320,6 +320,8 @@ class Modes(Table):
 
 
 def _set_mode(body: "Body", number: int, kind: int, values: Like, ids: Optional[Like]) -> None:
+    if kind != 0 and number == 0:
+        raise ValueError("number 0 stands for the pre-stress or pre-strain: enter it by set_pre")
     array = reals(values, "mode data")
     nodes = body.nodes.ids if ids is None else integers(ids, "node IDs")
     if kind == 0 and array.shape == (len(nodes), 3):

@@ -97,7 +97,7 @@ class Nodes(Table):
         """
         found = self._body._lib.closest(_points(points), interface_only)
         if (found < 0).any():
-            raise LookupError("the body has no nodes, or a point is not finite")
+            raise LookupError("the body has no nodes")
         return self.ids[found]
 
     def closest_several(self, points: Like, count: int, *, interface_only: bool = False) -> List[Integers]:
@@ -108,6 +108,8 @@ class Nodes(Table):
 
     def within(self, points: Like, radius: float, *, interface_only: bool = False) -> List[Integers]:
         """For each point the IDs of the nodes within a radius, nearest first; nodes at the radius count."""
+        if np.isnan(radius):
+            raise ValueError("the radius must be a number")
         return self._parts(*self._body._lib.within(_points(points), radius, interface_only))
 
     def _parts(self, indices: Integers, starts: Integers) -> List[Integers]:
@@ -124,7 +126,10 @@ class Nodes(Table):
     def set_masses(self, ids: Like, masses: Like, *, add: bool = False) -> None:
         """Gives nodes their masses, (k,) or one for all; with ``add`` on top of what they have."""
         numbers = integers(ids, "node IDs")
-        values = np.broadcast_to(reals(masses, "masses"), numbers.shape)
+        values = reals(masses, "masses")
+        if values.shape not in ((), numbers.shape):
+            raise ValueError(f"masses have the shape {values.shape}, and {numbers.shape} or one for all is needed")
+        values = np.broadcast_to(values, numbers.shape)
         self._body._changing().set_masses(numbers, np.ascontiguousarray(values), add)
 
     def set_inertias(self, ids: Like, inertias: Like) -> None:
@@ -177,7 +182,10 @@ class Nodes(Table):
 
 def _points(points: Like) -> Reals:
     array = np.asarray(points)
-    return vector(array, "a point").reshape(1, 3) if array.ndim == 1 else reals(array, "points", (-1, 3))
+    rows = vector(array, "a point").reshape(1, 3) if array.ndim == 1 else reals(array, "points", (-1, 3))
+    if not np.isfinite(rows).all():
+        raise ValueError("points must be finite")
+    return rows
 
 
 class Faces:

@@ -45,7 +45,8 @@ class BodyPlots:
         axes.bar(modes.numbers, modes.frequencies)
         axes.set_xlabel("mode")
         axes.set_ylabel("frequency, Hz")
-        axes.set_title(self._body.header.title or "Frequencies")
+        # A dollar sign would begin a formula.
+        axes.set_title(self._body.header.title.replace("$", r"\$") or "Frequencies")
         return axes
 
     def mac(self, other: "Optional[ModesLike]" = None, axes: Any = None) -> Any:

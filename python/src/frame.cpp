@@ -17,7 +17,7 @@ void translate(const Body &self, const Doubles &direction, double distance) {
 void rotate(const Body &self, const Doubles &axis, const Doubles &point, double degrees) {
   const double *a = three(axis, "the axis");
   const double *p = three(point, "the point");
-  require(self, "the point of a rotation must be finite", [&](SBR body) { return SBR_Rotate(body, a, p, degrees); });
+  require(self, "the body was not turned", [&](SBR body) { return SBR_Rotate(body, a, p, degrees); });
 }
 
 Doubles rotate_frame(const Body &self, const Doubles &axis, double degrees) {
@@ -30,7 +30,7 @@ Doubles rotate_frame(const Body &self, const Doubles &axis, double degrees) {
 void mirror(const Body &self, const Doubles &normal, const Doubles &point) {
   const double *n = three(normal, "the normal");
   const double *p = three(point, "the point");
-  require(self, "the point of a mirror plane must be finite", [&](SBR body) { return SBR_Mirror(body, n, p); });
+  require(self, "the body was not mirrored", [&](SBR body) { return SBR_Mirror(body, n, p); });
 }
 
 void mirror_origin(const Body &self, const Doubles &normal) {

@@ -89,6 +89,35 @@ void require(const Body &body, const char *failure, Function &&function) {
   if (!done || reports.has_errors || !reports.list.empty()) deliver(reports, Errors::raise, done ? nullptr : failure);
 }
 
+// An array of what the library gives one by one: `count` says of a body how many there are, `one` gives each.
+template <class Value, class Count, class One>
+py::array_t<Value, py::array::c_style> list_of(const Body &self, Count count, One one) {
+  const auto handle = open_handle(self);
+  const int size = call_library([&] { return count(handle->body); });
+  py::array_t<Value, py::array::c_style> result(size);
+  Value *out = result.mutable_data();
+  call_library([&] {
+    for (int i = 0; i < size; ++i) out[i] = one(handle->body, i);
+    return 0;
+  });
+  return result;
+}
+
+// What `find` gives for each ID.
+template <class Find>
+Ints look_up(const Body &self, const Ints &ids, Find find) {
+  const auto handle = open_handle(self);
+  Ints result(ids.size());
+  const int *in = ids.data();
+  int *out = result.mutable_data();
+  const py::ssize_t size = ids.size();
+  call_library([&] {
+    for (py::ssize_t i = 0; i < size; ++i) out[i] = find(handle->body, in[i]);
+    return 0;
+  });
+  return result;
+}
+
 // Takes a new array of the library over: it is freed with the array of Python. Null gives None.
 template <class Value>
 py::object take_array(Value *values, std::vector<py::ssize_t> shape) {

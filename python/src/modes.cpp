@@ -10,42 +10,15 @@ namespace {
 
 // ---- the table -----------------------------------------------------------------------------------------------------
 
-Ints numbers(const Body &self) {
-  const auto handle = open_handle(self);
-  const int count = call_library([&] { return SBR_ModeCount(handle->body); });
-  Ints result(count);
-  int *out = result.mutable_data();
-  call_library([&] {
-    for (int i = 0; i < count; ++i) out[i] = SBR_ModeNumber(handle->body, i);
-    return 0;
-  });
-  return result;
-}
-
 Ints kind_ids(const Body &self, int kind) {
-  const auto handle = open_handle(self);
-  const int count = call_library([&] { return SBR_ModeNodeCount(handle->body, kind); });
-  Ints result(count);
-  int *out = result.mutable_data();
-  call_library([&] {
-    for (int i = 0; i < count; ++i) out[i] = SBR_ModeNodeID(handle->body, kind, i);
-    return 0;
-  });
-  return result;
+  return list_of<int>(
+      self, [kind](SBR body) { return SBR_ModeNodeCount(body, kind); },
+      [kind](SBR body, int i) { return SBR_ModeNodeID(body, kind, i); });
 }
 
 // The kind positions of some node IDs.
 Ints kind_positions(const Body &self, int kind, const Ints &ids) {
-  const auto handle = open_handle(self);
-  Ints result(ids.size());
-  const int *in = ids.data();
-  int *out = result.mutable_data();
-  const py::ssize_t count = ids.size();
-  call_library([&] {
-    for (py::ssize_t i = 0; i < count; ++i) out[i] = SBR_ModeNodeIndex(handle->body, kind, in[i]);
-    return 0;
-  });
-  return result;
+  return look_up(self, ids, [kind](SBR body, int id) { return SBR_ModeNodeIndex(body, kind, id); });
 }
 
 // (m, 5): eigenvalue, Hz, rad, generalized mass, generalized stiffness. NaN where the matrices are not diagonal.
@@ -347,7 +320,7 @@ void transform_modes(const Body &self, int kind, int new_count, const Doubles &m
 
 void bind_table(py::class_<Body> &body) {
   body.def("mode_count", [](const Body &self) { return call(self, [](SBR b) { return SBR_ModeCount(b); }); })
-      .def("mode_numbers", numbers)
+      .def("mode_numbers", [](const Body &self) { return list_of<int>(self, SBR_ModeCount, SBR_ModeNumber); })
       .def("mode_index",
            [](const Body &self, int number) { return call(self, [&](SBR b) { return SBR_ModeIndex(b, number); }); })
       .def("add_mode",

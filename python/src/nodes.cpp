@@ -4,18 +4,6 @@
 namespace sbrpy {
 namespace {
 
-Ints ids(const Body &self) {
-  const auto handle = open_handle(self);
-  const int count = call_library([&] { return SBR_NodeCount(handle->body); });
-  Ints result(count);
-  int *out = result.mutable_data();
-  call_library([&] {
-    for (int i = 0; i < count; ++i) out[i] = SBR_NodeID(handle->body, i);
-    return 0;
-  });
-  return result;
-}
-
 Doubles coordinates(const Body &self) {
   const auto handle = open_handle(self);
   const int count = call_library([&] { return SBR_NodeCount(handle->body); });
@@ -24,18 +12,6 @@ Doubles coordinates(const Body &self) {
   if (count > 0)
     require_library("the coordinates cannot be had",
                     [&] { return SBR_NodeCoordinateList(handle->body, out, nullptr); });
-  return result;
-}
-
-Doubles masses(const Body &self) {
-  const auto handle = open_handle(self);
-  const int count = call_library([&] { return SBR_NodeCount(handle->body); });
-  Doubles result(count);
-  double *out = result.mutable_data();
-  call_library([&] {
-    for (int i = 0; i < count; ++i) out[i] = SBR_NodalMass(handle->body, i);
-    return 0;
-  });
   return result;
 }
 
@@ -53,21 +29,6 @@ py::tuple inertias(const Body &self) {
     return 0;
   });
   return py::make_tuple(result, has);
-}
-
-// What `find` gives for each ID.
-template <class Find>
-Ints look_up(const Body &self, const Ints &ids, Find find) {
-  const auto handle = open_handle(self);
-  Ints result(ids.size());
-  const int *in = ids.data();
-  int *out = result.mutable_data();
-  const py::ssize_t count = ids.size();
-  call_library([&] {
-    for (py::ssize_t i = 0; i < count; ++i) out[i] = find(handle->body, in[i]);
-    return 0;
-  });
-  return result;
 }
 
 py::tuple node(const Body &self, int index) {
@@ -149,9 +110,9 @@ py::tuple within(const Body &self, const Doubles &points, double radius, bool in
 
 void bind_nodes(py::class_<Body> &body) {
   body.def("node_count", [](const Body &self) { return call(self, [](SBR b) { return SBR_NodeCount(b); }); })
-      .def("node_ids", ids)
+      .def("node_ids", [](const Body &self) { return list_of<int>(self, SBR_NodeCount, SBR_NodeID); })
       .def("coordinates", coordinates)
-      .def("masses", masses)
+      .def("masses", [](const Body &self) { return list_of<double>(self, SBR_NodeCount, SBR_NodalMass); })
       .def("inertias", inertias)
       .def("node", node)
       .def("places", places)

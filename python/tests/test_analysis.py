@@ -146,10 +146,22 @@ def test_results_are_tables(samples):
 
 
 def test_the_surface_goes_to_vtk(samples):
-    pytest.importorskip("vtkmodules")
+    vtk_to_numpy = pytest.importorskip("vtkmodules.util.numpy_support").vtk_to_numpy
     with sbrkit.open(samples("beam_13c")) as body:
         surface = body.to_vtk()
         assert surface.GetNumberOfPoints() == 1221 and surface.GetNumberOfPolys() == 960
+        np.testing.assert_array_equal(vtk_to_numpy(surface.GetPoints().GetData()), body.nodes.coordinates)
+        faces = body.faces.as_ids()
+        for f in (0, 500, 959):
+            points = surface.GetCell(f).GetPointIds()
+            corners = [points.GetId(k) for k in range(points.GetNumberOfIds())]
+            assert body.nodes.ids[corners].tolist() == faces[f].tolist()
+        data = surface.GetPointData()
+        assert data.GetNumberOfArrays() == 2 + len(body.modes)
+        for name, wanted in (("node_id", body.nodes.ids), ("mass", body.nodes.masses),
+                             ("mode_10", body.modes[10].translations)):
+            np.testing.assert_array_equal(vtk_to_numpy(data.GetArray(name)), wanted)
+        assert body.to_vtk(modes=False).GetPointData().GetNumberOfArrays() == 2
 
 
 def test_plots_show_the_figures(samples):
@@ -161,3 +173,27 @@ def test_plots_show_the_figures(samples):
         np.testing.assert_allclose(image.get_array(), sbrkit.mac(body).values)
         axes = body.plot.effective_mass()
         assert len(axes.lines) == 6 and axes.lines[0].get_ydata()[-1] == pytest.approx(1.0, abs=0.01)
+
+
+def test_a_title_with_dollar_signs_is_no_formula():
+    pytest.importorskip("matplotlib")
+    _, body = random_body()
+    for title in (r"a $\nope$ b", "5 $"):
+        body.header = sbrkit.Header(title=title)
+        axes = body.plot.frequencies()
+        axes.figure.canvas.draw()
+        assert axes.get_title().replace(r"\$", "$") == title
+
+
+def test_mac_takes_values_of_any_size_and_tells_those_that_are_no_numbers():
+    base = np.array([[1.0, 2.0, 0.0], [0.0, 1.0, -1.0]])
+    want = sbrkit.mac(base).values
+    np.testing.assert_allclose(want, [[1.0, 4 / 10], [4 / 10, 1.0]], rtol=1e-12)
+    for scale in (1e200, 1e-200, 5e-324 * 2**52, 1e308 / 2):
+        np.testing.assert_allclose(sbrkit.mac(base, base * scale).values, want, rtol=1e-6)
+    odd = np.array([[1.0, np.nan, 0.0], [np.inf, 1.0, 0.0], [0.0, 0.0, 0.0], [1.0, 2.0, 0.0]])
+    with np.errstate(all="raise"):
+        values = sbrkit.mac(base, odd).values
+    assert np.isnan(values[:, :2]).all()
+    np.testing.assert_allclose(values[:, 2:], [[0.0, 1.0], [0.0, 0.4]], rtol=1e-12)
+    assert sbrkit.mac(sbrkit.Body.build(np.eye(3))).values.shape == (0, 0)

@@ -1,5 +1,7 @@
 """Bodies from arrays, written and read again."""
 
+import os
+
 import numpy as np
 import pytest
 import sbrkit
@@ -196,3 +198,33 @@ def test_linear_algebra_agrees_with_numpy():
     np.testing.assert_allclose(sbrkit.linalg.add_cross(v, 2.0, v, w), v + 2 * np.cross(v, w))
     assert sbrkit.linalg.unit_roundoff() == 2.0**-53
     assert sbrkit.linalg.selected_mode_index(7, [1, 7, 9]) == 1
+
+
+def test_a_body_without_modes_is_written_and_read(tmp_path):
+    body = sbrkit.Body.build(np.eye(3), masses=[1, 2, 3], faces=[[1, 2, 3]])
+    with pytest.raises(sbrkit.SbrError, match="leave the option out"):
+        body.write(tmp_path / "body.sbr", orthonormal=False)
+    assert not list(tmp_path.iterdir())
+    body.write(tmp_path / "body.sbr")
+    with sbrkit.open(tmp_path / "body.sbr") as again:
+        assert len(again.modes) == 0 and again.modes.shapes().shape == (0, 3, 3) and again.modes.frequencies.shape == (0,)
+        np.testing.assert_array_equal(again.nodes.coordinates, np.eye(3))
+
+
+def test_values_that_are_no_numbers_are_refused_in_generalized_matrices():
+    with pytest.raises(ValueError, match="no numbers"):
+        sbrkit.Body.build(np.eye(3), np.ones((2, 3, 3)), eigenvalues=[np.nan, 1.0])
+
+
+def test_a_record_has_the_permissions_of_new_files_or_of_what_it_replaces(tmp_path):
+    _, body = random_body()
+    before = os.umask(0o027)
+    try:
+        body.write(tmp_path / "new.sbr")
+        (tmp_path / "old.sbr").touch(0o604)
+        os.chmod(tmp_path / "old.sbr", 0o604)
+        body.write(tmp_path / "old.sbr")
+    finally:
+        os.umask(before)
+    assert [(tmp_path / name).stat().st_mode & 0o777 for name in ("new.sbr", "old.sbr")] == [0o640, 0o604]
+    assert sorted(path.name for path in tmp_path.iterdir()) == ["new.sbr", "old.sbr"]

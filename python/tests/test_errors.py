@@ -104,6 +104,15 @@ def test_warnings_are_python_warnings_and_point_at_the_caller():
             body.set_global_mass(1.0, [0, 0, 0], np.eye(3))
 
 
+def test_a_warning_with_a_list_is_one(tmp_path):
+    body = sbrkit.Body.build(np.zeros((3, 3)), ids=[7, 8, 9])
+    with pytest.warns(sbrkit.SbrWarning) as caught:
+        body.write(tmp_path / "origin.sbr")
+    assert [str(w.message) for w in caught if "coordinates" in str(w.message)] == [
+        "Found 3 node(s) with coordinates (0,0,0).  They are: 7 8 9"]
+    assert not any(str(w.message).isdigit() for w in caught)
+
+
 def test_information_goes_to_the_logger(caplog):
     _, body = random_body()
     with caplog.at_level(logging.INFO, logger="sbrkit"):
@@ -193,3 +202,19 @@ def test_a_frequency_range_is_in_hertz_whatever_the_unit_of_time(tmp_path, sampl
             body.write(tmp_path / "range.sbr", highpass=1.0, lowpass=200.0)
         with sbrkit.open(tmp_path / "range.sbr") as body:
             np.testing.assert_allclose(body.modes.frequencies, [106.182, 158.987], rtol=1e-5)
+
+
+def test_what_cannot_be_meant_is_refused_with_what_is_needed():
+    _, body = random_body()
+    with pytest.raises(ValueError, match="set_pre"):
+        body.stress.set(0, np.zeros((1, 6)), body.nodes.ids[:1])
+    with pytest.raises(ValueError, match="one for all"):
+        body.nodes.set_masses(body.nodes.ids, [1.0, 2.0])
+    for call in (body.nodes.closest, lambda points: body.nodes.within(points, 1.0),
+                 lambda points: body.nodes.closest_several(points, 1)):
+        with pytest.raises(ValueError, match="finite"):
+            call([np.nan, 0.0, 0.0])
+    with pytest.raises(ValueError, match="radius"):
+        body.nodes.within([0.0, 0.0, 0.0], np.nan)
+    with pytest.raises(sbrkit.SbrError, match="not turned\n.*axis"):
+        body.rotate([0, 0, 0], 10)

@@ -13,7 +13,7 @@ import sbrkit
 from conftest import SOURCE
 
 distributed = pytest.importorskip("distributed")
-COUNT = int(os.environ.get("SBRKIT_STUDY_COUNT", "200"))
+COUNT = int(os.environ.get("SBRKIT_STUDY_COUNT", "1000"))
 
 
 def load():

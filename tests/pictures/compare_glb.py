@@ -1,5 +1,6 @@
 """compare_glb.py TABLES FILE METERS: VTK's reader of glTF finds the surface of the tables, in meters with z upwards, and
-each animation moves it along its mode. METERS is the unit of length."""
+each animation moves it along its mode. METERS is the unit of length. VTK moves triangles alone: what moves lines and points
+is read from the bytes of the file by NumPy."""
 
 import json
 import struct
@@ -12,11 +13,53 @@ from vtkmodules.vtkIOGeometry import vtkGLTFReader
 from tables import Tables, same
 
 
-def header(name):
-    with open(name, "rb") as file:
-        magic, version, length, size, kind = struct.unpack("<4sIII4s", file.read(20))
-        assert (magic, version, kind) == (b"glTF", 2, b"JSON")
-        return json.loads(file.read(size))
+class Glb:
+    """The two chunks of a binary file."""
+
+    def __init__(self, name):
+        with open(name, "rb") as file:
+            magic, version, length, size, kind = struct.unpack("<4sIII4s", file.read(20))
+            assert (magic, version, kind) == (b"glTF", 2, b"JSON")
+            self.json = json.loads(file.read(size))
+            size, kind = struct.unpack("<I4s", file.read(8))
+            assert kind == b"BIN\0"
+            self.bytes = file.read(size)
+
+    def floats(self, accessor):
+        about = self.json["accessors"][accessor]
+        view = self.json["bufferViews"][about["bufferView"]]
+        assert about["componentType"] == 5126
+        width = {"SCALAR": 1, "VEC3": 3}[about["type"]]
+        begin = view.get("byteOffset", 0) + about.get("byteOffset", 0)
+        return numpy.frombuffer(self.bytes, "<f4", about["count"] * width, begin).reshape(-1, width)
+
+
+def moved_places(tables, mode):
+    """Where the nodes of the record are at weight 1."""
+    shape = tables.vectors("shapes", mode["number"], ["dx", "dy", "dz"])
+    return tables.places() + mode["scale_of_weight_1"] * numpy.nan_to_num(shape)
+
+
+def compare_targets(glb, tables, modes, scale):
+    """Every primitive, of triangles, lines or points, has a morph target for each mode."""
+    for primitive in glb.json["meshes"][0]["primitives"]:
+        targets = primitive.get("targets", [])
+        assert len(targets) == len(modes)
+        for target, mode in zip(targets, modes):
+            got = glb.floats(primitive["attributes"]["POSITION"]).astype(float) + glb.floats(target["POSITION"])
+            same(got, moved_places(tables, mode), f"target of mode {mode['number']}", 1e-5, 2e-6 * scale)
+
+
+def compare_animations(glb, count):
+    """A quarter of the period after its beginning an animation has its own mode at weight 1 and the others at 0."""
+    animations = glb.json.get("animations", [])
+    assert len(animations) == count
+    for i, animation in enumerate(animations):
+        [sampler] = animation["samplers"]
+        assert animation["channels"][0]["target"] == {"node": 1, "path": "weights"}
+        times = glb.floats(sampler["input"]).ravel()
+        weights = glb.floats(sampler["output"]).reshape(len(times), count)
+        same(weights[list(times).index(0.5)], numpy.eye(count)[i], "weights", atol=1e-6)
 
 
 def in_scene(places, meters):
@@ -62,8 +105,8 @@ def compare_surface(found, tables, places):
 def main(directory, name, meters):
     tables = Tables(directory)
     meters = float(meters)
-    file = header(name)
-    extras = file["asset"]["extras"]
+    glb = Glb(name)
+    extras = glb.json["asset"]["extras"]
     assert extras["units"]["length"] == tables.unit("nodes", "x")
     modes = extras["modes"] or []
     reader = vtkGLTFReader()
@@ -78,7 +121,8 @@ def main(directory, name, meters):
     compare_surface(found, tables, got)
     frequencies = tables.modes()
     table_numbers = list(frequencies["number"].astype(int))
-    assert len(file.get("animations", [])) == len(modes)
+    compare_targets(glb, tables, modes, scale / meters)
+    compare_animations(glb, len(modes))
     moving = any(leaf.GetNumberOfCells() and leaf.GetCell(0).GetNumberOfPoints() == 3 for leaf in found[:1])
     for i, mode in enumerate(modes):
         where = table_numbers.index(mode["number"])
@@ -90,9 +134,8 @@ def main(directory, name, meters):
         reader.EnableAnimation(i)
         reader.UpdateInformation()
         reader.UpdateTimeStep(0.5)  # a quarter of the period: the weight is 1
-        shape = tables.vectors("shapes", mode["number"], ["dx", "dy", "dz"])
-        moved = tables.places() + mode["scale_of_weight_1"] * numpy.nan_to_num(shape)
-        same(points(reader)[0], in_scene(moved, meters), f"mode {mode['number']}", 1e-5, 2e-6 * scale)
+        moved = in_scene(moved_places(tables, mode), meters)
+        same(points(reader)[0], moved, f"mode {mode['number']}", 1e-5, 2e-6 * scale)
     print(f"the same: {len(got)} nodes, {len(modes)} of {len(table_numbers)} modes")
 
 

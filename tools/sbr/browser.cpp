@@ -12,6 +12,7 @@
 #include <sstream>
 #include <vector>
 
+#include "interrupt.h"
 #include "session.h"
 
 extern char **environ;
@@ -21,48 +22,48 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A directory that goes with all that is in it.
-class TemporaryDirectory {
+// A program that runs by itself, with what it starts, and ends at the latest when this does.
+class Running {
  public:
-  TemporaryDirectory() {
-    std::string name = (fs::temp_directory_path() / "sbr-sheet-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw Failure(kFailed, "no temporary directory can be made");
-    path_ = name;
+  explicit Running(std::vector<std::string> words) {
+    std::vector<char *> arguments;
+    for (std::string &word : words) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+      posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_RDWR, 0);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    runs_ = posix_spawnp(&child_, arguments[0], &actions, &attributes, arguments.data(), environ) == 0;
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
   }
-  ~TemporaryDirectory() {
-    std::error_code code;
-    fs::remove_all(path_, code);
+  ~Running() {
+    if (!runs_) return;
+    kill(-child_, SIGKILL);
+    waitpid(child_, nullptr, 0);
   }
-  TemporaryDirectory(const TemporaryDirectory &) = delete;
-  TemporaryDirectory &operator=(const TemporaryDirectory &) = delete;
-  [[nodiscard]] const fs::path &path() const { return path_; }
+  Running(const Running &) = delete;
+  Running &operator=(const Running &) = delete;
+
+  // Waits for the end, for two minutes at most; false when it failed.
+  bool succeeds() {
+    for (int tenths = 0; runs_ && tenths < 1200; ++tenths) {
+      int status = 0;
+      runs_ = waitpid(child_, &status, WNOHANG) != child_;
+      if (!runs_) return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+      require_no_interrupt();
+      usleep(100000);
+    }
+    return false;
+  }
 
  private:
-  fs::path path_;
+  pid_t child_ = 0;
+  bool runs_ = false;
 };
-
-// Runs a program until it ends, for two minutes at most; false when it fails.
-bool run(std::vector<std::string> words) {
-  std::vector<char *> arguments;
-  for (std::string &word : words) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
-    posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_WRONLY, 0);
-  pid_t child = 0;
-  const int failed = posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  if (failed != 0) return false;
-  int status = 0;
-  for (int tenths = 0; tenths < 1200; ++tenths) {
-    if (waitpid(child, &status, WNOHANG) == child) return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    usleep(100000);
-  }
-  kill(child, SIGKILL);
-  waitpid(child, &status, 0);
-  return false;
-}
 
 }  // namespace
 
@@ -79,7 +80,8 @@ std::string find_chromium() {
 }
 
 std::string printed_as_pdf(const std::string &chromium, const std::string &html) {
-  const TemporaryDirectory directory;
+  const OrderlyEnd whole;  // the browser ends before its files go
+  const WorkDirectory directory;
   const fs::path page = directory.path() / "sheet.html";
   const fs::path pdf = directory.path() / "sheet.pdf";
   std::ofstream(page, std::ios::binary) << html;
@@ -94,7 +96,7 @@ std::string printed_as_pdf(const std::string &chromium, const std::string &html)
   // Root has no sandbox to be put into.
   if (geteuid() == 0) words.emplace_back("--no-sandbox");
   words.push_back("file://" + page.string());
-  const bool done = run(words);
+  const bool done = Running(words).succeeds();
   std::ostringstream bytes;
   bytes << std::ifstream(pdf, std::ios::binary).rdbuf();
   if (!done || bytes.str().substr(0, 5) != "%PDF-")

@@ -141,8 +141,10 @@ void measure(const std::vector<double> &xyz, Surface &surface) {
     surface.center[c] = 0.5 * low[c] + 0.5 * high[c];
     half[c] = 0.5 * high[c] - 0.5 * low[c];
   }
-  const double size = std::hypot(half[0], half[1], half[2]);
-  surface.has_extent = size > 0.0 && std::isfinite(size);
+  // The page multiplies by it.
+  constexpr double kMostSize = std::numeric_limits<double>::max() / 4.0;
+  const double size = std::min(std::hypot(half[0], half[1], half[2]), kMostSize);
+  surface.has_extent = size > 0.0;
   if (surface.has_extent) surface.half_size = size;
 }
 

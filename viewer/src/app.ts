@@ -4,7 +4,7 @@ import {saveComposite, Recorder} from './capture';
 import {Body, type Description, type SectionSource} from './data';
 import {h, iconButton, refill} from './dom';
 import type {Quantity} from './fields';
-import {readFragment, writeFragment} from './fragment';
+import {addressed, readFragment, writeFragment} from './fragment';
 import {coordinatesAt, readHistory} from './history';
 import {keyAction, KEYS} from './keys';
 import {Legend} from './legend';
@@ -48,6 +48,7 @@ export class App {
   private historyScale: number[] = [];
   private historyRange: {low: number; high: number}[] = [];
   private fragmentTimer = 0;
+  private readonly addressed = addressed();
   frames = 0;
 
   constructor(readonly description: Description, private readonly source: SectionSource, private readonly holder: HTMLElement) {}
@@ -59,9 +60,11 @@ export class App {
     this.state.mode = this.firstElastic();
     if (!this.bodies.some((body) => body.about.modes.some((mode) => mode.shape))) this.state.quantity = '';
     this.build();
-    this.takeFragment(location.hash, true);
-    window.addEventListener('hashchange', () => this.takeFragment(location.hash, false));
+    const {addressed} = this;
+    this.takeFragment(addressed?.location.hash ?? '', true);
+    addressed?.addEventListener('hashchange', () => this.takeFragment(addressed.location.hash, false));
     await this.refresh();
+    if (addressed !== window && addressed?.location.hash) window.frameElement?.scrollIntoView();
     this.lastFrame = performance.now();
     requestAnimationFrame((now) => this.frame(now));
   }
@@ -125,7 +128,7 @@ export class App {
              h('div', {class: 'title'}, h('h1', {title}, title), h('p', {class: 'file', title: names}, names)),
              h('div', {class: 'tools', role: 'toolbar', 'aria-label': 'Tools'},
                iconButton('fit', 'Show all', () => this.stage.home(), 'F'),
-               iconButton('link', 'Copy a link to this view', () => void this.copyLink(), 'L'),
+               this.addressed ? iconButton('link', 'Copy a link to this view', () => void this.copyLink(), 'L') : null,
                iconButton('camera', 'Save a picture', () => void this.savePicture(), 'S'), this.recordButton,
                iconButton('theme', 'Dark or light', () => this.toggleTheme(), 'D'),
                iconButton('help', 'Keys', () => this.showHelp(), '?'), drawer('right', 'Display', 'sliders')));
@@ -479,9 +482,10 @@ export class App {
   }
 
   async copyLink() {
+    if (!this.addressed) return;
     this.writePlace();
     try {
-      await navigator.clipboard.writeText(location.href);
+      await navigator.clipboard.writeText(this.addressed.location.href);
       this.say('Link copied');
     } catch {
       this.say('The address of this page holds the view: copy it from the address line');
@@ -515,6 +519,8 @@ export class App {
   // ---- address
 
   private rememberPlace() {
+    // The address of a sheet is changed when somebody asks for a link.
+    if (this.addressed !== window) return;
     window.clearTimeout(this.fragmentTimer);
     this.fragmentTimer = window.setTimeout(() => this.writePlace(), 250);
   }
@@ -532,8 +538,7 @@ export class App {
       units: state.units || undefined, theme: state.theme === 'auto' ? undefined : state.theme, show: shown,
       node: state.picked?.view === 0 ? this.bodies[0].ids[state.picked.node] : undefined, camera: this.stage.place,
     });
-    // Inside of a sheet the page has no address of its own.
-    if (location.protocol !== 'about:' && `#${text}` !== location.hash) history.replaceState(null, '', `#${text}`);
+    if (this.addressed && `#${text}` !== this.addressed.location.hash) this.addressed.history.replaceState(null, '', `#${text}`);
   }
 
   private takeFragment(text: string, first: boolean) {

@@ -24,6 +24,19 @@ export interface Fragment {
   show?: Record<string, boolean>;
 }
 
+/**
+ * The window whose address holds the view: a page that stands in a sheet, without an address of its own, has that of the
+ * sheet. None inside of other pages, whose address is not ours to change.
+ */
+export function addressed(): Window | null {
+  if (/^(file|https?):$/.test(location.protocol)) return window;
+  try {
+    return window.parent.document.documentElement.dataset.madeBy === 'sbr sheet' ? window.parent : null;
+  } catch {
+    return null;
+  }
+}
+
 const short = (value: number) => String(Number(value.toPrecision(5)));
 const list = (values: number[]) => values.map(short).join(',');
 

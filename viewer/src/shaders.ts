@@ -20,19 +20,26 @@ vec3 displaced(vec3 place) {
   return place;
 }`;
 
-export const SURFACE_VERTEX = `${MORPH}
+// The value of a node on its way to its color; far below all numbers where none is known.
+const VALUE = `
 uniform highp sampler2D uValues;
-varying vec3 vPlace;
-varying vec3 vRest;
-varying vec3 vNormal;
 varying float vValue;
 varying float vKnown;
-void main() {
-  vec4 rest = modelViewMatrix * vec4(position, 1.0);
-  vec4 place = modelViewMatrix * vec4(displaced(position), 1.0);
+void takeValue() {
   float value = texelFetch(uValues, texelOfNode(), 0).r;
   vKnown = value > -1e30 ? 1.0 : 0.0;
   vValue = vKnown * value;
+}`;
+
+export const SURFACE_VERTEX = `${MORPH}
+${VALUE}
+varying vec3 vPlace;
+varying vec3 vRest;
+varying vec3 vNormal;
+void main() {
+  vec4 rest = modelViewMatrix * vec4(position, 1.0);
+  vec4 place = modelViewMatrix * vec4(displaced(position), 1.0);
+  takeValue();
   vRest = rest.xyz;
   vPlace = place.xyz;
   vNormal = normalMatrix * normal;
@@ -69,7 +76,7 @@ vec3 lit(vec3 base, vec3 n) {
   return base * (0.34 + 0.17 * sky + 0.36 * key + 0.12 * fill + 0.15 * head) + vec3(0.13) * shine;
 }`;
 
-export const SURFACE_FRAGMENT = `
+const COLOR = `
 uniform sampler2D uColors;
 uniform float uFactor;
 uniform float uLow;
@@ -78,21 +85,25 @@ uniform bool uMagnitude;
 uniform bool uColored;
 uniform vec3 uPlain;
 uniform vec3 uUnknown;
+varying float vValue;
+varying float vKnown;
+vec3 colorHere(vec3 unknown) {
+  if (!uColored) return uPlain;
+  if (vKnown < 0.999) return unknown;
+  float value = uMagnitude ? abs(vValue * uFactor) : vValue * uFactor;
+  float t = clamp((value - uLow) / (uHigh - uLow), 0.0, 1.0);
+  return texture2D(uColors, vec2(t * 255.0 / 256.0 + 0.5 / 256.0, 0.5)).rgb;
+}`;
+
+export const SURFACE_FRAGMENT = `
 varying vec3 vPlace;
 varying vec3 vRest;
 varying vec3 vNormal;
-varying float vValue;
-varying float vKnown;
+${COLOR}
 ${SHADE}
 void main() {
-  vec3 base = uPlain;
-  if (uColored) {
-    float value = uMagnitude ? abs(vValue * uFactor) : vValue * uFactor;
-    float t = clamp((value - uLow) / (uHigh - uLow), 0.0, 1.0);
-    base = texture2D(uColors, vec2(t * 255.0 / 256.0 + 0.5 / 256.0, 0.5)).rgb;
-    if (vKnown < 0.999) base = uUnknown * (mod(gl_FragCoord.x + gl_FragCoord.y, 9.0) < 2.0 ? 0.84 : 1.0);
-  }
-  gl_FragColor = vec4(lit(base, normalHere()), 1.0);
+  float hatch = mod(gl_FragCoord.x + gl_FragCoord.y, 9.0) < 2.0 ? 0.84 : 1.0;
+  gl_FragColor = vec4(lit(colorHere(uUnknown * hatch), normalHere()), 1.0);
 }`;
 
 export const GHOST_VERTEX = `
@@ -128,40 +139,21 @@ uniform float uOpacity;
 void main() { gl_FragColor = vec4(uColor, uOpacity); }`;
 
 export const POINT_VERTEX = `${MORPH}
-uniform highp sampler2D uValues;
+${VALUE}
 uniform float uSize;
 uniform float uNearer;
-varying float vValue;
-varying float vKnown;
 void main() {
-  float value = texelFetch(uValues, texelOfNode(), 0).r;
-  vKnown = value > -1e30 ? 1.0 : 0.0;
-  vValue = vKnown * value;
+  takeValue();
   gl_Position = projectionMatrix * modelViewMatrix * vec4(displaced(position), 1.0);
   gl_Position.z -= uNearer * gl_Position.w;
   gl_PointSize = uSize;
 }`;
 
 export const POINT_FRAGMENT = `
-uniform sampler2D uColors;
-uniform float uFactor;
-uniform float uLow;
-uniform float uHigh;
-uniform bool uMagnitude;
-uniform bool uColored;
-uniform vec3 uPlain;
-uniform vec3 uUnknown;
-varying float vValue;
-varying float vKnown;
+${COLOR}
 void main() {
   vec2 at = 2.0 * gl_PointCoord - 1.0;
   float r = dot(at, at);
   if (r > 1.0) discard;
-  vec3 base = uPlain;
-  if (uColored) {
-    float value = uMagnitude ? abs(vValue * uFactor) : vValue * uFactor;
-    float t = clamp((value - uLow) / (uHigh - uLow), 0.0, 1.0);
-    base = vKnown < 0.5 ? uUnknown : texture2D(uColors, vec2(t * 255.0 / 256.0 + 0.5 / 256.0, 0.5)).rgb;
-  }
-  gl_FragColor = vec4(base * (1.05 - 0.4 * r), 1.0);
+  gl_FragColor = vec4(colorHere(uUnknown) * (1.05 - 0.4 * r), 1.0);
 }`;

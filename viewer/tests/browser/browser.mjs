@@ -111,22 +111,27 @@ export function savePicture(name, png) {
   return path;
 }
 
-/** How far two PNG pictures are apart: the mean difference of their pixels, 0 to 1, and the part that differs much. */
-export async function difference(a, b) {
+/** Has `reckon` work on the pixels of PNG pictures, in a tab of their own, and gives what it finds. */
+async function ofPixels(pictures, reckon) {
   const tab = await (await launch()).newPage();
-  const result = await tab.evaluate(async (pictures) => {
-    const pixels = [];
-    for (const base64 of pictures) {
-      const image = new Image();
-      image.src = `data:image/png;base64,${base64}`;
-      await image.decode();
-      const canvas = document.createElement('canvas');
-      [canvas.width, canvas.height] = [image.width, image.height];
-      const context = canvas.getContext('2d');
-      context.drawImage(image, 0, 0);
-      pixels.push({width: image.width, height: image.height, data: context.getImageData(0, 0, image.width, image.height).data});
-    }
-    const [p, q] = pixels;
+  const pixels = await tab.evaluateHandle((all) => Promise.all(all.map(async (base64) => {
+    const image = new Image();
+    image.src = `data:image/png;base64,${base64}`;
+    await image.decode();
+    const canvas = document.createElement('canvas');
+    [canvas.width, canvas.height] = [image.width, image.height];
+    const context = canvas.getContext('2d');
+    context.drawImage(image, 0, 0);
+    return context.getImageData(0, 0, image.width, image.height);
+  })), pictures.map((one) => (typeof one === 'string' ? one : Buffer.from(one).toString('base64'))));
+  const result = await pixels.evaluate(reckon);
+  await tab.close();
+  return result;
+}
+
+/** How far two PNG pictures are apart: the mean difference of their pixels, 0 to 1, and the part that differs much. */
+export function difference(a, b) {
+  return ofPixels([a, b], ([p, q]) => {
     if (p.width !== q.width || p.height !== q.height) return {mean: 1, part: 1};
     let sum = 0;
     let many = 0;
@@ -137,34 +142,21 @@ export async function difference(a, b) {
     }
     const count = p.data.length / 4;
     return {mean: sum / count / 255, part: many / count};
-  }, [a, b].map((one) => (typeof one === 'string' ? one : Buffer.from(one).toString('base64'))));
-  await tab.close();
-  return result;
+  });
 }
 
 /** How much of a picture of the stage is body: the part of the pixels that differ from the one at the left in their row. */
-export async function bodyPart(png) {
-  const tab = await (await launch()).newPage();
-  const result = await tab.evaluate(async (base64) => {
-    const image = new Image();
-    image.src = `data:image/png;base64,${base64}`;
-    await image.decode();
-    const canvas = document.createElement('canvas');
-    [canvas.width, canvas.height] = [image.width, image.height];
-    const context = canvas.getContext('2d');
-    context.drawImage(image, 0, 0);
-    const {data} = context.getImageData(0, 0, image.width, image.height);
+export function bodyPart(png) {
+  return ofPixels([png], ([{width, height, data}]) => {
     const counts = [0, 0];
-    for (let y = 0; y < image.height; ++y)
-      for (let x = 0; x < image.width; ++x) {
-        const at = 4 * (y * image.width + x);
-        const first = 4 * y * image.width;
-        if ([0, 1, 2].some((c) => Math.abs(data[at + c] - data[first + c]) > 12)) ++counts[x < image.width / 2 ? 0 : 1];
+    for (let y = 0; y < height; ++y)
+      for (let x = 0; x < width; ++x) {
+        const at = 4 * (y * width + x);
+        const first = 4 * y * width;
+        if ([0, 1, 2].some((c) => Math.abs(data[at + c] - data[first + c]) > 12)) ++counts[x < width / 2 ? 0 : 1];
       }
-    return counts.map((count) => (2 * count) / (image.width * image.height));
-  }, png);
-  await tab.close();
-  return result;
+    return counts.map((count) => (2 * count) / (width * height));
+  });
 }
 
 /** Puts a value into an input as a user does. */

@@ -1,14 +1,20 @@
 // The sheet of `sbr sheet`: the live view runs inside of it, nothing else is asked for, and nothing lies on anything else.
 import assert from 'node:assert/strict';
+import {readFileSync, writeFileSync} from 'node:fs';
 import {join} from 'node:path';
 import {after, test} from 'node:test';
 import {pathToFileURL} from 'node:url';
-import {body, close, launch, sample, sbr, scratch} from './browser.mjs';
+import {body, close, launch, page, sample, sbr, scratch} from './browser.mjs';
 
 after(close);
 
 async function openSheet(name, width = 1280, ...words) {
   sbr('sheet', ...words, '-o', name);
+  return visit(pathToFileURL(join(scratch, name)).href, width);
+}
+
+/** Opens a sheet, or another page with the view in a frame. */
+async function visit(link, width = 1280) {
   const tab = await (await launch()).newPage();
   const troubles = [];
   const requests = [];
@@ -18,8 +24,8 @@ async function openSheet(name, width = 1280, ...words) {
   tab.on('pageerror', (error) => troubles.push(error.message));
   tab.on('request', (request) => requests.push(request.url()));
   await tab.setViewport({width, height: 900});
-  const address = pathToFileURL(join(scratch, name)).href;
-  await tab.goto(address);
+  const [address] = link.split('#');
+  await tab.goto(link);
   const frame = await (await tab.waitForSelector('iframe')).contentFrame();
   await frame.waitForSelector('html[data-ready]', {timeout: 300000});
   const end = async () => {
@@ -59,6 +65,46 @@ test('the live view moves inside of the sheet', async () => {
 test('on a narrow screen wide tables are moved by themselves, not the page', async () => {
   const {tab, end} = await openSheet('narrow.html', 390, sample('conrod_13c'));
   assert.ok(await tab.evaluate(() => document.documentElement.scrollWidth <= window.innerWidth + 1));
+  await end();
+});
+
+test('a link out of the view is one to the sheet, and shows what its sender saw', async () => {
+  const first = await openSheet('linked.html', 1280, sample('beam_13c'));
+  const address = pathToFileURL(join(scratch, 'linked.html')).href;
+  assert.equal(await first.tab.evaluate(() => location.hash), '', 'the address stays as it was until somebody asks');
+  await first.frame.evaluate(async () => {
+    navigator.clipboard.writeText = (text) => Promise.resolve(void (window.copied = text));
+    await window.sbrView.set({mode: 8, playing: false, phase: 1, quantity: 'displacement.z'});
+    window.sbrView.stage.turn(0.7, -0.3);
+    document.querySelector('[aria-label="Copy a link to this view"]').click();
+    await window.sbrView.settle();
+  });
+  const link = await first.frame.evaluate(() => window.copied);
+  assert.ok(link.startsWith(`${address}#mode=9&field=displacement.z&phase=57.296&play=0&camera=`), link);
+  const place = (frame) => frame.evaluate(() => window.sbrView.stage.place);
+  const sent = await place(first.frame);
+  await first.end();
+  const second = await visit(link);
+  assert.equal(await second.frame.evaluate(() => window.sbrView.state.mode), 8);
+  const got = await place(second.frame);
+  for (const part of ['position', 'target', 'up'])
+    got[part].forEach((value, c) => assert.ok(Math.abs(value - sent[part][c]) < 1e-3, part));
+  assert.ok(await second.tab.evaluate(() => document.querySelector('iframe').getBoundingClientRect().top < window.innerHeight / 2),
+            'the view stands before the eyes');
+  await second.end();
+});
+
+test('in a page that is no sheet the view leaves the address alone and offers no link', async () => {
+  const view = readFileSync(page(sample('beam_13c')), 'utf8').replace(/&/g, '&amp;').replace(/"/g, '&quot;');
+  writeFileSync(join(scratch, 'notebook.html'), `<!doctype html><title>A notebook</title><iframe srcdoc="${view}"></iframe>`);
+  const {tab, frame, end} = await visit(`${pathToFileURL(join(scratch, 'notebook.html')).href}#cell-3`);
+  assert.equal(await frame.$('[aria-label="Copy a link to this view"]'), null);
+  await frame.evaluate(async () => {
+    await window.sbrView.set({mode: 8});
+    document.body.dispatchEvent(new KeyboardEvent('keydown', {key: 'l', bubbles: true}));
+    await window.sbrView.settle();
+  });
+  assert.equal(await tab.evaluate(() => location.hash), '#cell-3');
   await end();
 });
 
