@@ -276,18 +276,20 @@ void check_options(const WriteOptions &options) {
                               brief(*options.lowpass) + ": no mode lies between them");
 }
 
-// Operators of monitor points are written for all modes, and read for those that the record has: with fewer modes every
-// number of them would be another.
-void check_operators(SBR body, SBR written) {
+// Operators of monitor points are written for all modes, and read for those that the record has: with fewer modes their
+// numbers are others.
+void warn_of_operators(SBR body, SBR written) {
   constexpr int kOperatorTypes = 4;
-  if (SBR_ModeCount(written) == SBR_ModeCount(body)) return;
+  const int modes = SBR_ModeCount(written);
+  if (modes == 0 || modes == SBR_ModeCount(body)) return;
   for (int point = 0; point < SBR_GetMonitorPointCount(body); ++point)
     for (int type = 1; type <= kOperatorTypes; ++type)
-      if (SBR_MonitorPointHasOperator(body, point, type) != 0)
-        throw Failure(kUsage, "the body has monitor points, whose operators would be read wrong with " +
-                                  std::to_string(SBR_ModeCount(written)) + " of its " +
-                                  std::to_string(SBR_ModeCount(body)) +
-                                  " modes; write all modes (without --lowpass, --highpass, --empty)");
+      if (SBR_MonitorPointHasOperator(body, point, type) != 0) {
+        std::cerr << "warning: the operators of the monitor points are written for all " << SBR_ModeCount(body)
+                  << " modes, and read wrong from a record with " << modes
+                  << " of them; to use them, write all modes (without --lowpass and --highpass)\n";
+        return;
+      }
 }
 
 void check_names(const std::string &input, const std::string &output) {
@@ -316,7 +318,7 @@ void write_record(SBR body, const std::string &input, const std::string &output,
   if (file.is_regular()) {
     const Body readable(SBR_CreateFromSBR(file.path().c_str()));
     if (!readable) throw Failure(kFailed, output + ": the record was not written, for it could not be read back");
-    check_operators(body, readable.get());
+    warn_of_operators(body, readable.get());
   }
   file.commit();
 }
