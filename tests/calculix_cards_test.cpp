@@ -6,6 +6,7 @@
 #include "calculix/deck.h"
 #include "calculix/job.h"
 #include "common/model.h"
+#include "support/complaint.h"
 #include "support/files.h"
 #include "support/messages.h"
 
@@ -38,20 +39,8 @@ class CardTest : public LibraryTest {
     write_file(path, text);
     return sbrtranslate::build_model(sbrtranslate::read_deck(path, notes), interfaces);
   }
-  template <class Action>
-  std::string complaint_of(const Action &action) {
-    try {
-      action();
-    } catch (const std::exception &error) {
-      std::string what = error.what();
-      const std::string folder = scratch.path().string() + "/";
-      for (std::size_t at; (at = what.find(folder)) != std::string::npos;) what.erase(at, folder.size());
-      return what;
-    }
-    return "";
-  }
   std::string complaint(const std::string &text, const std::vector<std::string> &interfaces = {}) {
-    return complaint_of([&] { model(text, interfaces); });
+    return complaint_of(scratch, [&] { model(text, interfaces); });
   }
   ScratchDirectory scratch;
   std::string path = scratch.file("job.inp");
@@ -91,7 +80,7 @@ TEST_F(CardTest, EveryCardOfTheTableDoesWhatItsRowSays) {
       card.parameters[parameter.substr(0, equals)] =
           equals == std::string::npos ? std::string("1") : parameter.substr(equals + 1);
     }
-    const std::string text = complaint_of([&] { (void)sbrtranslate::judge_card(card); });
+    const std::string text = complaint_of(scratch, [&] { (void)sbrtranslate::judge_card(card); });
     if (rule.role != CardRole::refused) {
       EXPECT_EQ(text, "") << rule.card;
       continue;
@@ -122,7 +111,8 @@ TEST_F(CardTest, WhatChangesTheBodyIsRefusedWithFileAndLine) {
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"*GAP, ELSET=M\n1.\n", "job.inp:16: *GAP is refused: "},
       {"*NORMAL\n1,1,0,0,1\n", "job.inp:16: *NORMAL is refused: "},
-      {"*NODAL THICKNESS\n1, 2.\n", "job.inp:16: *NODAL THICKNESS is refused: "},
+      {"*NODAL THICKNESS\n1, -2.\n", "job.inp:17: a node or a set and its thickness expected"},
+      {"*NODAL THICKNESS\nNOWHERE, 2.\n", "job.inp:17: no node set 'NOWHERE'"},
       {"*MODEL CHANGE, TYPE=ELEMENT, REMOVE\nE\n", "job.inp:16: *MODEL CHANGE is refused: "},
       {"*STEP\n*BUCKLE\n5\n*END STEP\n", "job.inp:17: *BUCKLE is refused: "},
       {"*STEP\n*COMPLEX FREQUENCY, CORIOLIS\n5\n*END STEP\n", "job.inp:17: *COMPLEX FREQUENCY is refused: "},
@@ -223,7 +213,7 @@ class LocalResults : public CardTest {
  protected:
   std::string import(const std::string &name, ImportOptions options = {}) {
     options.deck = std::string(SBRKIT_TEST_DATA) + "/fe/elements/" + name + ".inp";
-    return complaint_of([&] { body = sbrtranslate::import_ccx(options, report); });
+    return complaint_of(scratch, [&] { body = sbrtranslate::import_ccx(options, report); });
   }
   ~LocalResults() override { body.reset(); }
   ImportReport report;

@@ -6,6 +6,7 @@
 #include "calculix/deck.h"
 #include "calculix/steps.h"
 #include "common/model.h"
+#include "support/complaint.h"
 #include "support/files.h"
 #include "support/messages.h"
 
@@ -28,14 +29,7 @@ class DeckTest : public LibraryTest {
   }
   // What the reading of a deck complains of, with the place; empty when it does not.
   std::string complaint(const std::string &text, const std::vector<std::string> &interfaces = {}) {
-    try {
-      model(text, interfaces);
-    } catch (const InputError &error) {
-      std::string what = error.what();
-      if (what.rfind(scratch.path().string() + "/", 0) == 0) what.erase(0, scratch.path().string().size() + 1);
-      return what;
-    }
-    return "";
+    return complaint_of(scratch, [&] { model(text, interfaces); });
   }
   ScratchDirectory scratch;
   std::string path = scratch.file("job.inp");
@@ -117,16 +111,70 @@ TEST_F(DeckTest, FacesOfEverySolidLookOutward) {
     for (const Vec3 &p : solid.places) places.push_back(affine(p));
     const Model body = model(one_element(solid.type, places));
     double volume = 0.0;
-    for (std::size_t at = 0; at < body.faces.size(); at += static_cast<std::size_t>(body.faces[at]) + 1) {
-      const auto corner = [&](int k) {
-        return body
-            .nodes[static_cast<std::size_t>(body.node_position(body.faces[at + 1 + static_cast<std::size_t>(k)]))]
-            .place;
+    body.visit_faces([&](std::span<const int> face) {
+      const auto corner = [&](std::size_t k) {
+        return body.nodes[static_cast<std::size_t>(body.node_position(face[k]))].place;
       };
-      for (int k = 2; k < body.faces[at]; ++k) volume += dot(corner(0), cross(corner(k - 1), corner(k))) / 6.0;
-    }
+      for (std::size_t k = 2; k < face.size(); ++k) volume += dot(corner(0), cross(corner(k - 1), corner(k))) / 6.0;
+    });
     EXPECT_NEAR(volume, 30.0 * solid.volume, 1e-12) << solid.type;
   }
+}
+
+// ---- Shells whose thickness or whose place is not plain: a sheet of 4 x 3 at z = 2.
+
+const std::string kSheetNodes = "*NODE\n1,0,0,2\n2,4,0,2\n3,4,3,2\n4,0,3,2\n5,8,0,2\n6,8,3,2\n";
+const std::string kSheet = kSheetNodes + "*ELEMENT, TYPE=S4, ELSET=E\n1,1,2,3,4\n" + kSteel;
+
+TEST_F(DeckTest, NodesOfAShellWithAnOffsetArePutToItsMiddle) {
+  for (const auto &[offset, z] : {std::pair("0.5", 1.75), std::pair("-0.5", 2.25), std::pair("0.2", 1.9)}) {
+    const Model body =
+        model(kSheet + "*SHELL SECTION, ELSET=E, MATERIAL=STEEL, OFFSET=" + std::string(offset) + "\n0.5\n");
+    ASSERT_EQ(body.nodes.size(), 4U);
+    for (const auto &node : body.nodes) EXPECT_NEAR(node.place[2], z, 1e-15);
+    EXPECT_EQ(body.mesh.moved_nodes.size(), 4U);
+    EXPECT_NEAR(body.exact.mass, 8.0 * 12.0 * 0.5, 1e-12);
+    EXPECT_NEAR(body.exact.centre()[2], z, 1e-14);
+    EXPECT_NEAR(body.lumped.centre()[2], z, 1e-14);
+  }
+}
+
+// Thicknesses a + b x: mass, center and the plate's own inertia are integrals of polynomials.
+TEST_F(DeckTest, NodalThicknessesAreCarriedByTheShapeFunctions) {
+  const Model body =
+      model(kSheet + "*NSET, NSET=FAR\n2, 3\n*SHELL SECTION, ELSET=E, MATERIAL=STEEL, NODAL THICKNESS\n9.\n" +
+            "*NODAL THICKNESS\n1, 0.1\n4, 0.1\nFAR, 0.5\n");
+  const double rho = 8.0 * 3.0;  // by length
+  const double mass = rho * (0.1 * 4 + 0.1 * 8);
+  EXPECT_NEAR(body.exact.mass, mass, 1e-12);
+  EXPECT_NEAR(body.exact.centre()[0], rho * (0.1 * 8 + 0.1 * 64.0 / 3) / mass, 1e-12);
+  // The integral of t^3 / 12 along x, t from 0.1 to 0.5: (0.5^4 - 0.1^4) / (4 * 0.1) / 12.
+  const double own = rho * (0.0625 - 0.0001) / 0.4 / 12;
+  EXPECT_NEAR(body.exact.second[2] - 4.0 * mass, own, 1e-12) << "second moment across the sheet";
+  EXPECT_NEAR(body.lumped.mass, mass, 1e-12);
+}
+
+TEST_F(DeckTest, OffsetsThatGiveANodeTwoPlacesAreRefused) {
+  const std::string more = kSheetNodes +
+                           "*ELEMENT, TYPE=S4, ELSET=E\n1,1,2,3,4\n*ELEMENT, TYPE=S4, ELSET=F\n2,2,5,6,3\n" + kSteel +
+                           "*SHELL SECTION, ELSET=E, MATERIAL=STEEL, OFFSET=0.5\n0.5\n";
+  const std::string second = "*SHELL SECTION, ELSET=F, MATERIAL=STEEL";
+  EXPECT_EQ(complaint(more + second + ", OFFSET=0.25\n1.0\n"), "") << "as high above the middle";
+  EXPECT_THAT(complaint(more + second + ", OFFSET=0.5\n1.0\n"),
+              ::testing::StartsWith("job.inp:17: node 2 has other offsets in other shells"));
+  EXPECT_THAT(complaint(more + second + "\n1.0\n"),
+              ::testing::StartsWith("job.inp:11: node 2 also belongs to a shell with an OFFSET"));
+  const std::string one = kSheet + "*SHELL SECTION, ELSET=E, MATERIAL=STEEL, OFFSET=0.5\n0.5\n";
+  EXPECT_THAT(complaint(one + "*ELEMENT, TYPE=MASS, ELSET=M\n9, 3\n*MASS, ELSET=M\n1.\n"),
+              ::testing::StartsWith("job.inp:16: node 3 of element 9 belongs to a shell with an OFFSET"));
+  EXPECT_THAT(
+      complaint(kSheet + "*SHELL SECTION, ELSET=E, MATERIAL=STEEL, NODAL THICKNESS\n1.\n*NODAL THICKNESS\n1,1.\n"),
+      ::testing::StartsWith("job.inp:13: node 2 has no *NODAL THICKNESS"));
+  EXPECT_THAT(complaint(kSheet + "*SHELL SECTION, ELSET=E, MATERIAL=STEEL, NODAL THICKNESS, OFFSET=0.5\n1.\n" +
+                        "*NODAL THICKNESS\n1,1.\n2,1.\n3,1.\n4,2.\n"),
+              ::testing::StartsWith("job.inp:13: an OFFSET with thicknesses that change within element 1"));
+  EXPECT_THAT(complaint(kSheet + "*SHELL SECTION, ELSET=E, MATERIAL=STEEL, OFFSET=SPOS\n1.\n"),
+              ::testing::StartsWith("job.inp:13: an offset expected, found 'SPOS'"));
 }
 
 TEST_F(DeckTest, CenterAndInertiaOfABrickAreThoseOfTheBook) {
@@ -300,7 +348,8 @@ TEST_F(DeckTest, ComplaintsNameFileAndLine) {
        "job.inp:20: element 1 is a solid in a shell section"},
       {kNodes + kTwoBricks + kSteel + "*SHELL SECTION, ELSET=E, MATERIAL=STEEL\n", "job.inp:20: shell section without"},
       {kNodes + kTwoBricks + kSteel + "*SHELL SECTION, ELSET=E, MATERIAL=STEEL\n0\n", "job.inp:21: a shell thickness"},
-      {kNodes + kTwoBricks + kSteel + "*SHELL SECTION, ELSET=E, MATERIAL=STEEL, COMPOSITE\n", "job.inp:20: composite"},
+      {kNodes + kTwoBricks + kSteel + "*SHELL SECTION, ELSET=E, MATERIAL=STEEL, COMPOSITE\n",
+       "job.inp:20: a composite section"},
       {"*NODE\n1,0,zero,0\n", "job.inp:2: a coordinate expected, found 'zero'"},
       {"*NODE\n1.5,0,0,0\n", "job.inp:2: a node number expected, found '1.5'"},
       {"*NODE\n1,0,0,inf\n", "job.inp:2: a coordinate expected, found 'inf'"},

@@ -262,6 +262,30 @@ def check_steps(folder):
     near(down, -total, 1e-6 * total, "steps: weight by nodal loads")
 
 
+def check_loaded_matrices(folder):
+    """Matrices about a loaded state: its stiffness, and its forces on the modes as the preload. The solver's nodal forces
+    tell what they do."""
+    hz = eigenvalues("loaded")[0]
+    record = Record(folder, "loaded", *matrices("loaded"), "--normal", "12", "--mac", "3", "--interface", "IB")
+    reduction = record.summary["reduction"]
+    for i in range(3):
+        near(reduction["free_hz"][i], hz[i], 3e-6 * hz[i], "loaded: mode %d of the matrices" % (i + 1))
+        near(reduction["reduced_hz"][i] / hz[i], 1.0025, 0.00251, "loaded: reduced mode %d" % (i + 1))
+    check(record.summary["preload"] and not record.summary["pre_stress"], "loaded: preload and no pre-stress")
+    check(any("no pre-stress" in text for text in record.summary["warnings"]), "loaded: the missing pre-stress is told")
+    forces = next(values for step, mode, name, values in results("steps")[0] if name == "FORC")
+    rows = [line.split() for line in sbr("report", record.path, "27").stdout.splitlines()]
+    preload = [float(row[1]) for row in rows if len(row) == 2 and row[0].isdigit()]
+    check(len(preload) == len(record.summary["modes"]), "loaded: a preload for each mode")
+    work = []
+    for mode in range(1, len(preload) + 1):
+        shape = record.values(mode)
+        work.append(sum(f * u for node in forces for f, u in zip(forces[node], shape[node])))
+    size = max(abs(w) for w in work)
+    for mode, (load, expected) in enumerate(zip(preload, work), 1):
+        near(load, expected, 2e-5 * size, "loaded: preload of mode %d" % mode)
+
+
 def check_springs(folder):
     record = Record(folder, "springs")
     places = results("springs")[1]
@@ -301,6 +325,28 @@ def check_pipe(folder):
         near(values[node][5], slope, 0.05 * size / length * 4, "pipe: rotation at node %d" % node)
 
 
+def check_beams(folder):
+    """Linear beams of rectangular section: mass and inertia of the box, the solver's frequencies, and the mean motion of
+    the section."""
+    record = Record(folder, "beams")
+    length, first, second = 300.0, 8.0, 12.0
+    mass = DENSITY * first * second * length
+    near(record.summary["mass"], mass, 1e-9 * mass, "beams: mass")
+    near(record.summary["center_of_mass"][0], length / 2, 1e-6, "beams: center")
+    for k, square in enumerate((first ** 2 + second ** 2, length ** 2 + second ** 2, length ** 2 + first ** 2)):
+        near(record.summary["inertia"][4 * k], mass * square / 12, 1e-6 * mass * square / 12, "beams: inertia")
+    check_frequencies(record, eigenvalues("beams")[0], "beams")
+    sets, nodes = results("beams")
+    shape = next(values for step, mode, name, values in sets if (mode, name) == (7, "DISP"))
+    values = record.values(7)
+    size = max(abs(x) for row in values.values() for x in row[:3])
+    for node in range(1, 14):
+        members = [n for n, at in nodes.items() if abs(at[0] - length * (node - 1) / 12) < 1e-3]
+        for k in range(3):
+            mean = sum(shape[n][k] for n in members) / len(members)
+            near(values[node][k], mean, 1e-5 * size, "beams: node %d" % node)
+
+
 def check_refusals(folder):
     """What cannot be done right ends with file, line and words."""
     with open(model("pipe.inp"), encoding="ascii") as file:
@@ -328,6 +374,8 @@ def check_refusals(folder):
     )
     with open(model("truss.inp"), encoding="ascii") as file:
         cases += ((file.read(), "truss", "moves in ways that nodes do not show"),)
+    with open(model("reduced.inp"), encoding="ascii") as file:
+        cases += ((file.read(), "reduced", "the solver gives beams B31R no inertia about themselves; take B31"),)
     for number, (text, frd, words) in enumerate(cases):
         path = os.path.join(folder, "bad%d.inp" % number)
         with open(path, "w", encoding="ascii") as file:
@@ -341,7 +389,7 @@ def check_refusals(folder):
 
 def main():
     with tempfile.TemporaryDirectory() as folder:
-        for part in (check_reference_nodes, check_mean_motion, check_matrices, check_steps, check_springs, check_pipe,
+        for part in (check_reference_nodes, check_mean_motion, check_matrices, check_steps, check_loaded_matrices, check_springs, check_pipe, check_beams,
                      check_refusals):
             part(folder)
     print("%d checks, %d failures" % (checks, len(failures)))

@@ -1,5 +1,9 @@
 // `sbr import matrices` from the outside: the matrices of a solver in the notations of others, with the solver's own
 // frequencies and the mesh's own integrals as the figures to meet; and bad input.
+#include <cmath>
+#include <set>
+#include <sstream>
+
 #include "support/program.h"
 
 namespace sbrtest {
@@ -44,24 +48,28 @@ class MatricesImportTest : public ProgramTest {
   }
   // Eight points at the corners of a cube of side 2, each of mass 3, tied to the next by springs of stiffness 10 along
   // each axis; rows by node. Nodes 1 to 4 lie at z = 0.
-  void write_cube() const {
+  // With six rows a node each has also inertias of 2 about the axes, and springs of stiffness 4 that resist turns.
+  void write_cube(int rows_each = 3) const {
     std::string nodes = "# a cube\n";
-    std::string mass = "%%MatrixMarket matrix coordinate real symmetric\n24 24 24\n";
+    std::string mass;
     std::string stiffness;
     for (int n = 0; n < 8; ++n) {
       nodes += std::to_string(n + 1) + " " + std::to_string(2 * (n & 1)) + " " + std::to_string(n & 2) + " " +
                std::to_string((n & 4) / 2) + (n < 4 ? " foot" : "") + "\n";
-      for (int k = 1; k <= 3; ++k) {
-        const std::string row = std::to_string(3 * n + k);
-        mass += row + " " + row + " 3\n";
-        stiffness += row + " " + row + " 30\n";
+      for (int k = 1; k <= rows_each; ++k) {
+        const std::string row = std::to_string(rows_each * n + k);
+        mass += row + " " + row + (k <= 3 ? " 3\n" : " 2\n");
+        stiffness += row + " " + row + (k <= 3 ? " 30\n" : " 12\n");
         for (const int bit : {1, 2, 4})
-          if ((n & bit) != 0) stiffness += row + " " + std::to_string(3 * (n - bit) + k) + " -10\n";
+          if ((n & bit) != 0)
+            stiffness += row + " " + std::to_string(rows_each * (n - bit) + k) + (k <= 3 ? " -10\n" : " -4\n");
       }
     }
+    const std::string size = std::to_string(8 * rows_each);
+    const std::string head = "%%MatrixMarket matrix coordinate real symmetric\n" + size + " " + size + " ";
     write_file(scratch.file("nodes.csv"), nodes);
-    write_file(scratch.file("M.mtx"), mass);
-    write_file(scratch.file("K.mtx"), "%%MatrixMarket matrix coordinate real symmetric\n24 24 60\n" + stiffness);
+    write_file(scratch.file("M.mtx"), head + size + "\n" + mass);
+    write_file(scratch.file("K.mtx"), head + std::to_string(20 * rows_each) + "\n" + stiffness);
     write_file(scratch.file("faces.csv"), "1 2 4 3\n5,6,8,7\n");
   }
   std::string refusal(const std::string &arguments, int code = 3) const {
@@ -91,6 +99,7 @@ TEST_F(MatricesImportTest, TheReducedBeamHasTheSolversFrequenciesAndTheInertiaOf
   for (const std::size_t k : {0U, 1U, 2U}) {
     const double wanted = figures["consistent"]["inertia_about_center_of_mass"][k][k].get<double>();
     EXPECT_NEAR(beam["inertia"][4 * k].get<double>(), wanted, 1e-4 * wanted) << k;
+    EXPECT_NEAR(beam["nodal_inertia"][4 * k].get<double>(), beam["inertia"][4 * k].get<double>(), 1e-9 * wanted) << k;
   }
   for (std::size_t i = 6; i < 16; ++i) {
     const double wanted = figures["frequencies_hz"][i].get<double>();
@@ -112,6 +121,100 @@ TEST_F(MatricesImportTest, NormalModesOfACubeOfSpringsAreKnownByFormula) {
   const double hz = std::sqrt(10.0 / 3) / (2 * 3.14159265358979324);
   ASSERT_EQ(cube["reduction"]["normal_hz"].size(), 2U);
   for (const Json &normal : cube["reduction"]["normal_hz"]) EXPECT_NEAR(normal.get<double>(), hz, 1e-9);
+}
+
+// Six rows a node: the turns have springs of their own, whose lowest modes lie below those of the translations, and a
+// constraint mode for each of the six.
+TEST_F(MatricesImportTest, SixRowsANodeAreThreeTranslationsAndThreeRotations) {
+  write_cube(6);
+  const Json cube = json("import matrices " + both + "--faces faces.csv --units SI -o cube.sbr --no-ortho --json");
+  EXPECT_NEAR(cube["mass"].get<double>(), 24, 1e-9);
+  EXPECT_NEAR(cube["inertia"][0].get<double>(), 24 * 2.0 + 8 * 2.0, 1e-9) << "of the matrix";
+  for (const std::size_t k : {0U, 4U, 8U})
+    EXPECT_NEAR(cube["nodal_inertia"][k].get<double>(), 64, 1e-9) << "of the nodes";
+  EXPECT_EQ(cube["constraint_modes"], 24);
+  const double hz = std::sqrt(4.0 / 2) / (2 * 3.14159265358979324);
+  for (const Json &normal : cube["reduction"]["normal_hz"]) EXPECT_NEAR(normal.get<double>(), hz, 1e-9);
+  for (const std::size_t turn : {0U, 1U}) {
+    const Json nodes = json("mode cube.sbr " + std::to_string(25 + turn) + " --json")["nodes"];
+    double most = 0.0;
+    for (const Json &node : nodes)
+      for (std::size_t k = 0; k < 6; ++k) {
+        const double value = std::fabs(node["values"][k].get<double>());
+        if (k < 3) {
+          EXPECT_NEAR(value, 0.0, 1e-9) << "a normal mode of turns";
+        }
+        if (node["id"].get<int>() <= 4) {
+          EXPECT_NEAR(value, 0.0, 1e-12) << "the foot is held";
+        }
+        most = std::max(most, value);
+      }
+    EXPECT_GT(most, 0.1);
+  }
+  // The constraint modes: at the foot one of all values is not zero, and each of them once.
+  std::set<std::pair<int, std::size_t>> units;
+  for (int mode = 1; mode <= 24; ++mode) {
+    std::size_t moved = 0;
+    const Json nodes = json("mode cube.sbr " + std::to_string(mode) + " --json")["nodes"];
+    for (const Json &node : nodes)
+      for (std::size_t k = 0; k < 6 && node["id"].get<int>() <= 4; ++k)
+        if (std::fabs(node["values"][k].get<double>()) > 1e-12) {
+          ++moved;
+          EXPECT_TRUE(units.emplace(node["id"].get<int>(), k).second);
+        }
+    EXPECT_EQ(moved, 1U) << mode;
+  }
+  EXPECT_EQ(units.size(), 24U);
+}
+
+// A gmsh mesh on the nodes of the table: its faces, and its groups as sets. The numbers of the mesh do not count.
+TEST_F(MatricesImportTest, AMeshOfGmshGivesFacesAndSetsToTheNodeTable) {
+  const std::string msh = SBRKIT_TEST_DATA "/sources/box_brick_2.msh";
+  const std::string text = read_file(msh);
+  std::istringstream lines(text.substr(text.find("$Nodes\n") + 7));
+  std::size_t count = 0;
+  lines >> count;
+  std::string nodes;
+  std::string mass;
+  std::string stiffness;
+  std::size_t left = 0;
+  for (std::size_t n = 0; n < count; ++n) {
+    int id = 0;
+    double x = 0;
+    double y = 0;
+    double z = 0;
+    lines >> id >> x >> y >> z;
+    left += x < 1e-9 ? 1 : 0;
+    nodes +=
+        std::to_string(900 - id) + " " + std::to_string(x) + " " + std::to_string(y) + " " + std::to_string(z) + "\n";
+    // A chain of springs from node to node, in each direction.
+    for (std::size_t k = 1; k <= 3; ++k) {
+      const std::string row = std::to_string(3 * n + k);
+      mass += row + " " + row + " 0.25\n";
+      stiffness += row + " " + row + (n == 0 || n + 1 == count ? " 50\n" : " 100\n");
+      if (n != 0) stiffness += row + " " + std::to_string(3 * n + k - 3) + " -50\n";
+    }
+  }
+  ASSERT_EQ(count, 32U);
+  const std::string size = std::to_string(3 * count);
+  const std::string head = "%%MatrixMarket matrix coordinate real symmetric\n" + size + " " + size + " ";
+  write_file(scratch.file("nodes.csv"), nodes);
+  write_file(scratch.file("M.mtx"), head + size + "\n" + mass);
+  write_file(scratch.file("K.mtx"), head + std::to_string(6 * count - 3) + "\n" + stiffness);
+  const std::string arguments = "nodes.csv --stiffness K.mtx --mass M.mtx --interface left --normal 2 --mesh '";
+  const Json box = json("import matrices " + arguments + msh + "' --units SI -o box.sbr --json");
+  EXPECT_EQ(box["nodes"], count);
+  EXPECT_EQ(box["elements"], 2);
+  EXPECT_EQ(box["interface_nodes"], left);
+  EXPECT_EQ(box["written"]["faces"], 10) << "two bricks share one of their twelve faces";
+  EXPECT_NEAR(box["mass"].get<double>(), 0.25 * static_cast<double>(count), 1e-9) << "of the matrix, not of the mesh";
+  write_file(scratch.file("faces.csv"), "899 898 897\n");
+  EXPECT_NE(refusal(arguments + msh + "' --faces faces.csv", 2).find("--faces and --mesh both give faces"),
+            std::string::npos);
+  std::string moved = text;
+  moved.replace(moved.find(" 0.4 "), 5, " 0.7 ");
+  write_file(scratch.file("moved.msh"), moved);
+  EXPECT_NE(refusal(arguments + "moved.msh'").find("moved.msh"), std::string::npos);
 }
 
 TEST_F(MatricesImportTest, NumPyFilesGiveTheSame) {

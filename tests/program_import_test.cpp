@@ -57,6 +57,26 @@ TEST_F(ProgramImportTest, TheSummaryTellsNodesUnitsAndMassOfTheRecord) {
   EXPECT_EQ(empty["written"]["modes"], 0);
 }
 
+// `script` runs a command on a terminal of its own. A bar is drawn over itself and wiped when it is full.
+TEST_F(ProgramImportTest, OnATerminalABarShowsHowFarTheReadingIs) {
+  if (shell("command -v script >/dev/null").code != 0) GTEST_SKIP() << "no script";
+  ASSERT_EQ(shell("gzip -d plate.frd.gz").code, 0);
+  const Outcome piped = sbr("import ccx plate.inp -o piped.sbr", true);
+  ASSERT_EQ(piped.code, 0);
+  EXPECT_EQ(piped.out.find('\r'), std::string::npos) << "not on a terminal";
+  const Outcome shown = shell("script -qec '" SBR_PROGRAM " import ccx plate.inp -o shown.sbr' /dev/null </dev/null");
+  ASSERT_EQ(shown.code, 0) << shown.out;
+  EXPECT_TRUE(exists("shown.sbr"));
+  const std::size_t empty = shown.out.find("\r[" + std::string(40, '.') + "]   0 %");
+  const std::size_t full = shown.out.find("\r[" + std::string(40, '#') + "] 100 %");
+  ASSERT_NE(empty, std::string::npos) << shown.out;
+  ASSERT_NE(full, std::string::npos) << shown.out;
+  EXPECT_LT(empty, full);
+  EXPECT_NE(shown.out.find("\r\033[K", full), std::string::npos) << "the bar is wiped";
+  EXPECT_NE(shown.out.find("Written to shown.sbr", full), std::string::npos) << "the report comes behind it";
+  EXPECT_EQ(sbr("diff piped.sbr shown.sbr").code, 0);
+}
+
 TEST_F(ProgramImportTest, WhatTheWriterRefusesIsTold) {
   const Outcome run = sbr("import ccx plate.inp -o plate.sbr --lowpass 100 --highpass 50", true);
   EXPECT_EQ(run.code, 2) << run.out;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "calculix/job.h"
+#include "support/complaint.h"
 #include "support/files.h"
 #include "support/messages.h"
 
@@ -41,16 +42,10 @@ class ModelJobTest : public LibraryTest {
   std::string complaint() {
     report = {};
     body.reset();
-    try {
+    return complaint_of(scratch, [&] {
       write_file(options.deck, deck);
       body = sbrtranslate::import_ccx(options, report);
-    } catch (const std::exception &error) {
-      std::string what = error.what();
-      const std::string folder = scratch.path().string() + "/";
-      for (std::size_t at; (at = what.find(folder)) != std::string::npos;) what.erase(at, folder.size());
-      return what;
-    }
-    return "";
+    });
   }
   // The record of a reduction: six rigid modes, and elastic frequencies just above those of the solver.
   void write_both() {

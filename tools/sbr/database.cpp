@@ -299,7 +299,7 @@ void put(const std::string &input, const std::string &store, const std::string &
   const WorkDirectory directory;
   const Body body = open_record(input);
   require_whole_nodes(body.get(), options);
-  use_options(options);
+  use_options(body.get(), options);
   load_library();
   if (is_there(store)) require_usable(store);
   const bool written = SBR_write_DB(body.get(), store.c_str(), qualifiers.c_str()) != 0;

@@ -1,4 +1,8 @@
 // sbr import: turns the results of a finite-element run into a record.
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -32,8 +36,8 @@ void print_masses(const ImportReport &report) {
   const auto lumped = model.lumped.inertia(model.lumped.centre());
   line("Title", model.mesh.title.empty() ? "-" : clean(model.mesh.title));
   line("Units", report.units.mass + ", " + report.units.length + ", " + report.units.time + ", " + report.units.force);
-  line("Mesh", std::to_string(model.mesh.elements.size()) + " elements, " + std::to_string(model.nodes.size()) +
-                   " nodes, " + std::to_string(model.interface_nodes.size()) + " of them interface; " +
+  line("Mesh", std::to_string(model.element_count) + " elements, " + std::to_string(model.node_count) + " nodes, " +
+                   std::to_string(model.interface_nodes.size()) + " of them interface; " +
                    std::to_string(model.surface_face_count) + " of " + std::to_string(model.face_count) +
                    " faces on the surface");
   line("Volume", std::isnan(model.volume) ? "not known" : brief(model.volume, 9));
@@ -182,8 +186,8 @@ Json summary_of(const ImportReport &report, const Written &written, const std::s
   return {{"record", output},
           {"title", clean(model.mesh.title)},
           {"units", {report.units.mass, report.units.length, report.units.time, report.units.force}},
-          {"nodes", model.nodes.size()},
-          {"elements", model.mesh.elements.size()},
+          {"nodes", model.node_count},
+          {"elements", model.element_count},
           {"interface_nodes", model.interface_nodes.size()},
           {"faces", model.face_count},
           {"surface_faces", model.surface_face_count},
@@ -218,7 +222,7 @@ struct Request {
 // figures that need all of them are not.
 void judge_reduction(SBR body, ImportReport &report) {
   sbrtranslate::report_body_modes(body, report);
-  if (static_cast<std::size_t>(SBR_NodeCount(body)) < report.model.nodes.size()) {
+  if (static_cast<std::size_t>(SBR_NodeCount(body)) < report.model.node_count) {
     const int rigid = SBR_RigidBodyModeCount(body);
     for (std::size_t i = 0; i < report.modes.size(); ++i) {
       report.modes[i].rigid = static_cast<int>(i) < rigid;
@@ -232,13 +236,22 @@ sbrtranslate::ImportInput input_of(const Request &request) {
   sbrtranslate::ImportInput input;
   input.path = request.input;
   input.progress = show_reduction_progress;
+  input.shared_faces = request.all_faces;
   if (request.units.empty()) return input;
   const UnitSystem units = unit_system(request.units);
   input.units = sbrtranslate::UnitLabels{units.mass, units.length, units.time, units.force};
   return input;
 }
 
+// Large blocks come from the system one by one and go back to it: what the mesh took is there for the body.
+void keep_large_blocks_apart() {
+#ifdef __GLIBC__
+  mallopt(M_MMAP_THRESHOLD, 1 << 18);
+#endif
+}
+
 void import_body(Request &request) {
+  keep_large_blocks_apart();
   if (std::filesystem::is_directory(request.output)) throw Failure(kUsage, request.output + ": is a directory");
   ImportReport report;
   sbrtranslate::BodyHandle body;
@@ -250,11 +263,14 @@ void import_body(Request &request) {
     throw Failure(kUsage, problem.what());
   }
   // The faces between elements are of no use to a solver, unless they are asked for.
-  request.write.strip_faces = !request.all_faces && report.model.face_count > 0;
+  request.write.strip_faces = !request.all_faces;
+  const bool reduced = report.constraint_modes + report.normal_modes > 0;
+  if (!reduced) report.model.forget_mesh();
   write_record(body.get(), "", request.output, request.write, Errors::fail);
-  if (report.constraint_modes + report.normal_modes > 0) judge_reduction(body.get(), report);
+  if (reduced) judge_reduction(body.get(), report);
   // The writer numbers the modes that it exports from 1, and the body keeps the numbers.
   const int first = SBR_ModeIndex(body.get(), 1);
+  body.reset();  // what it takes is not needed beside the record
   const Written written = read_back(request.output, report, static_cast<std::size_t>(std::max(first, 0)));
   if (request.json) {
     std::cout << summary_of(report, written, request.output).dump(2) << '\n';

@@ -141,8 +141,13 @@ std::string option_text(const WriteOptions &options) {
   return text;
 }
 
-void use_options(const WriteOptions &options) {
-  const std::string text = option_text(options);
+void use_options(SBR body, const WriteOptions &options) {
+  WriteOptions given = options;
+  // A body without faces has none to strip: the library takes such a list for missing memory.
+  int faces = 0;
+  int words = 0;
+  if (options.sketch.empty() && (SBR_FaceListSize(body, &faces, &words) == 0 || faces == 0)) given.strip_faces = false;
+  const std::string text = option_text(given);
   if (!text.empty()) setenv(sbr::kWriteOptionsVariable, text.c_str(), 1);
 }
 
@@ -307,7 +312,7 @@ void write_record(SBR body, const std::string &input, const std::string &output,
   check_options(options);
   const bool range_known = check_frequency_range(body, options);
   require_whole_nodes(body, options);
-  use_options(options);
+  use_options(body, options);
   OutputFile file(output);
   const int errors_before = reported_errors();
   const bool written = SBR_write_SBR(body, file.path().c_str()) != 0;

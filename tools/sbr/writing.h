@@ -29,8 +29,8 @@ void add_write_options(CLI::App &command, WriteOptions &options);
 std::string full_coarsening(const std::string &text);
 // The flags as the text of the option variable, behind what the variable holds already.
 std::string option_text(const WriteOptions &options);
-// Puts that text into the option variable, where the next write finds it.
-void use_options(const WriteOptions &options);
+// Puts that text into the option variable, where the next write of the body finds it.
+void use_options(SBR body, const WriteOptions &options);
 
 // The part of a mass that the nodes of a body hold.
 double share_of_nodes(SBR body, double mass);

@@ -22,10 +22,11 @@ class BeamMotion {
   void add(std::size_t body, int file_node) { members_[body].push_back(file_node); }
   [[nodiscard]] bool has(std::size_t body) const { return members_.count(body) != 0; }
   [[nodiscard]] bool empty() const { return members_.empty(); }
-  // Lays out the fits: `position` gives the position of a file node by its ID, or -1; `place` its place.
-  template <class Position, class PlaceOf>
-  void prepare(const Position &position, const PlaceOf &place_of, const std::vector<Vec3> &body_places,
-               const Place &file, double tolerance);
+  // Lays out the fits: `position` gives the position of a file node by its ID, or -1, `place_of` its place, and
+  // `body_place` the place of a node of the body.
+  template <class Position, class PlaceOf, class BodyPlace>
+  void prepare(const Position &position, const PlaceOf &place_of, const BodyPlace &body_place, const Place &file,
+               double tolerance);
   // Translation and rotation of each node by least squares over its section. `raw` has six values for each node of the
   // file, `values` six for each of the body.
   void apply(const std::vector<double> &raw, std::vector<double> &values) const;
@@ -48,15 +49,15 @@ class BeamMotion {
   std::vector<Fit> fits_;
 };
 
-template <class Position, class PlaceOf>
-void BeamMotion::prepare(const Position &position, const PlaceOf &place_of, const std::vector<Vec3> &body_places,
+template <class Position, class PlaceOf, class BodyPlace>
+void BeamMotion::prepare(const Position &position, const PlaceOf &place_of, const BodyPlace &body_place,
                          const Place &file, double tolerance) {
   for (auto &[body, nodes] : members_) {
     std::sort(nodes.begin(), nodes.end());
     nodes.erase(std::unique(nodes.begin(), nodes.end()), nodes.end());
     Fit fit;
     fit.body = body;
-    fit.reference.place = body_places[body];
+    fit.reference.place = body_place(body);
     for (const int node : nodes) {
       const int at = position(node);
       if (at < 0) throw InputError(file, "node " + std::to_string(node) + " of a beam's section is not in the file");

@@ -123,12 +123,12 @@ Moments ellipse(double first, double second) {
                              std::array{0.0, -0.5}, std::array{0.5, 0.0}, std::array{0.0, 0.5}, std::array{-0.5, 0.0}})
     places.push_back({x * first, y * second, 0.0});
   Moments moments;
-  lump_mass(*element_type("S8"), places, 1.0, 1.0, moments);
+  lump_mass(*element_type("S8"), places, 1.0, std::vector<double>(8, 1.0), moments);
   return moments;
 }
 
 void LineReaderOfDeck::beam_section(const DeckCard &card) {
-  for (const char *word : {"OFFSET1", "OFFSET2", "ORIENTATION"})
+  for (const char *word : {"OFFSET1", "OFFSET2", "ORIENTATION", "NODALTHICKNESS"})
     if (card.has(word)) throw InputError(card.place, std::string("a beam section with ") + word + " is not supported");
   if (card.lines.size() < 2)
     throw InputError(card.place, "the measures of the section and its first axis are needed, a line each");

@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "calculix/beams.h"
+#include "calculix/sections.h"
 
 namespace sbrtranslate {
 namespace {
@@ -15,9 +16,10 @@ namespace {
 bool kept_whole(const Card &card) {
   if (card.keyword == "*ELEMENT") return line_type(squeeze(card.value("TYPE"))).has_value();
   static const std::set<std::string> kKept = {
-      "*RIGIDBODY", "*COUPLING", "*KINEMATIC", "*DISTRIBUTING", "*SURFACE",     "*STEP",        "*STATIC",
-      "*FREQUENCY", "*BOUNDARY", "*CLOAD",     "*DLOAD",        "*TEMPERATURE", "*DFLUX",       "*CFLUX",
-      "*DSLOAD",    "*FILM",     "*RADIATE",   "*CONTACTPAIR",  "*MASS",        "*BEAMSECTION", "*SOLIDSECTION"};
+      "*RIGIDBODY",   "*COUPLING",  "*KINEMATIC",      "*DISTRIBUTING", "*SURFACE", "*STEP",
+      "*STATIC",      "*FREQUENCY", "*BOUNDARY",       "*CLOAD",        "*DLOAD",   "*TEMPERATURE",
+      "*DFLUX",       "*CFLUX",     "*NODALTHICKNESS", "*DSLOAD",       "*FILM",    "*RADIATE",
+      "*CONTACTPAIR", "*MASS",      "*BEAMSECTION",    "*SOLIDSECTION"};
   return kKept.count(card.keyword) != 0;
 }
 
@@ -29,10 +31,12 @@ class DeckReader {
     finish_section();
     finish_equation();
     sort_deck();
-    assign_sections();
+    assign_sections(deck_, line_elements_);
+    finish_shells(deck_);
     deck_.lines = read_line_elements(deck_);
     std::sort(deck_.lines.begin(), deck_.lines.end(),
               [](const LineElement &a, const LineElement &b) { return a.id < b.id; });
+    refuse_lines_at_moved_nodes(deck_);
     return std::move(deck_);
   }
   DeckNotes notes;
@@ -61,8 +65,6 @@ class DeckReader {
   void finish_element();
   void finish_section();
   void sort_deck();
-  void assign_sections();
-  void check_element(const MeshElement &element) const;
 
   static int whole(std::string_view field, const Place &place, const char *what) {
     const auto value = to_int(field);
@@ -196,10 +198,14 @@ void DeckReader::begin_section(const Card &card) {
   section.material = card.value("MATERIAL");
   section.place = card.place;
   if (section.set.empty()) throw InputError(card.place, "section without ELSET=");
-  if (card.has("COMPOSITE") || card.has("NODALTHICKNESS"))
-    throw InputError(card.place, "composite sections and nodal thicknesses are not supported");
-  if (card.has("OFFSET") && to_double(card.value("OFFSET")).value_or(1.0) != 0.0)
-    throw InputError(card.place, "a shell section with an OFFSET is not supported");
+  if (card.has("COMPOSITE"))
+    throw InputError(card.place,
+                     "a composite section is not supported: the results hold its layers as elements that the "
+                     "deck does not have");
+  section.nodal_thickness = card.has("NODALTHICKNESS");
+  if (card.has("OFFSET")) section.offset = real(card.value("OFFSET"), card.place, "an offset");
+  if (!section.shell && (section.nodal_thickness || section.offset != 0.0))
+    throw InputError(card.place, "a section of solids has neither NODAL THICKNESS nor OFFSET");
   if (section.material.empty()) throw InputError(card.place, "section without MATERIAL=");
   deck_.sections.push_back(section);
 }
@@ -286,8 +292,8 @@ void DeckReader::finish_element() {
   MeshElement element;
   element.id = element_[0];
   element.type = type;
-  element.first_node = deck_.connectivity.size();
-  element.line = element_place_.line;
+  element.first_node = static_cast<std::uint32_t>(deck_.connectivity.size());
+  element.line = static_cast<std::uint32_t>(element_place_.line);
   const auto file = std::find(deck_.files.rbegin(), deck_.files.rend(), element_place_.file);
   element.file = static_cast<int>(deck_.files.rend() - file) - 1;
   deck_.connectivity.insert(deck_.connectivity.end(), element_.begin() + 1, element_.end());
@@ -410,7 +416,7 @@ void DeckReader::thickness_line(std::string_view line, const Place &place) {
 
 void DeckReader::finish_section() {
   if ((card_.keyword == "*SHELLSECTION" || card_.keyword == "*MEMBRANESECTION") &&
-      !(deck_.sections.back().thickness > 0.0))
+      !deck_.sections.back().nodal_thickness && !(deck_.sections.back().thickness > 0.0))
     throw InputError(card_.place, "shell section without a thickness");
   if (card_.keyword == "*DENSITY" && !deck_.materials[material_].has_density)
     throw InputError(card_.place, "*DENSITY without a value");
@@ -442,50 +448,6 @@ void DeckReader::sort_deck() {
   for (auto &[name, set] : deck_.element_sets) unite(set);
   if (elements.empty() && line_elements_.empty())
     throw InputError({deck_.files.front(), 0}, "the deck has no elements");
-}
-
-void DeckReader::check_element(const MeshElement &element) const {
-  const Place place = deck_.place_of(element);
-  std::set<int> nodes;
-  for (int i = 0; i < element.type->nodes; ++i) {
-    const int id = deck_.nodes_of(element)[i];
-    if (deck_.node_position(id) < 0)
-      throw InputError(place, "element " + std::to_string(element.id) + " names node " + std::to_string(id) +
-                                  ", which is not in the deck");
-    if (!nodes.insert(id).second)
-      throw InputError(place, "element " + std::to_string(element.id) + " is degenerate: node " + std::to_string(id) +
-                                  " comes twice");
-  }
-}
-
-void DeckReader::assign_sections() {
-  for (std::size_t s = 0; s < deck_.sections.size(); ++s) {
-    const Section &section = deck_.sections[s];
-    const auto set = deck_.element_sets.find(section.set);
-    if (set == deck_.element_sets.end()) throw InputError(section.place, "no element set '" + section.set + "'");
-    const auto material = deck_.materials.find(section.material);
-    if (material == deck_.materials.end()) throw InputError(section.place, "no material '" + section.material + "'");
-    if (!material->second.has_density)
-      throw InputError(material->second.place, "material " + section.material + " has no *DENSITY");
-    for (const int id : set->second) {
-      const int position = deck_.element_position(id);
-      if (position < 0 && line_elements_.count(id) != 0) continue;
-      if (position < 0)
-        throw InputError(section.place, "set '" + section.set + "' names element " + std::to_string(id) +
-                                            ", which is not in the deck");
-      MeshElement &element = deck_.elements[static_cast<std::size_t>(position)];
-      if (element.type->shell() != section.shell)
-        throw InputError(section.place,
-                         "element " + std::to_string(id) +
-                             (section.shell ? " is a solid in a shell section" : " is a shell in a solid section"));
-      element.section = static_cast<int>(s);
-    }
-  }
-  for (const MeshElement &element : deck_.elements) {
-    check_element(element);
-    if (element.section < 0)
-      throw InputError(deck_.place_of(element), "element " + std::to_string(element.id) + " belongs to no section");
-  }
 }
 
 }  // namespace

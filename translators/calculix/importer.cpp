@@ -79,6 +79,7 @@ BodyHandle CalculixImporter::run(const ImportInput &input, ImportReport &report)
   take_matrices();
   options_.deck = input.path;
   options_.progress = input.progress;
+  options_.shared_faces = input.shared_faces;
   options_.units = input.units.value_or(UnitLabels());
   return import_ccx(options_, report);
 }

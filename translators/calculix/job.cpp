@@ -63,7 +63,7 @@ void compare_eigenvalues(const std::vector<EigenRow> &rows, const std::string &d
 }
 
 // What a node's inertia adds to a generalized mass: theta^t J theta.
-double turning_mass(const std::array<double, 6> &j, const double *t) {
+double turning_mass(const NodalInertia &j, const Vec3 &t) {
   return j[0] * t[0] * t[0] + j[1] * t[1] * t[1] + j[2] * t[2] * t[2] +
          2.0 * (j[3] * t[0] * t[1] + j[4] * t[0] * t[2] + j[5] * t[1] * t[2]);
 }
@@ -87,31 +87,27 @@ class BodyFeeder : public ResultReceiver {
     const BodyNode &at = report_.model.nodes[node];
     return kind == ResultKind::displacement || (!at.reference && !at.line && (where(kind) == Where::all || at.surface));
   }
-  void take(const ResultSet &set, const std::vector<double> &values) override {
-    if (set.mode == 0) return take_state(set.kind, values);
+  void take_shape(const ResultSet &set, const NodalMotion &motion) override {
     ModeReport &mode = report_.modes[static_cast<std::size_t>(set.mode) - 1];
-    const auto &nodes = report_.model.nodes;
-    const int kind = static_cast<int>(set.kind);
-    for (std::size_t i = 0; i < nodes.size(); ++i)
-      if (wants_node(set.kind, i))
-        require(SBR_SetModeVec(body_, set.mode, nodes[i].id, kind, &values[6 * i]), "values of a mode");
-    if (set.kind != ResultKind::displacement) return;
-    loads_.feed_mode(body_, set.mode, values);
-    fit_.judge([&](std::size_t i) { return Vec3{values[6 * i], values[6 * i + 1], values[6 * i + 2]}; }, mode);
-    check_.take(mode, set.generalized_mass, values);
-    for (std::size_t i = 0; i < nodes.size(); ++i)
-      if (nodes[i].has_inertia) mode.lumped_mass += turning_mass(nodes[i].inertia, &values[6 * i + 3]);
+    feed_shape(body_, set.mode, report_.model, motion);
+    loads_.feed_mode(body_, set.mode, motion);
+    fit_.judge([&](std::size_t i) { return motion.translation(i); }, mode);
+    check_.take(mode, set.generalized_mass, motion);
+    for (std::size_t i = 0; i < report_.model.nodes.size(); ++i)
+      if (report_.model.nodes[i].has_inertia)
+        mode.lumped_mass += turning_mass(report_.model.inertia(i), motion.rotation(i));
+  }
+  // Of a static state with several increments the last one stays.
+  void take_tensor(const ResultSet &set, std::size_t node, const double *six) override {
+    const int id = report_.model.nodes[node].id;
+    if (set.mode != 0)
+      return require(SBR_SetModeVec(body_, set.mode, id, static_cast<int>(set.kind), six), "values of a mode");
+    const auto enter = set.kind == ResultKind::stress ? SBR_SetPreStressVec : SBR_SetPreStrainVec;
+    require(enter(body_, id, six), "the stress or strain of a state");
+    report_.has_state = true;
   }
 
  private:
-  // Stress and strain of a static state; of several increments the last one stays.
-  void take_state(ResultKind kind, const std::vector<double> &values) {
-    const auto &nodes = report_.model.nodes;
-    const auto set = kind == ResultKind::stress ? SBR_SetPreStressVec : SBR_SetPreStrainVec;
-    for (std::size_t i = 0; i < nodes.size(); ++i)
-      if (wants_node(kind, i)) require(set(body_, nodes[i].id, &values[6 * i]), "the stress or strain of a state");
-    report_.has_state = true;
-  }
   [[nodiscard]] Where where(ResultKind kind) const {
     return kind == ResultKind::displacement ? Where::all : kind == ResultKind::stress ? stress_ : strain_;
   }
@@ -159,14 +155,14 @@ void judge_shell_side(const ImportOptions &options, const std::string &frd, std:
 }
 
 // Warnings of a state that the modes start from.
-void tell_state(const StepChoice &choice, const Survey &survey, const LoadCases &loads, ImportReport &report) {
+void tell_state(const StepChoice &choice, bool has_stress, const LoadCases &loads, ImportReport &report) {
   report.load_cases = static_cast<int>(loads.count());
   report.has_preload = loads.has_preload();
   if (choice.state == nullptr) return;
   const std::string step = "step " + std::to_string(choice.state->number);
-  if (!survey.state)
+  if (!has_stress)
     report.warnings.push_back("the modes start from the state of " + step +
-                              ", and the results have no stress of it: the record gets no pre-stress");
+                              ", whose stress is not there: the record gets no pre-stress");
   if (choice.modal->releases_supports)
     report.warnings.push_back("the frequency step releases supports of " + step +
                               ", whose forces are not known: the record gets no preload");
@@ -192,6 +188,16 @@ void check_lines(const ImportReport &report, const Survey &survey) {
   }
 }
 
+// Modes that do not fit the deck. Beams of one point of integration are a reason of their own.
+InputError complaint_about_modes(const Mesh &mesh, const std::string &frd, const std::string &text) {
+  const std::string force = "; --force takes them nevertheless";
+  for (const DeckCard &card : mesh.cards)
+    if (card.keyword == "*ELEMENT" && card.value("TYPE") == "B31R")
+      return {card.place,
+              text + ": the solver gives beams B31R no inertia about themselves; take B31, or B32R" + force};
+  return {{frd, 0}, text + force};
+}
+
 BodyHandle import_results(const ImportOptions &options, const DeckNotes &notes, ImportReport &report) {
   const auto frd = options.frd ? options.frd : beside(options.deck, ".frd");
   if (!frd) throw InputError({options.deck, 0}, "no .frd or .frd.gz file beside the deck; name it with --frd");
@@ -200,12 +206,13 @@ BodyHandle import_results(const ImportOptions &options, const DeckNotes &notes, 
   const std::vector<DeckStep> steps = read_steps(report.model.mesh);
   const StepChoice choice = choose_step(report.model.mesh, steps, options.step);
   const LoadCases loads(report.model, options.no_loads ? std::vector<DeckStep>{} : steps, choice);
+  std::vector<MeshNode>().swap(report.model.mesh.nodes);  // the model has their places
   map.choose_steps(choice.modal != nullptr ? choice.modal->number : 0,
                    choice.state != nullptr ? choice.state->number : 0);
   const Survey survey = map.survey(*frd);
   std::string dat;
   const auto rows = eigenvalues_of(options, dat, choice.modal_ordinal);
-  tell_state(choice, survey, loads, report);
+  tell_state(choice, survey.state, loads, report);
   compare_eigenvalues(rows, dat, survey, *frd, options.modes);
   const int count = static_cast<int>(survey.modes.size());
   if (options.modes && *options.modes > count)
@@ -239,7 +246,7 @@ BodyHandle import_results(const ImportOptions &options, const DeckNotes &notes, 
   map.feed(*frd, feeder);
   check_lines(report, survey);
   if (const auto text = feeder.complaint()) {
-    if (!options.force) throw InputError({*frd, 0}, *text + "; --force takes them nevertheless");
+    if (!options.force) throw complaint_about_modes(report.model.mesh, *frd, *text);
     report.warnings.push_back(*text);
   }
   if (map.flat_shells())
@@ -284,19 +291,30 @@ void fill_request(ReductionRequest &request, const ImportOptions &options, const
   }
 }
 
+// The step that the matrices are of counts where it starts from the state of another: then that has to be known.
+StepChoice choose_matrix_step(const Mesh &mesh, const std::vector<DeckStep> &steps, std::optional<int> number) {
+  const bool from_state = std::any_of(steps.begin(), steps.end(), [](const DeckStep &step) {
+    return step.kind == DeckStep::Kind::frequency && step.perturbation;
+  });
+  return number || from_state ? choose_step(mesh, steps, number) : StepChoice();
+}
+
 BodyHandle import_matrices(const ImportOptions &options, const DeckNotes &notes, ImportReport &report) {
   const MatrixFiles &files = *options.matrices;
   if (options.stress.value_or(Where::none) != Where::none || options.strain.value_or(Where::none) != Where::none)
     throw std::invalid_argument("matrices give no stress or strain");
-  if (report.model.has_shells)
-    throw std::invalid_argument(
-        "matrices are reduced for solid elements only: the rows of shells are those of the solids that the solver "
-        "makes "
-        "of them, and the deck does not tell which; import the modes");
+  for (const MeshElement &element : report.model.mesh.elements)
+    if (element.type->shell())
+      throw InputError(report.model.mesh.place_of(element),
+                       "element " + std::to_string(element.id) +
+                           " is a shell, and matrices are reduced for solids only: the rows of shells are those of the "
+                           "solids that the solver makes of them, and the deck does not tell which; import the modes");
   if (report.model.interface_nodes.empty())
     throw std::invalid_argument("matrices need interface nodes; name their node sets");
+  const std::vector<DeckStep> steps = read_steps(report.model.mesh);
+  const StepChoice choice = choose_matrix_step(report.model.mesh, steps, options.step);
   std::string dat;
-  for (const EigenRow &row : eigenvalues_of(options, dat)) report.full_model_hz.push_back(row.hz);
+  for (const EigenRow &row : eigenvalues_of(options, dat, choice.modal_ordinal)) report.full_model_hz.push_back(row.hz);
   refuse_mixed_rows(notes, report.model.mesh, files.dofs);
   const CoupledRows coupled =
       couple_rows(read_dofs(files.dofs), report.model.mesh, read_references(report.model.mesh), files.dofs);
@@ -332,18 +350,17 @@ BodyHandle import_matrices(const ImportOptions &options, const DeckNotes &notes,
        "Nodal masses with the inertia of the elements"});
   feed_matrix(body.get(), reduction.mass, reduction.count(), SBR_SetGeneralizedMass);
   feed_matrix(body.get(), reduction.stiffness, reduction.count(), SBR_SetGeneralizedStiffness);
-  const std::vector<DeckStep> steps = read_steps(report.model.mesh);
-  const LoadCases loads(report.model, options.no_loads ? std::vector<DeckStep>{} : steps, {});
-  report.load_cases = static_cast<int>(loads.count());
+  const LoadCases loads(report.model, options.no_loads ? std::vector<DeckStep>{} : steps, choice);
+  tell_state(choice, false, loads, report);
   loads.feed_nodes(body.get());
   std::vector<double> rows;
   std::vector<double> values(6 * report.model.nodes.size());
   for (int mode = 0; mode < reduction.count(); ++mode) {
     reduction.shape(mode, rows);
     dofs.spread(rows, values);
-    for (std::size_t i = 0; i < report.model.nodes.size(); ++i)
-      require(SBR_SetModeVec(body.get(), mode + 1, report.model.nodes[i].id, 0, &values[6 * i]), "values of a mode");
-    loads.feed_mode(body.get(), mode + 1, values);
+    const NodalMotion motion(values, 6);
+    feed_shape(body.get(), mode + 1, report.model, motion);
+    loads.feed_mode(body.get(), mode + 1, motion);
   }
   return body;
 }
@@ -375,6 +392,13 @@ void take_references(Mesh &mesh, const ImportOptions &options) {
     for (const ReferenceNode &other : mesh.references)
       if (other.node == reference.node)
         throw InputError(reference.card, "node " + std::to_string(other.node) + " is a reference node twice");
+    const std::vector<int> &moved = mesh.moved_nodes;
+    for (const int member : reference.members)
+      if (std::binary_search(moved.begin(), moved.end(), member))
+        throw InputError(reference.card,
+                         "node " + std::to_string(member) +
+                             " follows a reference node and belongs to a shell with an OFFSET, which is "
+                             "not supported");
     mesh.references.push_back(std::move(reference));
   }
 }
@@ -388,7 +412,11 @@ BodyHandle import_ccx(const ImportOptions &options, ImportReport &report) {
   Mesh mesh = read_deck(options.deck, &notes);
   take_references(mesh, options);
   report.model = build_model(std::move(mesh), options.interfaces);
+  report.model.with_shared_faces = options.shared_faces;
   judge_model(report);
+  if (const std::size_t moved = report.model.mesh.moved_nodes.size(); moved != 0)
+    report.warnings.push_back(std::to_string(moved) +
+                              " nodes of shells with an OFFSET are put to the middle of their shell");
   if (options.matrices) {
     BodyHandle body = import_matrices(options, notes, report);
     warn_about_units(body.get(), notes, report);

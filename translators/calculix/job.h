@@ -34,6 +34,7 @@ struct ImportOptions {
   bool no_loads = false;                // leaves the loads of static steps out
   std::optional<int> modes;             // the first so many modes; default: all
   bool force = false;                   // take results that do not fit the deck
+  bool shared_faces = true;             // whether the body gets the faces that two solids share
   std::optional<MatrixFiles> matrices;
   std::optional<int> normal;             // fixed-interface normal modes to be added
   std::optional<double> max_hz;          // or all of them up to a frequency

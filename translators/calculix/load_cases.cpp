@@ -51,11 +51,13 @@ void LoadCases::feed_nodes(SBR body) const {
                   "a nodal load");
 }
 
-void LoadCases::feed_mode(SBR body, int number, const std::vector<double> &six) const {
+void LoadCases::feed_mode(SBR body, int number, const NodalMotion &motion) const {
   for (std::size_t c = 0; c < cases_.size(); ++c) {
     double value = 0.0;
-    for (const Force &force : cases_[c].forces)
-      for (std::size_t k = 0; k < 6; ++k) value += force.value[k] * six[6 * force.node + k];
+    for (const Force &force : cases_[c].forces) {
+      const std::array<double, 6> six = motion.six(force.node);
+      for (std::size_t k = 0; k < 6; ++k) value += force.value[k] * six[k];
+    }
     const int at = static_cast<int>(c);
     require(SBR_SetModalLoad(body, at, number, value), "a modal load");
     require(SBR_SetModalLoadLabel(body, at, cases_[c].label.c_str()), "the label of a load");

@@ -31,8 +31,8 @@ class LoadCases {
   // Enters the nodal cases.
   void feed_nodes(SBR body) const;
   // Enters what the forces do on a mode, the sum of force times displacement over the nodes, and, where modes start
-  // from a loaded state, that state's forces as the preload. `six` holds six values for each node of the model.
-  void feed_mode(SBR body, int number, const std::vector<double> &six) const;
+  // from a loaded state, that state's forces as the preload.
+  void feed_mode(SBR body, int number, const NodalMotion &motion) const;
   [[nodiscard]] std::size_t count() const { return cases_.size(); }
   [[nodiscard]] bool has_preload() const { return preload_ >= 0; }
 

@@ -48,7 +48,12 @@ Survey ResultMap::survey(const std::string &path) {
 
 void ResultMap::feed(const std::string &path, ResultReceiver &receiver) {
   receiver_ = &receiver;
-  values_.assign(6 * model_.nodes.size(), 0.0);
+  plain_ = pairs_.empty() && !motion_ && beams_.empty() && model_.mesh.references.empty();
+  values_.assign((plain_ ? 3 : 6) * model_.nodes.size(), 0.0);
+  if (!plain_) raw_.assign(6 * file_ids_.size(), 0.0);
+  body_of_.assign(file_ids_.size(), -1);
+  for (std::size_t i = 0; i < direct_.size(); ++i)
+    if (direct_[i] >= 0) body_of_[static_cast<std::size_t>(direct_[i])] = static_cast<int>(i);
   read_results(path, *this);
   receiver_ = nullptr;
 }
@@ -90,8 +95,9 @@ void ResultMap::add_beam(const LineElement &line, int type, std::span<const int>
 }
 
 void ResultMap::same_nodes(const MeshElement &element, std::span<const int> nodes, const Place &place) const {
-  std::vector<int> here(nodes.begin(), nodes.end());
   const int *ids = model_.mesh.nodes_of(element);
+  if (std::equal(nodes.begin(), nodes.end(), ids, ids + element.type->nodes)) return;
+  std::vector<int> here(nodes.begin(), nodes.end());
   std::vector<int> there(ids, ids + element.type->nodes);
   std::sort(here.begin(), here.end());
   std::sort(there.begin(), there.end());
@@ -106,9 +112,8 @@ void ResultMap::add_pairs(const MeshElement &element, std::span<const int> nodes
   std::vector<Vec3> places;
   for (std::size_t i = 0; i < count; ++i)
     places.push_back(model_.nodes[static_cast<std::size_t>(model_.node_position(ids[i]))].place);
-  Moments unused;
-  const double thickness = model_.mesh.sections[static_cast<std::size_t>(element.section)].thickness;
-  const ElementMass shell = lump_mass(*element.type, places, 1.0, thickness, unused);
+  const std::vector<double> thicknesses = model_.mesh.thicknesses(element);
+  const std::vector<Vec3> normals = normals_at_nodes(*element.type, places);
   for (std::size_t i = 0; i < count; ++i) {
     // Corners: below, above. Mid-edge nodes: below, upright, above.
     const std::size_t below = i < corners ? i : i + corners;
@@ -117,16 +122,16 @@ void ResultMap::add_pairs(const MeshElement &element, std::span<const int> nodes
     pair.body = static_cast<std::size_t>(model_.node_position(ids[i]));
     pair.bottom_id = nodes[below];
     pair.top_id = nodes[above];
-    pair.normal = shell.normals[i];
-    pair.thickness = thickness;
+    pair.normal = normals[i];
+    pair.thickness = thicknesses[i];
     pairs_.push_back(pair);
   }
 }
 
 int ResultMap::file_position(int id) const {
-  const auto found = std::lower_bound(file_nodes_.begin(), file_nodes_.end(), id,
-                                      [](const FileNode &node, int wanted) { return node.id < wanted; });
-  return found != file_nodes_.end() && found->id == id ? static_cast<int>(found - file_nodes_.begin()) : -1;
+  if (!file_nodes_.empty()) return position_by_id(file_nodes_, id);
+  const auto found = std::lower_bound(file_ids_.begin(), file_ids_.end(), id);
+  return found != file_ids_.end() && *found == id ? static_cast<int>(found - file_ids_.begin()) : -1;
 }
 
 // The middle between both sides is the shell's node, within the six digits of the file.
@@ -150,14 +155,19 @@ void ResultMap::mesh_done(const Place &place) {
       throw InputError(place,
                        "element " + std::to_string(model_.mesh.elements[e].id) + " of the deck is not in the file");
   merge_pairs(place);
-  std::vector<Vec3> places;
-  for (const BodyNode &node : model_.nodes) places.push_back(node.place);
   beams_.prepare([&](int id) { return file_position(id); },
-                 [&](int at) { return file_nodes_[static_cast<std::size_t>(at)].place; }, places, place,
-                 1e-4 * model_.extent);
+                 [&](int at) { return file_nodes_[static_cast<std::size_t>(at)].place; },
+                 [&](std::size_t body) { return model_.nodes[body].place; }, place, 1e-4 * model_.extent);
   map_nodes(place);
-  raw_.assign(6 * file_nodes_.size(), 0.0);
-  stamp_.assign(file_nodes_.size(), 0);
+  forget_file_nodes();
+}
+
+// The values need no more than the numbers of the nodes.
+void ResultMap::forget_file_nodes() {
+  file_ids_.reserve(file_nodes_.size());
+  for (const FileNode &node : file_nodes_) file_ids_.push_back(node.id);
+  std::vector<FileNode>().swap(file_nodes_);
+  std::vector<char>().swap(element_seen_);
 }
 
 // Each node of the file is there once, and lies where the deck has it, within the six digits of the file.
@@ -169,7 +179,7 @@ void ResultMap::check_file_nodes(const Place &place) {
   for (const FileNode &node : file_nodes_) {
     const int position = model_.node_position(node.id);
     if (position < 0) {
-      if (!model_.has_shells && beams_.empty() && model_.mesh.node_position(node.id) < 0)
+      if (!model_.has_shells && beams_.empty() && !model_.leaves_out(node.id))
         throw InputError({place.file, node.line}, node_text(node.id) + " is not in the deck: results of another mesh?");
       continue;
     }
@@ -196,6 +206,12 @@ void ResultMap::merge_pairs(const Place &place) {
       pairs_[kept++] = pair;
   }
   pairs_.resize(kept);
+  const std::vector<int> &moved = model_.mesh.moved_nodes;
+  for (std::size_t i = 1; i < pairs_.size(); ++i)
+    if (const int id = model_.nodes[pairs_[i].body].id;
+        pairs_[i - 1].body == pairs_[i].body && std::binary_search(moved.begin(), moved.end(), id))
+      throw InputError(place, "shells with an OFFSET meet at an angle at " + node_text(id) +
+                                  ": each has a middle of its own there; put the mesh at the middle of the shells");
   for (Pair &pair : pairs_) {
     pair.bottom = file_position(pair.bottom_id);
     pair.top = file_position(pair.top_id);
@@ -219,6 +235,10 @@ void ResultMap::map_nodes(const Place &place) {
     }
     if (node.shell && expanded[i] == 0) flat_shells_ = true;
   }
+  if (flat_shells_ && !model_.mesh.moved_nodes.empty())
+    throw InputError(place,
+                     "the results hold the shells in two dimensions (OUTPUT=2D), and they have an OFFSET: run the "
+                     "solver with OUTPUT=3D");
   if (model_.has_shells) motion_ = std::make_unique<ShellMotion>(model_, shell_points());
 }
 
@@ -280,24 +300,34 @@ bool ResultMap::begin_set(const ResultSet &set, const Place &place) {
   }
   if (receiver_ == nullptr || !receiver_->wants(set.kind)) return false;
   set_ = set;
-  ++set_count_;
+  present_.assign(file_ids_.size(), false);
   return true;
 }
 
 void ResultMap::value(int node, std::span<const double> values, const Place &place) {
-  if (hint_ >= file_nodes_.size() || file_nodes_[hint_].id != node) {
+  if (hint_ >= file_ids_.size() || file_ids_[hint_] != node) {
     const int position = file_position(node);
     if (position < 0) throw InputError(place, node_text(node) + " is not in the mesh of the file");
     hint_ = static_cast<std::size_t>(position);
   }
-  if (stamp_[hint_] == set_count_) throw InputError(place, node_text(node) + " comes twice");
-  stamp_[hint_] = set_count_;
-  double *raw = &raw_[6 * hint_];
-  std::copy(values.begin(), values.end(), raw);
-  if (values.size() == 6) std::swap(raw[4], raw[5]);  // the file has yz before zx
-  if (set_.kind == ResultKind::strain)
-    for (std::size_t k = 3; k < 6; ++k) raw[k] *= 2.0;  // tensor components there, angles in the record
-  ++hint_;
+  const std::size_t at = hint_++;
+  if (present_[at]) throw InputError(place, node_text(node) + " comes twice");
+  present_[at] = true;
+  const bool shape = set_.kind == ResultKind::displacement;
+  const int body = body_of_[at];
+  if (plain_ && body < 0) return;
+  if (shape) {
+    std::copy(values.begin(), values.end(), plain_ ? &values_[3 * static_cast<std::size_t>(body)] : &raw_[6 * at]);
+    return;
+  }
+  // Tensor components in the file, angles in the record; and the file has yz before zx.
+  const double shear = set_.kind == ResultKind::strain ? 2.0 : 1.0;
+  const std::array<double, 6> six = {values[0],         values[1],         values[2],
+                                     shear * values[3], shear * values[5], shear * values[4]};
+  if (!plain_)
+    std::copy(six.begin(), six.end(), &raw_[6 * at]);
+  else if (const auto n = static_cast<std::size_t>(body); wanted_node(n))
+    receiver_->take_tensor(set_, n, six.data());
 }
 
 bool ResultMap::wanted_node(std::size_t body) const {
@@ -306,10 +336,10 @@ bool ResultMap::wanted_node(std::size_t body) const {
 
 void ResultMap::check_complete(const Place &place) const {
   const auto check = [&](std::size_t body, int position) {
-    if (position >= 0 && wanted_node(body) && stamp_[static_cast<std::size_t>(position)] != set_count_)
+    if (position >= 0 && !present_[static_cast<std::size_t>(position)] && wanted_node(body))
       throw InputError(place, std::string(kKindNames[static_cast<std::size_t>(set_.kind)]) + " of mode " +
                                   std::to_string(set_.mode) + " has no values at " +
-                                  node_text(file_nodes_[static_cast<std::size_t>(position)].id) +
+                                  node_text(file_ids_[static_cast<std::size_t>(position)]) +
                                   "; results at all nodes are needed");
   };
   for (std::size_t i = 0; i < direct_.size(); ++i) check(i, direct_[i]);
@@ -345,23 +375,33 @@ void ResultMap::add_references(const Place &place) {
   }
 }
 
+// Stress and strain where nodes of the file do not all stand for themselves.
+void ResultMap::give_tensors() {
+  std::size_t pair = 0;
+  for (std::size_t i = 0; i < model_.nodes.size(); ++i) {
+    std::array<double, 6> six{};
+    const std::size_t first = pair;
+    for (; pair < pairs_.size() && pairs_[pair].body == i; ++pair) add_side(pairs_[pair], six.data());
+    for (double &value : six) value /= static_cast<double>(std::max<std::size_t>(pair - first, 1));
+    if (direct_[i] >= 0) std::copy_n(&raw_[6 * static_cast<std::size_t>(direct_[i])], 6, six.begin());
+    if (wanted_node(i)) receiver_->take_tensor(set_, i, six.data());
+  }
+}
+
 void ResultMap::end_set(const Place &place) {
   check_complete(place);
-  const bool shape = set_.kind == ResultKind::displacement;
-  std::fill(values_.begin(), values_.end(), 0.0);
-  if (shape && motion_) motion_->apply(raw_, values_);
-  for (std::size_t i = 0; !shape && i < pairs_.size();) {
-    std::size_t end = i;
-    double *six = &values_[6 * pairs_[i].body];
-    while (end < pairs_.size() && pairs_[end].body == pairs_[i].body) add_side(pairs_[end++], six);
-    for (std::size_t k = 0; k < 6; ++k) six[k] /= static_cast<double>(end - i);
-    i = end;
+  if (set_.kind != ResultKind::displacement) {
+    if (!plain_) give_tensors();
+    return;
   }
+  if (plain_) return receiver_->take_shape(set_, NodalMotion(values_, 3));
+  std::fill(values_.begin(), values_.end(), 0.0);
+  if (motion_) motion_->apply(raw_, values_);
   for (std::size_t i = 0; i < direct_.size(); ++i)
-    if (direct_[i] >= 0) std::copy_n(&raw_[6 * static_cast<std::size_t>(direct_[i])], shape ? 3 : 6, &values_[6 * i]);
-  if (shape) beams_.apply(raw_, values_);
-  if (shape) add_references(place);
-  receiver_->take(set_, values_);
+    if (direct_[i] >= 0) std::copy_n(&raw_[6 * static_cast<std::size_t>(direct_[i])], 3, &values_[6 * i]);
+  beams_.apply(raw_, values_);
+  add_references(place);
+  receiver_->take_shape(set_, NodalMotion(values_, 6));
 }
 
 }  // namespace sbrtranslate

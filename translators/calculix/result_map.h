@@ -30,14 +30,15 @@ struct Survey {
   bool strain = false;
 };
 
-// Takes the values of one set at all nodes of the body: six per node in the order of the record (translations and
-// rotations; xx, yy, zz, xy, xz, yz, shear strains as angles).
+// Takes the values of the body's nodes: a displacement as a whole, stress and strain node by node, six values in the
+// order of the record (xx, yy, zz, xy, xz, yz, shear strains as angles).
 class ResultReceiver {
  public:
   virtual ~ResultReceiver() = default;
   [[nodiscard]] virtual bool wants(ResultKind kind) const = 0;
   [[nodiscard]] virtual bool wants_node(ResultKind kind, std::size_t node) const = 0;
-  virtual void take(const ResultSet &set, const std::vector<double> &values) = 0;
+  virtual void take_shape(const ResultSet &set, const NodalMotion &motion) = 0;
+  virtual void take_tensor(const ResultSet &set, std::size_t node, const double *six) = 0;
 };
 
 class ResultMap : private ResultHandler {
@@ -48,7 +49,8 @@ class ResultMap : private ResultHandler {
 
   // Reads the mesh, which has to be that of the model, and the heads of all sets.
   Survey survey(const std::string &path);
-  // Reads the values and hands out set after set, each complete. One set is held at a time.
+  // Reads the values and hands them out, set after set. One displacement is held at a time, and of stress and strain
+  // those of one node, where each node of the body is one of the file.
   void feed(const std::string &path, ResultReceiver &receiver);
   // Takes modes of one step only, and stress and strain of the last state of a static step; 0: of no step in
   // particular, and no state.
@@ -85,12 +87,14 @@ class ResultMap : private ResultHandler {
   void check_file_nodes(const Place &place);
   void merge_pairs(const Place &place);
   void map_nodes(const Place &place);
+  void forget_file_nodes();
   void begin_mode(const ResultSet &set, const Place &place);
   void check_complete(const Place &place) const;
   [[nodiscard]] bool wanted_node(std::size_t body) const;
   void add_beam(const LineElement &line, int type, std::span<const int> nodes, const Place &place);
   void add_references(const Place &place);
   void add_side(const Pair &pair, double *six) const;
+  void give_tensors();
   [[nodiscard]] std::vector<ShellPoint> shell_points() const;
 
   const Model &model_;
@@ -108,8 +112,10 @@ class ResultMap : private ResultHandler {
     Vec3 place{};
     long line = 0;
   };
-  std::vector<FileNode> file_nodes_;
+  std::vector<FileNode> file_nodes_;                    // while the mesh is compared
+  std::vector<int> file_ids_;                           // then their IDs
   std::vector<int> direct_;                             // by body node: position in the file, or -1
+  std::vector<int> body_of_;                            // the other way; only while values are handed out
   std::vector<Pair> pairs_;                             // sorted by body node
   std::unique_ptr<ShellMotion> motion_;                 // where there are shells
   std::vector<std::vector<double>> reference_factors_;  // by reference node of the model
@@ -118,11 +124,12 @@ class ResultMap : private ResultHandler {
 
   ResultSet set_;
   std::vector<char> mode_has_;  // of the present mode: displacement, stress, strain
-  std::vector<double> raw_;     // six per node of the file
-  std::vector<long> stamp_;     // the set that a node's values came with
-  long set_count_ = 0;
+  // Whether every node of the body is one of the file, so that values can be passed on as they come.
+  bool plain_ = false;
+  std::vector<double> raw_;    // six per node of the file, unless it is plain
+  std::vector<bool> present_;  // by node of the file: the set has values of it
   std::size_t hint_ = 0;
-  std::vector<double> values_;  // six per node of the body
+  std::vector<double> values_;  // of a displacement, by node of the body: three if it is plain, else six
 };
 
 }  // namespace sbrtranslate

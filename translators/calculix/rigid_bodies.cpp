@@ -130,7 +130,7 @@ void add_face(const Mesh &mesh, const MeshElement &element, const std::vector<in
   std::vector<Vec3> places;
   for (const int id : nodes) places.push_back(place_of(mesh, id));
   Moments unused;
-  const ElementMass mass = lump_mass(sheet, places, 1.0, 1.0, unused);
+  const ElementMass mass = lump_mass(sheet, places, 1.0, std::vector<double>(places.size(), 1.0), unused);
   for (std::size_t i = 0; i < nodes.size(); ++i) areas[nodes[i]] += mass.nodal[i];
 }
 

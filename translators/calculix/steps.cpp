@@ -73,7 +73,7 @@ class ForceGatherer {
     return model_.mesh.elements[static_cast<std::size_t>(position)];
   }
   [[nodiscard]] Vec3 place_of(int node) const {
-    return model_.mesh.nodes[static_cast<std::size_t>(model_.mesh.node_position(node))].place;
+    return model_.nodes[static_cast<std::size_t>(model_.node_position(node))].place;
   }
 
   const Model &model_;
@@ -87,7 +87,13 @@ void ForceGatherer::concentrated(const DeckLine &line) {
   const int direction = fields.size() > 1 ? to_int(fields[1]).value_or(0) : 0;
   if (direction < 1 || direction > 6) throw InputError(line.place, "a direction from 1 to 6 expected");
   const double value = number_at(fields, 2, line.place, "a force");
+  const std::vector<int> &moved = model_.mesh.moved_nodes;
   for (const int node : nodes_of_line(model_.mesh, fields[0], line.place)) {
+    if (std::binary_search(moved.begin(), moved.end(), node))
+      throw InputError(line.place,
+                       "a force on node " + std::to_string(node) +
+                           " of a shell with an OFFSET is not supported: the solver moves it to the middle; "
+                           "--no-loads leaves loads out");
     const int position = model_.node_position(node);
     if (position < 0)
       throw InputError(line.place, "node " + std::to_string(node) +
@@ -147,11 +153,10 @@ void ForceGatherer::add_gravity(int id, const Vec3 &acceleration, std::map<int, 
   const double density = model_.mesh.materials.at(section.material).density;
   std::vector<Vec3> places;
   for (int i = 0; i < element.type->nodes; ++i) places.push_back(place_of(model_.mesh.nodes_of(element)[i]));
-  const std::vector<double> shares = shape_integrals(*element.type, places);
-  const double factor = density * (element.type->shell() ? section.thickness : 1.0);
+  const std::vector<double> shares = shape_integrals(*element.type, places, model_.mesh.thicknesses(element));
   for (std::size_t i = 0; i < shares.size(); ++i)
     for (std::size_t k = 0; k < 3; ++k)
-      forces[model_.mesh.nodes_of(element)[i]][k] += factor * shares[i] * acceleration[k];
+      forces[model_.mesh.nodes_of(element)[i]][k] += density * shares[i] * acceleration[k];
 }
 
 }  // namespace

@@ -16,7 +16,7 @@
 namespace sbrtranslate {
 namespace {
 
-constexpr std::size_t kPieceBytes = std::size_t{1} << 19;
+constexpr std::size_t kPieceBytes = std::size_t{1} << 17;
 // More threads would wait for the one that takes the values.
 constexpr unsigned kMostThreads = 4;
 

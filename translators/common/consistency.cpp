@@ -19,7 +19,7 @@ constexpr double kSizes[2] = {1e-6, 1e4};
 bool outside(double value, const double (&range)[2]) { return !(value >= range[0] && value <= range[1]); }
 
 // The kinetic energy of a shape, twice: by the elements, and by what the nodes have besides.
-double mass_of_shape(const Model &model, const std::vector<double> &values) {
+double mass_of_shape(const Model &model, const NodalMotion &motion) {
   double sum = 0.0;
   std::vector<Vec3> places;
   std::vector<Vec3> moves;
@@ -31,28 +31,27 @@ double mass_of_shape(const Model &model, const std::vector<double> &values) {
     for (int i = 0; i < element.type->nodes; ++i) {
       const auto at = static_cast<std::size_t>(model.node_position(ids[i]));
       places.push_back(model.nodes[at].place);
-      moves.push_back({values[6 * at], values[6 * at + 1], values[6 * at + 2]});
+      moves.push_back(motion.translation(at));
     }
-    const double thickness = element.type->shell() ? section.thickness : 1.0;
-    sum +=
-        model.mesh.materials.at(section.material).density * thickness * integrate_square(*element.type, places, moves);
+    sum += model.mesh.materials.at(section.material).density *
+           integrate_square(*element.type, places, model.mesh.thicknesses(element), moves);
   }
   for (std::size_t i = 0; i < model.nodes.size(); ++i) {
-    const Vec3 u{values[6 * i], values[6 * i + 1], values[6 * i + 2]};
-    sum += (model.nodes[i].mass - model.nodes[i].element_mass) * dot(u, u);
+    const double more = model.nodes[i].mass - model.nodes[i].element_mass;
+    if (const Vec3 u = motion.translation(i); more != 0.0) sum += more * dot(u, u);
   }
   return sum;
 }
 
 }  // namespace
 
-void ConsistencyCheck::take(const ModeReport &mode, double generalized_mass, const std::vector<double> &values) {
+void ConsistencyCheck::take(const ModeReport &mode, double generalized_mass, const NodalMotion &motion) {
   if (!(generalized_mass > 0.0)) return;
   const double scale = 1.0 / std::sqrt(generalized_mass);
   if (mode.rigid)
     rigid_.push_back({scale * mode.velocity, scale * mode.rotation});
   else if (rigid_.size() < 6 && elastic_.size() < kElasticModes)
-    elastic_.push_back(mass_of_shape(model_, values) / generalized_mass);
+    elastic_.push_back(mass_of_shape(model_, motion) / generalized_mass);
 }
 
 std::optional<std::string> ConsistencyCheck::compare_rigid() const {

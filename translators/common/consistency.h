@@ -35,8 +35,8 @@ class ConsistencyCheck {
  public:
   explicit ConsistencyCheck(const Model &model) : model_(model) {}
 
-  // A mode once RigidFit has judged it; six values per node.
-  void take(const ModeReport &mode, double generalized_mass, const std::vector<double> &values);
+  // A mode once RigidFit has judged it.
+  void take(const ModeReport &mode, double generalized_mass, const NodalMotion &motion);
   // What does not fit, or nothing.
   [[nodiscard]] std::optional<std::string> complaint() const;
 

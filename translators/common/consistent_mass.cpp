@@ -139,7 +139,8 @@ class Corrector {
   // The second moments about the center that the masses lack, in the frame's units.
   [[nodiscard]] Matrix3d missing() const {
     Matrix3d wanted = central(model_.exact);
-    for (const BodyNode &node : model_.nodes) wanted -= second_of_inertia(node.inertia);
+    for (std::size_t i = 0; i < model_.nodes.size(); ++i)
+      if (model_.nodes[i].has_inertia) wanted -= second_of_inertia(model_.inertia(i));
     const Moments have = mass_moments(model_);
     Matrix3d second;
     second << have.second[0], have.second[3], have.second[4], have.second[3], have.second[1], have.second[5],
@@ -258,12 +259,13 @@ void Corrector::share_rest(MassCorrection &result) {
   if (!(share > kLeastRest)) return;
   result.rest_share = share;
   for (std::size_t k = 0; k < 9; ++k) result.rest[k] = rest(static_cast<int>(k / 3), static_cast<int>(k % 3));
-  for (BodyNode &node : model_.nodes) {
-    if (!(node.mass > 0.0)) continue;
-    const double s = node.mass / mass_;
-    const std::array<double, 6> terms = {rest(0, 0), rest(1, 1), rest(2, 2), rest(0, 1), rest(0, 2), rest(1, 2)};
-    for (std::size_t k = 0; k < 6; ++k) node.inertia[k] += s * terms[k];
-    node.has_inertia = true;
+  const NodalInertia terms = {rest(0, 0), rest(1, 1), rest(2, 2), rest(0, 1), rest(0, 2), rest(1, 2)};
+  for (std::size_t i = 0; i < model_.nodes.size(); ++i) {
+    if (!(model_.nodes[i].mass > 0.0)) continue;
+    const double s = model_.nodes[i].mass / mass_;
+    NodalInertia own{};
+    for (std::size_t k = 0; k < 6; ++k) own[k] = s * terms[k];
+    model_.add_inertia(i, own);
   }
 }
 
@@ -271,9 +273,11 @@ void Corrector::share_rest(MassCorrection &result) {
 
 Moments nodal_moments(const Model &model) {
   Moments moments;
-  for (const BodyNode &node : model.nodes) {
+  for (std::size_t i = 0; i < model.nodes.size(); ++i) {
+    const BodyNode &node = model.nodes[i];
     moments.add(node.mass, node.place);
-    const Matrix3d own = second_of_inertia(node.inertia);
+    if (!node.has_inertia) continue;
+    const Matrix3d own = second_of_inertia(model.inertia(i));
     const std::array<double, 6> terms = {own(0, 0), own(1, 1), own(2, 2), own(0, 1), own(0, 2), own(1, 2)};
     for (std::size_t k = 0; k < 6; ++k) moments.second[k] += terms[k];
   }

@@ -117,8 +117,12 @@ struct Point {
 };
 
 // Gauss-Legendre points and weights on [0, 1].
-std::vector<std::array<double, 2>> gauss_points(bool five) {
-  if (!five) {
+std::vector<std::array<double, 2>> gauss_points(int count) {
+  if (count == 2) {
+    const double a = std::sqrt(1.0 / 12.0);
+    return {{0.5 - a, 0.5}, {0.5 + a, 0.5}};
+  }
+  if (count == 3) {
     const double a = std::sqrt(0.15);
     return {{0.5 - a, 5.0 / 18.0}, {0.5, 8.0 / 18.0}, {0.5 + a, 5.0 / 18.0}};
   }
@@ -146,13 +150,18 @@ std::array<double, 4> collapse(const ElementType &type, double a, double b, doub
   }
 }
 
+enum class Rule { exact, coarse };
+
 // The points of a type. With five points a way polynomials up to degree 9 are exact: diagonal mass terms of curved
 // elements (4 + 5 in a brick, 7 + 2 of the collapse in a tetrahedron). With three, degree 5: all of linear elements.
-const std::vector<Point> &points_of(const ElementType &type) {
-  static std::map<const ElementType *, std::vector<Point>> tables;
-  auto &points = tables[&type];
+// The coarse rule has two for linear and three for quadratic elements: exact where edges are straight and opposite ones
+// parallel.
+const std::vector<Point> &points_of(const ElementType &type, Rule rule = Rule::exact) {
+  static std::map<std::pair<const ElementType *, Rule>, std::vector<Point>> tables;
+  auto &points = tables[{&type, rule}];
   if (!points.empty()) return points;
-  const auto line = gauss_points(type.quadratic() || type.shell());
+  const bool many = type.quadratic() || (type.shell() && rule == Rule::exact);
+  const auto line = gauss_points(rule == Rule::coarse ? (many ? 3 : 2) : (many ? 5 : 3));
   for (const auto &[a, wa] : line)
     for (const auto &[b, wb] : line)
       for (const auto &[c, wc] : line) {
@@ -178,24 +187,12 @@ Mapped map_point(const std::vector<Dual> &shapes, std::span<const Vec3> places) 
   return mapped;
 }
 
-std::vector<Vec3> normals_at_nodes(const ElementType &type, std::span<const Vec3> places) {
-  static constexpr std::array<Vec3, 3> kTriangle = {{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}};
-  std::vector<Vec3> corners;
-  for (std::size_t i = 0; i < static_cast<std::size_t>(type.corners); ++i) {
-    corners.push_back(type.family == Family::triangle ? kTriangle[i] : kBrickCorners[i]);
-    if (type.family == Family::quadrangle) corners.back()[2] = 0.0;
-  }
-  std::vector<Vec3> at = corners;
-  for (const auto &[a, b] : type.edges)
-    at.push_back(0.5 * (corners[static_cast<std::size_t>(a)] + corners[static_cast<std::size_t>(b)]));
-  std::vector<Vec3> normals;
-  for (const Vec3 &point : at) {
-    const Mapped mapped = map_point(shapes_at(type, point), places);
-    const Vec3 normal = cross(mapped.columns[0], mapped.columns[1]);
-    const double size = length(normal);
-    normals.push_back(size > 0.0 ? (1.0 / size) * normal : Vec3{});
-  }
-  return normals;
+// The thickness at a point: 1 for solids.
+double thickness_at(const Point &point, std::span<const double> thicknesses) {
+  if (thicknesses.empty()) return 1.0;
+  double sum = 0.0;
+  for (std::size_t i = 0; i < thicknesses.size(); ++i) sum += point.shapes[i].v * thicknesses[i];
+  return sum;
 }
 
 // The second moments that a shell's thickness adds: t^2 / 12 along the normal.
@@ -301,8 +298,28 @@ std::array<double, 9> Moments::inertia(const Vec3 &about) const {
   return {yy + zz, -xy, -xz, -xy, xx + zz, -yz, -xz, -yz, xx + yy};
 }
 
-ElementMass lump_mass(const ElementType &type, std::span<const Vec3> places, double density, double thickness,
-                      Moments &moments) {
+std::vector<Vec3> normals_at_nodes(const ElementType &type, std::span<const Vec3> places) {
+  static constexpr std::array<Vec3, 3> kTriangle = {{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}};
+  std::vector<Vec3> corners;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(type.corners); ++i) {
+    corners.push_back(type.family == Family::triangle ? kTriangle[i] : kBrickCorners[i]);
+    if (type.family == Family::quadrangle) corners.back()[2] = 0.0;
+  }
+  std::vector<Vec3> at = corners;
+  for (const auto &[a, b] : type.edges)
+    at.push_back(0.5 * (corners[static_cast<std::size_t>(a)] + corners[static_cast<std::size_t>(b)]));
+  std::vector<Vec3> normals;
+  for (const Vec3 &point : at) {
+    const Mapped mapped = map_point(shapes_at(type, point), places);
+    const Vec3 normal = cross(mapped.columns[0], mapped.columns[1]);
+    const double size = length(normal);
+    normals.push_back(size > 0.0 ? (1.0 / size) * normal : Vec3{});
+  }
+  return normals;
+}
+
+ElementMass lump_mass(const ElementType &type, std::span<const Vec3> places, double density,
+                      std::span<const double> thicknesses, Moments &moments) {
   ElementMass result;
   result.nodal.assign(places.size(), 0.0);
   result.smallest_determinant = std::numeric_limits<double>::infinity();
@@ -312,7 +329,8 @@ ElementMass lump_mass(const ElementType &type, std::span<const Vec3> places, dou
     const Vec3 normal = cross(mapped.columns[0], mapped.columns[1]);
     const double determinant = type.shell() ? length(normal) : dot(normal, mapped.columns[2]);
     result.smallest_determinant = std::min(result.smallest_determinant, determinant);
-    const double volume = point.weight * determinant * (type.shell() ? thickness : 1.0);
+    const double thickness = thickness_at(point, thicknesses);
+    const double volume = point.weight * determinant * thickness;
     const double m = density * volume;
     result.volume += volume;
     mass += m;
@@ -329,24 +347,28 @@ ElementMass lump_mass(const ElementType &type, std::span<const Vec3> places, dou
   return result;
 }
 
-double integrate_square(const ElementType &type, std::span<const Vec3> places, std::span<const Vec3> values) {
+double integrate_square(const ElementType &type, std::span<const Vec3> places, std::span<const double> thicknesses,
+                        std::span<const Vec3> values) {
   double sum = 0.0;
-  for (const Point &point : points_of(type)) {
+  for (const Point &point : points_of(type, Rule::coarse)) {
     const Mapped mapped = map_point(point.shapes, places);
     const Vec3 normal = cross(mapped.columns[0], mapped.columns[1]);
     Vec3 value{};
     for (std::size_t i = 0; i < values.size(); ++i) value = value + point.shapes[i].v * values[i];
-    sum += point.weight * (type.shell() ? length(normal) : dot(normal, mapped.columns[2])) * dot(value, value);
+    sum += point.weight * thickness_at(point, thicknesses) *
+           (type.shell() ? length(normal) : dot(normal, mapped.columns[2])) * dot(value, value);
   }
   return sum;
 }
 
-std::vector<double> shape_integrals(const ElementType &type, std::span<const Vec3> places) {
+std::vector<double> shape_integrals(const ElementType &type, std::span<const Vec3> places,
+                                    std::span<const double> thicknesses) {
   std::vector<double> integrals(places.size(), 0.0);
   for (const Point &point : points_of(type)) {
     const Mapped mapped = map_point(point.shapes, places);
     const Vec3 normal = cross(mapped.columns[0], mapped.columns[1]);
-    const double size = point.weight * (type.shell() ? length(normal) : dot(normal, mapped.columns[2]));
+    const double size = point.weight * thickness_at(point, thicknesses) *
+                        (type.shell() ? length(normal) : dot(normal, mapped.columns[2]));
     for (std::size_t i = 0; i < places.size(); ++i) integrals[i] += size * point.shapes[i].v;
   }
   return integrals;

@@ -56,18 +56,25 @@ struct ElementMass {
   double smallest_determinant = 0.0;  // of the map from the parent element; positive in a sound element
 };
 
-// Lumps the mass of one element of a density (and of a shell's thickness) at its nodes: row sums of the consistent mass
+// Lumps the mass of one element of a density (and of a shell's thickness at its nodes; empty for solids) at its nodes:
+// row sums of the consistent mass
 // matrix for linear elements; for quadratic ones its diagonal, scaled to the mass of the element (Hinton, Rock,
 // Zienkiewicz, "A note on mass lumping and related processes in the finite element method", 1976). The integrals are
 // exact for solids with straight and curved edges alike. `moments` gains what the element itself holds, unlumped.
-ElementMass lump_mass(const ElementType &type, std::span<const Vec3> places, double density, double thickness,
-                      Moments &moments);
+ElementMass lump_mass(const ElementType &type, std::span<const Vec3> places, double density,
+                      std::span<const double> thicknesses, Moments &moments);
+// The unit normal at each node of a shell.
+std::vector<Vec3> normals_at_nodes(const ElementType &type, std::span<const Vec3> places);
 
 // The integral over an element of the square of a vector that its shape functions carry from the nodes: over the volume
-// of solids, over the area of shells.
-double integrate_square(const ElementType &type, std::span<const Vec3> places, std::span<const Vec3> values);
-// The integral of each shape function over an element: over its volume, or over the middle surface of a shell.
-std::vector<double> shape_integrals(const ElementType &type, std::span<const Vec3> places);
+// of solids, over the area of shells times their thickness. By few points: exact for elements whose edges are straight
+// and parallel.
+double integrate_square(const ElementType &type, std::span<const Vec3> places, std::span<const double> thicknesses,
+                        std::span<const Vec3> values);
+// The integral of each shape function over an element: over its volume, or over the middle surface of a shell times its
+// thickness.
+std::vector<double> shape_integrals(const ElementType &type, std::span<const Vec3> places,
+                                    std::span<const double> thicknesses);
 // The integral of each shape function of a sheet times its unit normal.
 std::vector<Vec3> normal_integrals(const ElementType &sheet, std::span<const Vec3> places);
 // The sheet (S3, S4, S6 or S8) that a face of an element with so many corners is, and the face's nodes in its order,

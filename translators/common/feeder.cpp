@@ -29,16 +29,18 @@ void feed_model(SBR body, const Model &model, const UnitLabels &units, const std
   require(
       SBR_SetHeader(body, title.data(), file.data(), type.data(), texts[0].data(), texts[1].data(), texts[2].data()),
       "the header texts");
-  for (const BodyNode &node : model.nodes) {
+  for (std::size_t n = 0; n < model.nodes.size(); ++n) {
+    const BodyNode &node = model.nodes[n];
     require(SBR_SetNodeCoordinates(body, node.id, node.place[0], node.place[1], node.place[2]), "a node");
     if (!model.has_masses) continue;
     require(SBR_SetNodalMass(body, node.id, node.mass), "a nodal mass");
-    const auto &i = node.inertia;
+    const NodalInertia &i = model.inertia(n);
     if (node.has_inertia)
       require(SBR_SetNodalInertia(body, node.id, i[0], i[1], i[2], i[3], i[4], i[5]), "a nodal inertia");
   }
-  for (std::size_t at = 0; at < model.faces.size(); at += static_cast<std::size_t>(model.faces[at]) + 1)
-    require(SBR_SetFaceList(body, model.faces[at], &model.faces[at + 1]), "a face");
+  model.visit_faces([&](std::span<const int> face) {
+    require(SBR_SetFaceList(body, static_cast<int>(face.size()), face.data()), "a face");
+  });
   for (const int id : model.interface_nodes) require(SBR_SetInterfaceNode(body, id), "an interface node");
 }
 
@@ -48,6 +50,11 @@ BodyHandle create_body(const Model &model, const UnitLabels &units, const std::s
   if (!body) throw std::runtime_error("the library made no body");
   feed_model(body.get(), model, units, program, source, comments);
   return body;
+}
+
+void feed_shape(SBR body, int mode, const Model &model, const NodalMotion &motion) {
+  for (std::size_t i = 0; i < model.nodes.size(); ++i)
+    require(SBR_SetModeVec(body, mode, model.nodes[i].id, 0, motion.six(i).data()), "values of a mode");
 }
 
 void feed_matrix(SBR body, const std::vector<double> &matrix, int count, int (*set)(SBR, int, int, double)) {

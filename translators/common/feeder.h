@@ -37,6 +37,9 @@ void require(int result, const char *what);
 // A new body of the model with room for its modes, fed as above.
 BodyHandle create_body(const Model &model, const UnitLabels &units, const std::string &program, int modes,
                        const std::string &source, const std::array<std::string, 3> &comments);
+
+// Enters a mode's displacements and rotations.
+void feed_shape(SBR body, int mode, const Model &model, const NodalMotion &motion);
 // Enters a full symmetric matrix of count x count values, row by row; zeros off the diagonal are left out.
 void feed_matrix(SBR body, const std::vector<double> &matrix, int count, int (*set)(SBR, int, int, double));
 

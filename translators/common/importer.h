@@ -61,6 +61,7 @@ struct ImportInput {
   std::string path;
   std::function<void(const ReductionProgress &)> progress;  // of a reduction; may be empty
   std::optional<UnitLabels> units;                          // nothing: the importer's own rule, as its entry tells
+  bool shared_faces = true;                                 // whether the body gets the faces that two solids share
 };
 
 // An importer with the fields that its options are bound to; it owns them, and serves one run.

@@ -1,24 +1,20 @@
 #include "common/mesh.h"
 
-#include <algorithm>
-
 namespace sbrtranslate {
-namespace {
-
-template <class Item>
-int position_of(const std::vector<Item> &items, int id) {
-  const auto found =
-      std::lower_bound(items.begin(), items.end(), id, [](const Item &item, int wanted) { return item.id < wanted; });
-  return found != items.end() && found->id == id ? static_cast<int>(found - items.begin()) : -1;
-}
-
-}  // namespace
-
-int Mesh::node_position(int id) const { return position_of(nodes, id); }
+int Mesh::node_position(int id) const { return position_by_id(nodes, id); }
 
 const LineElement *Mesh::line(int id) const {
-  const int position = position_of(lines, id);
+  const int position = position_by_id(lines, id);
   return position < 0 ? nullptr : &lines[static_cast<std::size_t>(position)];
+}
+
+std::vector<double> Mesh::thicknesses(const MeshElement &element) const {
+  if (!element.type->shell()) return {};
+  const Section &section = sections[static_cast<std::size_t>(element.section)];
+  std::vector<double> list(static_cast<std::size_t>(element.type->nodes), section.thickness);
+  for (std::size_t i = 0; section.nodal_thickness && i < list.size(); ++i)
+    list[i] = nodal_thickness.at(nodes_of(element)[i]);
+  return list;
 }
 
 const std::vector<int> &Mesh::node_set(const std::string &name) const {
@@ -30,6 +26,6 @@ const std::vector<int> &Mesh::node_set(const std::string &name) const {
                    "no node set '" + name + "'" + (names.empty() ? "; the deck has none" : "; there are " + names));
 }
 
-int Mesh::element_position(int id) const { return position_of(elements, id); }
+int Mesh::element_position(int id) const { return position_by_id(elements, id); }
 
 }  // namespace sbrtranslate

@@ -3,6 +3,7 @@
 #ifndef SBRKIT_TRANSLATORS_COMMON_MESH_H
 #define SBRKIT_TRANSLATORS_COMMON_MESH_H
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -21,13 +22,24 @@ struct MeshNode {
   Vec3 place{};
 };
 
+// The position of an ID in a list of ascending IDs, or -1. Where no number is left out, it follows from the first.
+template <class Item>
+int position_by_id(const std::vector<Item> &items, int id) {
+  if (items.empty() || id < items.front().id) return -1;
+  const auto guess = static_cast<std::size_t>(id) - static_cast<std::size_t>(items.front().id);
+  if (guess < items.size() && items[guess].id == id) return static_cast<int>(guess);
+  const auto found =
+      std::lower_bound(items.begin(), items.end(), id, [](const Item &item, int wanted) { return item.id < wanted; });
+  return found != items.end() && found->id == id ? static_cast<int>(found - items.begin()) : -1;
+}
+
 struct MeshElement {
   int id = 0;
+  std::uint32_t first_node = 0;  // in Mesh::connectivity
   const ElementType *type = nullptr;
-  std::size_t first_node = 0;  // in Mesh::connectivity
-  int section = -1;            // in Mesh::sections, once they are assigned
-  int file = 0;                // in Mesh::files
-  long line = 0;
+  int section = -1;  // in Mesh::sections, once they are assigned
+  int file = 0;      // in Mesh::files
+  std::uint32_t line = 0;
 };
 
 struct Material {
@@ -41,6 +53,8 @@ struct Section {
   std::string material;
   bool shell = false;
   double thickness = 0.0;
+  bool nodal_thickness = false;  // that of each node, Mesh::nodal_thickness, counts
+  double offset = 0.0;           // of the nodes above the middle, in parts of the thickness
   Place place;
 };
 
@@ -55,6 +69,8 @@ struct Mesh {
   std::map<std::string, std::vector<int>> element_sets;  // likewise
   std::map<std::string, Material> materials;
   std::vector<Section> sections;
+  std::map<int, double> nodal_thickness;  // by node ID
+  std::vector<int> moved_nodes;           // IDs, ascending: put from an offset to the middle of their shell
   std::vector<DeckCard> cards;            // of couplings, steps and loads, in the order of the input
   std::vector<LineElement> lines;         // ascending IDs
   std::vector<ReferenceNode> references;  // those that belong to the body
@@ -63,6 +79,8 @@ struct Mesh {
     return {files[static_cast<std::size_t>(element.file)], element.line};
   }
   [[nodiscard]] const int *nodes_of(const MeshElement &element) const { return &connectivity[element.first_node]; }
+  // The thickness of a shell at each of its nodes; empty for solids.
+  [[nodiscard]] std::vector<double> thicknesses(const MeshElement &element) const;
   // The members of a node set, ascending. Throws InputError, with the sets that there are, when there is none of this
   // name.
   [[nodiscard]] const std::vector<int> &node_set(const std::string &name) const;

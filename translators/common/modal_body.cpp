@@ -13,14 +13,13 @@
 namespace sbrtranslate {
 namespace {
 
-void feed_shape(SBR body, const ModalSource &source, std::size_t mode, const RigidFit &fit, ImportReport &report,
+void take_shape(SBR body, const ModalSource &source, std::size_t mode, const RigidFit &fit, ImportReport &report,
                 std::vector<double> &six) {
   source.shape(mode, six);
-  const auto &nodes = report.model.nodes;
   ModeReport &told = report.modes[mode];
-  for (std::size_t i = 0; i < nodes.size(); ++i)
-    require(SBR_SetModeVec(body, told.number, nodes[i].id, 0, &six[6 * i]), "values of a mode");
-  fit.judge([&](std::size_t i) { return Vec3{six[6 * i], six[6 * i + 1], six[6 * i + 2]}; }, told);
+  const NodalMotion motion(six, 6);
+  feed_shape(body, told.number, report.model, motion);
+  fit.judge([&](std::size_t i) { return motion.translation(i); }, told);
 }
 
 void feed_stress(SBR body, const ModalSource &source, std::size_t mode, Where where, const ImportReport &report,
@@ -145,6 +144,7 @@ void build_point_model(Mesh mesh, const ModalOptions &options, ImportReport &rep
       high[k] = std::max(high[k], from.place[k]);
     }
   }
+  model.node_count = model.nodes.size();
   model.exact = model.lumped;
   model.pieces = 1;
   for (std::size_t k = 0; k < 3; ++k) model.extent = std::max(model.extent, high[k] - low[k]);
@@ -186,7 +186,7 @@ BodyHandle make_modal_body(const ModalSource &source, const ModalOptions &option
     mode.hz = source.modes[i].hz;
     mode.eigenvalue = std::copysign(rate * rate, source.modes[i].hz);
     report.modes.push_back(mode);
-    feed_shape(body.get(), source, i, fit, report, six);
+    take_shape(body.get(), source, i, fit, report, six);
     if (stress != Where::none) feed_stress(body.get(), source, i, stress, report, six);
     progress.at(i + 1);
   }

@@ -49,6 +49,7 @@ class ModelBuilder {
   void add_faces();
   void mark_surface();
   void mark_face(const MeshElement &element, std::size_t number);
+  void note_shared(std::size_t first, std::size_t first_number, std::size_t second, std::size_t second_number);
   void add_interfaces();
   void finish();
   [[nodiscard]] std::size_t body_position(int id) const { return static_cast<std::size_t>(model_.node_position(id)); }
@@ -92,7 +93,8 @@ void ModelBuilder::add_element_mass(const MeshElement &element) {
     positions.push_back(body_position(model_.mesh.nodes_of(element)[i]));
     places.push_back(model_.nodes[positions.back()].place);
   }
-  const ElementMass mass = lump_mass(*element.type, places, density, section.thickness, model_.exact);
+  const std::vector<double> thicknesses = model_.mesh.thicknesses(element);
+  const ElementMass mass = lump_mass(*element.type, places, density, thicknesses, model_.exact);
   if (!(mass.smallest_determinant > 0.0))
     throw InputError(model_.mesh.place_of(element),
                      "element " + std::to_string(element.id) +
@@ -106,12 +108,13 @@ void ModelBuilder::add_element_mass(const MeshElement &element) {
     (element.type->shell() ? node.shell : node.solid) = true;
     if (!element.type->shell()) continue;
     // A plate's thickness resists rotation about the directions in its plane with m t^2 / 12.
-    const double inertia = mass.nodal[i] * section.thickness * section.thickness / 12.0;
+    const double inertia = mass.nodal[i] * thicknesses[i] * thicknesses[i] / 12.0;
     const Vec3 &n = mass.normals[i];
     const std::array<double, 6> terms = {1 - n[0] * n[0], 1 - n[1] * n[1], 1 - n[2] * n[2],
                                          -n[0] * n[1],    -n[0] * n[2],    -n[1] * n[2]};
-    for (std::size_t k = 0; k < 6; ++k) node.inertia[k] += inertia * terms[k];
-    node.has_inertia = true;
+    NodalInertia own{};
+    for (std::size_t k = 0; k < 6; ++k) own[k] = inertia * terms[k];
+    model_.add_inertia(positions[i], own);
   }
 }
 
@@ -155,9 +158,7 @@ void ModelBuilder::add_lines(Pieces &pieces) {
       BodyNode &node = model_.nodes[positions[i]];
       node.mass += shares[i].mass;
       node.surface = true;
-      if (line.kind != LineElement::Kind::beam) continue;
-      node.has_inertia = true;
-      for (std::size_t k = 0; k < 6; ++k) node.inertia[k] += shares[i].inertia[k];
+      if (line.kind == LineElement::Kind::beam) model_.add_inertia(positions[i], shares[i].inertia);
     }
   }
 }
@@ -170,18 +171,8 @@ void ModelBuilder::add_faces() {
       ++model_.face_count;
       ++model_.surface_face_count;
     }
-  std::size_t words = 0;
   for (const MeshElement &element : model_.mesh.elements)
-    for (const auto &face : element.type->faces) words += face.size() + 1;
-  model_.faces.reserve(model_.faces.size() + words);
-  for (const MeshElement &element : model_.mesh.elements) {
-    const int *ids = model_.mesh.nodes_of(element);
-    for (const auto &face : element.type->faces) {
-      model_.faces.push_back(static_cast<int>(face.size()));
-      for (const int corner : face) model_.faces.push_back(ids[corner]);
-      ++model_.face_count;
-    }
-  }
+    model_.face_count += static_cast<int>(element.type->faces.size());
 }
 
 // Marks the nodes of a face as lying on the surface, with its mid-edge nodes.
@@ -193,6 +184,26 @@ void ModelBuilder::mark_face(const MeshElement &element, std::size_t number) {
   ++model_.surface_face_count;
 }
 
+// Two faces of solids that have the same corners, and turn about them in opposite ways, are one inside the body.
+void ModelBuilder::note_shared(std::size_t first, std::size_t first_number, std::size_t second,
+                               std::size_t second_number) {
+  const auto cycle = [&](std::size_t element, std::size_t number) {
+    const MeshElement &of = model_.mesh.elements[element];
+    std::vector<int> ids;
+    for (const int corner : of.type->faces[number]) ids.push_back(model_.mesh.nodes_of(of)[corner]);
+    std::rotate(ids.begin(), std::max_element(ids.begin(), ids.end()), ids.end());
+    return ids;
+  };
+  const auto &elements = model_.mesh.elements;
+  if (elements[first].type->shell() || elements[second].type->shell()) return;
+  const std::vector<int> one = cycle(first, first_number);
+  std::vector<int> other = cycle(second, second_number);
+  std::reverse(other.begin() + 1, other.end());
+  if (one != other) return;
+  model_.shared_faces[first] |= static_cast<std::uint8_t>(1U << first_number);
+  model_.shared_faces[second] |= static_cast<std::uint8_t>(1U << second_number);
+}
+
 // A face of solids that no second element has is on the surface. All of a shell is. The faces are gathered by their
 // least node, so that those of one node only have to be compared.
 void ModelBuilder::mark_surface() {
@@ -202,6 +213,7 @@ void ModelBuilder::mark_surface() {
     std::uint32_t number;
   };
   const auto &elements = model_.mesh.elements;
+  model_.shared_faces.assign(elements.size(), 0);
   const auto face_of = [&](std::uint32_t e, std::uint32_t f) {
     Face face{{0, 0, 0, 0}, e, f};
     const int *ids = model_.mesh.nodes_of(elements[e]);
@@ -232,6 +244,7 @@ void ModelBuilder::mark_surface() {
       for (next = i + 1; next < faces.size() && faces[next].corners == faces[i].corners;) ++next;
       const MeshElement &element = elements[faces[i].element];
       if (next == i + 1 || element.type->shell()) mark_face(element, faces[i].number);
+      if (next == i + 2) note_shared(faces[i].element, faces[i].number, faces[i + 1].element, faces[i + 1].number);
     }
   }
 }
@@ -268,14 +281,33 @@ void ModelBuilder::finish() {
       high[k] = std::max(high[k], node.place[k]);
     }
   for (std::size_t k = 0; k < 3; ++k) model_.extent = std::max(model_.extent, high[k] - low[k]);
+  model_.element_count = model_.mesh.elements.size();
+  model_.node_count = model_.nodes.size();
 }
 
 }  // namespace
 
-int Model::node_position(int id) const {
-  const auto found = std::lower_bound(nodes.begin(), nodes.end(), id,
-                                      [](const BodyNode &node, int wanted) { return node.id < wanted; });
-  return found != nodes.end() && found->id == id ? static_cast<int>(found - nodes.begin()) : -1;
+int Model::node_position(int id) const { return position_by_id(nodes, id); }
+
+void Model::add_inertia(std::size_t node, const NodalInertia &more) {
+  inertias_.resize(nodes.size());
+  for (std::size_t k = 0; k < 6; ++k) inertias_[node][k] += more[k];
+  nodes[node].has_inertia = true;
+}
+
+void Model::forget_mesh() {
+  std::string title = std::move(mesh.title);
+  mesh = Mesh();
+  mesh.title = std::move(title);
+  std::vector<BodyNode>().swap(nodes);
+  std::vector<int>().swap(faces);
+  std::vector<std::uint8_t>().swap(shared_faces);
+  std::vector<NodalInertia>().swap(inertias_);
+}
+
+void Model::drop_inertias() {
+  std::vector<NodalInertia>().swap(inertias_);
+  for (BodyNode &node : nodes) node.has_inertia = false;
 }
 
 Model build_model(Mesh mesh, const std::vector<std::string> &interfaces) {

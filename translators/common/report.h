@@ -21,10 +21,8 @@ struct ModeReport {
   double hz = 0.0;
   double lumped_mass = 0.0;    // generalized mass with the lumped nodal masses
   double elastic_share = 0.0;  // of that mass, what no rigid motion explains
-  double largest_displacement = 0.0;
-  int displacement_node = 0;
-  bool rigid = false;  // the shape is a rigid motion
-  Vec3 velocity{};     // the rigid motion that is nearest to it: of the center of mass
+  bool rigid = false;          // the shape is a rigid motion
+  Vec3 velocity{};             // the rigid motion that is nearest to it: of the center of mass
   Vec3 rotation{};
 };
 

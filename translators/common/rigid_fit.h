@@ -46,10 +46,6 @@ class RigidFit {
       momentum = momentum + node.mass * u;
       spin = spin + node.mass * cross(node.place - centre_, u);
       all += node.mass * dot(u, u);
-      if (const double size = length(u); size > mode.largest_displacement) {
-        mode.largest_displacement = size;
-        mode.displacement_node = node.id;
-      }
     }
     const Vec3 velocity = (1.0 / mass_) * momentum;
     const Vec3 rotation = times(inverse_, spin);

@@ -229,7 +229,7 @@ void ExodusFile::read_block(Mesh &mesh, ExodusBlock &block) {
     MeshElement element;
     element.id = element_ids_[block.first + e];
     element.type = type;
-    element.first_node = mesh.connectivity.size();
+    element.first_node = static_cast<std::uint32_t>(mesh.connectivity.size());
     for (std::size_t i = 0; i < width; ++i) {
       const std::int64_t node = nodes[e * width + static_cast<std::size_t>(order[i])];
       if (node < 1 || static_cast<std::uint64_t>(node) > nodes_)

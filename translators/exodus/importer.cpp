@@ -230,6 +230,7 @@ BodyHandle ExodusImporter::run(const ImportInput &input, ImportReport &report) {
   }
   build_modal_model(
       std::move(mesh), modal_, [&](std::size_t e) { return thickness[e]; }, report);
+  report.model.with_shared_faces = input.shared_faces;
   judge_model(report);
   find_displacements(file);
   if (modal_.stress.value_or(Where::surface) != Where::none) find_stress(file, report);

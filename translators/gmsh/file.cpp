@@ -210,8 +210,8 @@ void MshReader::add_element(int number, int kind, std::span<const std::string_vi
   MeshElement element;
   element.id = number;
   element.type = element_type(facts.type);
-  element.line = reader_.line();
-  element.first_node = mesh_.connectivity.size();
+  element.line = static_cast<std::uint32_t>(reader_.line());
+  element.first_node = static_cast<std::uint32_t>(mesh_.connectivity.size());
   for (std::size_t i = 0; i < ids.size(); ++i)
     mesh_.connectivity.push_back(facts.order.empty() ? ids[i] : ids[static_cast<std::size_t>(facts.order[i])]);
   (facts.dimension == 3 ? solids_ : shells_).push_back(element);
@@ -383,7 +383,7 @@ Mesh mesh_on_nodes(Mesh source, const Mesh &mesh) {
   joined.files = mesh.files;
   for (const MeshElement &from : mesh.elements) {
     MeshElement element = from;
-    element.first_node = joined.connectivity.size();
+    element.first_node = static_cast<std::uint32_t>(joined.connectivity.size());
     for (int i = 0; i < from.type->nodes; ++i) joined.connectivity.push_back(found(mesh.nodes_of(from)[i]));
     joined.elements.push_back(element);
   }

@@ -6,6 +6,7 @@
 #include <map>
 #include <stdexcept>
 
+#include "common/consistent_mass.h"
 #include "common/modal_body.h"
 #include "common/reduction.h"
 #include "common/rigid_fit.h"
@@ -195,8 +196,28 @@ void MatricesImporter::build(Mesh mesh, ImportReport &report) {
   choose_interface(report.model);
 }
 
-// Masses, center and inertia from the mass matrix: those of its rigid motions exactly, and nodal masses for the record,
-// which are the row sums of the translations where all of these are positive, else the diagonal scaled to the mass.
+// What the rows of rotations have, as nodal inertia: an entry between two nodes belongs to both by halves.
+void add_turning_inertias(const SymmetricMatrix &mass, const std::vector<Dof> &dofs, Model &model) {
+  // The places of xx, xy, xz, ... in a nodal inertia.
+  static constexpr std::size_t kPlace[3][3] = {{0, 3, 4}, {3, 1, 5}, {4, 5, 2}};
+  for (const MatrixEntry &entry : mass.upper) {
+    const Dof &a = dofs[static_cast<std::size_t>(entry.row)];
+    const Dof &b = dofs[static_cast<std::size_t>(entry.column)];
+    if (a.direction <= 3 || b.direction <= 3 || entry.value == 0.0) continue;
+    const std::size_t place = kPlace[a.direction - 4][b.direction - 4];
+    // The quadratic form has an entry off the diagonal twice; so has the tensor its products.
+    const double share = place < 3 && entry.row != entry.column ? entry.value : entry.value / 2.0;
+    for (const Dof *dof : {&a, &b}) {
+      NodalInertia more{};
+      more[place] = share;
+      model.add_inertia(static_cast<std::size_t>(model.node_position(dof->node)), more);
+    }
+  }
+}
+
+// Masses, center and inertia from the mass matrix: those of its rigid motions exactly, and nodal masses for the record.
+// These begin as the row sums of the translations where all of these are positive, else as the diagonal scaled to the
+// mass, and are then given the center and the inertia of the matrix.
 void MatricesImporter::weigh(const SymmetricMatrix &mass, const std::vector<Dof> &dofs, ImportReport &report) const {
   Model &model = report.model;
   // About the origin: unit translations and rotations by row.
@@ -241,15 +262,13 @@ void MatricesImporter::weigh(const SymmetricMatrix &mass, const std::vector<Dof>
   const bool positive = std::all_of(row_sums.begin(), row_sums.end(), [](double m) { return m > 0.0; });
   double sum = 0.0;
   for (const double m : diagonals) sum += m;
-  model.lumped = Moments();
+  model.drop_inertias();
   for (std::size_t i = 0; i < model.nodes.size(); ++i) {
     model.nodes[i].mass = positive ? row_sums[i] : diagonals[i] * total / sum;
-    model.nodes[i].inertia = {};
-    model.nodes[i].has_inertia = false;
     if (!(model.nodes[i].mass > 0.0))
       throw InputError({mass_, 0}, "node " + std::to_string(model.nodes[i].id) + " has no mass in the matrix");
-    model.lumped.add(model.nodes[i].mass, model.nodes[i].place);
   }
+  add_turning_inertias(mass, dofs, model);
   // The moments of the rigid motions: translation and rotation give m times the center, two rotations the inertia.
   Moments exact;
   exact.mass = total;
@@ -257,6 +276,7 @@ void MatricesImporter::weigh(const SymmetricMatrix &mass, const std::vector<Dof>
   const double half = 0.5 * (sums[3][3] + sums[4][4] + sums[5][5]);
   exact.second = {half - sums[3][3], half - sums[4][4], half - sums[5][5], -sums[3][4], -sums[3][5], -sums[4][5]};
   model.exact = exact;
+  model.correction = correct_masses(model);
   model.volume = std::nan("");
   model.has_masses = true;
   model.has_shells = false;
@@ -274,8 +294,7 @@ void MatricesImporter::feed(SBR body, const Reduction &reduction, const std::vec
     for (std::size_t r = 0; r < rows.size(); ++r)
       values[6 * static_cast<std::size_t>(model.node_position(dofs[r].node)) +
              static_cast<std::size_t>(dofs[r].direction - 1)] = rows[r];
-    for (std::size_t i = 0; i < model.nodes.size(); ++i)
-      require(SBR_SetModeVec(body, mode + 1, model.nodes[i].id, 0, &values[6 * i]), "values of a mode");
+    feed_shape(body, mode + 1, model, NodalMotion(values, 6));
   }
 }
 
@@ -291,6 +310,7 @@ BodyHandle MatricesImporter::run(const ImportInput &input, ImportReport &report)
   const std::vector<Dof> dofs = read_rows(mesh, stiffness.rows);
   build(std::move(mesh), report);
   Model &model = report.model;
+  model.with_shared_faces = input.shared_faces;
   for (const Dof &dof : dofs)
     if (model.node_position(dof.node) < 0)
       throw InputError({rows_.value_or(input.path), 0},

@@ -263,8 +263,8 @@ void Reader::elements_2412() {
     MeshElement element;
     element.id = id;
     element.type = element_type(found->second.type);
-    element.first_node = file_.mesh.connectivity.size();
-    element.line = place.line;
+    element.first_node = static_cast<std::uint32_t>(file_.mesh.connectivity.size());
+    element.line = static_cast<std::uint32_t>(place.line);
     for (const int from : found->second.order) file_.mesh.connectivity.push_back(nodes[static_cast<std::size_t>(from)]);
     file_.mesh.elements.push_back(element);
   }

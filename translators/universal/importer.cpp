@@ -159,7 +159,7 @@ void UniversalImporter::locate(const UniversalFile &file, const Model &model, Im
     seen.assign(model.nodes.size(), 0);
     for (const int id : mode.nodes) {
       const int position = model.node_position(id);
-      if (position < 0 && model.mesh.node_position(id) < 0)
+      if (position < 0 && !model.leaves_out(id))
         throw InputError(mode.place, "mode " + std::to_string(mode.number) + " has values at node " +
                                          std::to_string(id) + ", which the file does not have");
       places.push_back(position < 0 ? kNone : static_cast<std::size_t>(position));
@@ -220,6 +220,7 @@ BodyHandle UniversalImporter::run(const ImportInput &input, ImportReport &report
     throw InputError({input.path, 0}, "the file has no modes at nodes (datasets 55 and 2414 with normal modes)");
   realize_modes(file, report);
   build(file, report);
+  report.model.with_shared_faces = input.shared_faces;
   locate(file, report.model, report);
   if (modal_.stress.value_or(Where::surface) != Where::none) check_stresses(file, report.model, report);
 

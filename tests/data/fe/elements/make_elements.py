@@ -10,6 +10,8 @@ Units: t, mm, s, N. The decks are small on purpose: a few hundred nodes, six rig
   layer_TYPE       a bar with one layer of linear solids: all of its nodes lie on its outside
   fold_TYPE        two plates of shells that meet at an edge, at 50 degrees; tee_TYPE: three at one edge;
                    corner_TYPE: three that are square to each other. None lies along an axis.
+  offset_TYPE      a plate of shells whose nodes lie above its middle; arc_S8R: a curved one; taper_TYPE: a plate with
+                   thicknesses by node
   flat2d           a plate whose results are in two dimensions (OUTPUT=2D)
   local_*          displacement or stress in local axes, and the same in global axes
   tied_*           two blocks that hang together by *EQUATION or *TIE, with the solver's matrices
@@ -152,6 +154,22 @@ def shell_deck(kind, shape, modes=8, files=ALL, counts=(3, 3)):
     return out + step(modes, files)
 
 
+def plate_deck(kind, section, thickness=None, place=turned, counts=(4, 3)):
+    """A plate of 48 x 30 in its frame, thickness by place or the same everywhere."""
+    mesh = shells(kind, [((0, 0, 0), (48, 0, 0), (0, 30, 0))], counts)
+    mesh.nodes = [place(*key) for key, _ in sorted(mesh.ids.items(), key=lambda item: item[1])]
+    out = ["*HEADING", "A plate of %s, %s" % (kind, section)] + mesh.lines(kind)
+    out += STEEL + ["*SHELL SECTION, ELSET=BODY, MATERIAL=STEEL, " + section, "1.5"]
+    if thickness:
+        out += ["*NODAL THICKNESS"] + ["%d, %.9g" % (n, thickness(*key)) for key, n in mesh.ids.items()]
+    return out + step(8, ALL)
+
+
+def arched(x, y, z):
+    """On a cylinder of radius 60, in the turned frame."""
+    return turned(60 * math.sin(x / 60), y, 60 * math.cos(x / 60))
+
+
 def tied_deck(how, storage):
     """Two blocks of C3D8 whose nodes at x = 2 lie together, two nodes at each place."""
     mesh = Mesh(lambda x, y, z, part: (15.0 * x, 8.0 * y, 7.0 * z))
@@ -202,6 +220,10 @@ def decks():
     for kind in ("S4", "S8R"):
         yield "tee_" + kind, shell_deck(kind, "tee")
         yield "corner_" + kind, shell_deck(kind, "corner")
+    for kind in ("S4", "S8R"):
+        yield "offset_" + kind, plate_deck(kind, "OFFSET=0.5")
+        yield "taper_" + kind, plate_deck(kind, "NODAL THICKNESS", lambda x, y, z: 1.0 + 0.03 * x + 0.01 * y)
+    yield "arc_S8R", plate_deck("S8R", "OFFSET=0.5", None, arched)
     yield "flat2d", shell_deck("S4", "fold", 7, ["*NODE FILE, OUTPUT=2D", "U", "*EL FILE, OUTPUT=2D", "S"])
     for what in ("displacement", "stress"):
         for glob in (True, False):

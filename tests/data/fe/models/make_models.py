@@ -7,8 +7,11 @@ mean        the same with distributing couplings; also the matrices of the plain
 weighted    `rigid` with a point mass on a reference node
 steps       the beam clamped at one end: a static step with forces, pressure and gravity, a frequency step about its
             state, and one without it; the static step also has the nodal forces (RF)
+loaded      the first two steps of `steps`, with the matrices of the second
 springs     the free beam with point masses and springs
 pipe        a straight pipe of quadratic beam elements
+beams       the straight beam of linear elements, of rectangular section
+reduced     the same with B31R, which has no inertia about itself
 truss       a tetrahedron of trusses: the solver makes solids of them, whose motion the nodes do not show
 """
 import gzip
@@ -104,6 +107,7 @@ S
 U
 *END STEP
 """
+LOADED = STEPS[:STEPS.index("*STEP\n*FREQUENCY")]
 SPRINGS = """*ELEMENT, TYPE=MASS, ELSET=EM
 9001, 140
 9002, 138
@@ -142,6 +146,13 @@ def pipe(elements=6, length=300.0):
     return text + "*BEAM SECTION, ELSET=EALL, MATERIAL=STEEL, SECTION=PIPE\n8., 2.\n0., 1., 0.\n"
 
 
+def beams(kind, elements=12, length=300.0):
+    text = "*NODE, NSET=NALL\n" + "".join("%d, %g, 0., 0.\n" % (i + 1, length * i / elements) for i in range(elements + 1))
+    text += "*ELEMENT, TYPE=%s, ELSET=EALL\n" % kind
+    text += "".join("%d, %d, %d\n" % (e + 1, e + 1, e + 2) for e in range(elements)) + STEEL
+    return text + "*BEAM SECTION, ELSET=EALL, MATERIAL=STEEL, SECTION=RECT\n8., 12.\n0., 1., 0.\n"
+
+
 def truss():
     text = "*NODE\n1, 0., 0., 0.\n2, 100., 0., 0.\n3, 50., 80., 0.\n4, 50., 30., 70.\n"
     text += "*ELEMENT, TYPE=T3D2, ELSET=EALL\n1, 1, 2\n2, 2, 3\n3, 3, 1\n4, 1, 4\n5, 2, 4\n6, 3, 4\n" + STEEL
@@ -154,8 +165,11 @@ DECKS = {
     "mean": box() + couplings("*DISTRIBUTING\n1, 6") + frequency(14),
     "weighted": box() + RIGID + WEIGHT + frequency(10, PRINT),
     "steps": box() + STEPS,
+    "loaded": box() + LOADED,
     "springs": box() + SPRINGS + frequency(12),
     "pipe": pipe() + frequency(12),
+    "beams": beams("B31") + frequency(10),
+    "reduced": beams("B31R") + frequency(10),
     "truss": truss() + frequency(8),
 }
 
@@ -181,10 +195,12 @@ def main():
                 deck.write(text)
             run(folder, name, text)
             shutil.copy(os.path.join(folder, name + ".dat"), here)
-            if name != "kinematic":
+            if name not in ("kinematic", "loaded"):
                 pack(os.path.join(folder, name + ".frd"), os.path.join(here, name + ".frd.gz"))
-        for name, text in (("rigid", box() + RIGID), ("plain", box())):
-            run(folder, name + "_matrices", text + MATRICES)
+        state = box() + LOADED.split("*STEP, PERTURBATION")[0]
+        for name, text in (("rigid", box() + RIGID + MATRICES), ("plain", box() + MATRICES),
+                           ("loaded", state + MATRICES.replace("*STEP", "*STEP, PERTURBATION", 1))):
+            run(folder, name + "_matrices", text)
             for suffix in ("sti", "mas", "dof"):
                 pack(os.path.join(folder, name + "_matrices." + suffix), os.path.join(here, "%s.%s.gz" % (name, suffix)))
 
