@@ -11,39 +11,15 @@
 #include <utility>
 #include <vector>
 
+#include "gmsh/binary.h"
+#include "gmsh/gatherer.h"
+
 namespace sbrtranslate {
 namespace {
 
-// An element type of the format: its dimension, its number of nodes, the same type of a deck (empty for those that only
-// name nodes of groups), and which node of the file is node i there (empty: the same).
-struct FileElement {
-  int dimension;
-  int nodes;
-  const char *type;
-  std::vector<int> order;
-};
-
-const std::map<int, FileElement> &elements() {
-  static const std::map<int, FileElement> kElements = {
-      {1, {1, 2, "", {}}},
-      {2, {2, 3, "S3", {}}},
-      {3, {2, 4, "S4", {}}},
-      {4, {3, 4, "C3D4", {}}},
-      {5, {3, 8, "C3D8", {}}},
-      {6, {3, 6, "C3D6", {}}},
-      {8, {1, 3, "", {}}},
-      {9, {2, 6, "S6", {}}},
-      {11, {3, 10, "C3D10", {0, 1, 2, 3, 4, 5, 6, 7, 9, 8}}},
-      {15, {0, 1, "", {}}},
-      {16, {2, 8, "S8", {}}},
-      {17, {3, 20, "C3D20", {0, 1, 2, 3, 4, 5, 6, 7, 8, 11, 13, 9, 16, 18, 19, 17, 10, 12, 14, 15}}},
-      {18, {3, 15, "C3D15", {0, 1, 2, 3, 4, 5, 6, 9, 7, 12, 14, 13, 8, 10, 11}}}};
-  return kElements;
-}
-
 class MshReader {
  public:
-  explicit MshReader(const std::string &path) : reader_(path) { mesh_.files = {path}; }
+  explicit MshReader(const std::string &path) : reader_(path), gatherer_(path) {}
   Mesh read();
 
  private:
@@ -62,15 +38,12 @@ class MshReader {
   void elements_4();
   void add_node(int number, const std::string_view *place);
   void add_element(int number, int kind, std::span<const std::string_view> nodes, const std::vector<int> &groups);
-  void finish();
 
   LineReader reader_;
   std::string_view line_;
-  Mesh mesh_;
+  MeshGatherer gatherer_;
   int version_ = 0;
-  std::map<std::pair<int, int>, std::string> names_;                  // of groups, by dimension and tag
-  std::map<std::pair<int, int>, std::vector<int>> groups_of_entity_;  // likewise of entities
-  std::vector<MeshElement> solids_, shells_;
+  bool binary_ = false;
 };
 
 std::vector<std::string_view> MshReader::words(std::size_t least, const char *what) {
@@ -120,8 +93,8 @@ void MshReader::format() {
   if (head[0] == "4.1") version_ = 4;
   if (version_ == 0)
     reader_.fail("version " + std::string(head[0]) + " of the format; save the mesh as MSH 4.1 or 2.2");
-  if (head[1] != "0") reader_.fail("a binary mesh; save it as text (gmsh -bin 0, or Mesh.Binary = 0)");
-  end_section("$EndMeshFormat");
+  binary_ = head[1] == "1";
+  if (!binary_) end_section("$EndMeshFormat");
 }
 
 void MshReader::physical_names() {
@@ -131,8 +104,8 @@ void MshReader::physical_names() {
     const std::size_t open = line_.find('"');
     const std::size_t close = line_.rfind('"');
     if (open == std::string_view::npos || close <= open) reader_.fail("the name of a group in quotes expected");
-    names_[{static_cast<int>(whole(head[0], "a dimension")), static_cast<int>(whole(head[1], "a tag"))}] =
-        upper(trim(line_.substr(open + 1, close - open - 1)));
+    gatherer_.name_group(static_cast<int>(whole(head[0], "a dimension")), static_cast<int>(whole(head[1], "a tag")),
+                         line_.substr(open + 1, close - open - 1));
   }
   end_section("$EndPhysicalNames");
 }
@@ -149,22 +122,21 @@ void MshReader::entities() {
       const std::int64_t tags = whole(row[head], "a count of groups");
       if (tags < 0 || static_cast<std::size_t>(tags) > row.size() - head - 1)
         reader_.fail("the groups of an entity expected");
-      auto &groups = groups_of_entity_[{static_cast<int>(d), static_cast<int>(whole(row[0], "a tag"))}];
+      const int entity = static_cast<int>(whole(row[0], "a tag"));
       for (std::size_t k = 0; k < static_cast<std::size_t>(tags); ++k)
-        groups.push_back(static_cast<int>(std::abs(whole(row[head + 1 + k], "a group"))));
+        gatherer_.add_to_group(static_cast<int>(d), entity, static_cast<int>(whole(row[head + 1 + k], "a group")));
     }
   end_section("$EndEntities");
 }
 
 void MshReader::add_node(int number, const std::string_view *place) {
-  MeshNode node;
-  node.id = number;
+  Vec3 at{};
   for (std::size_t k = 0; k < 3; ++k) {
     const auto value = to_double(place[k]);
     if (!value) reader_.fail("a coordinate expected, found '" + std::string(place[k].substr(0, 20)) + "'");
-    node.place[k] = *value;
+    at[k] = *value;
   }
-  mesh_.nodes.push_back(node);
+  gatherer_.add_node(number, at);
 }
 
 void MshReader::nodes_2() {
@@ -192,29 +164,9 @@ void MshReader::nodes_4() {
 
 void MshReader::add_element(int number, int kind, std::span<const std::string_view> nodes,
                             const std::vector<int> &groups) {
-  const auto found = elements().find(kind);
-  if (found == elements().end())
-    reader_.fail("element " + std::to_string(number) + " of type " + std::to_string(kind) + " is not supported");
-  const FileElement &facts = found->second;
-  if (nodes.size() != static_cast<std::size_t>(facts.nodes))
-    reader_.fail("element " + std::to_string(number) + " has " + std::to_string(nodes.size()) +
-                 " nodes, its type has " + std::to_string(facts.nodes));
   std::vector<int> ids;
   for (const std::string_view node : nodes) ids.push_back(id(node, "node"));
-  for (const int group : groups) {
-    const auto name = names_.find({facts.dimension, group});
-    auto &members = mesh_.node_sets[name != names_.end() ? name->second : "PHYSICAL_" + std::to_string(group)];
-    members.insert(members.end(), ids.begin(), ids.end());
-  }
-  if (*facts.type == '\0') return;
-  MeshElement element;
-  element.id = number;
-  element.type = element_type(facts.type);
-  element.line = static_cast<std::uint32_t>(reader_.line());
-  element.first_node = static_cast<std::uint32_t>(mesh_.connectivity.size());
-  for (std::size_t i = 0; i < ids.size(); ++i)
-    mesh_.connectivity.push_back(facts.order.empty() ? ids[i] : ids[static_cast<std::size_t>(facts.order[i])]);
-  (facts.dimension == 3 ? solids_ : shells_).push_back(element);
+  gatherer_.add_element(number, kind, ids, groups, reader_.place());
 }
 
 void MshReader::elements_2() {
@@ -241,43 +193,12 @@ void MshReader::elements_4() {
     const int entity = static_cast<int>(whole(head[1], "a tag"));
     const int kind = static_cast<int>(whole(head[2], "an element type"));
     const std::size_t total = count(head[3], 4, "count of elements");
-    const auto groups = groups_of_entity_.find({dimension, entity});
     for (std::size_t i = 0; i < total; ++i) {
       const auto row = words(2, "an element");
-      add_element(id(row[0], "element"), kind, std::span(row).subspan(1),
-                  groups == groups_of_entity_.end() ? std::vector<int>() : groups->second);
+      add_element(id(row[0], "element"), kind, std::span(row).subspan(1), gatherer_.groups_of(dimension, entity));
     }
   }
   end_section("$EndElements");
-}
-
-void MshReader::finish() {
-  mesh_.elements = solids_.empty() ? std::move(shells_) : std::move(solids_);
-  if (mesh_.nodes.empty() || mesh_.elements.empty()) reader_.fail("the mesh has no nodes, or no solids or shells");
-  std::sort(mesh_.nodes.begin(), mesh_.nodes.end(), [](const MeshNode &a, const MeshNode &b) { return a.id < b.id; });
-  std::sort(mesh_.elements.begin(), mesh_.elements.end(),
-            [](const MeshElement &a, const MeshElement &b) { return a.id < b.id; });
-  for (std::size_t i = 1; i < mesh_.nodes.size(); ++i)
-    if (mesh_.nodes[i].id == mesh_.nodes[i - 1].id)
-      throw InputError({reader_.path(), 0}, "node " + std::to_string(mesh_.nodes[i].id) + " comes twice");
-  for (std::size_t i = 1; i < mesh_.elements.size(); ++i)
-    if (mesh_.elements[i].id == mesh_.elements[i - 1].id)
-      throw InputError(mesh_.place_of(mesh_.elements[i]),
-                       "element " + std::to_string(mesh_.elements[i].id) + " comes twice");
-  for (const MeshElement &element : mesh_.elements)
-    for (int i = 0; i < element.type->nodes; ++i)
-      if (mesh_.node_position(mesh_.nodes_of(element)[i]) < 0)
-        throw InputError(mesh_.place_of(element), "element " + std::to_string(element.id) + " names node " +
-                                                      std::to_string(mesh_.nodes_of(element)[i]) +
-                                                      ", which the file does not have");
-  for (auto &[name, members] : mesh_.node_sets) {
-    std::sort(members.begin(), members.end());
-    members.erase(std::unique(members.begin(), members.end()), members.end());
-    for (const int member : members)
-      if (mesh_.node_position(member) < 0)
-        throw InputError({reader_.path(), 0},
-                         "group " + name + " names node " + std::to_string(member) + ", which the file does not have");
-  }
 }
 
 Mesh MshReader::read() {
@@ -285,11 +206,13 @@ Mesh MshReader::read() {
     const std::string name(trim(line_));
     if (name.empty()) continue;
     if (name[0] != '$') reader_.fail("not a gmsh mesh: a section ($...) expected");
-    if (name == "$MeshFormat")
+    if (name == "$MeshFormat") {
       format();
-    else if (version_ == 0)
-      reader_.fail("not a gmsh mesh: $MeshFormat has to come first");
-    else if (name == "$PhysicalNames")
+      if (binary_) return read_binary_msh(reader_.path());
+      continue;
+    }
+    if (version_ == 0) reader_.fail("not a gmsh mesh: $MeshFormat has to come first");
+    if (name == "$PhysicalNames")
       physical_names();
     else if (name == "$Entities")
       entities();
@@ -300,8 +223,7 @@ Mesh MshReader::read() {
     else
       skip_section(name);
   }
-  finish();
-  return std::move(mesh_);
+  return gatherer_.finish();
 }
 
 // Nodes by their places, in cells of four tolerances.

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <map>
 #include <numbers>
+#include <optional>
 #include <set>
 
 namespace sbrtranslate {
@@ -71,6 +72,14 @@ const std::map<int, FileElement> &elements() {
 // Rods and beams have a record more, and no shape.
 bool is_line(int descriptor) { return descriptor >= 11 && descriptor <= 32; }
 
+// What the values of a dataset are.
+struct DataKind {
+  bool stress = false;           // else a shape
+  bool of_complex_mode = false;  // whose eigenvalue is complex
+  bool pairs = false;            // real and imaginary parts
+  bool wide = false;             // reals of 25 columns where lines may have them
+};
+
 class Reader {
  public:
   explicit Reader(const std::string &path) : reader_(path) { file_.mesh.files = {path}; }
@@ -97,7 +106,9 @@ class Reader {
   void data_55();
   void data_2414();
   bool characteristic(int kind, int meaning, int values, bool complex_values, UniversalMode &mode, bool &stress) const;
+  std::optional<DataKind> data_kind(UniversalMode &mode);
   void read_values(UniversalMode &mode, std::size_t values_in_file, std::size_t width);
+  void keep_values(UniversalMode &&mode, const DataKind &kind, std::size_t width);
   void finish();
   void check_axes();
 
@@ -339,40 +350,51 @@ void Reader::read_values(UniversalMode &mode, std::size_t values_in_file, std::s
   }
 }
 
+// The record of six numbers that tells what the values are. Nothing for data that is passed over.
+std::optional<DataKind> Reader::data_kind(UniversalMode &mode) {
+  need("the kind of the data");
+  const auto kind = wholes(6, "the kind of the data");
+  DataKind data;
+  data.of_complex_mode = kind[1] == 3 || kind[1] == 7;
+  data.pairs = kind[4] == 5 || kind[4] == 6;
+  data.wide = kind[4] == 4 || kind[4] == 6;
+  if (kind[1] != 2 && !data.of_complex_mode) return std::nullopt;
+  if (!characteristic(kind[2], kind[3], kind[5], data.pairs, mode, data.stress)) return std::nullopt;
+  if (kind[4] != 2 && kind[4] != 4 && !data.pairs)
+    reader_.fail("data of type " + std::to_string(kind[4]) + "; reals or complex numbers are expected");
+  if (data.of_complex_mode && !data.pairs) reader_.fail("a complex mode with real values");
+  mode.is_complex = mode.is_complex || data.of_complex_mode;
+  return data;
+}
+
+void Reader::keep_values(UniversalMode &&mode, const DataKind &kind, std::size_t width) {
+  read_values(mode, static_cast<std::size_t>(mode.components) * (kind.pairs ? 2 : 1), width);
+  (kind.stress ? file_.stresses : file_.shapes).push_back(std::move(mode));
+}
+
 void Reader::data_55() {
   UniversalMode mode;
   mode.place = reader_.place();
   for (int i = 0; i < 5; ++i) need("a line of text");
-  need("the kind of the data");
-  const auto kind = wholes(6, "the kind of the data");
-  const int analysis = kind[1];
-  const bool complex_mode = analysis == 3 || analysis == 7;
-  bool stress = false;
-  if ((analysis != 2 && !complex_mode) ||
-      !characteristic(kind[2], kind[3], kind[5], kind[4] == 5 || kind[4] == 6, mode, stress)) {
+  const auto kind = data_kind(mode);
+  if (!kind) {
     skipped_.insert(55);
     return skip();
   }
-  if (kind[4] != 2 && kind[4] != 4 && kind[4] != 5 && kind[4] != 6)
-    reader_.fail("data of type " + std::to_string(kind[4]) + "; reals or complex numbers are expected");
   need("the numbers of the mode");
   const auto numbers = wholes(4, "counts, load case and number of the mode");
   mode.number = numbers[3];
   const auto wanted = static_cast<std::size_t>(std::clamp(numbers[1], 0, 100));
   const auto figures = reals(wanted, 13, "the figures of the mode");
-  if (figures.size() < (complex_mode ? 4U : 1U)) reader_.fail("the frequency of the mode is missing");
-  if (complex_mode) {
+  if (figures.size() < (kind->of_complex_mode ? 4U : 1U)) reader_.fail("the frequency of the mode is missing");
+  if (kind->of_complex_mode) {
     mode.eigenvalue = {figures[0], figures[1]};
     mode.modal_mass = {figures[2], figures[3]};
-    mode.is_complex = true;
   } else {
     mode.hz = figures[0];
     if (figures.size() > 1) mode.modal_mass = figures[1];
   }
-  if (complex_mode && kind[4] != 5 && kind[4] != 6) reader_.fail("a complex mode with real values");
-  const bool pairs = kind[4] == 5 || kind[4] == 6;
-  read_values(mode, static_cast<std::size_t>(mode.components) * (pairs ? 2 : 1), 13);
-  (stress ? file_.stresses : file_.shapes).push_back(std::move(mode));
+  keep_values(std::move(mode), *kind, 13);
 }
 
 void Reader::data_2414() {
@@ -381,39 +403,27 @@ void Reader::data_2414() {
   mode.place = reader_.place();
   need("the name of the dataset");
   need("the place of the data");
-  const int where = whole(field(line_, 0, 10), "the place of the data");
+  const bool at_nodes = whole(field(line_, 0, 10), "the place of the data") == 1;
   for (int i = 0; i < 5; ++i) need("a line of text");
-  need("the kind of the data");
-  const auto kind = wholes(6, "the kind of the data");
-  const int analysis = kind[1];
-  const bool complex_mode = analysis == 3 || analysis == 7;
-  bool stress = false;
-  if (where != 1 || (analysis != 2 && !complex_mode) ||
-      !characteristic(kind[2], kind[3], kind[5], kind[4] == 5 || kind[4] == 6, mode, stress)) {
+  const auto kind = at_nodes ? data_kind(mode) : std::nullopt;
+  if (!kind) {
     skipped_.insert(2414);
     return skip();
   }
-  if (kind[4] != 2 && kind[4] != 4 && kind[4] != 5 && kind[4] != 6)
-    reader_.fail("data of type " + std::to_string(kind[4]) + "; reals or complex numbers are expected");
   need("the numbers of the mode");
   const auto numbers = wholes(6, "the numbers of the mode");
   mode.number = numbers[5];
   need("the numbers of the mode");
   const auto figures = reals(6, 13, "the figures of the mode");
   const auto more = reals(6, 13, "the figures of the mode");
-  if (complex_mode) {
+  if (kind->of_complex_mode) {
     mode.eigenvalue = {more[0], more[1]};
     mode.modal_mass = {more[2], more[3]};
-    mode.is_complex = true;
   } else {
     mode.hz = figures[1];
     mode.modal_mass = figures[3];
   }
-  const bool pairs = kind[4] == 5 || kind[4] == 6;
-  if (complex_mode && !pairs) reader_.fail("a complex mode with real values");
-  read_values(mode, static_cast<std::size_t>(mode.components) * (pairs ? 2 : 1),
-              kind[4] == 4 || kind[4] == 6 ? 25 : 13);
-  (stress ? file_.stresses : file_.shapes).push_back(std::move(mode));
+  keep_values(std::move(mode), *kind, kind->wide ? 25 : 13);
 }
 
 void Reader::dataset(int number) {
