@@ -82,9 +82,11 @@ void print_reduction(const ImportReport &report) {
             << (interface_modes ? " interface modes, " : " constraint modes, ") << report.normal_modes
             << " fixed-interface normal modes";
   if (figures.residual_modes != 0) std::cout << ", " << figures.residual_modes << " residual modes";
-  std::cout << "\nSolver              " << figures.cost.solver << ": " << brief(figures.cost.rows, 9) << " rows, "
-            << brief(figures.cost.factor_entries / std::max(figures.cost.entries, 1.0), 3)
-            << " entries of the factor for each of the matrix\n";
+  std::cout << "\nSolver              " << figures.cost.solver << ": " << brief(figures.cost.rows, 9) << " rows";
+  if (figures.cost.factor_entries > 0.0)  // not every solver tells them
+    std::cout << ", " << brief(figures.cost.factor_entries / std::max(figures.cost.entries, 1.0), 3)
+              << " entries of the factor for each of the matrix";
+  std::cout << '\n';
   if (interface_modes) std::cout << "Interface modes     " << hertz_list(figures.interface_hz) << " Hz\n";
   std::cout << '\n';
   print_effective_masses(figures, report.normal_modes);

@@ -118,7 +118,11 @@ DensePairs dense_eigenpairs(const Dense &k, const Dense &m, Eigen::Index rigid) 
     pairs.values = mu.head(count).cwiseInverse().array() - shift;
     const Vector scale = mu.head(count).cwiseSqrt().cwiseInverse();
     pairs.shapes = solver.eigenvectors().rowwise().reverse().leftCols(count) * scale.asDiagonal();
-    if (count > rigid && pairs.values[rigid] > 0.0) shift = pairs.values[rigid];
+    // What is zero within rounding is a rigid motion too, though nobody told of it.
+    const double least = 1e-11 * k.trace() / m.trace();
+    const auto elastic = std::find_if(pairs.values.begin() + std::min(rigid, count), pairs.values.end(),
+                                      [&](double value) { return value > least; });
+    if (elastic != pairs.values.end()) shift = *elastic;
   }
   return pairs;
 }
