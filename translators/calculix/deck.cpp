@@ -115,7 +115,7 @@ void DeckReader::read_file(const std::string &path) {
 std::filesystem::path DeckReader::included_file(const Card &card) const {
   const auto found = card.parameters.find("INPUT");
   if (found == card.parameters.end() || found->second.empty()) throw InputError(card.place, "*INCLUDE without INPUT=");
-  const std::filesystem::path name(found->second);
+  std::filesystem::path name(found->second);
   if (name.is_absolute()) return name;
   const std::filesystem::path beside_deck = std::filesystem::path(deck_.files.front()).parent_path() / name;
   std::error_code code;

@@ -190,12 +190,13 @@ void check_lines(const ImportReport &report, const Survey &survey) {
 
 // Modes that do not fit the deck. Beams of one point of integration are a reason of their own.
 InputError complaint_about_modes(const Mesh &mesh, const std::string &frd, const std::string &text) {
-  const std::string force = "; --force takes them nevertheless";
-  for (const DeckCard &card : mesh.cards)
-    if (card.keyword == "*ELEMENT" && card.value("TYPE") == "B31R")
-      return {card.place,
-              text + ": the solver gives beams B31R no inertia about themselves; take B31, or B32R" + force};
-  return {{frd, 0}, text + force};
+  const char *force = "; --force takes them nevertheless";
+  const auto reduced = std::find_if(mesh.cards.begin(), mesh.cards.end(), [](const DeckCard &card) {
+    return card.keyword == "*ELEMENT" && card.value("TYPE") == "B31R";
+  });
+  if (reduced == mesh.cards.end()) return {{frd, 0}, text + force};
+  return {reduced->place,
+          text + ": the solver gives beams B31R no inertia about themselves; take B31, or B32R" + force};
 }
 
 BodyHandle import_results(const ImportOptions &options, const DeckNotes &notes, ImportReport &report) {

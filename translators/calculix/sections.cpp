@@ -60,6 +60,7 @@ std::map<int, Shift> shifts_of(const Mesh &mesh) {
     if (section.offset == 0.0) continue;
     const std::vector<double> thicknesses = mesh.thicknesses(element);
     std::vector<Vec3> places;
+    places.reserve(thicknesses.size());
     const int *ids = mesh.nodes_of(element);
     for (int i = 0; i < element.type->nodes; ++i)
       places.push_back(mesh.nodes[static_cast<std::size_t>(mesh.node_position(ids[i]))].place);

@@ -133,6 +133,7 @@ void ForceGatherer::add_pressure(int id, int number, double pressure, std::map<i
   const std::vector<int> &corners = *solid_face(*element.type, number);
   const std::vector<int> local = face_nodes(*element.type, corners);
   std::vector<Vec3> places;
+  places.reserve(local.size());
   for (const int node : local) places.push_back(place_of(model_.mesh.nodes_of(element)[node]));
   std::vector<Vec3> normals = normal_integrals(face_type(*element.type, corners.size()), places);
   // Outward is away from the middle of the element.
@@ -152,6 +153,7 @@ void ForceGatherer::add_gravity(int id, const Vec3 &acceleration, std::map<int, 
   const Section &section = model_.mesh.sections[static_cast<std::size_t>(element.section)];
   const double density = model_.mesh.materials.at(section.material).density;
   std::vector<Vec3> places;
+  places.reserve(static_cast<std::size_t>(element.type->nodes));
   for (int i = 0; i < element.type->nodes; ++i) places.push_back(place_of(model_.mesh.nodes_of(element)[i]));
   const std::vector<double> shares = shape_integrals(*element.type, places, model_.mesh.thicknesses(element));
   for (std::size_t i = 0; i < shares.size(); ++i)

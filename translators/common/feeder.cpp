@@ -20,7 +20,7 @@ void feed_model(SBR body, const Model &model, const UnitLabels &units, const std
   if (!(std::fabs(consistency - 1.0) < 1e-3))
     throw std::invalid_argument("the units are not consistent: force is " + show(consistency) +
                                 " times mass x length / time^2, and a finite-element model needs 1");
-  const auto limited = [](std::string text, std::size_t most) { return text.substr(0, most); };
+  const auto limited = [](const std::string &text, std::size_t most) { return text.substr(0, most); };
   std::string title = limited(model.mesh.title, 127);
   std::string file = source.size() > 127 ? "..." + source.substr(source.size() - 124) : source;
   std::string type = program;

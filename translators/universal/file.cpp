@@ -32,6 +32,7 @@ std::vector<int> by_turns(int ring, bool layered) {
   }
   if (layered) {
     std::vector<int> upright;
+    upright.reserve(static_cast<std::size_t>(ring));
     for (int i = 0; i < ring; ++i) upright.push_back(2 * ring + i);
     for (int i = 0; i < ring; ++i) corners.push_back(3 * ring + 2 * i);
     for (int i = 0; i < ring; ++i) middles.push_back(3 * ring + 2 * i + 1);
@@ -43,6 +44,7 @@ std::vector<int> by_turns(int ring, bool layered) {
 
 std::vector<int> straight(int nodes) {
   std::vector<int> order;
+  order.reserve(static_cast<std::size_t>(nodes));
   for (int i = 0; i < nodes; ++i) order.push_back(i);
   return order;
 }
