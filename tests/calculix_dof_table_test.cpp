@@ -91,5 +91,25 @@ TEST_F(DofTableTest, EquationsInACircleAndInterfacesThatDependAreRefused) {
   EXPECT_THAT(complaint(), HasSubstr("node " + node + " is an interface node and depends on others here"));
 }
 
+TEST_F(DofTableTest, ShellsAreRefusedWithMatricesAtTheirElement) {
+  take("fold_S4");
+  options.frd.reset();
+  options.matrices = sbrtranslate::MatrixFiles{"none.mas", "none.sti", "none.dof"};
+  options.interfaces = {"NALL"};
+  options.normal = 4;
+  const std::string line = std::to_string(line_of("*ELEMENT") + 1);
+  EXPECT_THAT(complaint(),
+              StartsWith("job.inp:" + line + ": element 1 is a shell, and matrices are reduced for solids only"));
+}
+
+// Shells with an OFFSET have a middle each where they meet at an angle; and flat results do not tell the middle.
+TEST_F(DofTableTest, OffsetsAtFoldsAndInFlatResultsAreRefused) {
+  take("fold_S8R", "MATERIAL=STEEL\n1.5", "MATERIAL=STEEL, OFFSET=0.5\n1.5");
+  EXPECT_THAT(complaint(), HasSubstr("shells with an OFFSET meet at an angle at node "));
+  take("flat2d", "MATERIAL=STEEL\n1.5", "MATERIAL=STEEL, OFFSET=0.5\n1.5");
+  options.stress = sbrtranslate::Where::none;
+  EXPECT_THAT(complaint(), HasSubstr("in two dimensions (OUTPUT=2D), and they have an OFFSET"));
+}
+
 }  // namespace
 }  // namespace sbrtest

@@ -1,5 +1,5 @@
 // sbr import: turns the results of a finite-element run into a record.
-#ifdef __GLIBC__
+#if __has_include(<malloc.h>)
 #include <malloc.h>
 #endif
 
@@ -245,7 +245,7 @@ sbrtranslate::ImportInput input_of(const Request &request) {
 
 // Large blocks come from the system one by one and go back to it: what the mesh took is there for the body.
 void keep_large_blocks_apart() {
-#ifdef __GLIBC__
+#ifdef M_MMAP_THRESHOLD
   mallopt(M_MMAP_THRESHOLD, 1 << 18);
 #endif
 }

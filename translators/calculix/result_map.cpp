@@ -149,6 +149,10 @@ void ResultMap::check_pair(const Pair &pair, const Place &place) const {
 
 void ResultMap::mesh_done(const Place &place) {
   if (receiver_ != nullptr) return;
+  if (pairs_.empty() && !model_.mesh.moved_nodes.empty())
+    throw InputError(place,
+                     "the results hold the shells in two dimensions (OUTPUT=2D), and they have an OFFSET: run the "
+                     "solver with OUTPUT=3D");
   check_file_nodes(place);
   for (std::size_t e = 0; e < element_seen_.size(); ++e)
     if (element_seen_[e] == 0)
@@ -235,10 +239,6 @@ void ResultMap::map_nodes(const Place &place) {
     }
     if (node.shell && expanded[i] == 0) flat_shells_ = true;
   }
-  if (flat_shells_ && !model_.mesh.moved_nodes.empty())
-    throw InputError(place,
-                     "the results hold the shells in two dimensions (OUTPUT=2D), and they have an OFFSET: run the "
-                     "solver with OUTPUT=3D");
   if (model_.has_shells) motion_ = std::make_unique<ShellMotion>(model_, shell_points());
 }
 
