@@ -1,7 +1,6 @@
 // Damaged records: cut at every place, with counts that are not true, or no records at all. Whatever a file holds, the
 // library answers, leaks nothing, ends soon, and takes no more than four times the file's size of memory.
 #include <fcntl.h>
-#include <malloc.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,41 +8,8 @@
 #include <nlohmann/json.hpp>
 #include <random>
 
+#include "support/allocations.h"
 #include "support/record_test.h"
-
-namespace {
-std::int64_t in_use = 0;
-std::int64_t peak = 0;
-
-void *counted(void *block) {
-  if (block != nullptr) in_use += static_cast<std::int64_t>(malloc_usable_size(block));
-  peak = std::max(peak, in_use);
-  return block;
-}
-void discounted(void *block) {
-  if (block != nullptr) in_use -= static_cast<std::int64_t>(malloc_usable_size(block));
-}
-}  // namespace
-
-// The linker sends the calls of the library here.
-extern "C" {
-void *__real_malloc(std::size_t);
-void *__real_calloc(std::size_t, std::size_t);
-void *__real_realloc(void *, std::size_t);
-void __real_free(void *);
-void *__wrap_malloc(std::size_t size) { return counted(__real_malloc(size)); }
-void *__wrap_calloc(std::size_t count, std::size_t size) { return counted(__real_calloc(count, size)); }
-void *__wrap_realloc(void *block, std::size_t size) {
-  discounted(block);
-  void *moved = __real_realloc(block, size);
-  if (moved == nullptr && block != nullptr) counted(block);
-  return counted(moved);
-}
-void __wrap_free(void *block) {
-  discounted(block);
-  __real_free(block);
-}
-}
 
 namespace sbrtest {
 namespace {
@@ -109,10 +75,10 @@ class BadInputTest : public LibraryTest {
   // Opens the file as it stands and closes it again. True when it was accepted.
   bool try_open(std::int64_t size, bool use_it = true) {
     log.clear();
-    peak = in_use;
-    const std::int64_t before = in_use;
+    set_peak_memory_back();
+    const std::int64_t before = memory_in_use().bytes;
     SBR body = SBR_CreateFromSBR(path.c_str());
-    EXPECT_LE(peak - before, 4 * size + 16384);
+    EXPECT_LE(peak_memory() - before, 4 * size + 16384);
     ++opened;
     if (body == nullptr) {
       EXPECT_FALSE(log.all().empty());

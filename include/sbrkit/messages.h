@@ -3,7 +3,9 @@
  *
  *  The library prints no diagnostic by itself. Every report is an error, a warning or an information, and goes to the
  *  handler that the host installed for its severity; without a handler it is dropped. A report stops nothing: results
- *  tell what came of an operation. Handlers belong to the process, not to a body. */
+ *  tell what came of an operation. Handlers belong to the process, not to a body, and are called one at a time: a
+ *  report of another thread waits. A handler may use the library itself, but must not wait for another thread that
+ *  does. */
 #ifndef SBRKIT_SBRKIT_MESSAGES_H
 #define SBRKIT_SBRKIT_MESSAGES_H
 

@@ -54,9 +54,12 @@
  *    library.
  *  - **No roll-back.** What an operation did before it failed stays done, unless its contract says otherwise.
  *  - **Hostile input.** Counts from a file are checked against its size before memory is taken for them.
- *  - **Threads.** One thread at a time per handle, and one at a time for what the process shares (registry, handlers,
- *    database, loader): nothing is locked, and even a look-up may change the handle, since it builds tables and
- *    caches. */
+ *  - **Threads.** Bodies may be used by different threads at the same time, as long as each handle has one user at a
+ *    time: even a look-up may change a handle, since it builds tables and caches. A body that several threads open by
+ *    the same file name is one handle. What the process shares is guarded: the registry, with opening, sharing and
+ *    letting go; the handlers, which are called one at a time, whatever thread reports; the loader of libraries. The
+ *    database is for one thread at a time. SBR_Terminate(), SBR_Destroy() and SBR_UnLink() end bodies whoever uses them.
+ *    The environment is read at the moment of use, and must not be changed while another thread is in the library. */
 #ifndef SBRKIT_SBRKIT_SBRKIT_H
 #define SBRKIT_SBRKIT_SBRKIT_H
 

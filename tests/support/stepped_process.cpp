@@ -4,9 +4,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <stdexcept>
+
+#ifdef __x86_64__
+#include <sys/user.h>
+#endif
 
 namespace sbrtest {
 namespace {
@@ -68,7 +73,8 @@ SteppedProcess::Stop SteppedProcess::next() {
       __ptrace_syscall_info info{};
       ptrace(PTRACE_GET_SYSCALL_INFO, process_, data_of(sizeof info), &info);
       if (info.op != PTRACE_SYSCALL_INFO_ENTRY) return Stop::call_ends;
-      call_ = static_cast<long>(info.entry.nr);
+      call_.number = static_cast<long>(info.entry.nr);
+      std::copy(std::begin(info.entry.args), std::end(info.entry.args), call_.arguments.begin());
       return Stop::call_begins;
     }
     // A new program is no signal, and neither is a stop that was asked for.
@@ -88,7 +94,7 @@ bool SteppedProcess::pass(int calls) {
 
 bool SteppedProcess::pass_until(long call) {
   for (Stop stop = next(); stop != Stop::gone; stop = next())
-    if (stop == Stop::call_begins && call_ == call) return true;
+    if (stop == Stop::call_begins && call_.number == call) return true;
   return false;
 }
 
@@ -97,6 +103,52 @@ int SteppedProcess::count_to_the_end() {
   for (Stop stop = next(); stop != Stop::gone; stop = next())
     if (stop == Stop::call_begins) ++calls;
   return calls;
+}
+
+#ifdef __x86_64__
+
+bool SteppedProcess::can_deal_fates() { return true; }
+
+// At the call's beginning.
+void SteppedProcess::change_call(Fate fate) const {
+  user_regs_struct registers{};
+  ptrace(PTRACE_GETREGS, process_, nullptr, &registers);
+  if (fate.what == Fate::What::is_refused) registers.orig_rax = ~0ULL;
+  if (fate.what == Fate::What::is_shortened) registers.rdx = std::max(1ULL, registers.rdx / 2);
+  ptrace(PTRACE_SETREGS, process_, nullptr, &registers);
+}
+
+// At its end.
+void SteppedProcess::fail_call(int error) const {
+  user_regs_struct registers{};
+  ptrace(PTRACE_GETREGS, process_, nullptr, &registers);
+  registers.rax = static_cast<unsigned long long>(-static_cast<long long>(error));
+  ptrace(PTRACE_SETREGS, process_, nullptr, &registers);
+}
+
+#else
+
+bool SteppedProcess::can_deal_fates() { return false; }
+void SteppedProcess::change_call(Fate) const { throw std::runtime_error("calls cannot be changed here"); }
+void SteppedProcess::fail_call(int) const { throw std::runtime_error("calls cannot be changed here"); }
+
+#endif
+
+int SteppedProcess::finish_under(const std::function<Fate(const SystemCall &)> &fate) {
+  using What = Fate::What;
+  Fate now{};
+  for (Stop stop = next(); stop != Stop::gone; stop = next()) {
+    if (stop == Stop::call_begins) {
+      now = fate(call_);
+      if (now.what == What::ends_the_watch) return let_go(0);
+      if (now.what == What::kills) kill(process_, SIGKILL);
+      if (now.what == What::is_refused || now.what == What::is_shortened) change_call(now);
+    } else if (now.what == What::is_refused || now.what == What::is_made_and_fails) {
+      fail_call(now.error);
+      now = {};
+    }
+  }
+  return status_;
 }
 
 int SteppedProcess::let_go(int signal) {

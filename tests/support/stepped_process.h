@@ -5,9 +5,24 @@
 
 #include <sys/types.h>
 
+#include <array>
+#include <cstdint>
 #include <functional>
 
 namespace sbrtest {
+
+struct SystemCall {
+  long number = -1;
+  std::array<std::uint64_t, 6> arguments{};
+};
+
+// What becomes of a system call. Refused, it is not made; either way the process sees it fail with `error`. One that
+// kills is not made, and its process ends.
+struct Fate {
+  enum class What { goes_on, is_refused, is_made_and_fails, is_shortened, ends_the_watch, kills };
+  What what = What::goes_on;
+  int error = 0;
+};
 
 // To be used in the thread that made it. The process ends with it at the latest.
 class SteppedProcess {
@@ -26,6 +41,11 @@ class SteppedProcess {
   bool pass_until(long call);
   // How many system calls it makes until it ends.
   int count_to_the_end();
+  // Lets it go on to its end while each of its system calls meets its fate, until one ends the watch. A call that is
+  // shortened (read, write and their kin) gets half of its third argument. The status that waitpid gives.
+  int finish_under(const std::function<Fate(const SystemCall &)> &fate);
+  // Whether fates other than going on can be dealt out here.
+  static bool can_deal_fates();
   // Sends a signal and lets it go. The status that waitpid gives.
   int end_by(int signal);
   // Lets it go. The status that waitpid gives.
@@ -36,13 +56,15 @@ class SteppedProcess {
   Stop next();
   void wait_for_change();
   int let_go(int signal);
+  void change_call(Fate fate) const;
+  void fail_call(int error) const;
 
   pid_t process_ = -1;
   bool own_ = true;
   bool gone_ = false;
   int status_ = 0;
   int pending_signal_ = 0;
-  long call_ = -1;
+  SystemCall call_;
 };
 
 }  // namespace sbrtest

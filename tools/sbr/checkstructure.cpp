@@ -5,6 +5,7 @@
 #include <set>
 
 #include "check.h"
+#include "givenarray.h"
 #include "rawrecord.h"
 
 namespace sbrtool {
@@ -152,7 +153,7 @@ void check_faces(CheckRun &run, std::vector<bool> &referred) {
 
 void check_interface(CheckRun &run, std::vector<bool> &referred) {
   int count = 0;
-  const Given<int> given(SBR_InterfaceNodes(run.body(), &count));
+  const Given<int> given = given_array(SBR_InterfaceNodes(run.body(), &count), count);
   int outside = 0;
   int twice = 0;
   std::string first;
@@ -176,7 +177,7 @@ void check_interface(CheckRun &run, std::vector<bool> &referred) {
 void mark_loaded_nodes(CheckRun &run, std::vector<bool> &referred) {
   for (int i = 0; i < SBR_GetModalLoadNodalCaseCount(run.body()); ++i) {
     const int count = SBR_GetModalLoadNodalCount(run.body(), i);
-    const Given<int> nodes(SBR_GetModalLoadNodalNode(run.body(), i));
+    const Given<int> nodes = given_array(SBR_GetModalLoadNodalNode(run.body(), i), count);
     for (int k = 0; k < count && nodes; ++k) {
       const int node = nodes[static_cast<std::size_t>(k)];
       if (node >= 0 && node < run.nodes()) referred[static_cast<std::size_t>(node)] = true;

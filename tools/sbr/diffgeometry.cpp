@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "diff.h"
+#include "givenarray.h"
 
 namespace sbrtool {
 
@@ -167,8 +168,8 @@ void compare_interface(DiffRun &run) {
   if (!run.in_both(block, 16)) return;
   int n = 0;
   int m = 0;
-  const Given<int> p(SBR_InterfaceNodeIDs(run.a, &n));
-  const Given<int> q(SBR_InterfaceNodeIDs(run.b, &m));
+  const Given<int> p = given_array(SBR_InterfaceNodeIDs(run.a, &n), n);
+  const Given<int> q = given_array(SBR_InterfaceNodeIDs(run.b, &m), m);
   block.count("count", n, m);
   for (int i = 0; i < std::min(n, m) && p && q; ++i)
     block.count(at("place", i + 1), p[static_cast<std::size_t>(i)], q[static_cast<std::size_t>(i)]);

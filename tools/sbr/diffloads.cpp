@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "diff.h"
+#include "givenarray.h"
 
 namespace sbrtool {
 namespace {
@@ -75,9 +76,9 @@ void compare_modal_loads(DiffRun &run) {
 struct NodalCase {
   NodalCase(SBR body, int number)
       : count(SBR_GetModalLoadNodalCount(body, number)),
-        nodes(SBR_GetModalLoadNodalNode(body, number)),
-        places(SBR_GetModalLoadNodalCoord(body, number)),
-        values(SBR_GetModalLoadNodalLoad(body, number)) {}
+        nodes(given_array(SBR_GetModalLoadNodalNode(body, number), count)),
+        places(given_array(SBR_GetModalLoadNodalCoord(body, number), count)),
+        values(given_array(SBR_GetModalLoadNodalLoad(body, number), count)) {}
   [[nodiscard]] bool whole() const { return nodes && places && values; }
   int count;
   Given<int> nodes;

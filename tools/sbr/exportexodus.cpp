@@ -23,6 +23,7 @@ void export_exodus(SBR, const std::filesystem::path &) {
 #include <map>
 
 #include "exportbody.h"
+#include "givenarray.h"
 #include "modefacts.h"
 
 namespace sbrtool {
@@ -145,7 +146,7 @@ void put_nodes(ExodusFile &file, const Geometry &geometry) {
 
 std::vector<int> interface_nodes(SBR body, const Geometry &geometry) {
   int count = 0;
-  const Given<int> given(SBR_InterfaceNodes(body, &count));
+  const Given<int> given = given_array(SBR_InterfaceNodes(body, &count), count);
   std::vector<int> nodes;
   for (int i = 0; given && i < count; ++i)
     if (given[i] >= 0 && given[i] < geometry.nodes()) nodes.push_back(given[i] + 1);

@@ -4,6 +4,7 @@
 #include "comparing.h"
 #include "export.h"
 #include "exportbody.h"
+#include "givenarray.h"
 #include "modefacts.h"
 
 namespace sbrtool {
@@ -71,7 +72,7 @@ ExportTable faces_table(SBR body) {
 
 ExportTable interface_table(SBR body) {
   int count = 0;
-  const std::shared_ptr<int[]> ids(SBR_InterfaceNodeIDs(body, &count), FreeArray());
+  const std::shared_ptr<int[]> ids = given_array(SBR_InterfaceNodeIDs(body, &count), count);
   return {"interface_nodes", {key("id")}, count, [ids, count](const Row &row) {
             for (int i = 0; i < count; ++i) {
               const auto id = static_cast<double>(ids[i]);
@@ -307,11 +308,11 @@ void add_loads(std::vector<ExportTable> &tables, SBR body, const UnitLabels &uni
                       entries,
                       [body](const Row &row) {
                         for (int i = 0; i < SBR_GetModalLoadNodalCaseCount(body); ++i) {
-                          const Given<int> nodes(SBR_GetModalLoadNodalNode(body, i));
-                          const Given<int> places(SBR_GetModalLoadNodalCoord(body, i));
-                          const Given<double> loads(SBR_GetModalLoadNodalLoad(body, i));
-                          for (std::size_t k = 0; k < static_cast<std::size_t>(SBR_GetModalLoadNodalCount(body, i));
-                               ++k) {
+                          const int count = SBR_GetModalLoadNodalCount(body, i);
+                          const Given<int> nodes = given_array(SBR_GetModalLoadNodalNode(body, i), count);
+                          const Given<int> places = given_array(SBR_GetModalLoadNodalCoord(body, i), count);
+                          const Given<double> loads = given_array(SBR_GetModalLoadNodalLoad(body, i), count);
+                          for (std::size_t k = 0; k < static_cast<std::size_t>(count); ++k) {
                             const double values[] = {i + 1.0, static_cast<double>(SBR_NodeID(body, nodes[k])),
                                                      static_cast<double>(places[k]), loads[k]};
                             row(values);

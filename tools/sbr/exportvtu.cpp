@@ -13,6 +13,7 @@
 
 #include "export.h"
 #include "exportbody.h"
+#include "givenarray.h"
 #include "modefacts.h"
 #include "page/markup.h"
 
@@ -165,7 +166,7 @@ void put_point_data(Grid &grid, SBR body, const Geometry &geometry, const UnitLa
   if (SBR_Exists(body, 8) != 0) grid.array("mass", masses, {}, units.mass);
   std::vector<std::uint8_t> marks(geometry.ids.size());
   int count = 0;
-  const Given<int> interfaces(SBR_InterfaceNodes(body, &count));
+  const Given<int> interfaces = given_array(SBR_InterfaceNodes(body, &count), count);
   for (int i = 0; interfaces && i < count; ++i)
     if (interfaces[i] >= 0 && interfaces[i] < geometry.nodes()) marks[static_cast<std::size_t>(interfaces[i])] = 1;
   grid.array("interface_node", marks);

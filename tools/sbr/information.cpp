@@ -6,6 +6,7 @@
 
 #include "blocknames.h"
 #include "commandline.h"
+#include "givenarray.h"
 #include "modefacts.h"
 #include "modeplot.h"
 #include "record/rows.h"
@@ -78,7 +79,7 @@ Json counts_of(SBR body) {
   int face_words = 0;
   SBR_FaceListSize(body, &faces, &face_words);
   int interface_nodes = 0;
-  const Given<int> nodes(SBR_InterfaceNodes(body, &interface_nodes));
+  const Given<int> nodes = given_array(SBR_InterfaceNodes(body, &interface_nodes), interface_nodes);
   return {{"nodes", SBR_NodeCount(body)},
           {"faces", faces},
           {"interface_nodes", interface_nodes},

@@ -11,6 +11,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
+#include <new>
+#include <string_view>
 
 #include "session.h"
 
@@ -31,7 +34,7 @@ std::atomic<int> orderly{0};
 std::atomic<int> waiting{0};  // the signal that has come meanwhile
 static_assert(std::atomic<const char *>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
 
-// ---- in the handler: system calls only -----------------------------------------------------------------------------
+// ---- in the handler, and where memory may be short: system calls only ----------------------------------------------
 
 // A directory's entries as the system gives them.
 struct RawEntry {
@@ -43,7 +46,10 @@ struct RawEntry {
 };
 
 void remove_directory(const char *path) {
-  const int directory = open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  if (rmdir(path) == 0) return;
+  int directory = -1;
+  for (int tries = 0; directory < 0 && tries < 3; ++tries)
+    directory = open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
   if (directory < 0) return;
   alignas(RawEntry) char entries[4096];
   long bytes = 0;
@@ -57,13 +63,7 @@ void remove_directory(const char *path) {
   rmdir(path);
 }
 
-void on_signal(int signal) {
-  const int error = errno;
-  if (orderly.load() > 0) {
-    waiting.store(signal);
-    errno = error;
-    return;
-  }
+void remove_unfinished() {
   for (const Slot &slot : slots) {
     const char *path = slot.path.load();
     if (path == nullptr) continue;
@@ -72,6 +72,16 @@ void on_signal(int signal) {
     else
       unlink(path);
   }
+}
+
+void on_signal(int signal) {
+  const int error = errno;
+  if (orderly.load() > 0) {
+    waiting.store(signal);
+    errno = error;
+    return;
+  }
+  remove_unfinished();
   raise(signal);  // which has its default effect again, when the handler returns
 }
 
@@ -123,6 +133,21 @@ void free_slot(int slot) {
 
 }  // namespace
 
+void end_without_memory() noexcept {
+  constexpr std::string_view kText = "sbr: out of memory\n";
+  try {
+    if (const std::exception_ptr now = std::current_exception(); now) std::rethrow_exception(now);
+  } catch (const std::bad_alloc &) {
+    SBR_Terminate();
+    remove_unfinished();
+    static_cast<void>(!write(STDERR_FILENO, kText.data(), kText.size()));
+    _exit(kFailed);
+  } catch (...) {
+    std::abort();
+  }
+  std::abort();
+}
+
 void take_signals() { syscall(SYS_rt_sigprocmask, SIG_SETMASK, &signals_at_start, nullptr, sizeof signals_at_start); }
 
 RemovedOnInterrupt::RemovedOnInterrupt(const std::string &path)
@@ -156,8 +181,7 @@ WorkDirectory::~WorkDirectory() {
     setenv("TMP", former_.c_str(), 1);
   else
     unsetenv("TMP");
-  std::error_code code;
-  std::filesystem::remove_all(path_, code);
+  remove_directory(path_.c_str());
   free_slot(slot_);
 }
 

@@ -1,4 +1,5 @@
-// What SIGHUP, SIGINT, SIGTERM and SIGPIPE do: the program ends by the signal, and leaves no unfinished file behind.
+// What SIGHUP, SIGINT, SIGTERM and SIGPIPE do: the program ends by the signal, and leaves no unfinished file behind. So
+// does memory that runs out where nothing can be thrown.
 #ifndef SBRKIT_TOOLS_SBR_INTERRUPT_H
 #define SBRKIT_TOOLS_SBR_INTERRUPT_H
 
@@ -11,6 +12,10 @@ namespace sbrtool {
 // their own, which keep the signals blocked: so a signal always comes to a thread of the program's own, and waits where
 // that one has it wait. To be called first in main.
 void take_signals();
+
+// The program's handler of std::terminate. A destructor that needs memory, as those of JSON values do, ends here when
+// there is none: with the message and the exit code of a failure.
+[[noreturn]] void end_without_memory() noexcept;
 
 // A file that goes when a signal ends the program, as long as this lives.
 class RemovedOnInterrupt {

@@ -1,7 +1,9 @@
 // sbr: looks into Shape Body Records, makes them and changes them.
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <iostream>
+#include <new>
 
 #include "commandline.h"
 #include "commandtext.h"
@@ -84,6 +86,8 @@ int run_command(CLI::App &app, int argc, char **argv, int &exit_code) {
     std::cout.flush();
     std::cerr << "sbr: " << failure.what() << '\n';
     return failure.code();
+  } catch (const std::bad_alloc &) {
+    throw;
   } catch (const std::exception &unexpected) {
     std::cout.flush();
     std::cerr << "sbr: " << unexpected.what() << '\n';
@@ -115,9 +119,10 @@ int run_program(int argc, char **argv) {
   add_help_command(app);
 
   exit_code = run_command(app, argc, argv, exit_code);
-  SBR_Terminate();
   std::cout.flush();
-  if (!std::cout) {
+  // The library prints through the C stream.
+  const bool printed = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  if (!std::cout || !printed) {
     std::cerr << "sbr: cannot write to standard output\n";
     if (exit_code == sbrtool::kDone) exit_code = sbrtool::kFailed;
   }
@@ -128,12 +133,19 @@ int run_program(int argc, char **argv) {
 
 int main(int argc, char **argv) {
   sbrtool::take_signals();
+  std::set_terminate(sbrtool::end_without_memory);
+  int exit_code = sbrtool::kFailed;
   try {
-    return run_program(argc, argv);
+    exit_code = run_program(argc, argv);
+  } catch (const std::bad_alloc &) {
+    // Wherever it comes from, also before a command runs. Nothing here needs memory.
+    std::cout.flush();
+    std::fputs("sbr: out of memory\n", stderr);
   } catch (const std::exception &unexpected) {
     std::fprintf(stderr, "sbr: %s\n", unexpected.what());
   } catch (...) {
     std::fputs("sbr: an unexpected end\n", stderr);
   }
-  return sbrtool::kFailed;
+  SBR_Terminate();
+  return exit_code;
 }

@@ -1,6 +1,7 @@
 // sbr mass, faces: mass properties with principal axes, and the surface at a glance.
 #include <iostream>
 #include <map>
+#include <new>
 
 #include "massproperties.h"
 
@@ -67,6 +68,7 @@ Surface surface_of(SBR body) {
   }
   if (length < 1) return surface;
   const int chains = SBR_GetFreeEdgeCount(body);
+  if (chains < 0) throw std::bad_alloc();
   for (int i = 0; i < chains; ++i) {
     std::vector<int> ids(static_cast<std::size_t>(std::max(SBR_GetFreeEdgeSize(body, i), 1)));
     ids.resize(static_cast<std::size_t>(SBR_GetFreeEdge(body, i, ids.data())));

@@ -53,8 +53,14 @@ void OutputFile::make_beside() {
   const OrderlyEnd both;
   const int descriptor = mkostemp(name.data(), O_CLOEXEC);
   if (descriptor < 0) fail(std::strerror(errno));
-  path_ = name;
-  pending_ = std::make_unique<RemovedOnInterrupt>(name);
+  try {
+    path_ = name;
+    pending_ = std::make_unique<RemovedOnInterrupt>(name);
+  } catch (...) {
+    ::close(descriptor);
+    unlink(name.c_str());
+    throw;
+  }
   // A file system without rights has none to lose.
   static_cast<void>(fchmod(descriptor, replaces ? before.st_mode & 07777 : rights_of_new_files()));
   ::close(descriptor);

@@ -31,6 +31,11 @@ std::ifstream open_bytes(const std::string &path, std::int64_t offset) {
   return file;
 }
 
+// What stops before the end of the file is no short file.
+void require_readable(const std::istream &file, const std::string &path) {
+  if (file.bad()) throw Failure(kUnreadable, path + ": cannot be read");
+}
+
 template <class Word, class Real>
 double real_of(const char *bytes, bool big_endian) {
   std::array<char, sizeof(Word)> word{};
@@ -83,6 +88,7 @@ bool is_announced(SBR body, const std::string &path, int block) {
   std::ifstream file = open_bytes(path, content_offset(body, block));
   std::array<char, 4> bytes{};
   file.read(bytes.data(), size);
+  require_readable(file, path);
   return file && std::any_of(bytes.begin(), bytes.end(), [](char c) { return c != '\0'; });
 }
 
@@ -94,7 +100,9 @@ std::optional<std::array<double, 13>> stored_global(SBR body, const std::string 
   std::array<char, 13 * 8> bytes{};
   const std::size_t size = wide ? 8 : 4;
   std::ifstream file = open_bytes(path, block_offset(body, kGlobalBlock));
-  if (!file.read(bytes.data(), static_cast<std::streamsize>(values.size() * size))) return std::nullopt;
+  file.read(bytes.data(), static_cast<std::streamsize>(values.size() * size));
+  require_readable(file, path);
+  if (!file) return std::nullopt;
   for (std::size_t i = 0; i < values.size(); ++i)
     values[i] = wide ? real_of<std::uint64_t, double>(bytes.data() + i * size, big_endian)
                      : real_of<std::uint32_t, float>(bytes.data() + i * size, big_endian);

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <iostream>
+#include <string_view>
 
 namespace sbrtool {
 namespace {
@@ -14,11 +15,12 @@ namespace {
 bool information_shown = false;
 int errors = 0;
 
-// The library's texts end with or without a line feed; here each stands on lines of its own.
+// The library's texts end with or without a line feed; here each stands on lines of its own. What they tell may be that
+// there is no memory, so none is asked for.
 int print_message(const char *severity, const char *text) {
-  std::string line(text);
-  while (!line.empty() && (line.back() == '\n' || line.back() == ' ')) line.pop_back();
-  std::fprintf(stderr, "%s%s\n", severity, line.c_str());
+  std::string_view line(text);
+  while (!line.empty() && (line.back() == '\n' || line.back() == ' ')) line.remove_suffix(1);
+  std::fprintf(stderr, "%s%.*s\n", severity, static_cast<int>(line.size()), line.data());
   return 0;
 }
 

@@ -13,6 +13,7 @@
 #include "diff.h"
 #include "effectivemass.h"
 #include "exportbody.h"
+#include "givenarray.h"
 #include "massproperties.h"
 #include "output.h"
 #include "page/page.h"
@@ -56,7 +57,7 @@ std::string header_texts(SBR body, const std::string &file) {
   int faces = 0;
   SBR_FaceListSize(body, &faces, nullptr);
   int interfaces = 0;
-  const Given<int> nodes(SBR_InterfaceNodes(body, &interfaces));
+  const Given<int> nodes = given_array(SBR_InterfaceNodes(body, &interfaces), interfaces);
   const UnitLabels units(body);
   return html_pairs(
       {{"File", escaped(name_of(file))},

@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <mutex>
 
 #include "sbrkit/sbrkit.h"
 
@@ -12,10 +13,19 @@ constexpr int kTextSize = 1008;
 
 message_handlers handlers_in_use{nullptr, nullptr, nullptr};
 
-using Handler = int (*)(const char *);
+// Held while a handler is looked up and runs: one at a time. A handler may report or install others itself.
+std::recursive_mutex &handlers_lock() noexcept {
+  static std::recursive_mutex lock;
+  return lock;
+}
 
-int deliver(Handler handler, const char *format, std::va_list arguments) noexcept {
-  if (handler == nullptr || format == nullptr) return 0;
+using Handler = int (*message_handlers::*)(const char *);
+
+int deliver(Handler severity, const char *format, std::va_list arguments) noexcept {
+  if (format == nullptr) return 0;
+  const std::lock_guard hold(handlers_lock());
+  const auto handler = handlers_in_use.*severity;
+  if (handler == nullptr) return 0;
   char text[kTextSize];
   if (std::vsnprintf(text, sizeof text, format, arguments) < 0) return 0;
   return handler(text);
@@ -26,21 +36,21 @@ int deliver(Handler handler, const char *format, std::va_list arguments) noexcep
 void report_error(const char *format, ...) noexcept {
   std::va_list arguments;
   va_start(arguments, format);
-  (void)deliver(handlers_in_use.error, format, arguments);
+  (void)deliver(&message_handlers::error, format, arguments);
   va_end(arguments);
 }
 
 void report_warning(const char *format, ...) noexcept {
   std::va_list arguments;
   va_start(arguments, format);
-  (void)deliver(handlers_in_use.warning, format, arguments);
+  (void)deliver(&message_handlers::warning, format, arguments);
   va_end(arguments);
 }
 
 void report_info(const char *format, ...) noexcept {
   std::va_list arguments;
   va_start(arguments, format);
-  (void)deliver(handlers_in_use.info, format, arguments);
+  (void)deliver(&message_handlers::info, format, arguments);
   va_end(arguments);
 }
 
@@ -59,7 +69,7 @@ extern "C" {
 int SBR_Error(const char *format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  const int result = deliver(handlers_in_use.error, format, arguments);
+  const int result = deliver(&message_handlers::error, format, arguments);
   va_end(arguments);
   return result;
 }
@@ -67,7 +77,7 @@ int SBR_Error(const char *format, ...) {
 int SBR_Warning(const char *format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  const int result = deliver(handlers_in_use.warning, format, arguments);
+  const int result = deliver(&message_handlers::warning, format, arguments);
   va_end(arguments);
   return result;
 }
@@ -75,12 +85,13 @@ int SBR_Warning(const char *format, ...) {
 int SBR_Info(const char *format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  const int result = deliver(handlers_in_use.info, format, arguments);
+  const int result = deliver(&message_handlers::info, format, arguments);
   va_end(arguments);
   return result;
 }
 
 int SetMessageHandlers(const message_handlers *handlers) {
+  const std::lock_guard hold(sbr::handlers_lock());
   handlers_in_use = handlers != nullptr ? *handlers : message_handlers{nullptr, nullptr, nullptr};
   return 1;
 }

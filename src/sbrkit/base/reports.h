@@ -1,5 +1,6 @@
 // Reports to the host: how every room says what went wrong. A text goes to the handler of its severity; without one it
-// is dropped. The three handler pointers are the only state, owned by reports.cpp.
+// is dropped. The three handler pointers are the only state, owned by reports.cpp; they are called one at a time,
+// whatever thread reports.
 #ifndef SBRKIT_BASE_REPORTS_H
 #define SBRKIT_BASE_REPORTS_H
 

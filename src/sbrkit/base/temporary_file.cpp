@@ -4,6 +4,7 @@
 #include <sys/random.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
@@ -18,7 +19,7 @@ constexpr int kRandomLetters = 12;
 std::uint64_t random_bits() noexcept {
   std::uint64_t bits = 0;
   if (getrandom(&bits, sizeof bits, GRND_NONBLOCK) == static_cast<ssize_t>(sizeof bits)) return bits;
-  static std::uint64_t counter = 0;
+  static std::atomic<std::uint64_t> counter{0};
   const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
   return static_cast<std::uint64_t>(now) * 0x9E3779B97F4A7C15U + ++counter;
 }

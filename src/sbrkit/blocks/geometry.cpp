@@ -67,7 +67,9 @@ bool write_nodal_coords(Emission &run) noexcept {
 }
 
 bool print_nodal_coords(const Report &report) noexcept {
-  for (const NodeKey &key : sorted_keys(report.body, Kind::shape)) {
+  std::span<const NodeKey> keys;
+  if (!report.sorted_nodes(Kind::shape, keys)) return false;
+  for (const NodeKey &key : keys) {
     double xyz[3] = {};
     node_coordinates(report.body, key.position, xyz);
     std::fprintf(report.out, "%9d %20.10le %20.10le %20.10le \n", key.id, xyz[0], xyz[1], xyz[2]);

@@ -44,8 +44,9 @@ bool write_preload(Emission &run) noexcept {
 bool print_preload(const Report &report) noexcept {
   SbrBody &body = report.body;
   Array<double> values;
-  if (!body.loads.preload || !copy_modal_vector(body, body.loads.preload, values))
-    std::fputs("\tNo Preload information.\n\n", report.out);
+  const bool known = body.loads.preload && mode_count(body) > 0;
+  if (!known) std::fputs("\tNo Preload information.\n\n", report.out);
+  if (known && !copy_modal_vector(body, body.loads.preload, values)) return report.no_memory();
   for (int m = 0; m < values.count(); ++m)
     std::fprintf(report.out, "\n%d % 17.10lf\n", mode_number(body, m), values[m]);
   return true;
@@ -99,34 +100,36 @@ bool write_modal_loads(Emission &run) noexcept {
   return true;
 }
 
-// A case without a label is called by its place.
-void print_load_case(const Report &report, const ModalLoad &load, int place) noexcept {
+// A case without a label is called by its place. False after the allocation message.
+bool print_load_case(const Report &report, const ModalLoad &load, int place) noexcept {
   char label[kLoadLabelChars + 1] = {};
   std::memcpy(label, load.label, sizeof load.label);
   if (label[0] == '\0') std::snprintf(label, sizeof label, "%d", place);
   Array<double> values;
-  if (!copy_modal_vector(report.body, load.values, values)) {
+  if (mode_count(report.body) < 1) {
     std::fprintf(report.out, "\tNo Modal load information for load case %s.\n\n", label);
-    return;
+    return true;
   }
+  if (!copy_modal_vector(report.body, load.values, values)) return report.no_memory();
   std::fprintf(report.out, "\nCase: %s     (%s projected on principal axes)\n", label,
                load.processed != 0 ? "already" : "not yet");
   for (int m = 0; m < values.count(); ++m)
     std::fprintf(report.out, "%d % 17.10lf\n", mode_number(report.body, m), values[m]);
+  return true;
 }
 
 bool print_modal_loads(const Report &report) noexcept {
   const OwnedList<ModalLoad> &loads = report.body.loads.modal;
   if (loads.count() < 1) std::fputs("\tNo Modal Load information.\n\n", report.out);
   for (int i = 0; i < loads.count(); ++i)
-    if (loads[i] != nullptr) print_load_case(report, *loads[i], i + 1);
+    if (loads[i] != nullptr && !print_load_case(report, *loads[i], i + 1)) return false;
   return true;
 }
 
 // ---- nodal loads ---------------------------------------------------------------------------------------------------
 
-// The entries of one case. A case may be empty.
-Reading read_nodal_load_case(StreamChannel &channel, NodalLoadCase &load_case) noexcept {
+// The entries of one case. An empty one leaves its place empty: it costs a file no more than a word.
+Reading read_nodal_load_case(StreamChannel &channel, OwnedList<NodalLoadCase> &cases, std::size_t place) noexcept {
   constexpr const char *kProblem = "Problem when reading Modal Load Nodal Block";
   FieldReader reader(channel);
   CountHead head;
@@ -134,6 +137,9 @@ Reading read_nodal_load_case(StreamChannel &channel, NodalLoadCase &load_case) n
   if (head.count < 1) return Reading::complete;
   const std::int64_t row_bytes = field_bytes<NodalLoadRow>(encoding_of(channel));
   if (!rows_left(channel, head.count, row_bytes)) return failed(kProblem);
+  NodalLoadCase *created = cases.create(place);
+  if (created == nullptr) return failed_for_memory();
+  NodalLoadCase &load_case = *created;
   if (!load_case.nodes.allocate(head.count) || !load_case.coordinates.allocate(head.count) ||
       !load_case.loads.allocate(head.count))
     return failed_for_memory();
@@ -159,9 +165,8 @@ Reading read_nodal_loads(SbrBody &body) noexcept {
     return failed(kProblem);
   if (head.count < 1 || !body.loads.nodal.resize(head.count)) return failed_for_memory();
   for (std::int32_t i = 0; i < head.count; ++i) {
-    NodalLoadCase *load_case = body.loads.nodal.create(static_cast<std::size_t>(i));
-    if (load_case == nullptr) return failed_for_memory();
-    if (const Reading reading = read_nodal_load_case(channel, *load_case); reading != Reading::complete) return reading;
+    const Reading reading = read_nodal_load_case(channel, body.loads.nodal, static_cast<std::size_t>(i));
+    if (reading != Reading::complete) return reading;
   }
   return Reading::complete;
 }

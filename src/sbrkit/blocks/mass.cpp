@@ -132,8 +132,9 @@ bool write_nodal_masses(Emission &run) noexcept {
 }
 
 bool print_nodal_masses(const Report &report) noexcept {
-  for (const NodeKey &key : sorted_keys(report.body, Kind::shape))
-    std::fprintf(report.out, "%9d\t%le\n", key.id, nodal_mass(report.body, key.position));
+  std::span<const NodeKey> keys;
+  if (!report.sorted_nodes(Kind::shape, keys)) return false;
+  for (const NodeKey &key : keys) std::fprintf(report.out, "%9d\t%le\n", key.id, nodal_mass(report.body, key.position));
   std::fprintf(report.out, "\n");
   return true;
 }
@@ -221,7 +222,9 @@ bool write_nodal_inertias(Emission &run) noexcept {
 
 bool print_nodal_inertias(const Report &report) noexcept {
   bool any = false;
-  for (const NodeKey &key : sorted_keys(report.body, Kind::shape)) {
+  std::span<const NodeKey> keys;
+  if (!report.sorted_nodes(Kind::shape, keys)) return false;
+  for (const NodeKey &key : keys) {
     double m[9];
     if (!nodal_inertia(report.body, key.position, m)) continue;
     any = true;

@@ -33,9 +33,8 @@ bool modes_credible(StreamChannel &channel, std::int32_t modes) noexcept {
 
 // Notes where the vector at the present position lies and passes over it.
 void note_vector(SbrBody &body, Kind kind, std::int32_t mode, std::int64_t vector_bytes) noexcept {
-  const std::int64_t here = tell_stream(body.record.stream);
-  body.store.offsets[kind][mode] = here;
-  if (vector_bytes != 0) go_to(body.record, bounded_sum(here, vector_bytes));
+  body.store.offsets[kind][mode] = place_of(body.record);
+  if (vector_bytes != 0) pass_over(body.record, vector_bytes);
 }
 
 std::int64_t vector_bytes_of(SbrBody &body, std::int32_t nodes) noexcept {
@@ -403,16 +402,20 @@ PartView part_of(SbrBody &body, int mode, Kind kind, int part) noexcept {
   return six != nullptr ? PartView{six + 3 * static_cast<std::ptrdiff_t>(part), 6} : PartView{kZeros, 0};
 }
 
-// The rows of a mode, in ascending order of the node IDs.
-void print_rows(const Report &report, int mode, Kind kind, const char *format) noexcept {
+// The rows of a mode, in ascending order of the node IDs. False after the allocation message.
+bool print_rows(const Report &report, int mode, Kind kind, const char *format) noexcept {
+  std::span<const NodeKey> keys;
+  if (!report.sorted_nodes(kind, keys)) return false;
+  if (!ready_for_modes(report.body, kind)) return report.no_memory();
   const PartView parts[2] = {part_of(report.body, mode, kind, 0), part_of(report.body, mode, kind, 1)};
   const int count = kind_count(report.body, kind);
-  for (const NodeKey &key : sorted_keys(report.body, kind)) {
+  for (const NodeKey &key : keys) {
     if (key.position < 0 || key.position >= count) continue;
     const double *u = parts[0].at(key.position);
     const double *v = parts[1].at(key.position);
     std::fprintf(report.out, format, key.id, u[0], u[1], u[2], v[0], v[1], v[2]);
   }
+  return true;
 }
 
 struct PrintingTexts {
@@ -443,7 +446,7 @@ bool print_modes(const Report &report, Kind kind) noexcept {
     std::fprintf(report.out, texts.mode, number);
     std::fputs(texts.heading, report.out);
     put_rule(report.out);
-    print_rows(report, mode, kind, texts.row);
+    if (!print_rows(report, mode, kind, texts.row)) return false;
   }
   return true;
 }
@@ -462,8 +465,7 @@ bool print_pre_vector(const Report &report, Kind kind) noexcept {
   }
   std::fputs(texts.heading, report.out);
   put_rule(report.out);
-  print_rows(report, kPreVector, kind, texts.row);
-  return true;
+  return print_rows(report, kPreVector, kind, texts.row);
 }
 
 }  // namespace

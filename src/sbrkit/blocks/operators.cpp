@@ -49,10 +49,14 @@ Reading read_matrix_operator(StreamChannel &channel, MatrixOperator &op) noexcep
   if (!transfer(reader, subs)) return Reading::failed;
   if (subs.count < 0) return ended_for_memory();
   if (!rows_left(channel, subs.count, field_bytes<SubOperatorHead>(encoding_of(channel)))) return Reading::failed;
+  // All places at once: an empty sub-operator costs a file next to nothing.
+  if (!op.sub_operators.resize(subs.count)) return ended_for_memory();
   for (std::int32_t i = 0; i < subs.count; ++i) {
-    SubOperator *sub = op.sub_operators.add();
-    if (sub == nullptr) return ended_for_memory();
-    if (const Reading reading = read_sub_operator(channel, op, *sub); reading != Reading::complete) return reading;
+    SubOperator *sub = op.sub_operators.create(static_cast<std::size_t>(i));
+    const Reading reading = sub != nullptr ? read_sub_operator(channel, op, *sub) : ended_for_memory();
+    if (reading == Reading::complete) continue;
+    static_cast<void>(op.sub_operators.resize(sub != nullptr ? i + 1 : i));
+    return reading;
   }
   return Reading::complete;
 }

@@ -16,6 +16,11 @@ void Report::banner() const noexcept {
 
 bool Report::no_memory(int line) const noexcept { return report_no_memory(unit_name::kContents, line); }
 
+bool Report::sorted_nodes(Kind kind, std::span<const NodeKey> &keys) const noexcept {
+  keys = sorted_keys(body, kind);
+  return !keys.empty() || kind_count(body, kind) < 1 ? true : no_memory();
+}
+
 void print_block(SbrBody &body, int block, std::FILE *out) noexcept {
   if (block >= 0 && block_kind(block).functions->print != nullptr) {
     const BlockFunctions &functions = *block_kind(block).functions;

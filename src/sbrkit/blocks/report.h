@@ -4,6 +4,7 @@
 #define SBRKIT_BLOCKS_REPORT_H
 
 #include <cstdio>
+#include <span>
 
 #include "body/body.h"
 
@@ -18,6 +19,8 @@ struct Report {
   void banner() const noexcept;
   // The allocation message. Gives false, with which a report ends unflushed.
   bool no_memory(int line = __builtin_LINE()) const noexcept;
+  // The nodes of a kind in ascending order of their IDs. False after the allocation message.
+  [[nodiscard]] bool sorted_nodes(Kind kind, std::span<const NodeKey> &keys) const noexcept;
 };
 
 // Prints a block behind its banner; false ends the report without a flush.

@@ -18,7 +18,7 @@ constexpr std::int64_t kLargestSize = std::int64_t{1} << 56;
 }  // namespace
 
 bool SizingWalk::count(std::int32_t &value) noexcept {
-  if (ahead_ != 0) go_to(channel_, bounded_sum(tell_stream(channel_.stream), ahead_));
+  if (ahead_ != 0) pass_over(channel_, ahead_);
   ahead_ = 0;
   read_failed_ = !read_int(channel_, value);
   if (!read_failed_) bytes_ = bounded_sum(bytes_, 4);

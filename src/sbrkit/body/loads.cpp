@@ -201,7 +201,8 @@ int SBR_SetModalLoadNodal(SBR body, int load_case, int id, int coordinate, doubl
   if (node < 0) return 0;
   if (load_case >= body->loads.nodal.count() && !sbr::grow_nodal_cases(*body, load_case)) return 0;
   sbr::NodalLoadCase *entries = nodal_case(body, load_case);
-  if (entries == nullptr) return 0;
+  if (entries == nullptr) entries = body->loads.nodal.create(static_cast<std::size_t>(load_case));
+  if (entries == nullptr) return sbr::report_no_memory(sbr::unit_name::kConstruction);
   // Room in all three arrays first, so that they stay equally long.
   const std::int64_t wanted = static_cast<std::int64_t>(entries->nodes.size()) + 1;
   if (!entries->nodes.reserve(wanted) || !entries->coordinates.reserve(wanted) || !entries->loads.reserve(wanted) ||

@@ -2,6 +2,8 @@
 #include "body/registry.h"
 
 #include <cstdlib>
+#include <cstring>
+#include <mutex>
 #include <new>
 
 #include "base/reports.h"
@@ -9,12 +11,36 @@
 namespace {
 
 SbrBody *head = nullptr;
+std::mutex lock;
+
+// The functions of this space want the lock held.
 
 // Where the pointer to `body` stands in the list; null when it is not on it.
 SbrBody **link_to(const SbrBody *body) noexcept {
   for (SbrBody **link = &head; *link != nullptr; link = &(*link)->next)
     if (*link == body) return link;
   return nullptr;
+}
+
+void append(SbrBody *body) noexcept {
+  SbrBody **link = &head;
+  while (*link != nullptr) link = &(*link)->next;
+  *link = body;
+}
+
+SbrBody *find_by_name(const char *file_name, int surface_mesh) noexcept {
+  for (SbrBody *body = head; body != nullptr; body = body->next) {
+    const sbr::Array<char> &path = body->record.path;
+    if (path && body->geometry.is_surface_mesh == surface_mesh && std::strcmp(path.data(), file_name) == 0) return body;
+  }
+  return nullptr;
+}
+
+// Takes a body off the list. Gives the body behind it.
+SbrBody *unlink_at(SbrBody **link) noexcept {
+  SbrBody *next = (*link)->next;
+  *link = next;
+  return next;
 }
 
 }  // namespace
@@ -27,27 +53,67 @@ bool require_body(const SbrBody *body) noexcept {
   return false;
 }
 
-SbrBody *registry_head() noexcept { return head; }
-
-SbrBody *new_body() noexcept {
+SbrBody *unregistered_body() noexcept {
   auto *body = new (std::nothrow) SbrBody();
   if (body == nullptr) return nullptr;
-  SbrBody **link = &head;
-  while (*link != nullptr) link = &(*link)->next;
-  *link = body;
   body->record.single_scratch = &body->float_buffer;
   for (StreamChannel &channel : body->modes) channel.single_scratch = &body->float_buffer;
   return body;
 }
 
-bool is_registered(const SbrBody *body) noexcept { return body != nullptr && link_to(body) != nullptr; }
+void release_body(SbrBody *body) noexcept { delete body; }
+
+SbrBody *new_body() noexcept {
+  SbrBody *body = unregistered_body();
+  if (body == nullptr) return nullptr;
+  const std::lock_guard hold(lock);
+  append(body);
+  return body;
+}
+
+SbrBody *share_body(const char *file_name, int surface_mesh) noexcept {
+  if (file_name == nullptr) return nullptr;
+  const std::lock_guard hold(lock);
+  SbrBody *body = find_by_name(file_name, surface_mesh);
+  if (body != nullptr) body->reference_count += 1;
+  return body;
+}
+
+SbrBody *register_body(SbrBody *body) noexcept {
+  SbrBody *present = nullptr;
+  {
+    const std::lock_guard hold(lock);
+    const Array<char> &path = body->record.path;
+    if (path) present = find_by_name(path.data(), body->geometry.is_surface_mesh);
+    if (present == nullptr) {
+      append(body);
+      return body;
+    }
+    present->reference_count += 1;
+  }
+  release_body(body);
+  return present;
+}
+
+bool name_body(SbrBody &body, const char *file_name) noexcept {
+  const std::lock_guard hold(lock);
+  return body.record.set_path(file_name);
+}
+
+bool is_registered(const SbrBody *body) noexcept {
+  const std::lock_guard hold(lock);
+  return body != nullptr && link_to(body) != nullptr;
+}
 
 SbrBody *destroy_body(SbrBody *body) noexcept {
-  SbrBody **link = body != nullptr ? link_to(body) : nullptr;
-  if (link == nullptr) return nullptr;
-  SbrBody *next = body->next;
-  *link = next;
-  delete body;
+  SbrBody *next = nullptr;
+  {
+    const std::lock_guard hold(lock);
+    SbrBody **link = body != nullptr ? link_to(body) : nullptr;
+    if (link == nullptr) return nullptr;
+    next = unlink_at(link);
+  }
+  release_body(body);
   return next;
 }
 
@@ -72,16 +138,30 @@ SBR SBR_Destroy(SBR body) { return sbr::destroy_body(body); }
 void SBR_UnLink(SBR body) { sbr::destroy_body(body); }
 
 void SBR_DeReference(SBR body) {
-  if (!sbr::is_registered(body)) return;
-  if (body->reference_count == 1)
-    sbr::destroy_body(body);
-  else
-    body->reference_count -= 1;
+  {
+    const std::lock_guard hold(lock);
+    SbrBody **link = body != nullptr ? link_to(body) : nullptr;
+    if (link == nullptr) return;
+    if (body->reference_count != 1) {
+      body->reference_count -= 1;
+      return;
+    }
+    unlink_at(link);
+  }
+  sbr::release_body(body);
 }
 
 int SBR_Terminate(void) {
-  while (head != nullptr) sbr::destroy_body(head);
-  return 0;
+  for (;;) {
+    SBR first = nullptr;
+    {
+      const std::lock_guard hold(lock);
+      first = head;
+      if (first == nullptr) return 0;
+      unlink_at(&head);
+    }
+    sbr::release_body(first);
+  }
 }
 
 void SBR_FreeMemory(void *block) { std::free(block); }

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <optional>
 #include <string>
@@ -71,6 +72,13 @@ struct ProcessState {
   std::FILE *trace = nullptr;
   bool flag = false;
 };
+
+// Held by whoever looks at the state or changes it. The hooks of a library may load and unload others, so that the lock
+// may be taken again by the thread that has it.
+std::recursive_mutex &state_lock() {
+  static auto *const lock = new std::recursive_mutex;
+  return *lock;
+}
 
 ProcessState &process_state() {
   alignas(ProcessState) static unsigned char storage[sizeof(ProcessState)];
@@ -324,22 +332,26 @@ ktxLoader *load_named(const char *name) {
 }  // namespace
 
 ktxDynamicLibrary::ktxDynamicLibrary() {
+  const std::lock_guard hold(state_lock());
   ++process_state().living_objects;
   open_trace();
 }
 
 ktxDynamicLibrary::ktxDynamicLibrary(const char *name, const char **error, bool flag) : ktxDynamicLibrary() {
+  const std::lock_guard hold(state_lock());
   process_state().flag = flag;
   load(name, error);
 }
 
 ktxDynamicLibrary::~ktxDynamicLibrary() {
+  const std::lock_guard hold(state_lock());
   while (references_ > 0) unload();
   ProcessState &state = process_state();
   if (--state.living_objects == 0) state.search_list.reset();
 }
 
 bool ktxDynamicLibrary::load(const char *name, const char **error) {
+  const std::lock_guard hold(state_lock());
   ktxLoader *library = nullptr;
   try {
     library = load_named(name != nullptr ? name : "");
@@ -358,9 +370,13 @@ bool ktxDynamicLibrary::load(const char *name, const char **error) {
   return library != nullptr;
 }
 
-bool ktxDynamicLibrary::is_loaded() const { return registered(library_) != nullptr; }
+bool ktxDynamicLibrary::is_loaded() const {
+  const std::lock_guard hold(state_lock());
+  return registered(library_) != nullptr;
+}
 
 void *ktxDynamicLibrary::find_symbol(const char *name) const {
+  const std::lock_guard hold(state_lock());
   const ktxLoader *library = registered(library_);
   if (library == nullptr || name == nullptr) return nullptr;
   void *symbol = ::dlsym(library->module(), name);
@@ -369,6 +385,7 @@ void *ktxDynamicLibrary::find_symbol(const char *name) const {
 }
 
 void ktxDynamicLibrary::unload() {
+  const std::lock_guard hold(state_lock());
   if (references_ < 1) return;
   // The library may have gone already: others can unload it by its name.
   if (ktxLoader *library = registered(library_)) drop_reference(*library);
@@ -376,6 +393,7 @@ void ktxDynamicLibrary::unload() {
 }
 
 void ktxDynamicLibrary::unload_by_name(const char *name) {
+  const std::lock_guard hold(state_lock());
   try {
     const std::optional<std::string> path = Search(name).resolve();
     if (!path) return;
@@ -385,6 +403,7 @@ void ktxDynamicLibrary::unload_by_name(const char *name) {
 }
 
 int ktxDynamicLibrary::reference_count_of(const char *name) {
+  const std::lock_guard hold(state_lock());
   if (name == nullptr || *name == '\0') return -1;
   try {
     const std::optional<std::string> path = Search(name).resolve();
@@ -396,6 +415,7 @@ int ktxDynamicLibrary::reference_count_of(const char *name) {
 }
 
 char *ktxDynamicLibrary::full_name(const char *name) {
+  const std::lock_guard hold(state_lock());
   try {
     const std::optional<std::string> path = Search(name).resolve();
     return path ? ::strdup(path->c_str()) : nullptr;
@@ -405,6 +425,7 @@ char *ktxDynamicLibrary::full_name(const char *name) {
 }
 
 void ktxDynamicLibrary::set_search_list(const char *list, bool append) {
+  const std::lock_guard hold(state_lock());
   std::optional<std::string> &present = process_state().search_list;
   const bool empty = list == nullptr || *list == '\0';
   try {
@@ -417,8 +438,12 @@ void ktxDynamicLibrary::set_search_list(const char *list, bool append) {
 }
 
 const char *ktxDynamicLibrary::search_list() {
+  const std::lock_guard hold(state_lock());
   const std::optional<std::string> &present = process_state().search_list;
   return present ? present->c_str() : nullptr;
 }
 
-const char *ktxDynamicLibrary::error_text() { return process_state().last_error.get(); }
+const char *ktxDynamicLibrary::error_text() {
+  const std::lock_guard hold(state_lock());
+  return process_state().last_error.get();
+}

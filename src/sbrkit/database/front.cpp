@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string_view>
 
 #include "base/reports.h"
@@ -69,16 +70,20 @@ int load_definitions() noexcept {
   return status;
 }
 
-// The name that the database uses for a kind of file, empty when it gives none.
-bool database_file_name(const char *kind, Text &name, int &status) noexcept {
+// Room for a name that the database gives. It stands on the stack, so that a database can be closed without memory.
+struct FileName {
+  char text[kNameSize + 1] = {};
+};
+
+// The name that the database uses for a kind of file, empty when it gives none. The status.
+int database_file_name(const char *kind, FileName &name) noexcept {
   int length = kNameSize;
-  status = 0;
-  if (!name.allocate(kNameSize + 1)) return report_no_memory(unit_name::kDatabaseFront);
-  entries().get_db_name(kind, name.data(), &length, &status);
-  name[kNameSize] = '\0';
-  if (length >= 0 && length < kNameSize) name[length] = '\0';
-  if (status != 0) name[0] = '\0';
-  return true;
+  int status = 0;
+  entries().get_db_name(kind, name.text, &length, &status);
+  name.text[kNameSize] = '\0';
+  if (length >= 0 && length < kNameSize) name.text[length] = '\0';
+  if (status != 0) name.text[0] = '\0';
+  return status;
 }
 
 // Cuts a path at its last "_", wherever that stands.
@@ -98,15 +103,16 @@ bool current_directory(Text &out) noexcept {
 // Creates the scratch database under a name of its own in the current directory. The status of its creation.
 int create_scratch_base() noexcept {
   Text &name = run().name;
-  Text tail;
-  int status = 0;
-  if (!database_file_name("DBS", tail, status)) return kEntryMissing;
+  FileName tail;
+  int status = database_file_name("DBS", tail);
   if (status != 0) return status;
-  if (!current_directory(name) || !append(name, view_of(tail))) {
+  // With the suffix for a moment, so that end_base needs no memory to name the files.
+  if (!current_directory(name) || !append(name, tail.text) || !append(name, kMasterSuffix)) {
     name.release();
     report_no_memory(unit_name::kDatabaseFront);
     return kEntryMissing;
   }
+  name[view_of(name).size() - kMasterSuffix.size()] = '\0';
   cut_tail(name);
   entries().dbase_new(text_of(name), "init dbsbr", &status);
   if (status != 0) name.release();
@@ -114,25 +120,25 @@ int create_scratch_base() noexcept {
 }
 
 // Deletes the print file. A name that names no file is taken as one beside the scratch database.
-void delete_print_file(const Text &print_file) noexcept {
-  const std::string_view full = view_of(print_file);
-  if (full.empty() || unlink(text_of(print_file)) == 0) return;
+void delete_print_file(const FileName &print_file) noexcept {
+  const std::string_view full = print_file.text;
+  if (full.empty() || unlink(print_file.text) == 0) return;
   const std::string_view base = full.substr(0, full.rfind('_'));
   const std::string_view name = view_of(run().name);
   const std::size_t place = base.empty() ? std::string_view::npos : name.rfind(base);
   if (place == std::string_view::npos) return;
-  Text rebuilt;
-  if (append(rebuilt, name.substr(0, place)) && append(rebuilt, full) &&
-      append(rebuilt, name.substr(place + base.size())))
-    unlink(text_of(rebuilt));
+  const std::string_view behind = name.substr(place + base.size());
+  FileName rebuilt;
+  const int length = std::snprintf(rebuilt.text, sizeof rebuilt.text, "%.*s%s%.*s", static_cast<int>(place),
+                                   name.data(), full.data(), static_cast<int>(behind.size()), behind.data());
+  if (length > 0 && length < kNameSize) unlink(rebuilt.text);
 }
 
 // Closes the database and deletes its print file. The status.
 int close_files() noexcept {
-  Text print_file;
+  FileName print_file;
+  static_cast<void>(database_file_name("F06", print_file));
   int status = 0;
-  if (!database_file_name("F06", print_file, status)) return kEntryMissing;
-  status = 0;
   entries().dbase_cls(&status);
   delete_print_file(print_file);
   return status;
@@ -187,9 +193,12 @@ bool end_base() noexcept {
   const bool closed = close_database();
   state.started = false;
   for (const char *suffix : {".MASTER", ".DBALL", ".DBSBR"}) {
-    Text file;
     if (state.name.empty()) break;
-    if (print(file, "%s%s", text_of(state.name), suffix)) unlink(text_of(file));
+    // create_scratch_base has left room for the suffix.
+    const std::size_t end = view_of(state.name).size();
+    std::strcpy(state.name.data() + end, suffix);
+    unlink(text_of(state.name));
+    state.name[end] = '\0';
   }
   state.name.release();
   return closed;

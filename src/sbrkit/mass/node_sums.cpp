@@ -46,9 +46,10 @@ void add_inertia_terms(const SbrBody &body, const double *theta, double *sum3) n
   }
 }
 
-bool allocate_mode_buffer(const SbrBody &body, Array<double> &buffer) noexcept {
+bool allocate_mode_buffer(SbrBody &body, Array<double> &buffer) noexcept {
   // A mode delivers as many nodes as its own list has; the sums run over the node table.
-  return buffer.allocate(3 * std::int64_t{std::max(node_count(body), body.nodes.kinds[Kind::shape].count)});
+  return buffer.allocate(3 * std::int64_t{std::max(node_count(body), body.nodes.kinds[Kind::shape].count)}) &&
+         ready_for_modes(body, Kind::shape);
 }
 
 void sum_invar1(const SbrBody &body, Array<double> &cell) noexcept {

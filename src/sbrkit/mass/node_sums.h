@@ -18,8 +18,9 @@ void sum_invar7(const SbrBody &body, Array<double> &cell) noexcept;
 // m r x phi and of I theta.
 void add_orbital_terms(const SbrBody &body, const double *phi, double *sum3) noexcept;
 void add_inertia_terms(const SbrBody &body, const double *theta, double *sum3) noexcept;
-// A working buffer that takes one part of a mode of kind 0: three values per node.
-[[nodiscard]] bool allocate_mode_buffer(const SbrBody &body, Array<double> &buffer) noexcept;
+// A working buffer that takes one part of a mode of kind 0, three values per node, and what reading the modes takes
+// besides: a mode that cannot be had after that is one that there is not.
+[[nodiscard]] bool allocate_mode_buffer(SbrBody &body, Array<double> &buffer) noexcept;
 
 }  // namespace sbr
 

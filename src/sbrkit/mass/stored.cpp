@@ -29,11 +29,21 @@ bool pass_mode_count(SbrBody &body) noexcept {
   return true;
 }
 
+// A block that ends with the file leaves zeros; one that the file has and that cannot be read is told.
+void finish_short(const StreamChannel &channel, int block) noexcept {
+  if (!channel.lost && std::ferror(channel.stream) == 0) return;
+  constexpr int kNumbers[] = {1, 2, 3, 4, 5, 7, 8, 9};
+  report_error("Problem reading Invariant %d", kNumbers[block - kInvariant1]);
+}
+
 }  // namespace
 
 bool read_invariant_block(SbrBody &body, int block, std::int64_t run, Array<double> &cell) noexcept {
   if (!go_to_block(body, block)) return false;
-  if (invariant_has_count(block) && !pass_mode_count(body)) return true;
+  if (invariant_has_count(block) && !pass_mode_count(body)) {
+    finish_short(body.record, block);
+    return true;
+  }
   const double factor = block_factor(body, block);
   const auto size = static_cast<std::int64_t>(cell.size());
   for (std::int64_t start = 0; start + run <= size; start += run) {
@@ -41,7 +51,9 @@ bool read_invariant_block(SbrBody &body, int block, std::int64_t run, Array<doub
     const std::int64_t read = read_available(body.record, values, run);
     std::fill(values + read, values + run, 0.0);
     convert_units(values, read, factor);
-    if (read < run) break;
+    if (read == run) continue;
+    finish_short(body.record, block);
+    break;
   }
   return true;
 }

@@ -169,16 +169,21 @@ int record_of_number(const SbrBody &body, int number, Kind kind) noexcept {
   return number == 0 && kind != Kind::shape ? kPreVector : mode_index(body, number);
 }
 
+bool ready_for_modes(SbrBody &body, Kind kind) noexcept {
+  const std::int64_t values = std::int64_t{6} * kind_count(body, kind);
+  Array<double> &record = body.access.current_record[kind];
+  if (values < 1 || static_cast<std::int64_t>(record.size()) == values) return true;
+  if (!record.allocate(values)) return false;
+  body.access.current_mode[kind] = kNoMode;
+  return true;
+}
+
 // The mode counts as current before it is read, and a failed read does not undo that.
 const double *whole_mode(SbrBody &body, int mode, Kind kind) noexcept {
-  if (!has_record(body, mode, kind)) return nullptr;
+  if (!has_record(body, mode, kind) || !ready_for_modes(body, kind)) return nullptr;
   const int count = kind_count(body, kind);
   const std::int64_t values = std::int64_t{6} * count;
   Array<double> &record = body.access.current_record[kind];
-  if (static_cast<std::int64_t>(record.size()) != values) {
-    if (!record.allocate(values)) return nullptr;
-    body.access.current_mode[kind] = kNoMode;
-  }
   if (mode == body.access.current_mode[kind]) return record.data();
   body.access.current_mode[kind] = mode;
   bool good = true;

@@ -23,6 +23,9 @@ inline constexpr int kNoMode = -1;
 // What a host's mode number names: an index, the pre-vector for number 0 of stress and strain, or nothing (kNoMode).
 [[nodiscard]] int record_of_number(const SbrBody &body, int number, Kind kind) noexcept;
 
+// Takes the memory that reading modes of a kind needs: from then on no mode that there is is missed for want of it. To
+// be asked by whoever takes a missing mode for zeros. False when memory is short.
+[[nodiscard]] bool ready_for_modes(SbrBody &body, Kind kind) noexcept;
 // A whole mode or pre-vector: six values per kind position. Null when there is no such mode, no pre-vector or no node.
 // A read that breaks off is reported and gives what came. Valid until the next access to the kind.
 [[nodiscard]] const double *whole_mode(SbrBody &body, int mode, Kind kind) noexcept;

@@ -30,7 +30,11 @@ Rewriting copy_records(SbrBody &body, Kind kind, ModeRewrite &rewrite) noexcept 
   Array<double> record;
   if (!record.allocate(present)) return Rewriting::no_memory;
   for (int mode = 0; mode < known_mode_count(body); ++mode) {
+    // A file that grows as it is written to ends behind its last record.
+    const std::int64_t reached = body.store.reserved_bytes[kind] - body.store.offsets[kind][mode];
+    const std::int64_t there = std::clamp<std::int64_t>(reached / real_size(body.modes[kind]), 0, present);
     const std::int64_t came = read_stored_values(body, mode, kind, 0, record.data(), present);
+    if (came < there) return Rewriting::unreadable;
     if (!rewrite.put_at(mode, 0, record.data(), came)) return Rewriting::disk_full;
   }
   return Rewriting::done;

@@ -79,6 +79,7 @@ int compute(SbrBody &body, int record, const Figure &figure, ModalStatistics &mo
   Array<double> data[2];
   for (int p = 0; p < figure.parts; ++p)
     if (!data[p].allocate(std::int64_t{3} * count)) return report_no_memory(unit_name::kData);
+  if (!ready_for_modes(body, figure.kind)) return report_no_memory(unit_name::kData);
   int status = 0;
   for (int p = 0; p < figure.parts; ++p)
     status = mode_part(body, record, figure.kind, figure.first_part + p, data[p].data()) ? 1 : 0;

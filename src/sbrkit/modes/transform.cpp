@@ -21,8 +21,9 @@ struct ModeTask {
   Kind kind;
   int old_count;
   int new_count;
-  const double *matrix;  // old_count x old_count, row by row: row old mode, column new mode
-  std::int64_t values;   // of one mode
+  const double *matrix;          // old_count x old_count, row by row: row old mode, column new mode
+  std::int64_t values;           // of one mode
+  Array<unsigned char> lacking;  // by old mode: its record is not whole, which was reported
 };
 
 bool monitor_is_wanted() noexcept { return std::getenv("KTX_NO_TIME_MONITOR_STAMP") == nullptr; }
@@ -54,17 +55,19 @@ class Progress {
 };
 
 // Looks at every old mode. One that does not lie whole in the file is reported once.
-Rewriting look_at_modes(const ModeTask &task) noexcept {
+Rewriting look_at_modes(ModeTask &task) noexcept {
   if (task.old_count < 1) return Rewriting::done;
   if (task.values < 1 || task.old_count > known_mode_count(task.body)) return Rewriting::unreadable;
-  for (int m = 0; m < task.old_count; ++m) mode_record_is_whole(task.body, m, task.kind);
+  if (!task.lacking.allocate(task.old_count)) return Rewriting::no_memory;
+  for (int m = 0; m < task.old_count; ++m) task.lacking[m] = mode_record_is_whole(task.body, m, task.kind) ? 0 : 1;
   return Rewriting::done;
 }
 
-// Values of an old mode. What the file lacks counts as zeros.
-void read_old_values(const ModeTask &task, int m, std::int64_t first, double *out, std::int64_t count) noexcept {
+// Values of an old mode. What the file lacks counts as zeros; false when it has them and they cannot be read.
+bool read_old_values(const ModeTask &task, int m, std::int64_t first, double *out, std::int64_t count) noexcept {
   const std::int64_t came = read_stored_values(task.body, m, task.kind, first, out, count);
   std::fill(out + came, out + count, 0.0);
+  return came == count || task.lacking[m] != 0;
 }
 
 // Values per strip: enough for long reads and writes, few enough that the strips of all modes together take no more
@@ -88,7 +91,8 @@ Rewriting combine_strips(const ModeTask &task, const CombinationWeights &weights
   const Strip &outputs = new_values.strip();
   for (std::int64_t first = 0; first < task.values; first += length) {
     const std::int64_t count = std::min(length, task.values - first);
-    for (int m = 0; m < task.old_count; ++m) read_old_values(task, m, first, sources.mode(m), count);
+    for (int m = 0; m < task.old_count; ++m)
+      if (!read_old_values(task, m, first, sources.mode(m), count)) return Rewriting::unreadable;
     combine_modes(weights, sources, outputs, count);
     for (int j = 0; j < task.new_count; ++j)
       if (!rewrite.put_at(j, first, outputs.mode(j), count)) return Rewriting::disk_full;
@@ -98,7 +102,7 @@ Rewriting combine_strips(const ModeTask &task, const CombinationWeights &weights
 }
 
 // Full matrix: every new mode is the sum of the old modes with the weights of its column.
-Rewriting combine(const ModeTask &task, ModeRewrite &rewrite) noexcept {
+Rewriting combine(ModeTask &task, ModeRewrite &rewrite) noexcept {
   Progress progress(task);
   if (const Rewriting found = look_at_modes(task); found != Rewriting::done) return found;
   CombinationWeights weights;
@@ -113,14 +117,14 @@ Rewriting combine(const ModeTask &task, ModeRewrite &rewrite) noexcept {
 
 // Diagonal matrix: each mode times its own weight. A weight of zero leaves in the record what the mode before put
 // there.
-Rewriting scale(const ModeTask &task, ModeRewrite &rewrite) noexcept {
+Rewriting scale(ModeTask &task, ModeRewrite &rewrite) noexcept {
   if (const Rewriting found = look_at_modes(task); found != Rewriting::done) return found;
   Array<double> source;
   if (task.new_count > 0 && !source.allocate(task.values)) return Rewriting::no_memory;
   return rewrite.write_modes(task.new_count, task.values, [&](int m, double *record) noexcept {
     const double c = task.matrix[static_cast<std::int64_t>(m) * task.old_count + m];
     if (c == 0.0) return Rewriting::done;
-    read_old_values(task, m, 0, source.data(), task.values);
+    if (!read_old_values(task, m, 0, source.data(), task.values)) return Rewriting::unreadable;
     for (std::size_t i = 0; i < source.size(); ++i) record[i] = c * source[i];
     return Rewriting::done;
   });
@@ -159,7 +163,7 @@ bool ModeTransformation::prepare(int new_count, const double *matrix) noexcept {
     return false;
   }
   const std::int64_t values = 6 * static_cast<std::int64_t>(kind_count(body_, kind_));
-  const ModeTask task{body_, kind_, old_count, new_count, matrix, values};
+  ModeTask task{body_, kind_, old_count, new_count, matrix, values, {}};
   if (!rewrite_.begin()) return false;
   prepared_ =
       rewrite_.complete(body_.matrices.modes_not_orthogonal != 0 ? combine(task, rewrite_) : scale(task, rewrite_));

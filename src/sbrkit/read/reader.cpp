@@ -14,10 +14,10 @@ namespace {
 // Makes the record channel stand for the file, native and double for the time being.
 void attach_stream(SbrBody &body, std::FILE *stream, const char *file_name) noexcept {
   for (StreamChannel &channel : body.modes) channel.close();
-  if (body.record.stream != stream) body.record.close();
+  if (body.record.stream != nullptr && body.record.stream != stream) body.record.close();
   body.record.own(stream);
   body.record.double_precision = true;
-  if (file_name == nullptr || !body.record.set_path(file_name))
+  if (file_name == nullptr || !name_body(body, file_name))
     report_warning("Failed to allocate memory at line %d in file %s.\n", __LINE__, "sbrread");
 }
 
@@ -26,7 +26,7 @@ enum class Word { accepted, foreign, failed };
 // Takes the first word as that of a native file.
 Word native_version(SbrBody &body) noexcept {
   std::int32_t stored = 0;
-  (void)seek_stream(body.record.stream, 0);
+  go_to(body.record, 0);
   if (!read_int(body.record, stored)) return Word::foreign;
   const auto word = static_cast<std::uint32_t>(stored);
   const auto code = static_cast<std::uint32_t>(version_code(word));
@@ -47,7 +47,7 @@ Word xdr_version(SbrBody &body) noexcept {
     return Word::failed;
   }
   std::int32_t stored = 0;
-  (void)seek_stream(body.record.stream, 0);
+  go_to(body.record, 0);
   if (!read_int(body.record, stored)) return Word::foreign;
   const auto word = static_cast<std::uint32_t>(stored);
   const auto code = static_cast<std::uint32_t>(version_code(word));
@@ -139,28 +139,21 @@ Reading read_body(SbrBody &body, std::FILE *stream, const char *file_name) noexc
 
 }  // namespace
 
-SbrBody *share_body(const char *file_name, int surface_mesh) noexcept {
-  if (file_name == nullptr) return nullptr;
-  for (SbrBody *body = registry_head(); body != nullptr; body = body->next) {
-    const Array<char> &path = body->record.path;
-    if (!path || body->geometry.is_surface_mesh != surface_mesh || std::strcmp(path.data(), file_name) != 0) continue;
-    body->reference_count += 1;
-    return body;
-  }
-  return nullptr;
-}
-
-SbrBody *open_body(const char *file_name) noexcept {
+// Nobody finds the body before it is whole.
+SbrBody *open_body(const char *file_name, void (*prepare)(SbrBody &body) noexcept) noexcept {
   std::FILE *stream = file_name != nullptr ? std::fopen(file_name, "rb") : nullptr;
   if (stream == nullptr) return nullptr;
-  SbrBody *body = new_body();
+  SbrBody *body = unregistered_body();
   if (body == nullptr) {
     std::fclose(stream);
     return nullptr;
   }
-  if (read_body(*body, stream, file_name) != Reading::failed) return body;
-  destroy_body(body);
-  return nullptr;
+  if (read_body(*body, stream, file_name) == Reading::failed) {
+    release_body(body);
+    return nullptr;
+  }
+  if (prepare != nullptr) prepare(*body);
+  return register_body(body);
 }
 
 }  // namespace sbr
@@ -169,7 +162,7 @@ extern "C" {
 
 SBR SBR_CreateFromSBR(const char *file_name) {
   SBR shared = sbr::share_body(file_name, 0);
-  return shared != nullptr ? shared : sbr::open_body(file_name);
+  return shared != nullptr ? shared : sbr::open_body(file_name, nullptr);
 }
 
 int SBR_ReadSBR(SBR body, FILE *stream, const char *file_name) {

@@ -9,11 +9,9 @@
 
 namespace sbr {
 
-// The live body of a file, with one reference more; null when there is none. surface_mesh says which of the two
-// bodies that a file may have is meant.
-[[nodiscard]] SbrBody *share_body(const char *file_name, int surface_mesh) noexcept;
-// A new body read from a file; null when the file cannot be opened or read.
-[[nodiscard]] SbrBody *open_body(const char *file_name) noexcept;
+// A body read from a file, and what `prepare`, if any, makes of it before it can be found; null when the file cannot be
+// opened or read. When another thread has opened the file in the meantime, the body is that one.
+[[nodiscard]] SbrBody *open_body(const char *file_name, void (*prepare)(SbrBody &body) noexcept) noexcept;
 
 }  // namespace sbr
 

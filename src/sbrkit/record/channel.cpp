@@ -80,8 +80,10 @@ bool write_xdr_words(std::FILE *stream, const unsigned char *buffer, std::int64_
   return true;
 }
 
+bool may_read(const StreamChannel &channel) noexcept { return channel.stream != nullptr && !channel.lost; }
+
 bool read_words(StreamChannel &channel, void *buffer, std::int64_t count, std::size_t size) noexcept {
-  if (channel.stream == nullptr || count < 0) return false;
+  if (!may_read(channel) || count < 0) return false;
   if (count == 0) return true;
   if (channel.xdr_encoded) return read_xdr_words(channel.stream, static_cast<unsigned char *>(buffer), count, size);
   const auto n = static_cast<std::size_t>(count);
@@ -169,6 +171,7 @@ void StreamChannel::own(std::FILE *file, Holding what) noexcept {
   else
     let_go();
   stream = file;
+  lost = false;
   holding_ = file != nullptr ? what : Holding::nothing;
 }
 
@@ -179,6 +182,7 @@ void StreamChannel::take(StreamChannel &other) noexcept {
   path = std::move(other.path);
   xdr_encoded = std::exchange(other.xdr_encoded, false);
   double_precision = other.double_precision;
+  lost = other.lost;
   single_scratch = other.single_scratch;
   holding_ = std::exchange(other.holding_, Holding::nothing);
 }
@@ -189,6 +193,7 @@ void StreamChannel::view(const StreamChannel &owner) noexcept {
   xdr = owner.xdr;
   xdr_encoded = owner.xdr_encoded;
   double_precision = owner.double_precision;
+  lost = owner.lost;
 }
 
 void StreamChannel::close() noexcept {
@@ -224,13 +229,13 @@ bool StreamChannel::bind_xdr(xdr_op direction) noexcept {
 }
 
 bool read_int(StreamChannel &channel, std::int32_t &value) noexcept {
-  if (channel.stream == nullptr) return false;
+  if (!may_read(channel)) return false;
   if (channel.xdr_encoded) return xdr_int(channel.xdr, &value) != 0;
   return std::fread(&value, 4, 1, channel.stream) == 1;
 }
 
 bool read_chars(StreamChannel &channel, char *buffer, std::int64_t count) noexcept {
-  if (channel.stream == nullptr || count < 0) return false;
+  if (!may_read(channel) || count < 0) return false;
   if (channel.xdr_encoded) {
     if (count > std::numeric_limits<u_int>::max()) return false;
     return xdr_vector(channel.xdr, buffer, static_cast<u_int>(count), 1, reinterpret_cast<xdrproc_t>(xdr_char)) != 0;
@@ -244,7 +249,7 @@ bool read_ints(StreamChannel &channel, std::int32_t *buffer, std::int64_t count)
 
 bool read_reals(StreamChannel &channel, double *buffer, std::int64_t count) noexcept {
   if (channel.double_precision) return read_words(channel, buffer, count, 8);
-  if (channel.xdr_encoded && count >= kLongRun && bytes_left(channel) / 4 >= count)
+  if (channel.xdr_encoded && !channel.lost && count >= kLongRun && bytes_left(channel) / 4 >= count)
     return read_xdr_singles(channel.stream, buffer, count);
   if (!read_words(channel, buffer, count, 4)) return false;
   widen(reinterpret_cast<unsigned char *>(buffer), reinterpret_cast<const unsigned char *>(buffer), count);
@@ -267,7 +272,7 @@ bool read_values(StreamChannel &channel, float *buffer, std::int64_t count) noex
 // A read that broke off is made again as far as the file goes, so that what came stands as whole values.
 template <class Real>
 std::int64_t read_what_is_there(StreamChannel &channel, Real *buffer, std::int64_t count) noexcept {
-  const std::int64_t start = tell_stream(channel.stream);
+  const std::int64_t start = place_of(channel);
   if (read_values(channel, buffer, count)) return count;
   go_to(channel, start);
   const std::int64_t there = std::min(count, bytes_left(channel) / real_size(channel));
@@ -329,7 +334,19 @@ std::int64_t tell_stream(std::FILE *stream) noexcept {
 }
 
 void go_to(StreamChannel &channel, std::int64_t position) noexcept {
-  if (!seek_stream(channel.stream, position)) (void)seek_stream(channel.stream, 0, 2);
+  channel.lost = !seek_stream(channel.stream, position);
+}
+
+std::int64_t place_of(const StreamChannel &channel) noexcept { return channel.lost ? -1 : tell_stream(channel.stream); }
+
+void pass_over(StreamChannel &channel, std::int64_t bytes) noexcept {
+  const std::int64_t here = place_of(channel);
+  std::int64_t target = 0;
+  if (__builtin_add_overflow(here, bytes, &target)) target = std::numeric_limits<std::int64_t>::max();
+  if (here < 0)
+    channel.lost = true;
+  else
+    go_to(channel, target);
 }
 
 void terminate_text(char *buffer, int size) noexcept {
@@ -339,8 +356,7 @@ void terminate_text(char *buffer, int size) noexcept {
 }
 
 std::int64_t bytes_left(StreamChannel &channel) noexcept {
-  if (channel.stream == nullptr) return 0;
-  const std::int64_t here = tell_stream(channel.stream);
+  const std::int64_t here = place_of(channel);
   const std::int64_t size = file_bytes(channel);
   return here < 0 || here > size ? 0 : size - here;
 }
@@ -363,7 +379,7 @@ RowReader::RowReader(StreamChannel &channel, std::int64_t row_bytes, std::int64_
       left_(0),
       reversed_(channel.xdr_encoded),
       real_bytes_(static_cast<std::size_t>(real_size(channel))) {
-  if (stream_ == nullptr || row_bytes <= 0 || rows <= 0) return;
+  if (!may_read(channel) || row_bytes <= 0 || rows <= 0) return;
   if (__builtin_mul_overflow(row_bytes, rows, &left_)) left_ = std::numeric_limits<std::int64_t>::max();
 }
 

@@ -26,6 +26,7 @@ struct StreamChannel {
   Array<char> path;    // zero-terminated; empty when there is none
   bool xdr_encoded = false;
   bool double_precision = true;
+  bool lost = false;  // where the stream stands is not known: nothing is read until a move succeeds
   Array<float> *single_scratch = nullptr;  // the body's float_buffer; not owned
 
   StreamChannel() = default;
@@ -66,18 +67,21 @@ inline int char_size(const StreamChannel &channel) { return channel.xdr_encoded 
 [[nodiscard]] bool seek_stream(std::FILE *stream, std::int64_t offset, int origin = 0) noexcept;
 // Where a stream stands, -1 when that cannot be told.
 [[nodiscard]] std::int64_t tell_stream(std::FILE *stream) noexcept;
-// Moves a channel to a position. One that cannot be reached leaves it at its end, so that the next read fails.
+// Moves a channel to a position. One that cannot be reached leaves it lost, so that the next read fails.
 void go_to(StreamChannel &channel, std::int64_t position) noexcept;
+// Where a channel stands, -1 when it is lost or that cannot be told.
+[[nodiscard]] std::int64_t place_of(const StreamChannel &channel) noexcept;
+// Moves a channel ahead as go_to does.
+void pass_over(StreamChannel &channel, std::int64_t bytes) noexcept;
 // Ends a text field of `size` characters: trailing blanks go, and the last character is an end.
 void terminate_text(char *buffer, int size) noexcept;
 
 // Puts a channel back to where it stood.
 class PositionKeeper {
  public:
-  explicit PositionKeeper(StreamChannel &channel) noexcept
-      : channel_(channel), position_(tell_stream(channel.stream)) {}
+  explicit PositionKeeper(StreamChannel &channel) noexcept : channel_(channel), position_(place_of(channel)) {}
   ~PositionKeeper() {
-    if (position_ >= 0) (void)seek_stream(channel_.stream, position_);
+    if (channel_.stream != nullptr) go_to(channel_, position_);
   }
   PositionKeeper(const PositionKeeper &) = delete;
   PositionKeeper &operator=(const PositionKeeper &) = delete;
