@@ -21,8 +21,8 @@
  *  masses (8, 5 and 9 from the nodes in any case), else (1, 2 and 7) from the global mass properties, else zeros. What
  *  was entered by hand counts as kept (invariant_entry.h). Sums take the nodes in index order. A block of another mode
  *  count reports `"nm!=ModeCount at line %d in file %s"` and is read as one of M modes; in a block that ends with the
- *  file, the places that were not read are zero, and so they are, after `"Problem reading Invariant %d"`, when the file has
- *  them and cannot be read.
+ *  file, the places that were not read are zero, and so they are, after `"Problem reading Invariant %d"`, when the file
+ *  has them and cannot be read.
  *
  *  Mode arguments are indices, not numbers. Arrays are new, for SBR_FreeMemory(). A null result without a message means
  *  no modes, or an index out of range; memory that ran short is reported with the allocation message. A body without

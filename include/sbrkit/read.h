@@ -23,8 +23,8 @@ extern "C" {
  *  reads nothing again. Otherwise the file is opened and read by SBR_ReadSBR(). Bodies of
  *  SBR_CreateFromSBR_SurfaceMesh() are apart.
  *  @param file_name  the path; null gives null
- *  @return the body, to be let go by SBR_DeReference(). Null when the file cannot be opened or there is no memory for the
- *          handle, without a message, and when it cannot be read, after those of SBR_ReadSBR(). */
+ *  @return the body, to be let go by SBR_DeReference(). Null when the file cannot be opened or there is no memory for
+ *          the handle, without a message, and when it cannot be read, after those of SBR_ReadSBR(). */
 SBR_API SBR SBR_CreateFromSBR(const char *file_name);
 
 /** Fills a fresh body from an open stream. Null body: silent.

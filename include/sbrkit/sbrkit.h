@@ -58,7 +58,7 @@
  *    time: even a look-up may change a handle, since it builds tables and caches. A body that several threads open by
  *    the same file name is one handle. What the process shares is guarded: the registry, with opening, sharing and
  *    letting go; the handlers, which are called one at a time, whatever thread reports; the loader of libraries. The
- *    database is for one thread at a time. SBR_Terminate(), SBR_Destroy() and SBR_UnLink() end bodies whoever uses them.
+ *    database is for one thread at a time. SBR_Terminate(), SBR_Destroy() and SBR_UnLink() end bodies in anybody's use.
  *    The environment is read at the moment of use, and must not be changed while another thread is in the library. */
 #ifndef SBRKIT_SBRKIT_SBRKIT_H
 #define SBRKIT_SBRKIT_SBRKIT_H
