@@ -16,12 +16,6 @@ using ReaderTest = RecordTest;
 
 const Message kNotValid = error("Not a valid SBR format.");
 
-int registry_size() {
-  int size = 0;
-  for (SBR body = sbr::registry_head(); body != nullptr; body = state::next(body)) ++size;
-  return size;
-}
-
 // ---- sharing -------------------------------------------------------------------------------------------------------
 
 TEST_F(ReaderTest, OneNameGivesOneHandleThatIsReleasedByTheSecondDereference) {
@@ -77,7 +71,7 @@ TEST_F(ReaderTest, AMissingFileIsRefusedWithoutAMessage) {
   EXPECT_EQ(SBR_CreateFromSBR(scratch.file("absent").c_str()), nullptr);
   EXPECT_EQ(SBR_CreateFromSBR(nullptr), nullptr);
   EXPECT_TRUE(log.all().empty());
-  EXPECT_EQ(registry_size(), 0);
+  EXPECT_EQ(sbr::registered_bodies(), 0);
 }
 
 TEST_F(ReaderTest, AnUnreadableFileIsRefusedWithoutAMessage) {
@@ -97,7 +91,7 @@ TEST_F(ReaderTest, AnUnreadableFileIsRefusedWithoutAMessage) {
 TEST_F(ReaderTest, AnEmptyOrTooShortFileIsNoRecord) {
   expect_refused("", {kNotValid});
   expect_refused("ab", {kNotValid});
-  EXPECT_EQ(registry_size(), 0);
+  EXPECT_EQ(sbr::registered_bodies(), 0);
 }
 
 TEST_F(ReaderTest, ADirectoryIsNoRecord) {
@@ -117,7 +111,7 @@ TEST_F(ReaderTest, AFailedReadTakesTheBodyOffTheRegistryAndClosesTheFile) {
     record.block(3).integers({0, 3});
     EXPECT_EQ(open(record), nullptr);
   }
-  EXPECT_EQ(registry_size(), 0);
+  EXPECT_EQ(sbr::registered_bodies(), 0);
   EXPECT_EQ(open_files(), before);
 }
 

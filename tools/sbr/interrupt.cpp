@@ -45,21 +45,34 @@ struct RawEntry {
   char name[1];
 };
 
-void remove_directory(const char *path) {
-  if (rmdir(path) == 0) return;
+int open_directory(int parent, const char *name) {
   int directory = -1;
   for (int tries = 0; directory < 0 && tries < 3; ++tries)
-    directory = open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    directory = openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  return directory;
+}
+
+// Removes what stands in a directory, with the directories in it, and closes it.
+void empty_directory(int directory, int depth) {
+  constexpr int kDeepest = 32;  // each takes a buffer of the stack
   if (directory < 0) return;
   alignas(RawEntry) char entries[4096];
   long bytes = 0;
   while ((bytes = syscall(SYS_getdents64, directory, entries, sizeof entries)) > 0)
     for (long at = 0; at < bytes;) {
       const auto *entry = reinterpret_cast<const RawEntry *>(entries + at);
-      unlinkat(directory, entry->name, 0);  // leaves "." and ".." alone
+      const std::string_view name = entry->name;
       at += entry->length;
+      if (name == "." || name == ".." || unlinkat(directory, entry->name, 0) == 0 || depth == kDeepest) continue;
+      empty_directory(open_directory(directory, entry->name), depth + 1);
+      unlinkat(directory, entry->name, AT_REMOVEDIR);
     }
   close(directory);
+}
+
+void remove_directory(const char *path) {
+  if (rmdir(path) == 0) return;
+  empty_directory(open_directory(AT_FDCWD, path), 0);
   rmdir(path);
 }
 

@@ -100,6 +100,13 @@ bool name_body(SbrBody &body, const char *file_name) noexcept {
   return body.record.set_path(file_name);
 }
 
+int registered_bodies() noexcept {
+  const std::lock_guard hold(lock);
+  int count = 0;
+  for (const SbrBody *body = head; body != nullptr; body = body->next) ++count;
+  return count;
+}
+
 bool is_registered(const SbrBody *body) noexcept {
   const std::lock_guard hold(lock);
   return body != nullptr && link_to(body) != nullptr;

@@ -24,6 +24,8 @@ void release_body(SbrBody *body) noexcept;
 [[nodiscard]] bool name_body(SbrBody &body, const char *file_name) noexcept;
 // Whether a handle is on the registry.
 [[nodiscard]] bool is_registered(const SbrBody *body) noexcept;
+// How many bodies are on it.
+[[nodiscard]] int registered_bodies() noexcept;
 // Takes a body off the registry and releases it. Gives the body behind it; null for a stranger, which is left alone.
 SbrBody *destroy_body(SbrBody *body) noexcept;
 

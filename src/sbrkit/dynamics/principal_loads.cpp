@@ -40,9 +40,12 @@ void fetch_part(SbrBody &body, int position, int part, Array<double> &buffer) no
 
 // ---- with nodal masses ---------------------------------------------------------------------------------------------
 
-bool project_modal_force_by_mass(SbrBody &body, Array<double> &f, int r) noexcept {
+void project_modal_force_by_mass(SbrBody &body, Array<double> &f, int r) noexcept {
   Array<double> phi;
-  if (!allocate_mode_buffer(body, phi)) return report_no_memory(unit_name::kTools);
+  if (!allocate_mode_buffer(body, phi)) {
+    report_no_memory(unit_name::kTools);
+    return;
+  }
   double six[6] = {};  // force, then moment
   for (int i = 0; i < rigid_entries(f, r); ++i) {
     const double g = generalized_mass_at(body, i);
@@ -58,7 +61,6 @@ bool project_modal_force_by_mass(SbrBody &body, Array<double> &f, int r) noexcep
   }
   // All six are written, also those of modes that are not rigid.
   for (std::size_t c = 0; c < std::min<std::size_t>(6, f.size()); ++c) f[c] = cut_small(six[c]);
-  return true;
 }
 
 // ---- without nodal masses ------------------------------------------------------------------------------------------
@@ -144,19 +146,21 @@ bool invert(SixRows &A) noexcept {
   return true;
 }
 
-bool project_modal_force_by_fit(SbrBody &body, Array<double> &f, int r) noexcept {
+void project_modal_force_by_fit(SbrBody &body, Array<double> &f, int r) noexcept {
   const int count = rigid_entries(f, r);
   Array<double> translations;
   Array<double> rotations;
-  if (node_count(body) > 0 && (!allocate_mode_buffer(body, translations) || !allocate_mode_buffer(body, rotations)))
-    return report_no_memory(unit_name::kTools);
+  if (node_count(body) > 0 && (!allocate_mode_buffer(body, translations) || !allocate_mode_buffer(body, rotations))) {
+    report_no_memory(unit_name::kTools);
+    return;
+  }
   SixRows G = {};
   SixRows A = {};
   SixRows B = {};
   double g[6] = {};
-  if (!rigid_mass_matrix(body, G)) return false;
+  if (!rigid_mass_matrix(body, G)) return;
   normal_matrix(body, A);
-  if (!invert(A)) return true;
+  if (!invert(A)) return;
   for (int i = 0; i < count; ++i) {
     g[i] = generalized_mass_at(body, i);
     fetch_part(body, i, 0, translations);
@@ -169,16 +173,14 @@ bool project_modal_force_by_fit(SbrBody &body, Array<double> &f, int r) noexcept
       for (int c = 0; c < 6; ++c)
         for (int i = 0; i < count; ++i) R[a] += G[a][b] * A[b][c] * B[c][i] * f[i] / g[i];
   for (int j = 0; j < count; ++j) f[j] = cut_small(R[j]);
-  return true;
 }
 
-// False, after a report, when memory is short; the forces then stay as they were.
-using Projection = bool (*)(SbrBody &, Array<double> &, int) noexcept;
+using Projection = void (*)(SbrBody &, Array<double> &, int) noexcept;
 
 void carry_preload(SbrBody &body, Projection project, int r) noexcept {
   Array<double> &preload = body.loads.preload;
   if (preload.empty() || body.loads.preload_on_principal_axes != 0) return;
-  if (!project(body, preload, r)) return;
+  project(body, preload, r);
   body.loads.preload_on_principal_axes = 1;
   for (int i = 0; i < std::min(r, preload.count()); ++i)
     if (std::fabs(preload[i]) > kSmallProjection)
@@ -198,7 +200,8 @@ void carry_rigid_forces(SbrBody &body) noexcept {
   for (std::size_t i = 0; i < body.loads.modal.size(); ++i) {
     ModalLoad *load = body.loads.modal[i];
     if (load == nullptr || load->processed != 0) continue;
-    if (project(body, load->values, r)) load->processed = 1;
+    project(body, load->values, r);
+    load->processed = 1;
   }
 }
 
