@@ -105,8 +105,11 @@ void ModelBuilder::add_element_mass(const MeshElement &element) {
   for (std::size_t i = 0; i < places.size(); ++i) {
     BodyNode &node = model_.nodes[positions[i]];
     node.mass += mass.nodal[i];
-    (element.type->shell() ? node.shell : node.solid) = true;
-    if (!element.type->shell()) continue;
+    if (!element.type->shell()) {
+      node.solid = true;
+      continue;
+    }
+    node.shell = true;
     // A plate's thickness resists rotation about the directions in its plane with m t^2 / 12.
     const double inertia = mass.nodal[i] * thicknesses[i] * thicknesses[i] / 12.0;
     const Vec3 &n = mass.normals[i];
