@@ -117,9 +117,7 @@ void add_export_commands(CLI::App &app, int &exit_code) {
     for (const Exporter &exporter : kExporters) {
       const std::string &target = options->targets[exporter.flag];
       if (target.empty()) continue;
-      std::error_code code;
-      if (std::filesystem::equivalent(options->file, target, code))
-        throw Failure(kUsage, target + ": is the input itself; write to another file");
+      require_other_file(options->file, target, "input");
       exporter.run(body.get(), target);
       any = true;
     }

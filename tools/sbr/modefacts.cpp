@@ -1,5 +1,6 @@
 #include "modefacts.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -27,5 +28,7 @@ std::vector<ModeFacts> facts_of_modes(SBR body) {
   for (int i = 0; i < SBR_ModeCount(body); ++i) modes.push_back(facts_of_mode(body, SBR_ModeNumber(body, i)));
   return modes;
 }
+
+std::size_t first_elastic_mode(SBR body) { return static_cast<std::size_t>(std::max(SBR_RigidBodyModeCount(body), 0)); }
 
 }  // namespace sbrtool

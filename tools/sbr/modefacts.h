@@ -23,6 +23,9 @@ ModeFacts facts_of_mode(SBR body, int number);
 // All modes, in the order of the body.
 std::vector<ModeFacts> facts_of_modes(SBR body);
 
+// The place of the first mode that is no rigid-body mode; that behind the last mode, or beyond, where there is none.
+std::size_t first_elastic_mode(SBR body);
+
 }  // namespace sbrtool
 
 #endif

@@ -25,6 +25,12 @@ mode_t rights_of_new_files() {
 
 void OutputFile::fail(const std::string &reason) const { throw Failure(kFailed, given_.string() + ": " + reason); }
 
+void require_other_file(const std::string &input, const std::filesystem::path &output, const char *noun) {
+  std::error_code code;
+  if (std::filesystem::equivalent(input, output, code))
+    throw Failure(kUsage, output.string() + ": is the " + noun + " itself; write to another file");
+}
+
 OutputFile::OutputFile(const fs::path &target) : given_(target), target_(target) {
   if (target.empty()) throw Failure(kUsage, "the name of the output is empty");
   std::error_code code;

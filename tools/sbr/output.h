@@ -12,6 +12,9 @@
 
 namespace sbrtool {
 
+// Ends the command when the output is the file that it is made from, which messages call `noun`.
+void require_other_file(const std::string &input, const std::filesystem::path &output, const char *noun);
+
 class OutputFile {
  public:
   // Makes the file that is written to. Ends the command when the name is that of a directory or of a file that may not

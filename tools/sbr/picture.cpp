@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <iostream>
+#include <optional>
 
 #include "commandline.h"
 #include "modefacts.h"
@@ -19,8 +19,7 @@ constexpr int kMostPixels = 8192;
 struct PictureOptions {
   std::string file;
   std::string output;
-  int mode = 0;
-  bool mode_chosen = false;
+  std::optional<int> mode;
   bool at_rest = false;
   int width = 960;
   int height = 0;  // three quarters of the width
@@ -31,9 +30,10 @@ std::vector<double> shape_to_draw(SBR body, const PictureOptions &options, const
   if (options.at_rest) return {};
   const std::vector<int> places = nodes_of_kind(body, geometry, 0);
   const std::vector<ModeFacts> modes = facts_of_modes(body);
-  const auto first = static_cast<std::size_t>(std::max(SBR_RigidBodyModeCount(body), 0));
-  int number = options.mode;
-  if (options.mode_chosen) {
+  const std::size_t first = first_elastic_mode(body);
+  int number = 0;
+  if (options.mode) {
+    number = *options.mode;
     if (places.empty() || std::none_of(modes.begin(), modes.end(), [&](const auto &m) { return m.number == number; }))
       throw Failure(kUsage, options.file + ": has no mode " + std::to_string(number) + "; 'sbr modes' lists them");
   } else if (places.empty() || first >= modes.size()) {
@@ -45,9 +45,7 @@ std::vector<double> shape_to_draw(SBR body, const PictureOptions &options, const
 }
 
 void make_picture(const PictureOptions &options) {
-  std::error_code code;
-  if (std::filesystem::equivalent(options.file, options.output, code))
-    throw Failure(kUsage, options.output + ": is the record itself; write to another file");
+  require_other_file(options.file, options.output, "record");
   const Body body = open_record(options.file);
   const Geometry geometry = geometry_of(body.get());
   const int height = options.height > 0 ? options.height : std::max(options.width * 3 / 4, kLeastPixels);
@@ -66,9 +64,8 @@ void add_picture_commands(CLI::App &app, int &exit_code) {
   CLI::App *command = app.add_subcommand("picture", "Draw a mode of a record as a PNG picture");
   command->add_option("FILE", options->file, "The record")->required();
   command->add_option("-o,--output", options->output, "The picture")->required()->type_name("PNG");
-  CLI::Option *mode = command->add_option("--mode", options->mode, "The number of the mode; the first elastic one")
-                          ->type_name("N")
-                          ->each([options](const std::string &) { options->mode_chosen = true; });
+  CLI::Option *mode =
+      command->add_option("--mode", options->mode, "The number of the mode; the first elastic one")->type_name("N");
   command->add_flag("--at-rest", options->at_rest, "Draw the body without a mode")->excludes(mode);
   const CLI::Range pixels(kLeastPixels, kMostPixels);
   command->add_option("--width", options->width, "Points across; 960")->check(pixels)->type_name("N");

@@ -199,7 +199,7 @@ std::string pictures(SBR body, const std::vector<ModeFacts> &modes) {
   try {
     const Geometry geometry = geometry_of(body);
     const std::vector<int> places = nodes_of_kind(body, geometry, 0);
-    const auto first = static_cast<std::size_t>(std::max(SBR_RigidBodyModeCount(body), 0));
+    const std::size_t first = first_elastic_mode(body);
     std::string html;
     if (places.empty() || first >= modes.size())
       return "<div class=\"pictures\">\n" +
@@ -334,11 +334,7 @@ void require_good_names(const SheetOptions &options) {
   if (options.compare != (options.files.size() == 2))
     throw Failure(kUsage, options.compare ? "--compare takes two records"
                                           : "one record makes a sheet; --compare makes one of two");
-  for (const std::string &file : options.files) {
-    std::error_code code;
-    if (fs::equivalent(file, options.output, code))
-      throw Failure(kUsage, options.output + ": is the record itself; write to another file");
-  }
+  for (const std::string &file : options.files) require_other_file(file, options.output, "record");
 }
 
 void make_sheet(const SheetOptions &options) {

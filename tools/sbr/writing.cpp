@@ -300,8 +300,7 @@ void warn_of_operators(SBR body, SBR written) {
 void check_names(const std::string &input, const std::string &output) {
   std::error_code code;
   if (std::filesystem::is_directory(output, code)) throw Failure(kUsage, output + ": is a directory");
-  if (!input.empty() && std::filesystem::equivalent(input, output, code))
-    throw Failure(kUsage, output + ": is the input itself; write to another file");
+  if (!input.empty()) require_other_file(input, output, "input");
 }
 
 }  // namespace
