@@ -12,7 +12,6 @@ namespace sbrtest::state {
 
 // ---- the body and its record
 inline int references(SBR body) { return body->reference_count; }
-inline SBR next(SBR body) { return body->next; }
 inline sbr::StreamChannel &record(SBR body) { return body->record; }
 inline FILE *&record_stream(SBR body) { return body->record.stream; }
 inline std::uint32_t &version_word(SBR body) { return body->layout.version; }
